@@ -1,0 +1,29 @@
+# How everything in this project is compiled.
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+
+set(CONFIGURATIONCONTROL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+# The rounding helpers are exact only when each operation is rounded by itself.
+add_compile_options(-ffp-contract=off)
+
+if(CONFIGURATIONCONTROL_SANITIZE)
+    add_compile_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE})
+    if(CONFIGURATIONCONTROL_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize-recover=undefined)
+    endif()
+else()
+    add_compile_options(-fstack-protector-strong -fstack-clash-protection)
+    add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()

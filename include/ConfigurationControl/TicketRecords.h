@@ -1,0 +1,306 @@
+/** @file
+ * The records, numbers and function tables through which every ticket is used. C11 and C++.
+ *
+ * This is a binary interface: hosts that were built separately read these records by offset. Sizes, offsets, orders,
+ * numbers and the reserved gaps never change; the assertions at the end hold them in place.
+ *
+ * Vocabulary used throughout:
+ * - *key*: NUL-terminated text, compared byte by byte. "/" has no meaning to a ticket in memory; a ticket file nests
+ * its elements by it.
+ * - *index*: SCALAR_INDEX addresses a value as a whole, APPEND_INDEX (set only) appends, 0 and up address the elements
+ * of a vector. A scalar is readable as its own element 0.
+ * - *result*: table entries return 0 for failure and non-zero for success; no exception ever leaves one.
+ *
+ * Threads: every table entry takes the ticket's mutex for the whole of its work, so any thread may call any entry. The
+ * mutex is recursive: callbacks may call the same ticket again on the same thread.
+ */
+#ifndef CONFIGURATIONCONTROL_TICKETRECORDS_H
+#define CONFIGURATIONCONTROL_TICKETRECORDS_H
+
+#include "ConfigurationControl/Export.h"
+
+#ifdef __cplusplus
+#include <cstddef>
+#include <cstdint>
+#else
+#include <assert.h>
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+#endif
+
+/* clang-format off */
+
+/** The types in which values are exchanged. Other numbers are refused everywhere. */
+#ifdef __cplusplus
+enum PARAM_TYPE : uint32_t {
+#else
+typedef uint32_t PARAM_TYPE;
+enum {
+#endif
+    PARAM_NONE = 0,     /**< no value: type query (get), deletion (set), key-only walk */
+    PARAM_POINTER = 1,  /**< opaque pointer; never dereferenced, never freed, never saved */
+    PARAM_INT = 2,      /**< int32_t */
+    PARAM_DOUBLE = 3,   /**< double */
+    PARAM_STRING = 4,   /**< NUL-terminated text, `char const*` */
+    PARAM_BINSTR = 5,   /**< BIN_STRING */
+    PARAM_VECTOR = 6,   /**< element count, uint64_t (get only) */
+    PARAM_INT64 = 7,    /**< int64_t */
+    PARAM_UNSIGNED = 8, /**< uint32_t */
+    PARAM_UINT64 = 9    /**< uint64_t */
+};
+
+/** Operation codes of STICKET_ACCESS::Operation, each with what `data` points to. */
+#ifdef __cplusplus
+enum STICKET_OP : uint32_t {
+#else
+typedef uint32_t STICKET_OP;
+enum {
+#endif
+    STICKET_OP_SAVE = 0,         /**< null, or `int const*` seconds: save a dirty file ticket, with seconds only one that
+                                      has been dirty for longer than that */
+    STICKET_OP_RELEASE = 1,      /**< null, or `int const*` seconds: drop a file ticket's loaded contents (saved first if
+                                      dirty), with seconds only after longer disuse; the next access loads again */
+    STICKET_OP_CLEAR = 2,        /**< not read: remove every parameter */
+    STICKET_OP_PARTIAL_KEYS = 3, /**< `char const* const*`, null-terminated: the keys a file ticket keeps loaded. Null
+                                      forgets them; a first key of "" removes the following ones; otherwise they are
+                                      added. CAUTION: saving a partial tree writes only what is in memory */
+    STICKET_OP_COUNT = 4,        /**< `unsigned int*`: receives the number of values, loaded first if need be */
+    STICKET_OP_COUNT_LOADED = 5, /**< `unsigned int*`: receives the number of values in memory */
+    STICKET_OP_FLUSH_NOTIFICATION = 6, /**< `int const*` registration number: always answers 0 */
+    STICKET_OP_INCREMENT = 7,    /**< `unsigned int*`: incremented by one */
+    STICKET_OP_UNUSED_8 = 8,     /**< always answers 0 */
+    STICKET_OP_UNUSED_9 = 9,     /**< always answers 0 */
+    STICKET_OP_CONTEXT = 10,     /**< `void**`: receives STICKET_WHOAMI::pContext */
+    STICKET_OP_WHOAMI = 11,      /**< `STICKET_OPTION_WHOAMI*`: filled */
+    STICKET_OP_INSTANCE = 12     /**< `void**`: receives a pointer to the library's STICKET_INSTANCE record */
+};
+/* clang-format on */
+
+enum {
+    SCALAR_INDEX = -1, /**< index of a value as a whole */
+    APPEND_INDEX = -2  /**< set only: append to the key's vector */
+};
+
+/** A borrowed byte string: it never owns its bytes. A null `data` is the empty byte string whatever `length` says. */
+typedef struct BIN_STRING {
+    void const* data;
+    uint64_t length; /**< bytes */
+} BIN_STRING;
+
+/** One read of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
+typedef struct GETMULTIPAR {
+    char const* key;
+    PARAM_TYPE type;
+    void* value; /**< output buffer, as for STICKET_ACCESS::GetParameter */
+    int index;
+    bool result; /**< written by the batch: whether this record was read */
+} GETMULTIPAR;
+
+/** One write of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
+typedef struct SETMULTIPAR {
+    char const* key;
+    PARAM_TYPE type;
+    void const* value; /**< input, as for STICKET_ACCESS::SetParameter */
+    int index;
+    bool result; /**< written by the batch: whether this record was stored */
+} SETMULTIPAR;
+
+#ifdef __cplusplus
+class STICKET;
+namespace SysLib {
+struct MUTEX_INSTANCE;
+}
+#else
+/** A ticket; hosts only pass its pointer on. */
+typedef struct STICKET STICKET;
+#endif
+
+/**
+ * Called for every parameter of a walk.
+ * @param context what the caller of the walk passed
+ * @param key the key; valid during the call
+ * @param type type of `value`
+ * @param value as in the PARAM_TYPE table; null for PARAM_NONE and where the walk level asks for types only. Numbers of
+ *        type 3, 7 and 9 and text point at the stored value, the others at temporaries of this call
+ * @param index SCALAR_INDEX for a whole value, or the position of a vector's element
+ * @return false ends the walk
+ */
+typedef bool (*STICKET_WALK_CALLBACK)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
+
+/** A callback deferred with STICKET_ACCESS::QueueAfterNotification. */
+typedef void (*STICKET_DEFERRED_CALLBACK)(void* argument);
+
+/** Usual levels of STICKET_ACCESS::WalkParameter. */
+enum {
+    WALK_KEYS = 0,         /**< each key once, without type */
+    WALK_TYPES = 1,        /**< each key once, with its type */
+    WALK_VALUES = 2,       /**< each value; a vector by its element count */
+    WALK_EVERYTHING = 8000 /**< each value, and each element of each vector */
+};
+
+/**
+ * A ticket's function table, handed out by the factory and valid until the ticket is destroyed. Every entry is called
+ * as `table->Entry(table->pTicket, ...)`.
+ */
+typedef struct STICKET_ACCESS {
+    uint64_t nSize;     /**< 576 */
+    uint32_t nVersion;  /**< 2 */
+    uint32_t nReserved; /**< 0 */
+    STICKET* pTicket;   /**< first argument of every entry */
+
+    /**
+     * Reads one value, converted to `type`.
+     * @param value buffer for the type's value. On failure it receives 0, null or {null, 0}; PARAM_POINTER and
+     *        PARAM_VECTOR with an element index, and types above 9, write nothing. Null: only tests whether the value
+     *        exists. Text of a memory ticket and byte strings stay valid until that value changes or goes; text of a
+     * file ticket until the ticket is destroyed.
+     */
+    int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
+    /** Reads a batch under one lock. 1 unless `records` is null; each record's own result is in its `result`. */
+    int (*GetMultiParameter)(STICKET* ticket, GETMULTIPAR* records);
+    /**
+     * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
+     * only, 1 types, 2 and 3 values (vectors by their count), 4 to 9 elements by type, from 10 elements with values.
+     * The callback may change this ticket: the walk goes on with the next key after the last one.
+     * @return 0 only when `callback` is null or the ticket could not be used, also when the callback ended the walk
+     */
+    int (*WalkParameter)(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
+    void* Reserved1[20];
+
+    /**
+     * Stores a copy of `*value` (of `value` itself for PARAM_STRING and PARAM_POINTER). PARAM_NONE with a null value
+     * deletes. A refused element index leaves the key a vector all the same. `value` may point into this ticket.
+     */
+    int (*SetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index);
+    /** Stores a batch under one lock, in order, after reading all its values. 1 unless `records` is null. */
+    int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
+    /**
+     * Copies parameters of `source` into this ticket.
+     * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or empty: everything
+     * @param clear empties this ticket first. `source` may be this ticket's own table.
+     */
+    int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
+    /** Performs an operation code; see STICKET_OP. 1 or 0. */
+    int (*Operation)(STICKET* ticket, STICKET_OP code, void* data);
+    /**
+     * Takes or gives back one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but
+     * -1 and -2). Refused because somebody holds it: 0, and `*owner` receives the holder. A released lock writes -1.
+     * Unlocking with `*owner` -2 frees it whoever holds it; number -2 unlocks everything that `*owner` holds.
+     */
+    int (*Lock)(STICKET* ticket, int number, int* owner, bool lock);
+    void* Reserved2[20];
+
+    /** Removes change registrations: number -2 with `enable` false all of them. `keys` is ignored. 1 or 0. */
+    int (*EnDisNotification)(STICKET* ticket, int number, bool enable, char const* const* keys);
+    /**
+     * Queues a callback that runs on the thread of the next successful change, after it, with the mutex held. Callbacks
+     * still queued when the ticket is destroyed are dropped. False if `callback` is null.
+     */
+    bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);
+    void* Reserved3[19];
+} STICKET_ACCESS;
+
+/** Identity and options of a ticket, copied when it is created. */
+typedef struct STICKET_WHOAMI {
+    STICKET* pServer; /**< the ticket that serves this one; null: the ticket makes and owns its mutex */
+    int nIdA;         /**< reported by STICKET_OP_WHOAMI and in log texts; -2 by default */
+    int nIdB;         /**< likewise */
+    void* pContext;   /**< the caller's, returned by STICKET_OP_CONTEXT. For a file ticket null or a
+                           STICKET_STRING_CONVERSION, used whenever text is saved or loaded; outlives the ticket */
+#ifdef __cplusplus
+    SysLib::MUTEX_INSTANCE* pMutex; /**< with `pServer`: the mutex to share, not owned; otherwise ignored */
+#else
+    void* pMutex; /**< with `pServer`: the mutex to share, not owned; otherwise ignored */
+#endif
+} STICKET_WHOAMI;
+
+/** What STICKET_OP_WHOAMI fills. */
+typedef struct STICKET_OPTION_WHOAMI {
+    STICKET_ACCESS const* pServer; /**< the serving ticket's table, or null */
+    int nIdA;
+    int nIdB;
+} STICKET_OPTION_WHOAMI;
+
+/** The library's entry point for tickets: exported as `STicketInstance`, and by pointer as `hSTicketInstance`. */
+typedef struct STICKET_INSTANCE {
+    uint64_t nSize;    /**< 192 */
+    uint64_t nVersion; /**< 1 */
+    /**
+     * Creates a ticket and returns its table, to be given back to `Destroy`. Null name: in memory; any other, ""
+     * included: bound to the XML file of that name, which is read at the first access. May throw C++ exceptions on
+     * exhausted memory.
+     */
+    STICKET_ACCESS const* (*Create)(char const* name);
+    /** Destroys the ticket of a table (a dirty file ticket is saved) and sets the caller's pointer to null. */
+#ifdef __cplusplus
+    void (*Destroy)(STICKET_ACCESS const*& access);
+#else
+    void (*Destroy)(STICKET_ACCESS const** access);
+#endif
+    uint64_t nAccessVersion; /**< the `nVersion` of every table that Create hands out: 2 */
+    void* Reserved[19];
+} STICKET_INSTANCE;
+
+/* clang-format off */
+#ifdef __cplusplus
+#define TICKETRECORDS_ASSERT(condition) static_assert(condition, #condition)
+#else
+#define TICKETRECORDS_ASSERT(condition) _Static_assert(condition, #condition)
+#endif
+TICKETRECORDS_ASSERT(sizeof(void*) == 8);
+TICKETRECORDS_ASSERT(sizeof(PARAM_TYPE) == 4);
+TICKETRECORDS_ASSERT(sizeof(STICKET_OP) == 4);
+TICKETRECORDS_ASSERT(sizeof(bool) == 1);
+TICKETRECORDS_ASSERT(sizeof(BIN_STRING) == 16);
+TICKETRECORDS_ASSERT(offsetof(BIN_STRING, length) == 8);
+TICKETRECORDS_ASSERT(sizeof(GETMULTIPAR) == 32);
+TICKETRECORDS_ASSERT(offsetof(GETMULTIPAR, type) == 8);
+TICKETRECORDS_ASSERT(offsetof(GETMULTIPAR, value) == 16);
+TICKETRECORDS_ASSERT(offsetof(GETMULTIPAR, index) == 24);
+TICKETRECORDS_ASSERT(offsetof(GETMULTIPAR, result) == 28);
+TICKETRECORDS_ASSERT(sizeof(SETMULTIPAR) == 32);
+TICKETRECORDS_ASSERT(offsetof(SETMULTIPAR, type) == 8);
+TICKETRECORDS_ASSERT(offsetof(SETMULTIPAR, value) == 16);
+TICKETRECORDS_ASSERT(offsetof(SETMULTIPAR, index) == 24);
+TICKETRECORDS_ASSERT(offsetof(SETMULTIPAR, result) == 28);
+TICKETRECORDS_ASSERT(sizeof(STICKET_ACCESS) == 576);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, nVersion) == 8);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, nReserved) == 12);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, pTicket) == 16);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, GetParameter) == 24);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, GetMultiParameter) == 32);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, WalkParameter) == 40);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, Reserved1) == 48);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, SetParameter) == 208);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, SetMultiParameter) == 216);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, MergeTicket) == 224);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, Operation) == 232);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, Lock) == 240);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, Reserved2) == 248);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, EnDisNotification) == 408);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, QueueAfterNotification) == 416);
+TICKETRECORDS_ASSERT(offsetof(STICKET_ACCESS, Reserved3) == 424);
+TICKETRECORDS_ASSERT(sizeof(STICKET_WHOAMI) == 32);
+TICKETRECORDS_ASSERT(offsetof(STICKET_WHOAMI, nIdA) == 8);
+TICKETRECORDS_ASSERT(offsetof(STICKET_WHOAMI, nIdB) == 12);
+TICKETRECORDS_ASSERT(offsetof(STICKET_WHOAMI, pContext) == 16);
+TICKETRECORDS_ASSERT(offsetof(STICKET_WHOAMI, pMutex) == 24);
+TICKETRECORDS_ASSERT(sizeof(STICKET_OPTION_WHOAMI) == 16);
+TICKETRECORDS_ASSERT(offsetof(STICKET_OPTION_WHOAMI, nIdA) == 8);
+TICKETRECORDS_ASSERT(offsetof(STICKET_OPTION_WHOAMI, nIdB) == 12);
+TICKETRECORDS_ASSERT(sizeof(STICKET_INSTANCE) == 192);
+TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, nVersion) == 8);
+TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, Create) == 16);
+TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, Destroy) == 24);
+TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, nAccessVersion) == 32);
+TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, Reserved) == 40);
+#undef TICKETRECORDS_ASSERT
+/* clang-format on */
+
+/** The factory record. Constant, usable from any thread, also while other static objects are made or destroyed. */
+CONFIGURATIONCONTROL_API extern STICKET_INSTANCE const STicketInstance;
+/** Pointer to STicketInstance; what STICKET_OP_INSTANCE hands out. */
+CONFIGURATIONCONTROL_API extern STICKET_INSTANCE const* const hSTicketInstance;
+
+#endif
