@@ -1,0 +1,43 @@
+// Reading a ticket file: from its text to calls of a set function, one for each stored value.
+#pragma once
+
+#include <cstddef>
+#include <pugixml.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ConfigurationControl/TicketRecords.h"
+
+namespace pug = pugi;
+
+// Walks a parsed document and calls the set function for each leaf, in document order and with APPEND_INDEX, so that
+// sibling leaves of one name come back as a vector. Key and value are valid during the call; its result is ignored.
+class xml_outline : public pug::xml_tree_walker {
+ public:
+    using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
+
+    // `maximum`: the walk ends once the keys of all leaves together are longer than this.
+    xml_outline(SET set, void* context, std::size_t maximum) : m_set(set), m_context(context), m_left(maximum) {}
+
+    bool begin(pug::xml_node& root) override;
+    bool for_each(pug::xml_node& node) override;
+    bool end(pug::xml_node& root) override;
+
+ private:
+    void Store(PARAM_TYPE type, std::string_view text);
+
+    SET m_set;
+    void* m_context;
+    std::size_t m_left;
+    std::string m_key;                   // of the current element; its first part is the path of its parent
+    std::vector<std::size_t> m_parents;  // by depth: how much of m_key is the path of the parent, "/" included
+    std::string m_space;                 // scratch
+    std::string m_value;                 // scratch
+};
+
+// Parses the text of a ticket file and walks it with an xml_outline. `text` is used as working space: its content is
+// lost. Exceptions of the set function pass through.
+// False: the text is not a document that could be parsed, and nothing was set; or its deep nesting would make keys out
+// of all proportion to it (more than 256 MiB and 16 times its size), and the caller drops what was set so far.
+bool ReadTicket(std::string& text, xml_outline::SET set, void* context);

@@ -1,0 +1,28 @@
+// Comparison of names with a pattern: "*" stands for any run of bytes, "?" for one byte, "[...]" for one byte of a set
+// with ranges, or of all others after a leading "!". "]" is an ordinary member when it stands first.
+#pragma once
+
+#include <bitset>
+#include <string_view>
+#include <vector>
+
+class WILDCARD {
+ public:
+    // Whether `text` holds any character that means something else than itself.
+    static bool IsPattern(std::string_view text) { return text.find_first_of("*?[") != std::string_view::npos; }
+
+    // Takes space linear in the pattern. An unclosed "[" makes a pattern that matches nothing.
+    explicit WILDCARD(std::string_view pattern);
+
+    // Takes time linear in the product of both lengths at worst.
+    bool Matches(std::string_view name) const;
+
+ private:
+    struct PIECE {
+        bool anyRun;             // "*"
+        std::bitset<256> bytes;  // otherwise: the bytes that fit
+    };
+
+    bool m_closed = true;
+    std::vector<PIECE> m_pieces;
+};
