@@ -59,12 +59,17 @@ class STICKET {
  protected:
     struct NOTIFICATION;
     struct CONTENT;
+    struct ENTRY;
     using REGISTRATION = std::pair<int const, NOTIFICATION>;
 
     /** Throws as Create. */
     explicit STICKET(STICKET_WHOAMI const& whoAmI);
 
+    /** Throws the C string "STICKET::GetMutexInstance !WhoAmI.pMutex" when there is none. */
     SysLib::MUTEX_INSTANCE& GetMutexInstance() const;
+
+    /** The operation codes that every kind performs alike: 4 to 12, on the parameters as they are in memory. */
+    bool CommonOperation(STICKET_OP code, void* data);
 
     int GetHNotification(int number) const;
     REGISTRATION const* GetNotification(int number) const;

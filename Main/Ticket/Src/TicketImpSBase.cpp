@@ -1,1 +1,272 @@
-// Being written.
+// The ticket object that all ticket kinds share: identity, mutex, change notifications, deferred callbacks, the common
+// operation codes, the lock table, and the factory with its exported record.
+#include "TicketImpSBase.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "ConfigurationControl/MultiParList.h"
+
+// Made before any code runs, so that the constructors and destructors of other static objects may use it.
+constexpr STICKET_INSTANCE STicketInstance = {
+    sizeof(STICKET_INSTANCE), 1, &STICKET::Create, &STICKET::Destroy, 2, {},
+};
+constexpr STICKET_INSTANCE const* hSTicketInstance = &STicketInstance;
+
+// Creation and destruction
+
+STICKET_ACCESS const* STICKET::Create(char const* name) {
+    return CCreate(name, STICKET_WHOAMI{nullptr, -2, -2, nullptr, nullptr});
+}
+
+STICKET_ACCESS const* STICKET::CCreate(char const* name, STICKET_WHOAMI const& whoAmI) {
+    return name ? PCreate(std::string(name), whoAmI) : PCreate(whoAmI);
+}
+
+void STICKET::Destroy(STICKET_ACCESS const*& access) {
+    if (!access) return;
+    STICKET const* const ticket = access->pTicket;
+    access = nullptr;
+    delete ticket;
+}
+
+STICKET::STICKET(STICKET_WHOAMI const& whoAmI) : m_whoAmI(whoAmI), m_content(std::make_unique<CONTENT>()) {
+    if (!m_whoAmI.pServer) m_whoAmI.pMutex = new SysLib::MUTEX_INSTANCE;
+}
+
+STICKET::~STICKET() {
+    if (!m_whoAmI.pServer) delete m_whoAmI.pMutex;
+}
+
+STICKET_ACCESS const* STICKET::GetServerInterface() const {
+    return nullptr;
+}
+
+SysLib::MUTEX_INSTANCE& STICKET::GetMutexInstance() const {
+    if (!m_whoAmI.pMutex) throw "STICKET::GetMutexInstance !WhoAmI.pMutex";
+    return *m_whoAmI.pMutex;
+}
+
+// Logging: the calls stand wherever something is worth a line; this library keeps none of them.
+
+void STICKET::Log(unsigned int, char const*, ...) {}
+void STICKET::VLog(unsigned int, char const*, std::va_list) {}
+bool STICKET::IsLogged(unsigned int) {
+    return false;
+}
+
+// Operation codes
+
+namespace {
+
+template <typename T>
+bool Store(void* data, T value) {
+    if (!data) return false;
+    *static_cast<T*>(data) = value;
+    return true;
+}
+
+}  // namespace
+
+bool STICKET::CommonOperation(STICKET_OP code, void* data) {
+    switch (code) {
+        case STICKET_OP_COUNT:
+        case STICKET_OP_COUNT_LOADED:
+            return data && Store(data, static_cast<unsigned int>(m_content->parameters.Size()));
+        case STICKET_OP_FLUSH_NOTIFICATION:
+            return data && FlushToNotification(GetNotification(*static_cast<int const*>(data)));
+        case STICKET_OP_INCREMENT:
+            return data && Store(data, *static_cast<unsigned int const*>(data) + 1);
+        case STICKET_OP_CONTEXT:
+            return Store(data, m_whoAmI.pContext);
+        case STICKET_OP_WHOAMI: {
+            STICKET const* const server = m_whoAmI.pServer;
+            return data && Store(data, STICKET_OPTION_WHOAMI{server ? server->GetInterface() : nullptr, m_whoAmI.nIdA,
+                                                             m_whoAmI.nIdB});
+        }
+        case STICKET_OP_INSTANCE:
+            return Store<void const*>(data, hSTicketInstance);
+        default:
+            return false;
+    }
+}
+
+// Change notifications
+
+namespace {
+
+// Moves on first and only then takes out the element that was left, so that the walk stays on firm ground.
+template <typename MAP>
+void Next(MAP& map, typename MAP::iterator& place, bool& erase) {
+    auto const left = place++;
+    if (erase) map.erase(left);
+    erase = false;
+}
+
+// When the lookup itself fails, one notification too many is the lesser evil.
+bool Watches(PARTIAL_MODE const& selection, char const* key) {
+    try {
+        return selection.empty() || selection.Selects(key);
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return true;
+    }
+}
+
+bool EndsBatch(SETMULTIPAR const& record) {
+    return !record.key || !*record.key;
+}
+
+bool WatchesAnyStored(PARTIAL_MODE const& selection, SETMULTIPAR const* records) {
+    for (; !EndsBatch(*records); ++records) {
+        if (records->result && Watches(selection, records->key)) return true;
+    }
+    return false;
+}
+
+// Removes the registrations for which `touched(selection)` holds.
+template <typename MAP, typename TOUCHED>
+void RemoveTouched(MAP& registrations, TOUCHED const& touched) {
+    for (auto place = registrations.begin(); place != registrations.end();) {
+        bool erase = touched(place->second.selection);
+        Next(registrations, place, erase);
+    }
+}
+
+}  // namespace
+
+int STICKET::GetHNotification(int) const {
+    return 0;
+}
+
+STICKET::REGISTRATION const* STICKET::GetNotification(int number) const {
+    auto const found = m_content->registrations.find(number);
+    return found == m_content->registrations.end() ? nullptr : &*found;
+}
+
+bool STICKET::EnDisNotification(int number, bool enable, char const* const*) {
+    auto& registrations = m_content->registrations;
+    if (number == -2 && !enable) {
+        registrations.clear();
+        return true;
+    }
+    if (number < 0 || !m_whoAmI.pServer) return false;
+    registrations.erase(number);
+    return true;
+}
+
+int STICKET::EnDisNotification(STICKET* ticket, int number, bool enable, char const* const* keys) {
+    return ENTRY::Run<STICKET>(
+        ticket, [&](STICKET& self) { return self.EnDisNotification(number, enable, keys); }, [](int, int) {});
+}
+
+void STICKET::NotifySetParameter(char const* key, PARAM_TYPE, void const*, int) {
+    RemoveTouched(m_content->registrations, [&](PARTIAL_MODE const& selection) { return Watches(selection, key); });
+}
+
+void STICKET::NotifySetMultiParameter(SETMULTIPAR const* records) {
+    if (!records || m_content->registrations.empty()) return;
+    RemoveTouched(m_content->registrations,
+                  [&](PARTIAL_MODE const& selection) { return WatchesAnyStored(selection, records); });
+}
+
+void STICKET::NotifyOperation(STICKET_OP code, void*) {
+    if (code != STICKET_OP_CLEAR && code != STICKET_OP_INCREMENT && code != STICKET_OP_UNUSED_8) return;
+    m_content->registrations.clear();
+}
+
+int STICKET::FlushToNotification(REGISTRATION const* registration) const {
+    if (!registration) return 0;
+    PARTIAL_MODE const& selection = registration->second.selection;
+    // There is nobody to hand them to; they are made all the same, as a kind of ticket with receivers would do.
+    SETMULTIPAR_LIST const list(GetInterface(), selection, false);
+    PARTIAL_TABLE const table(selection);
+    return 0;
+}
+
+// Deferred callbacks
+
+bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument) {
+    if (!callback) return false;
+    return ENTRY::Run<STICKET>(
+        ticket,
+        [&](STICKET& self) {
+            self.m_content->deferred.push_back({callback, argument});
+            return true;
+        },
+        [](int, int) {});
+}
+
+void STICKET::AfterNotification() {
+    SysLib::MUTEX_LOCK const lock(GetMutexInstance());
+    CONTENT& content = *m_content;
+    if (content.deferred.empty()) return;
+
+    // A callback that changes the ticket starts a pass inside this one. Beyond a depth that no host needs, the inner
+    // pass leaves its callbacks to the outer ones, so that a long queue of such callbacks cannot exhaust the stack.
+    constexpr unsigned int DEEPEST_PASS = 100;
+    if (content.passes >= DEEPEST_PASS) return;
+    struct PASS {
+        unsigned int& passes;
+        explicit PASS(unsigned int& count) : passes(count) { ++passes; }
+        ~PASS() { --passes; }
+    } const pass(content.passes);
+
+    while (!content.deferred.empty()) {
+        CONTENT::DEFERRED const next = content.deferred.front();
+        content.deferred.pop_front();
+        try {
+            if (next.callback) next.callback(next.argument);
+        } catch (abi::__forced_unwind&) {
+            throw;
+        } catch (...) {  // the callback's own affair; the next one still runs
+        }
+    }
+}
+
+// Advisory locks
+
+TICKETLOCKS::TICKETLOCKS() : m_counts{} {
+    std::fill(std::begin(m_owners), std::end(m_owners), FREE);
+}
+
+int TICKETLOCKS::operator()(int number, int* owner, bool lock) {
+    if (number != WILDCARD) return Operate(number, owner, lock);
+    return owner && !lock ? ReleaseAll(*owner) : 0;
+}
+
+int TICKETLOCKS::ReleaseAll(int& owner) {
+    if (owner == WILDCARD) {
+        std::fill(std::begin(m_owners), std::end(m_owners), FREE);
+        return 1;
+    }
+    auto const released = std::count(std::begin(m_owners), std::end(m_owners), owner);
+    std::replace(std::begin(m_owners), std::end(m_owners), int{owner}, int{FREE});
+    if (std::count(std::begin(m_owners), std::end(m_owners), FREE) == LOCKS) owner = FREE;
+    return released > 0;
+}
+
+bool TICKETLOCKS::Operate(int number, int* owner, bool lock) {
+    if (!owner || number < 0 || number >= LOCKS) return false;
+    int& holder = m_owners[number];
+    unsigned int& count = m_counts[number];
+
+    if (*owner == WILDCARD) {
+        if (!lock) holder = FREE;
+        return !lock;
+    }
+    if (holder != FREE && holder != *owner) {
+        *owner = holder;
+        return false;
+    }
+    if (lock) {
+        count = holder == FREE ? 1 : count + 1;
+        holder = *owner;
+        return true;
+    }
+    if (holder != FREE && --count > 0) return true;
+    holder = FREE;
+    *owner = FREE;
+    return true;
+}

@@ -1,5 +1,10 @@
-// What every ticket holds behind the public STICKET class.
+// What every ticket holds behind the public STICKET class, and the one frame in which all table entries run.
+//
+// A ticket kind derives from STICKET, offers its entries as public static functions named as in STICKET_ACCESS, and
+// keeps the table that ENTRY::Table makes of them.
 #pragma once
+
+#include <cxxabi.h>
 
 #include <list>
 #include <map>
@@ -22,18 +27,81 @@ struct STICKET::CONTENT {
         void* argument;
     };
     std::list<DEFERRED> deferred;
+    unsigned int passes = 0;  // runs of AfterNotification under way, one inside the other
+};
+
+struct STICKET::ENTRY {
+    // Runs `work(KIND&)` with the ticket's mutex held and returns its result as a number. No exception gets out:
+    // `report(nIdA, nIdB)` logs that there was one, and the result is 0. Only the cancellation of the thread passes.
+    template <typename KIND, typename WORK, typename REPORT>
+    static int Run(STICKET* ticket, WORK const& work, REPORT const& report) {
+        if (!ticket) return 0;
+        try {
+            SysLib::MUTEX_LOCK const lock(ticket->GetMutexInstance());
+            return static_cast<int>(work(static_cast<KIND&>(*ticket)));
+        } catch (abi::__forced_unwind&) {
+            throw;
+        } catch (...) {
+            report(ticket->m_whoAmI.nIdA, ticket->m_whoAmI.nIdB);
+            return 0;
+        }
+    }
+
+    // The same for a change: after successful work, `notify(KIND&)` and the deferred callbacks run under the same lock.
+    // Returns 1 or 0.
+    template <typename KIND, typename WORK, typename NOTIFY, typename REPORT>
+    static int Change(STICKET* ticket, WORK const& work, NOTIFY const& notify, REPORT const& report) {
+        return Run<KIND>(
+            ticket,
+            [&](KIND& self) {
+                if (!work(self)) return 0;
+                notify(self);
+                self.AfterNotification();
+                return 1;
+            },
+            report);
+    }
+
+    // The table of `ticket`, made of the kind's entries and the shared ones; all reserved places are null.
+    template <typename KIND>
+    static STICKET_ACCESS Table(KIND& ticket) {
+        STICKET_ACCESS table{};
+        table.nSize = sizeof(STICKET_ACCESS);
+        table.nVersion = ACCESS_VERSION;
+        table.pTicket = &ticket;
+        table.GetParameter = &KIND::GetParameter;
+        table.GetMultiParameter = &KIND::GetMultiParameter;
+        table.WalkParameter = &KIND::WalkParameter;
+        table.SetParameter = &KIND::SetParameter;
+        table.SetMultiParameter = &KIND::SetMultiParameter;
+        table.MergeTicket = &STICKET::MergeTicket;
+        table.Operation = &KIND::Operation;
+        table.Lock = &KIND::Lock;
+        table.EnDisNotification = &STICKET::EnDisNotification;
+        table.QueueAfterNotification = &STICKET::QueueAfterNotification;
+        return table;
+    }
+
+    static constexpr uint32_t ACCESS_VERSION = 2;
 };
 
 // Twenty numbered advisory locks; see STICKET_ACCESS::Lock. Runs under the ticket mutex.
 class TICKETLOCKS {
  public:
     static constexpr int LOCKS = 20;
+    static constexpr int FREE = -1;      // in place of an owner: nobody
+    static constexpr int WILDCARD = -2;  // in place of an owner: whoever it is; of a number: every lock
 
     TICKETLOCKS();
+    // One lock, or all of them for number WILDCARD. Nonzero on success.
     int operator()(int number, int* owner, bool lock);
+    // One lock.
     bool Operate(int number, int* owner, bool lock);
 
  private:
+    int ReleaseAll(int& owner);
+
     int m_owners[LOCKS];
     unsigned int m_counts[LOCKS];  // meaningful while held
 };
+static_assert(sizeof(TICKETLOCKS) == 160);
