@@ -1,0 +1,50 @@
+// Taking and releasing the ticket mutex, inline, as every table entry does it once. The exported MUTEX_LOCK does the
+// same through these functions.
+#pragma once
+
+#include "ConfigurationControl/SysLib.h"
+
+namespace TicketMutex {
+
+// Waits for a mutex that another thread holds. Throws the C string "MUTEX_LOCK: pthread_mutex_lock fail".
+void Wait(pthread_mutex_t& mutex);
+[[noreturn]] void ThrowLockFailure();
+
+// The owner word is read and written relaxed: a thread finds its own identifier there only if it wrote it itself, and
+// all else is ordered by the mutex.
+inline void Acquire(SysLib::MUTEX_INSTANCE& instance) {
+    pthread_t const self = pthread_self();
+    pthread_t const owner = instance.owner.load(std::memory_order_relaxed);
+    if (owner == self) {
+        ++instance.depth;
+        return;
+    }
+    if (owner != 0)
+        Wait(instance.mutex);
+    else if (pthread_mutex_lock(&instance.mutex) != 0)
+        ThrowLockFailure();
+    instance.owner.store(self, std::memory_order_relaxed);
+    instance.depth = 1;
+}
+
+// By the owner only.
+inline void Release(SysLib::MUTEX_INSTANCE& instance) noexcept {
+    if (--instance.depth > 0) return;
+    instance.depth = 0;
+    instance.owner.store(0, std::memory_order_relaxed);
+    pthread_mutex_unlock(&instance.mutex);
+}
+
+// MUTEX_LOCK for the library itself, without a call through the linker's table.
+class GUARD {
+ public:
+    explicit GUARD(SysLib::MUTEX_INSTANCE& instance) : m_instance(instance) { Acquire(instance); }
+    ~GUARD() { Release(m_instance); }
+    GUARD(GUARD const&) = delete;
+    GUARD& operator=(GUARD const&) = delete;
+
+ private:
+    SysLib::MUTEX_INSTANCE& m_instance;
+};
+
+}  // namespace TicketMutex
