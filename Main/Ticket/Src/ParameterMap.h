@@ -1,37 +1,51 @@
 // The ordered container beneath a ticket: key to value, in ascending byte order.
 //
 // It is a class of its own so that its data structure can change without touching the typed operations above it.
-// Lookups take views and allocate nothing.
+// Lookups take views and allocate nothing. Inserting or erasing a key may move the values of all others: keep no
+// pointer to a value across it.
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 template <typename VALUE>
 class PARAMETER_MAP {
+    using VALUES = std::map<std::string, VALUE, std::less<>>;
+
  public:
-    struct POSITION {
-        std::string_view key;  // valid until the parameter is erased
-        VALUE* value;          // null at the end
-        explicit operator bool() const { return value != nullptr; }
+    // A place in the key order, usable until the next insertion or erasure. False past the last key.
+    class POSITION {
+     public:
+        explicit operator bool() const { return m_place != m_end; }
+        std::string_view Key() const { return m_place->first; }
+        VALUE const& Value() const { return m_place->second; }
+
+     private:
+        friend class PARAMETER_MAP;
+        POSITION(typename VALUES::const_iterator place, typename VALUES::const_iterator end)
+            : m_place(place), m_end(end) {}
+        typename VALUES::const_iterator m_place;
+        typename VALUES::const_iterator m_end;
     };
 
-    VALUE* Find(std::string_view key) {
+    VALUE const* Find(std::string_view key) const {
         auto const found = m_values.find(key);
         return found == m_values.end() ? nullptr : &found->second;
     }
-    VALUE const* Find(std::string_view key) const { return const_cast<PARAMETER_MAP*>(this)->Find(key); }
+    VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
-    // The value of `key`, default-made if it is new.
+    // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
     VALUE& FindOrInsert(std::string_view key) {
         auto const place = m_values.lower_bound(key);
         if (place != m_values.end() && place->first == key) return place->second;
         return m_values.emplace_hint(place, std::string(key), VALUE())->second;
     }
 
+    // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) {
         auto const found = m_values.find(key);
         if (found == m_values.end()) return false;
@@ -40,18 +54,12 @@ class PARAMETER_MAP {
     }
 
     void Clear() { m_values.clear(); }
-    bool Empty() const { return m_values.empty(); }
 
-    POSITION First() { return At(m_values.begin()); }
-    // The first parameter whose key is greater than `key`.
-    POSITION After(std::string_view key) { return At(m_values.upper_bound(key)); }
+    POSITION First() const { return {m_values.begin(), m_values.end()}; }
+    POSITION Next(POSITION const& position) const { return {std::next(position.m_place), m_values.end()}; }
+    // The first key that is greater than `key`, whether that is here or not.
+    POSITION After(std::string_view key) const { return {m_values.upper_bound(key), m_values.end()}; }
 
  private:
-    using VALUES = std::map<std::string, VALUE, std::less<>>;
-    POSITION At(typename VALUES::iterator place) {
-        if (place == m_values.end()) return {{}, nullptr};
-        return {place->first, &place->second};
-    }
-
     VALUES m_values;
 };

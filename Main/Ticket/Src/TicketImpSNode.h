@@ -2,7 +2,9 @@
 // that the tables offer, and the walks.
 //
 // No locking: a node belongs to one ticket, which calls it with its mutex held. No operation throws on bad input;
-// exhausted memory throws std::bad_alloc (GetParameter and SetParameter catch it and fail).
+// exhausted memory throws std::bad_alloc and leaves the node as it was (SetParameter and SetMultiParameter catch it and
+// fail). Arguments may point into the node itself: a key or text that was read from it, an element of the vector that
+// is replaced.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +29,8 @@ class clTICKETNODE {
         ENTRY_UINT64 = 7
     };
 
-    // One stored value: a tag and a 64-bit payload. Owns text, bytes and elements; copies deeply.
+    // One stored value: a tag and a 64-bit payload. Owns text, bytes and elements; copies deeply. The characters of a
+    // text stay where they are when the entry is moved.
     class clENTRY {
      public:
         using VECTOR = std::vector<clENTRY>;
@@ -44,6 +47,7 @@ class clTICKETNODE {
         explicit clENTRY(VECTOR elements);
         clENTRY(clENTRY const& source);
         clENTRY(clENTRY&& source) noexcept;
+        // `source` may be this entry or one of its elements.
         clENTRY& operator=(clENTRY const& source);
         clENTRY& operator=(clENTRY&& source) noexcept;
         ~clENTRY();
@@ -51,19 +55,19 @@ class clTICKETNODE {
         TAG Tag() const noexcept { return m_tag; }
         // The PARAM_TYPE that stands for this entry; false and PARAM_NONE for ENTRY_EMPTY.
         bool TypeOf(PARAM_TYPE& type) const noexcept;
-        double Number() const noexcept { return m_payload.number; }
+        // The payload; each only for the tags it belongs to. The references live as long as the payload.
+        double const& Number() const noexcept { return m_payload.number; }
         std::string const& Text() const noexcept { return *m_payload.text; }  // ENTRY_STRING and ENTRY_BINARY
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
-        long long Int64() const noexcept { return m_payload.int64; }
-        unsigned long long Uint64() const noexcept { return m_payload.uint64; }
+        long long const& Int64() const noexcept { return m_payload.int64; }
+        unsigned long long const& Uint64() const noexcept { return m_payload.uint64; }
 
         static void _swap(clENTRY& a, clENTRY& b) noexcept;
 
      private:
-        friend class clTICKETNODE;
-        void _construct(clENTRY const& source);
+        void _construct(clENTRY const& source);  // this entry must be ENTRY_EMPTY
         void _destruct() noexcept;
 
         union PAYLOAD {
@@ -77,11 +81,16 @@ class clTICKETNODE {
         TAG m_tag = ENTRY_EMPTY;
     };
 
-    // Entry level. An index is an element position; on a scalar only 0 is the scalar itself.
-    bool SetEntry(std::string_view key, clENTRY const& entry);
-    bool SetEntry(std::string_view key, int index, clENTRY const& entry);  // replaces, or appends at the end
+    clTICKETNODE() = default;
+    clTICKETNODE(clTICKETNODE const&) = default;
+    clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // would have to tell the walks under way
+
+    // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
+    // valid until the next change of the node.
+    bool SetEntry(std::string_view key, clENTRY entry);
+    bool SetEntry(std::string_view key, int index, clENTRY entry);  // makes a vector; replaces, or appends at the end
     clENTRY::VECTOR* SetVector(std::string_view key);  // makes the key a vector; a scalar becomes its only element
-    bool AddEntry(std::string_view key, clENTRY const& entry);
+    bool AddEntry(std::string_view key, clENTRY entry);
     bool Del(std::string_view key);
     bool Del(std::string_view key, int index);
     clENTRY const* GetEntry(std::string_view key) const;
@@ -94,45 +103,59 @@ class clTICKETNODE {
     bool Set(std::string_view key, int index, double value);
     bool Set(std::string_view key, int index, std::string value);
 
-    // Typed getters. A failure writes 0, null or {null, 0} and returns false. Get refuses vectors.
-    bool Get(std::string_view key, double& value) const;
-    bool Get(std::string_view key, int& value) const;
-    bool Get(std::string_view key, unsigned int& value) const;
-    bool Get(std::string_view key, long long& value) const;
-    bool Get(std::string_view key, unsigned long long& value) const;
-    bool Get(std::string_view key, char const*& value) const;
-    bool Get(std::string_view key, BIN_STRING& value) const;
-    bool Get(std::string_view key, void*& value) const;
-    bool GetV(std::string_view key, int index, double& value) const;
-    bool GetV(std::string_view key, int index, int& value) const;
-    bool GetV(std::string_view key, int index, unsigned int& value) const;
-    bool GetV(std::string_view key, int index, long long& value) const;
-    bool GetV(std::string_view key, int index, unsigned long long& value) const;
-    bool GetV(std::string_view key, int index, char const*& value) const;
-    bool GetV(std::string_view key, int index, BIN_STRING& value) const;
+    // Typed getters for double, int, unsigned int, long long, unsigned long long, char const*, BIN_STRING and,
+    // un-indexed only, void*. A failure writes 0, null or {null, 0} and returns false. Get refuses vectors.
+    template <typename T>
+    bool Get(std::string_view key, T& value) const {
+        return Read(GetEntry(key), value);
+    }
+    template <typename T>
+    bool GetV(std::string_view key, int index, T& value) const {
+        return Read(GetEntry(key, index), value);
+    }
+    bool GetV(std::string_view key, int index, void*& value) const = delete;
     bool GetV(std::string_view key, unsigned long& count) const;  // elements; 1 for any scalar
 
     // Converting access, as the table entries of the same names offer it.
     bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index) const;
     bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
     bool GetMultiParameter(GETMULTIPAR* records) const;
-    bool SetMultiParameter(SETMULTIPAR* records);  // reads every value before it changes anything
+    // Reads every key and value before it changes anything. False, with every result false, also when memory is short.
+    bool SetMultiParameter(SETMULTIPAR* records);
 
     // Walks in key order; see STICKET_ACCESS::WalkParameter for the levels. The callback may change this node: the walk
-    // goes on with the next key after the last one. False when the callback ended the walk. `prefix` is ignored.
-    bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
+    // goes on with the next key after the last one, and within a vector with the next position, up to the number of
+    // elements the vector had when the walk came to it. False when the callback ended the walk. `prefix` is ignored.
+    bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
     // The same over a copy taken first; pointers handed out die with the copy.
-    bool WalkSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
+    bool WalkSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
     // As above; false only for a null callback.
-    bool WalkParameter(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
-    bool WalkParameterSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
+    bool WalkParameter(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
+    bool WalkParameterSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
 
     // Scalar values, each element of each vector counted, vectors themselves not.
-    unsigned long Size();
-    bool NonEmpty();  // whether Size is above 0; stops at the first value
+    unsigned long Size() const;
+    bool NonEmpty() const;  // whether Size is above 0; stops at the first value
     void Clear();
 
  private:
+    class WALK;
+
+    static clENTRY const* Element(clENTRY const* entry, int index);
+    static bool Count(clENTRY const* entry, uint64_t& count);
+    static bool Read(clENTRY const* entry, double& value);
+    static bool Read(clENTRY const* entry, int& value);
+    static bool Read(clENTRY const* entry, unsigned int& value);
+    static bool Read(clENTRY const* entry, long long& value);
+    static bool Read(clENTRY const* entry, unsigned long long& value);
+    static bool Read(clENTRY const* entry, char const*& value);
+    static bool Read(clENTRY const* entry, BIN_STRING& value);
+    static bool Read(clENTRY const* entry, void*& value);
+    static bool Read(clENTRY const* entry, PARAM_TYPE& type);
+    template <typename T>
+    static bool ReadInto(clENTRY const* entry, void* buffer);
+    bool Apply(std::string_view key, PARAM_TYPE type, clENTRY value, int index);
+
     PARAMETER_MAP<clENTRY> m_map;
     uint64_t m_changes = 0;  // counts modifications, so that a walk notices them
 };

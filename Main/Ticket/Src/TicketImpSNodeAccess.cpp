@@ -1,1 +1,284 @@
-// Being written.
+// Converting access to a ticket's parameters: the typed getters, and the get and set operations that carry a type
+// number and an untyped pointer, one at a time or in batches.
+//
+// Values cross the untyped pointers by memcpy, so that a host's buffer may have any alignment and any 64-bit type.
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <utility>
+
+#include "ConfigurationControl/MathLib.h"
+#include "TicketImpSNode.h"
+
+namespace {
+
+using ENTRY = clTICKETNODE::clENTRY;
+
+bool ToNumber(ENTRY const* entry, double& number) {
+    if (!entry) return false;
+    switch (entry->Tag()) {
+        case clTICKETNODE::ENTRY_NUMBER:
+            number = entry->Number();
+            return true;
+        case clTICKETNODE::ENTRY_INT64:
+            number = static_cast<double>(entry->Int64());
+            return true;
+        case clTICKETNODE::ENTRY_UINT64:
+            number = MathLib::U64ToDouble(entry->Uint64());
+            return true;
+        default:
+            return false;
+    }
+}
+
+// `round` has no say about NaN: each type has a value of its own for it.
+template <typename T>
+bool ReadRounded(ENTRY const* entry, T& value, T notANumber, T (*round)(double)) {
+    double number = 0;
+    bool const found = ToNumber(entry, number);
+    value = std::isnan(number) ? notANumber : round(number);
+    return found;
+}
+
+// 64-bit integers hand out their bits whatever their sign.
+template <typename T>
+bool ReadWide(ENTRY const* entry, T& value, T notANumber, T (*round)(double)) {
+    if (entry && entry->Tag() == clTICKETNODE::ENTRY_INT64) {
+        value = static_cast<T>(entry->Int64());
+        return true;
+    }
+    if (entry && entry->Tag() == clTICKETNODE::ENTRY_UINT64) {
+        value = static_cast<T>(entry->Uint64());
+        return true;
+    }
+    return ReadRounded(entry, value, notANumber, round);
+}
+
+template <typename T>
+ENTRY ToEntry(T const& value) {
+    return ENTRY(value);
+}
+
+ENTRY ToEntry(double value) {
+    return ENTRY(std::isnan(value) ? MathLib::NOT_A_DOUBLE_NUMBER : value);
+}
+
+template <typename T>
+bool LoadAs(void const* source, ENTRY& entry) {
+    if (!source) return false;
+    T value;
+    std::memcpy(&value, source, sizeof value);
+    entry = ToEntry(value);
+    return true;
+}
+
+// Reads the value of a set. False: refused, whatever the index. A deletion has nothing to read.
+bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
+    switch (type) {
+        case PARAM_NONE:
+            return !source;
+        case PARAM_POINTER:
+            entry = ENTRY(const_cast<void*>(source));
+            return true;
+        case PARAM_INT:
+            return LoadAs<int>(source, entry);
+        case PARAM_DOUBLE:
+            return LoadAs<double>(source, entry);
+        case PARAM_STRING:
+            entry = ENTRY(std::string(source ? static_cast<char const*>(source) : ""));
+            return true;
+        case PARAM_BINSTR:
+            return LoadAs<BIN_STRING>(source, entry);
+        case PARAM_INT64:
+            return LoadAs<long long>(source, entry);
+        case PARAM_UNSIGNED:
+            return LoadAs<unsigned int>(source, entry);
+        case PARAM_UINT64:
+            return LoadAs<unsigned long long>(source, entry);
+        default:
+            return false;
+    }
+}
+
+// Fails where memory is short or a byte string's length absurd.
+template <typename ACTION>
+bool Attempt(ACTION action) {
+    try {
+        return action();
+    } catch (std::exception const&) {
+        return false;
+    }
+}
+
+template <typename RECORD>
+bool IsRecord(RECORD const& record) {
+    return record.key && *record.key;
+}
+
+// One record of a batch, read but not applied.
+struct CHANGE {
+    std::size_t keyBegin;  // in the batch's own copy of the keys
+    std::size_t keyLength;
+    ENTRY value;
+    bool readable;
+};
+
+// The keys are copied as well as the values: one record may delete the text that names the next. All results become
+// false.
+std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys) {
+    std::size_t count = 0;
+    while (IsRecord(records[count])) records[count++].result = false;
+    std::vector<CHANGE> changes;
+    changes.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        SETMULTIPAR const& record = records[i];
+        CHANGE change{keys.size(), 0, ENTRY(), false};
+        if (i > 0 && record.key == records[i - 1].key) {  // the elements of one vector share their key
+            change.keyBegin = changes[i - 1].keyBegin;
+        } else {
+            keys += record.key;
+        }
+        change.keyLength = keys.size() - change.keyBegin;
+        change.readable = Attempt([&] { return Load(record.type, record.value, change.value); });
+        changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
+}  // namespace
+
+bool clTICKETNODE::Read(clENTRY const* entry, double& value) {
+    value = 0;
+    return ToNumber(entry, value);
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, int& value) {
+    return ReadRounded(entry, value, INT_MIN, MathLib::RoundToInt);
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, unsigned int& value) {
+    return ReadRounded(entry, value, UINT_MAX, MathLib::RoundToUnsigned);
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, long long& value) {
+    return ReadWide(entry, value, LLONG_MAX, MathLib::RoundToI64);
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, unsigned long long& value) {
+    return ReadWide(entry, value, ULLONG_MAX, MathLib::RoundToU64);
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, char const*& value) {
+    bool const found = entry && entry->Tag() == ENTRY_STRING;
+    value = found ? entry->Text().c_str() : nullptr;
+    return found;
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, BIN_STRING& value) {
+    bool const found = entry && (entry->Tag() == ENTRY_STRING || entry->Tag() == ENTRY_BINARY);
+    value = found ? BIN_STRING{entry->Text().data(), entry->Text().size()} : BIN_STRING{nullptr, 0};
+    return found;
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, void*& value) {
+    bool const found = entry && entry->Tag() == ENTRY_POINTER;
+    value = found ? entry->Pointer() : nullptr;
+    return found;
+}
+
+bool clTICKETNODE::Read(clENTRY const* entry, PARAM_TYPE& type) {
+    type = PARAM_NONE;
+    return entry && entry->TypeOf(type);
+}
+
+bool clTICKETNODE::Count(clENTRY const* entry, uint64_t& count) {
+    count = !entry ? 0 : entry->Tag() == ENTRY_VECTOR ? entry->Elements().size() : 1;
+    return entry != nullptr;
+}
+
+bool clTICKETNODE::GetV(std::string_view key, unsigned long& count) const {
+    return Count(GetEntry(key), count);
+}
+
+template <typename T>
+bool clTICKETNODE::ReadInto(clENTRY const* entry, void* buffer) {
+    T value;
+    bool const found = Read(entry, value);
+    std::memcpy(buffer, &value, sizeof value);
+    return found;
+}
+
+bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, int index) const {
+    clENTRY const* entry = key ? m_map.Find(key) : nullptr;
+    if (index != SCALAR_INDEX) entry = Element(entry, index);
+    if (!value) return entry != nullptr;
+    switch (type) {
+        case PARAM_NONE:
+            return ReadInto<PARAM_TYPE>(entry, value);
+        case PARAM_POINTER:
+            return index == SCALAR_INDEX && ReadInto<void*>(entry, value);
+        case PARAM_INT:
+            return ReadInto<int>(entry, value);
+        case PARAM_DOUBLE:
+            return ReadInto<double>(entry, value);
+        case PARAM_STRING:
+            return ReadInto<char const*>(entry, value);
+        case PARAM_BINSTR:
+            return ReadInto<BIN_STRING>(entry, value);
+        case PARAM_VECTOR: {
+            if (index != SCALAR_INDEX) return false;
+            uint64_t count = 0;
+            bool const found = Count(entry, count);
+            std::memcpy(value, &count, sizeof count);
+            return found;
+        }
+        case PARAM_INT64:
+            return ReadInto<long long>(entry, value);
+        case PARAM_UNSIGNED:
+            return ReadInto<unsigned int>(entry, value);
+        case PARAM_UINT64:
+            return ReadInto<unsigned long long>(entry, value);
+        default:
+            return false;
+    }
+}
+
+// A deletion with any negative index but SCALAR_INDEX finds no element and so fails without converting anything.
+bool clTICKETNODE::Apply(std::string_view key, PARAM_TYPE type, clENTRY value, int index) {
+    if (type == PARAM_NONE) return index == SCALAR_INDEX ? Del(key) : Del(key, index);
+    if (index == SCALAR_INDEX) return SetEntry(key, std::move(value));
+    if (index == APPEND_INDEX) return AddEntry(key, std::move(value));
+    return SetEntry(key, index, std::move(value));
+}
+
+bool clTICKETNODE::SetParameter(char const* key, PARAM_TYPE type, void const* value, int index) {
+    if (!key) return false;
+    return Attempt([&] {
+        clENTRY entry;
+        return Load(type, value, entry) && Apply(key, type, std::move(entry), index);
+    });
+}
+
+bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records) const {
+    if (!records) return false;
+    for (; IsRecord(*records); ++records) {
+        records->result = GetParameter(records->key, records->type, records->value, records->index);
+    }
+    return true;
+}
+
+bool clTICKETNODE::SetMultiParameter(SETMULTIPAR* records) {
+    if (!records) return false;
+    return Attempt([&] {
+        std::string keys;
+        for (CHANGE& change : ReadBatch(records, keys)) {
+            std::string_view const key(keys.data() + change.keyBegin, change.keyLength);
+            records->result = change.readable && Attempt([&, record = records] {
+                                  return Apply(key, record->type, std::move(change.value), record->index);
+                              });
+            ++records;
+        }
+        return true;
+    });
+}

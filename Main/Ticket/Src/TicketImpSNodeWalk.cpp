@@ -1,1 +1,168 @@
-// Being written.
+// The walks over a ticket's parameters, and what is built on them: counting and the test for emptiness.
+//
+// A callback may change the node that is walked. The walk keeps its own copy of the current key and finds its place
+// again whenever the node's count of changes has moved; it never looks at an entry after the callback that got it.
+#include <climits>
+#include <cmath>
+#include <cstddef>
+
+#include "ConfigurationControl/MathLib.h"
+#include "TicketImpSNode.h"
+
+namespace {
+
+using ENTRY = clTICKETNODE::clENTRY;
+
+// The part of an integral double that an int can hold; INT_MIN stands for all others, as files have always had it.
+int ToWalkedInt(double integral) {
+    return INT_MIN <= integral && integral <= INT_MAX ? static_cast<int>(integral) : INT_MIN;
+}
+
+bool IsValue(PARAM_TYPE type) {
+    return type != PARAM_NONE && type != PARAM_VECTOR;
+}
+
+bool CountUp(void* context, char const*, PARAM_TYPE type, void const*, int) {
+    if (IsValue(type)) ++*static_cast<unsigned long*>(context);
+    return true;
+}
+
+bool FindAny(void* context, char const*, PARAM_TYPE type, void const*, int) {
+    if (!IsValue(type)) return true;
+    *static_cast<bool*>(context) = true;
+    return false;
+}
+
+}  // namespace
+
+class clTICKETNODE::WALK {
+ public:
+    WALK(clTICKETNODE const& node, STICKET_WALK_CALLBACK callback, void* context)
+        : m_node(node), m_callback(callback), m_context(context) {}
+
+    bool operator()(int level) {
+        PARAMETER_MAP<clENTRY> const& map = m_node.m_map;
+        for (auto position = map.First(); position;) {
+            uint64_t const changes = m_node.m_changes;
+            m_key = position.Key();
+            bool const goOn = level < 1 ? Report(PARAM_NONE, nullptr, SCALAR_INDEX)
+                                        : Entry(position.Value(), nullptr, SCALAR_INDEX, level);
+            if (!goOn) return false;
+            position = changes == m_node.m_changes ? map.Next(position) : map.After(m_key);
+        }
+        return true;
+    }
+
+ private:
+    // The way from the current key to an element: one place for each vector, the innermost first.
+    struct PLACE {
+        PLACE const* outer;
+        std::size_t position;
+    };
+
+    bool Report(PARAM_TYPE type, void const* value, int index) const {
+        return m_callback(m_context, m_key.c_str(), type, value, index);
+    }
+
+    bool Entry(clENTRY const& entry, PLACE const* place, int index, int level) const {
+        if (level <= 1) {
+            PARAM_TYPE type = PARAM_NONE;
+            entry.TypeOf(type);
+            return Report(type, nullptr, index);
+        }
+        switch (entry.Tag()) {
+            case ENTRY_NUMBER:
+                return Number(entry.Number(), index);
+            case ENTRY_STRING:
+                return Report(PARAM_STRING, entry.Text().c_str(), index);
+            case ENTRY_BINARY: {
+                BIN_STRING const bytes{entry.Text().data(), entry.Text().size()};
+                return Report(PARAM_BINSTR, &bytes, index);
+            }
+            case ENTRY_POINTER:
+                return Report(PARAM_POINTER, entry.Pointer(), index);
+            case ENTRY_VECTOR: {
+                if (level >= 4) return Elements(entry, place, level - 8);
+                uint64_t const count = entry.Elements().size();
+                return Report(PARAM_VECTOR, &count, index);
+            }
+            case ENTRY_INT64:
+                return Report(PARAM_INT64, &entry.Int64(), index);
+            case ENTRY_UINT64:
+                return Report(PARAM_UINT64, &entry.Uint64(), index);
+            case ENTRY_EMPTY:
+                break;
+        }
+        return true;
+    }
+
+    bool Number(double const& stored, int index) const {
+        if (std::isnan(stored)) return Report(PARAM_DOUBLE, &MathLib::NOT_A_DOUBLE_NUMBER, index);
+        if (std::isinf(stored) || std::trunc(stored) != stored) return Report(PARAM_DOUBLE, &stored, index);
+        int const integer = ToWalkedInt(stored);
+        return Report(PARAM_INT, &integer, index);
+    }
+
+    bool Elements(clENTRY const& entry, PLACE const* outer, int level) const {
+        clENTRY const* vector = &entry;
+        std::size_t const count = entry.Elements().size();  // a callback that appends here must not walk for ever
+        uint64_t changes = m_node.m_changes;
+        for (PLACE place{outer, 0}; place.position < count; ++place.position) {
+            if (changes != m_node.m_changes) {
+                vector = Find(outer);
+                changes = m_node.m_changes;
+            }
+            if (!vector || vector->Tag() != ENTRY_VECTOR || place.position >= vector->Elements().size()) break;
+            int const index = static_cast<int>(place.position);
+            if (!Entry(vector->Elements()[place.position], &place, index, level)) return false;
+        }
+        return true;
+    }
+
+    // What is at the place now: the current key's entry for null, otherwise an element. Null if it is gone.
+    clENTRY const* Find(PLACE const* place) const {
+        if (!place) return m_node.m_map.Find(m_key);
+        clENTRY const* const vector = Find(place->outer);
+        if (!vector || vector->Tag() != ENTRY_VECTOR || place->position >= vector->Elements().size()) return nullptr;
+        return &vector->Elements()[place->position];
+    }
+
+    clTICKETNODE const& m_node;
+    STICKET_WALK_CALLBACK const m_callback;
+    void* const m_context;
+    std::string m_key;
+};
+
+bool clTICKETNODE::Walk(STICKET_WALK_CALLBACK callback, void* context, char const*, int level) const {
+    return WALK(*this, callback, context)(level);
+}
+
+bool clTICKETNODE::WalkSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const {
+    clTICKETNODE const copy(*this);
+    return copy.Walk(callback, context, prefix, level);
+}
+
+bool clTICKETNODE::WalkParameter(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const {
+    if (!callback) return false;
+    Walk(callback, context, prefix, level);  // that a callback ended it is no failure
+    return true;
+}
+
+bool clTICKETNODE::WalkParameterSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix,
+                                       int level) const {
+    if (!callback) return false;
+    WalkSorted(callback, context, prefix, level);
+    return true;
+}
+
+unsigned long clTICKETNODE::Size() const {
+    unsigned long count = 0;
+    Walk(CountUp, &count, "", WALK_EVERYTHING);
+    return count;
+}
+
+bool clTICKETNODE::NonEmpty() const {
+    bool found = false;
+    Walk(FindAny, &found, "", WALK_EVERYTHING);
+    return found;
+}
