@@ -83,6 +83,10 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     static bool CollectAction(void* list, char const* key, PARAM_TYPE type, void const* value, int index);
 
  private:
+    void const* Stored(PARAM_TYPE type, void const* value);
+    bool Append(char const* key, PARAM_TYPE type, void const* value, int index);
+    void MergeSelected(STICKET_ACCESS const* ticket, PARTIAL_MODE const& mode);
+
     STRINGCACHE m_keys;
     VALCACHE<int> m_ints;
     VALCACHE<unsigned int> m_unsigneds;
@@ -94,8 +98,8 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     bool m_sorted = false;
     bool m_copyAll;
     std::vector<SETMULTIPAR> m_records;
-    std::vector<SETMULTIPAR> m_table; /**< the last array handed out; empty: none */
-    std::function<bool(char const*)> m_filter;
+    std::vector<SETMULTIPAR> m_table;          /**< the last array handed out; empty: none */
+    std::function<bool(char const*)> m_filter; /**< of the last MergeIf; what it captured lives on with it */
 };
 
 #endif

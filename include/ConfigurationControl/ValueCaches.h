@@ -6,13 +6,31 @@
 #ifndef CONFIGURATIONCONTROL_VALUECACHES_H
 #define CONFIGURATIONCONTROL_VALUECACHES_H
 
+#include <cstring>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
 
 #include "ConfigurationControl/TicketRecords.h"
 
-/** One copy of each distinct number. NaN cannot be ordered and must not be added. */
+/** The order of a VALCACHE. */
+template <typename T>
+struct VALCACHE_LESS : std::less<T> {};
+/** Doubles by their bits: a total order, NaN included, that keeps -0.0 and 0.0 apart. */
+template <>
+struct VALCACHE_LESS<double> {
+    bool operator()(double a, double b) const { return Bits(a) < Bits(b); }
+
+ private:
+    static uint64_t Bits(double value) {
+        uint64_t bits;
+        std::memcpy(&bits, &value, sizeof bits);
+        return bits;
+    }
+};
+
+/** One copy of each distinct number. */
 template <typename T>
 class VALCACHE {
  public:
@@ -21,7 +39,7 @@ class VALCACHE {
     void clear() { m_values.clear(); }
 
  private:
-    std::set<T> m_values;
+    std::set<T, VALCACHE_LESS<T>> m_values;
 };
 
 /** One copy of each distinct text. */

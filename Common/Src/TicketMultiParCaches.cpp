@@ -1,0 +1,47 @@
+// The caches that give a batch list and a file ticket one stable copy of each distinct value.
+// Each addition searches once and allocates only for a value that is new.
+#include "ConfigurationControl/ValueCaches.h"
+
+int STRINGCACHE::operator()(char const*& text) {
+    if (!text) return 0;
+    std::string_view const wanted(text);
+    auto place = m_strings.lower_bound(wanted);
+    if (place == m_strings.end() || *place != wanted) place = m_strings.emplace_hint(place, wanted);
+    text = place->c_str();
+    return 1;
+}
+
+bool STRINGCACHE::find(char const* text) const {
+    return text && m_strings.find(std::string_view(text)) != m_strings.end();
+}
+
+namespace {
+
+std::string_view View(BIN_STRING const& bytes) {
+    if (!bytes.data) return {};
+    return {static_cast<char const*>(bytes.data), bytes.length};
+}
+
+}  // namespace
+
+BIN_STRING_BUFFER::BIN_STRING_BUFFER(BIN_STRING const& bytes)
+    : m_bytes(View(bytes)), m_view{m_bytes.data(), m_bytes.size()} {}
+
+BIN_STRING const* BIN_STRING_CACHE::Add(BIN_STRING const& bytes) {
+    std::string_view const wanted = View(bytes);
+    auto place = m_buffers.lower_bound(wanted);
+    if (place == m_buffers.end() || View(place->Get()) != wanted) place = m_buffers.emplace_hint(place, bytes);
+    return &place->Get();
+}
+
+bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, BIN_STRING_BUFFER const& b) const {
+    return View(a.Get()) < View(b.Get());
+}
+
+bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, std::string_view b) const {
+    return View(a.Get()) < b;
+}
+
+bool BIN_STRING_CACHE::LESS::operator()(std::string_view a, BIN_STRING_BUFFER const& b) const {
+    return a < View(b.Get());
+}
