@@ -1,1 +1,278 @@
-// Being written.
+// The file ticket: when its tree is loaded, dropped and saved, and the table entries that see to it. How the file reads
+// is known to the reader and the writer, how it is replaced to the save module.
+#include "TicketImpSFile.h"
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "ConfigurationControl/StringConversion.h"
+#include "TicketImpSFileReader.h"
+#include "TicketImpSFileSave.h"
+#include "TicketImpSFileWriter.h"
+
+STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOAMI const& whoAmI) {
+    return (new STICKET_FILE(fileName, whoAmI))->GetInterface();
+}
+
+// The name ends where the system's calls would see it end; otherwise ".tmp" could vanish behind a NUL.
+STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI)
+    : STICKET(whoAmI),
+      m_access(ENTRY::Table(*this)),
+      m_fileName(fileName.c_str()),
+      m_lastAccess(std::time(nullptr)),
+      m_dirtySince(m_lastAccess) {}
+
+STICKET_FILE::~STICKET_FILE() {
+    if (!m_dirty) return;
+    std::optional<SysLib::MUTEX_LOCK> lock;
+    if (m_whoAmI.pMutex) lock.emplace(*m_whoAmI.pMutex);
+    Save();
+}
+
+// Table entries
+
+int STICKET_FILE::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index) {
+    return ENTRY::Run<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            clTICKETNODE const dropped = self.MakeReady(self.KeyNotPartial(key));
+            self.m_lastAccess = self.Now();
+            return self.Read(key, type, value, index);
+        },
+        [](int a, int b) { Log(0, "STICKET_FILE::GetParameter(%d, %d) catch(...)", a, b); });
+}
+
+int STICKET_FILE::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
+    return ENTRY::Run<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            clTICKETNODE const dropped = self.MakeReady(self.AnyNotPartial(records));
+            self.m_lastAccess = self.Now();
+            return self.ReadBatch(records);
+        },
+        [](int a, int b) { Log(0, "STICKET_FILE::GetMultiParameter(%d, %d) catch(...)", a, b); });
+}
+
+int STICKET_FILE::WalkParameter(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix,
+                                int level) {
+    return ENTRY::Run<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            self.MakeReady(true);
+            self.m_lastAccess = self.Now();
+            return self.Walk(callback, context, prefix, level);
+        },
+        [](int a, int b) { Log(0, "STICKET_FILE::WalkParameter(%d, %d) catch(...)", a, b); });
+}
+
+int STICKET_FILE::SetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index) {
+    return ENTRY::Change<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            clTICKETNODE const dropped = self.MakeReady(self.KeyNotPartial(key));
+            self.MarkDirty();
+            return self.m_content->parameters.SetParameter(key, type, value, index);
+        },
+        [&](STICKET_FILE& self) { self.NotifySetParameter(key, type, value, index); },
+        [](int a, int b) { Log(0, "STICKET_FILE::SetParameter(%d, %d) catch(...)", a, b); });
+}
+
+int STICKET_FILE::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
+    return ENTRY::Change<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            clTICKETNODE const dropped = self.MakeReady(true);
+            self.MarkDirty();
+            return self.m_content->parameters.SetMultiParameter(records);
+        },
+        [&](STICKET_FILE& self) { self.NotifySetMultiParameter(records); },
+        [](int a, int b) { Log(0, "STICKET_FILE::SetMultiParameter(%d, %d) catch(...)", a, b); });
+}
+
+int STICKET_FILE::Operation(STICKET* ticket, STICKET_OP code, void* data) {
+    return ENTRY::Change<STICKET_FILE>(
+        ticket, [&](STICKET_FILE& self) { return self.Operation(code, data); },
+        [&](STICKET_FILE& self) { self.NotifyOperation(code, data); },
+        [&](int a, int b) { Log(0, "STICKET_FILE::Operation(%d, %d, %d) catch(...)", a, b, static_cast<int>(code)); });
+}
+
+int STICKET_FILE::Lock(STICKET* ticket, int number, int* owner, bool lock) {
+    return ENTRY::Run<STICKET_FILE>(
+        ticket, [&](STICKET_FILE& self) { return self.m_locks(number, owner, lock); },
+        [&](int a, int b) { Log(0, "STICKET_FILE::Lock(%d, %d, %d) catch(...)", a, b, number); });
+}
+
+// Reading
+
+bool STICKET_FILE::Read(char const* key, PARAM_TYPE type, void* value, int index) {
+    if (!m_content->parameters.GetParameter(key, type, value, index)) return false;
+    if (type != PARAM_STRING || !value) return true;
+    // The client keeps the pointer for longer than the tree keeps the text.
+    char const*& handedOut = *static_cast<char const**>(value);
+    char const* text = std::exchange(handedOut, nullptr);
+    m_strings(text);
+    handedOut = text;
+    return true;
+}
+
+// Record by record, so that a text is looked at before a later record writes to the same buffer.
+bool STICKET_FILE::ReadBatch(GETMULTIPAR* records) {
+    if (!records) return false;
+    for (; records->key && *records->key; ++records)
+        records->result = Read(records->key, records->type, records->value, records->index);
+    return true;
+}
+
+// A callback that drops the tree does not end the walk: what comes next is loaded again.
+bool STICKET_FILE::Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) {
+    struct STEP {
+        STICKET_FILE& self;
+        STICKET_WALK_CALLBACK callback;
+        void* context;
+
+        static bool Take(void* step, char const* key, PARAM_TYPE type, void const* value, int index) {
+            auto const& [self, callback, context] = *static_cast<STEP const*>(step);
+            if (!callback(context, key, type, value, index)) return false;
+            self.MakeReady(true);
+            return true;
+        }
+    } step{*this, callback, context};
+    return m_content->parameters.WalkParameter(callback ? &STEP::Take : nullptr, &step, prefix, level);
+}
+
+// Loading and dropping
+
+bool STICKET_FILE::KeyNotPartial(char const* key) const {
+    return !key || m_partialKeys.find(std::string_view(key)) == m_partialKeys.end();
+}
+
+bool STICKET_FILE::AnyNotPartial(GETMULTIPAR const* records) const {
+    for (; records && records->key && *records->key; ++records) {
+        if (KeyNotPartial(records->key)) return true;
+    }
+    return false;
+}
+
+clTICKETNODE STICKET_FILE::MakeReady(bool everything) {
+    clTICKETNODE dropped = m_partial && everything ? ReleaseTo(false) : clTICKETNODE();
+    if (!m_loaded) Load();
+    return dropped;
+}
+
+void STICKET_FILE::Load() {
+    using TICKETFILE::CONTENT;
+    CONTENT file = TICKETFILE::Read(m_fileName);
+    m_misread = file.state == CONTENT::UNREADABLE;
+    try {
+        if (file.state == CONTENT::READ && !ReadTicket(file.bytes, &LocalSetParameter, this)) {
+            m_content->parameters.Clear();
+            m_misread = true;
+        }
+    } catch (...) {
+        m_content->parameters.Clear();
+        throw;
+    }
+    m_loaded = true;
+    m_lastAccess = Now();
+}
+
+int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
+    auto const ticket = static_cast<STICKET_FILE*>(context);
+    int const stored = ENTRY::Run<STICKET_FILE>(
+        ticket,
+        [&](STICKET_FILE& self) {
+            if (self.m_partial && self.KeyNotPartial(key)) return true;
+            clTICKETNODE& parameters = self.m_content->parameters;
+            auto const text = static_cast<char const*>(value);
+            if (type != PARAM_STRING || !*text || !self.m_whoAmI.pContext)
+                return parameters.SetParameter(key, type, value, index);
+            auto& conversion = *static_cast<STICKET_STRING_CONVERSION*>(self.m_whoAmI.pContext);
+            return parameters.SetParameter(key, type, conversion.FromFile(text, 0).c_str(), index);
+        },
+        [](int a, int b) { Log(0, "STICKET_FILE::LocalSetParameter(%d, %d) catch(...)", a, b); });
+    if (!stored) ticket->m_misread = true;
+    return stored;
+}
+
+clTICKETNODE STICKET_FILE::ReleaseTo(bool partial) {
+    if (m_dirty) Save();
+    clTICKETNODE dropped = m_content->parameters.Take();
+    m_loaded = false;
+    m_partial = partial;
+    return dropped;
+}
+
+void STICKET_FILE::ChangePartialKeys(char const* const* keys) {
+    if (!keys) {
+        m_partialKeys.clear();
+    } else if (*keys && !**keys) {
+        while (*++keys) m_partialKeys.erase(*keys);
+    } else {
+        for (; *keys; ++keys) m_partialKeys.insert(*keys);
+    }
+}
+
+// Changing and saving
+
+void STICKET_FILE::MarkDirty() {
+    m_lastAccess = Now();
+    if (m_dirty) return;
+    m_dirty = true;
+    m_dirtySince = m_lastAccess;
+}
+
+std::string STICKET_FILE::FileText() const {
+    TICKET_DOCUMENT document(static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext), &Log);
+    m_content->parameters.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+    return document.Serialise();
+}
+
+void STICKET_FILE::Save() {
+    using TICKETFILE::OLD;
+    OLD const old = m_misread ? OLD::KEEP : OLD::DISCARD;
+    if (m_content->parameters.NonEmpty()) {
+        if (TICKETFILE::Replace(m_fileName, FileText(), old)) m_misread = false;
+    } else {
+        if (TICKETFILE::Delete(m_fileName, old)) m_misread = false;
+        Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());
+    }
+    m_dirty = false;
+}
+
+// Operation codes
+
+// Whether more than so many seconds have passed; no number means any time at all.
+bool STICKET_FILE::IsOver(std::time_t since, void const* seconds) const {
+    return !seconds || std::difftime(Now(), since) > *static_cast<int const*>(seconds);
+}
+
+bool STICKET_FILE::Operation(STICKET_OP code, void* data) {
+    switch (code) {
+        case STICKET_OP_SAVE:
+            if (m_dirty && IsOver(m_dirtySince, data)) Save();
+            return true;
+        case STICKET_OP_RELEASE:
+            if (!data || (m_loaded && IsOver(m_lastAccess, data))) ReleaseTo(!m_partialKeys.empty());
+            return true;
+        case STICKET_OP_CLEAR:
+            m_partial = false;
+            m_loaded = true;
+            MarkDirty();
+            m_content->parameters.Clear();
+            return true;
+        case STICKET_OP_PARTIAL_KEYS:
+            ChangePartialKeys(static_cast<char const* const*>(data));
+            ReleaseTo(!m_partialKeys.empty());
+            return true;
+        case STICKET_OP_COUNT:
+            MakeReady(true);
+            m_lastAccess = Now();
+            return CommonOperation(code, data);
+        case STICKET_OP_FLUSH_NOTIFICATION:
+            MakeReady(true);
+            return CommonOperation(code, data);
+        default:
+            return CommonOperation(code, data);
+    }
+}

@@ -265,3 +265,10 @@ void clTICKETNODE::Clear() {
     m_map.Clear();
     ++m_changes;
 }
+
+clTICKETNODE clTICKETNODE::Take() {
+    clTICKETNODE taken;
+    std::swap(taken.m_map, m_map);
+    ++m_changes;
+    return taken;
+}

@@ -83,6 +83,7 @@ class clTICKETNODE {
 
     clTICKETNODE() = default;
     clTICKETNODE(clTICKETNODE const&) = default;
+    clTICKETNODE(clTICKETNODE&&) = default;
     clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // would have to tell the walks under way
 
     // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
@@ -137,6 +138,8 @@ class clTICKETNODE {
     unsigned long Size() const;
     bool NonEmpty() const;  // whether Size is above 0; stops at the first value
     void Clear();
+    // As Clear, but hands the parameters out; what points at their values stays valid until the result is destroyed.
+    clTICKETNODE Take();
 
  private:
     class WALK;

@@ -1,0 +1,41 @@
+// How a ticket's file is read whole, replaced and deleted.
+//
+// What replacing guarantees: whoever opens the file, at any moment, after a crash, beside other processes that save the
+// same file, finds the content of one complete save, old or new. The bytes go to the file name with ".tmp" appended and
+// are renamed over the file when they are on the disk. Whatever fails on the way, the old file stays as it was.
+//
+// A symbolic link as the file name is followed when reading and replaced itself when saving. Nothing here throws but
+// std::bad_alloc, and a thread that is being cancelled finishes what it does here.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace TICKETFILE {
+
+struct CONTENT {
+    enum STATE {
+        MISSING,     // there is no such file
+        UNREADABLE,  // there is one, but its bytes cannot be had: no permission, not a regular file, a failing disk
+        READ
+    };
+    STATE state = MISSING;
+    std::string bytes;
+};
+
+// Does not wait for whoever should write to a pipe of that name.
+CONTENT Read(std::string const& fileName);
+
+// What becomes of the old file. KEEP is for one whose content never reached the ticket: it is renamed to the file name
+// with ".bad" appended, where it replaces an earlier one. If that fails it is neither replaced nor deleted.
+enum class OLD { DISCARD, KEEP };
+
+// Replaces the file, which keeps its permission bits; a new file is the owner's alone (0600), since it may hold a
+// password. Processes and threads that save the same file wait for each other, for two seconds at most. Returns false
+// if it gave up before it touched the old file.
+bool Replace(std::string const& fileName, std::string_view bytes, OLD old);
+
+// Deletes the file; a directory of that name stays. Returns false if it could not.
+bool Delete(std::string const& fileName, OLD old);
+
+}  // namespace TICKETFILE
