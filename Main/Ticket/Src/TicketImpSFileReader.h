@@ -30,10 +30,10 @@ class xml_outline : public pug::xml_tree_walker {
     SET m_set;
     void* m_context;
     std::size_t m_left;
-    std::string m_key;                   // of the current element; its first part is the path of its parent
-    std::vector<std::size_t> m_parents;  // by depth: how much of m_key is the path of the parent, "/" included
-    std::string m_space;                 // scratch
-    std::string m_value;                 // scratch
+    std::string m_key;                      // of the current element; its first part is the path of its parent
+    std::vector<std::size_t> m_parents{0};  // by depth: how much of m_key is the path of the parent, "/" included
+    std::string m_space;                    // scratch
+    std::string m_value;                    // scratch
 };
 
 // Parses the text of a ticket file and walks it with an xml_outline. `text` is used as working space: its content is

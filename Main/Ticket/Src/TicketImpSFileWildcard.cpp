@@ -1,1 +1,110 @@
-// Being written.
+// Matching of names against wildcards, one piece of the pattern after the other. Only the last "*" is ever taken back,
+// which is enough and keeps the time at most quadratic.
+#include "TicketImpSFileWildcard.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+namespace {
+
+using BYTES = std::bitset<256>;
+
+std::size_t Position(char byte) {
+    return static_cast<unsigned char>(byte);
+}
+
+// Reads the set that opens at the front of `pattern`, takes it off, and tells whether it was closed.
+bool TakeSet(std::string_view& pattern, BYTES& bytes) {
+    pattern.remove_prefix(1);
+    bool const negated = !pattern.empty() && pattern.front() == '!';
+    if (negated) pattern.remove_prefix(1);
+    std::size_t const close = pattern.find(']', 1);
+    if (close == std::string_view::npos) return false;
+
+    std::string_view const members = pattern.substr(0, close);
+    for (std::size_t at = 0; at < members.size(); ++at) {
+        bool const isRange = at + 2 < members.size() && members[at + 1] == '-';
+        std::size_t const last = Position(members[isRange ? at + 2 : at]);
+        for (std::size_t byte = Position(members[at]); byte <= last; ++byte) bytes.set(byte);
+        if (isRange) at += 2;
+    }
+    if (negated) bytes.flip();
+    pattern.remove_prefix(close + 1);
+    return true;
+}
+
+// Replaces each name by its continuations with one byte of the set.
+void AppendByteOf(BYTES const& bytes, std::vector<std::string>& names) {
+    std::vector<char> members;
+    for (std::size_t byte = 0; byte < bytes.size(); ++byte)
+        if (bytes[byte]) members.push_back(static_cast<char>(byte));
+    if (members.size() == 1) {
+        for (std::string& name : names) name += members.front();
+        return;
+    }
+    std::vector<std::string> longer;
+    longer.reserve(names.size() * members.size());
+    for (std::string const& name : names)
+        for (char const member : members) longer.push_back(name + member);
+    names = std::move(longer);
+}
+
+}  // namespace
+
+WILDCARD::WILDCARD(std::string_view pattern) {
+    while (!pattern.empty()) {
+        PIECE piece{};
+        if (pattern.front() == '[') {
+            if (!TakeSet(pattern, piece.bytes)) {
+                m_matchable = false;
+                return;
+            }
+        } else {
+            piece.anyRun = pattern.front() == '*';
+            if (pattern.front() == '?')
+                piece.bytes.set();
+            else
+                piece.bytes.set(Position(pattern.front()));
+            pattern.remove_prefix(1);
+        }
+        m_pieces.push_back(piece);
+    }
+}
+
+bool WILDCARD::Matches(std::string_view name) const {
+    if (!m_matchable) return false;
+    constexpr std::size_t NONE = std::string_view::npos;
+    std::size_t piece = 0;
+    std::size_t at = 0;
+    std::size_t runPiece = NONE;  // the last "*", and where what it stands for ends
+    std::size_t runEnd = 0;
+    while (at < name.size()) {
+        if (piece < m_pieces.size() && m_pieces[piece].anyRun) {
+            runPiece = piece++;
+            runEnd = at;
+        } else if (piece < m_pieces.size() && m_pieces[piece].bytes[Position(name[at])]) {
+            ++piece;
+            ++at;
+        } else if (runPiece != NONE) {
+            piece = runPiece + 1;
+            at = ++runEnd;
+        } else {
+            return false;
+        }
+    }
+    return std::all_of(m_pieces.begin() + static_cast<std::ptrdiff_t>(piece), m_pieces.end(),
+                       [](PIECE const& rest) { return rest.anyRun; });
+}
+
+bool WILDCARD::ListNames(std::size_t limit, std::vector<std::string>& names) const {
+    names.clear();
+    if (!m_matchable) return true;
+    names.emplace_back();
+    for (PIECE const& piece : m_pieces) {
+        if (piece.anyRun || piece.bytes.count() > limit / names.size()) return false;
+        AppendByteOf(piece.bytes, names);
+        if (names.empty()) return true;
+    }
+    return true;
+}

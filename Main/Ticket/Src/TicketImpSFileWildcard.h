@@ -3,6 +3,8 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -17,12 +19,16 @@ class WILDCARD {
     // Takes time linear in the product of both lengths at worst.
     bool Matches(std::string_view name) const;
 
+    // Lists all names that match, if these are at most `limit` (which is at least 1); otherwise returns false and
+    // leaves something in `names`. Cheap where a pattern is hardly one, as in "list[0]".
+    bool ListNames(std::size_t limit, std::vector<std::string>& names) const;
+
  private:
     struct PIECE {
         bool anyRun;             // "*"
         std::bitset<256> bytes;  // otherwise: the bytes that fit
     };
 
-    bool m_closed = true;
+    bool m_matchable = true;  // no "[" is unclosed
     std::vector<PIECE> m_pieces;
 };

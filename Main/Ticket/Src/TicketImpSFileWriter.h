@@ -44,19 +44,23 @@ class TICKET_DOCUMENT {
             std::size_t order;
             pug::xml_node node;
         };
-        pug::xml_node last;
+        pug::xml_node last;  // the last one that was looked at
         std::size_t count = 0;
         std::map<std::string_view, CHILD> firstByName;
     };
-    // One inner element on the way to the last key, found by a name without wildcards.
+    // One inner element on the way to the last key. Only such elements as the same name always leads to: no wildcards.
     struct STEP {
         std::size_t end;  // where its name ends in m_lastKey
         pug::xml_node element;
     };
 
+    void KeepSharedSteps(std::string_view key);
     pug::xml_node AddElement(pug::xml_node parent, std::string_view name, std::size_t depth);
     bool FillLeaf(pug::xml_node leaf, PARAM_TYPE type, void const* value, std::size_t depth);
+    void FormatValue(PARAM_TYPE type, void const* value);
     pug::xml_node FindChild(pug::xml_node parent, std::string_view component);
+    static pug::xml_node FindMatchingChild(pug::xml_node parent, CHILDREN const& children, std::string_view pattern);
+    CHILDREN& UpToDateChildren(pug::xml_node parent);
 
     STICKET_STRING_CONVERSION* m_conversion;
     LOG m_log;
@@ -64,8 +68,8 @@ class TICKET_DOCUMENT {
     pug::xml_node m_ticket;
     std::string m_lastKey;
     std::vector<STEP> m_steps;
-    std::unordered_map<std::size_t, CHILDREN> m_children;
-    std::string m_name;  // scratch
-    std::string m_text;  // scratch
-    std::size_t m_size;  // the serialised text is at most this long
+    std::unordered_map<pug::xml_node_struct*, CHILDREN> m_children;  // by element
+    std::string m_name;                                              // scratch
+    std::string m_text;                                              // scratch
+    std::size_t m_size;                                              // the text of the document is at most this long
 };
