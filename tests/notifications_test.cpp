@@ -199,9 +199,9 @@ TEST_F(Registrations, AFlushToThemAlwaysFailsAndLeavesThem) {
     EXPECT_EQ(m_ticket.Registered(), (NUMBERS{1, 2}));
 }
 
-// Deferred callbacks. Each appends a letter to a trace that all share.
+// Deferred callbacks. Each appends a letter to a trace that all share, and may do something else with the fixture.
 class DeferredCallbacks : public testing::Test {
- protected:
+ public:
     struct STEP {
         DeferredCallbacks* test;
         char letter;

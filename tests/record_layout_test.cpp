@@ -110,8 +110,8 @@ TEST(Numbers, OfTypesAndCodesAreFixed) {
     EXPECT_EQ(STICKET_OP_INSTANCE, 12u);
     EXPECT_EQ(SCALAR_INDEX, -1);
     EXPECT_EQ(APPEND_INDEX, -2);
-    EXPECT_GT(static_cast<PARAM_TYPE>(-1), PARAM_UINT64) << "compared without a sign";
-    EXPECT_GT(static_cast<STICKET_OP>(-1), STICKET_OP_INSTANCE);
+    EXPECT_GT(static_cast<PARAM_TYPE>(UINT32_MAX), PARAM_UINT64) << "compared without a sign";
+    EXPECT_GT(static_cast<STICKET_OP>(UINT32_MAX), STICKET_OP_INSTANCE);
 }
 
 TEST(Version, OfTheLibraryReadsTheSameAsNumberAndAsText) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
 
 // Made before any code runs, so that the constructors and destructors of other static objects may use it.
@@ -185,6 +186,18 @@ int STICKET::FlushToNotification(REGISTRATION const* registration) const {
     return 0;
 }
 
+void BATCH_COPY::Take(SETMULTIPAR const* records) {
+    for (SETMULTIPAR const* record = records; !EndsBatch(*record); ++record) m_keys.emplace_back(record->key);
+    for (std::string const& key : m_keys) m_records.push_back({key.c_str(), PARAM_NONE, nullptr, 0, false});
+    m_records.push_back({});
+}
+
+SETMULTIPAR const* BATCH_COPY::WithResultsOf(SETMULTIPAR const* records) {
+    if (m_records.empty()) return nullptr;
+    MultiParameterResultCpy(m_records.data(), records);
+    return m_records.data();
+}
+
 // Deferred callbacks
 
 bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument) {
@@ -199,7 +212,7 @@ bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK 
 }
 
 void STICKET::AfterNotification() {
-    SysLib::MUTEX_LOCK const lock(GetMutexInstance());
+    TicketMutex::GUARD const guard(GetMutexInstance());
     CONTENT& content = *m_content;
     if (content.deferred.empty()) return;
 

@@ -8,11 +8,13 @@
 
 #include <list>
 #include <map>
+#include <string>
+#include <vector>
 
 #include "ConfigurationControl/PartialMode.h"
-#include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/Ticket.h"
 #include "TicketImpSNode.h"
+#include "TicketMutex.h"
 
 // A one-shot registration: which keys it watches; an empty selection watches all.
 struct STICKET::NOTIFICATION {
@@ -30,6 +32,17 @@ struct STICKET::CONTENT {
     unsigned int passes = 0;  // runs of AfterNotification under way, one inside the other
 };
 
+// A batch's keys and results, for the notifications that follow it.
+class BATCH_COPY {
+ public:
+    void Take(SETMULTIPAR const* records);
+    SETMULTIPAR const* WithResultsOf(SETMULTIPAR const* records);
+
+ private:
+    std::vector<std::string> m_keys;
+    std::vector<SETMULTIPAR> m_records;
+};
+
 struct STICKET::ENTRY {
     // Runs `work(KIND&)` with the ticket's mutex held and returns its result as a number. No exception gets out:
     // `report(nIdA, nIdB)` logs that there was one, and the result is 0. Only the cancellation of the thread passes.
@@ -37,7 +50,7 @@ struct STICKET::ENTRY {
     static int Run(STICKET* ticket, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;
         try {
-            SysLib::MUTEX_LOCK const lock(ticket->GetMutexInstance());
+            TicketMutex::GUARD const guard(ticket->GetMutexInstance());
             return static_cast<int>(work(static_cast<KIND&>(*ticket)));
         } catch (abi::__forced_unwind&) {
             throw;
@@ -61,6 +74,38 @@ struct STICKET::ENTRY {
             },
             report);
     }
+
+    // The changes of one parameter and of a batch.
+    template <typename KIND, typename WORK, typename REPORT>
+    static int Set(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index, WORK const& work,
+                   REPORT const& report) {
+        std::string copy;
+        return Change<KIND>(
+            ticket,
+            [&](KIND& self) {
+                if (key && IsWatched(self)) key = (copy = key).c_str();
+                return work(self);
+            },
+            [&](KIND& self) { self.NotifySetParameter(key, type, value, index); }, report);
+    }
+    template <typename KIND, typename WORK, typename REPORT>
+    static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {
+        BATCH_COPY copy;
+        return Change<KIND>(
+            ticket,
+            [&](KIND& self) {
+                if (records && IsWatched(self)) copy.Take(records);
+                return work(self);
+            },
+            [&](KIND& self) {
+                if (IsWatched(self)) self.NotifySetMultiParameter(copy.WithResultsOf(records));
+            },
+            report);
+    }
+
+    // Whether anything has to be told of changes. If so their keys are copied first: they may be texts of the ticket
+    // itself, which the change frees.
+    static bool IsWatched(STICKET const& ticket) { return !ticket.m_content->registrations.empty(); }
 
     // The table of `ticket`, made of the kind's entries and the shared ones; all reserved places are null.
     template <typename KIND>

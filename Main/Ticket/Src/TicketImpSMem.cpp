@@ -29,16 +29,15 @@ int STICKET_MEM::WalkParameter(STICKET* ticket, STICKET_WALK_CALLBACK callback, 
 }
 
 int STICKET_MEM::SetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index) {
-    return ENTRY::Change<STICKET_MEM>(
-        ticket, [&](STICKET_MEM& self) { return self.m_content->parameters.SetParameter(key, type, value, index); },
-        [&](STICKET_MEM& self) { self.NotifySetParameter(key, type, value, index); },
+    return ENTRY::Set<STICKET_MEM>(
+        ticket, key, type, value, index,
+        [&](STICKET_MEM& self) { return self.m_content->parameters.SetParameter(key, type, value, index); },
         [](int a, int b) { Log(0, "STICKET_MEM::SetParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_MEM::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
-    return ENTRY::Change<STICKET_MEM>(
-        ticket, [&](STICKET_MEM& self) { return self.m_content->parameters.SetMultiParameter(records); },
-        [&](STICKET_MEM& self) { self.NotifySetMultiParameter(records); },
+    return ENTRY::SetBatch<STICKET_MEM>(
+        ticket, records, [&](STICKET_MEM& self) { return self.m_content->parameters.SetMultiParameter(records); },
         [](int a, int b) { Log(0, "STICKET_MEM::SetMultiParameter(%d, %d) catch(...)", a, b); });
 }
 
