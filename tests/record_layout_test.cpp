@@ -43,7 +43,7 @@ TEST_P(AccessTable, BeginsWithItsSizeAndVersion) {
 
 TEST_P(AccessTable, HasTenEntriesAndZeroInEveryReservedPlace) {
     std::set<uint64_t> entries;
-    for (size_t const offset : {24, 32, 40, 208, 216, 224, 232, 240, 408, 416}) {
+    for (size_t const offset : {24u, 32u, 40u, 208u, 216u, 224u, 232u, 240u, 408u, 416u}) {
         EXPECT_NE(WordAt(m_record, offset), 0u) << "at " << offset;
         entries.insert(WordAt(m_record, offset));
     }

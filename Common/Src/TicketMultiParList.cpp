@@ -1,11 +1,10 @@
 // The batch list: assignments collected one by one or from a ticket, with copies of what they point to, handed out as
 // one array; and its form for callers in plain C.
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <cstring>
 #include <exception>
 
+#include "Cancellation.h"
 #include "ConfigurationControl/MathLib.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/TicketAccess.h"
@@ -44,9 +43,8 @@ class COLLECTOR {
         auto& self = *static_cast<COLLECTOR*>(context);
         try {
             return self.m_action(self.m_context, key, type, value, index);
-        } catch (abi::__forced_unwind&) {
-            throw;
         } catch (...) {
+            PassCancellation();
             self.m_failure = std::current_exception();
             return false;
         }

@@ -108,9 +108,8 @@ void Next(MAP& map, typename MAP::iterator& place, bool& erase) {
 bool Watches(PARTIAL_MODE const& selection, char const* key) {
     try {
         return selection.empty() || selection.Selects(key);
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        PassCancellation();
         return true;
     }
 }
@@ -231,9 +230,8 @@ void STICKET::AfterNotification() {
         content.deferred.pop_front();
         try {
             if (next.callback) next.callback(next.argument);
-        } catch (abi::__forced_unwind&) {
-            throw;
         } catch (...) {  // the callback's own affair; the next one still runs
+            PassCancellation();
         }
     }
 }

@@ -4,13 +4,12 @@
 // keeps the table that ENTRY::Table makes of them.
 #pragma once
 
-#include <cxxabi.h>
-
 #include <list>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "Cancellation.h"
 #include "ConfigurationControl/PartialMode.h"
 #include "ConfigurationControl/Ticket.h"
 #include "TicketImpSNode.h"
@@ -52,9 +51,8 @@ struct STICKET::ENTRY {
         try {
             TicketMutex::GUARD const guard(ticket->GetMutexInstance());
             return static_cast<int>(work(static_cast<KIND&>(*ticket)));
-        } catch (abi::__forced_unwind&) {
-            throw;
         } catch (...) {
+            PassCancellation();
             report(ticket->m_whoAmI.nIdA, ticket->m_whoAmI.nIdB);
             return 0;
         }

@@ -37,9 +37,8 @@ class COLLECTION {
         try {
             if (key && (self.m_everything || self.m_selection.Selects(key))) self.Add(key, type, value, index);
             return true;
-        } catch (abi::__forced_unwind&) {
-            throw;
         } catch (...) {
+            PassCancellation();
             self.m_failed = true;
             return false;
         }
@@ -109,9 +108,8 @@ int STICKET::MergeTicket(STICKET* target, STICKET_ACCESS const* source, char con
     if (!target || !source) return 0;
     try {
         return Merge(*target->GetInterface(), *source, keys, clear);
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        PassCancellation();
         return 0;
     }
 }

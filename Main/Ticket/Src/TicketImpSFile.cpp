@@ -67,26 +67,24 @@ int STICKET_FILE::WalkParameter(STICKET* ticket, STICKET_WALK_CALLBACK callback,
 }
 
 int STICKET_FILE::SetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index) {
-    return ENTRY::Change<STICKET_FILE>(
-        ticket,
+    return ENTRY::Set<STICKET_FILE>(
+        ticket, key, type, value, index,
         [&](STICKET_FILE& self) {
             clTICKETNODE const dropped = self.MakeReady(self.KeyNotPartial(key));
             self.MarkDirty();
             return self.m_content->parameters.SetParameter(key, type, value, index);
         },
-        [&](STICKET_FILE& self) { self.NotifySetParameter(key, type, value, index); },
         [](int a, int b) { Log(0, "STICKET_FILE::SetParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_FILE::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
-    return ENTRY::Change<STICKET_FILE>(
-        ticket,
+    return ENTRY::SetBatch<STICKET_FILE>(
+        ticket, records,
         [&](STICKET_FILE& self) {
             clTICKETNODE const dropped = self.MakeReady(true);
             self.MarkDirty();
             return self.m_content->parameters.SetMultiParameter(records);
         },
-        [&](STICKET_FILE& self) { self.NotifySetMultiParameter(records); },
         [](int a, int b) { Log(0, "STICKET_FILE::SetMultiParameter(%d, %d) catch(...)", a, b); });
 }
 
