@@ -114,12 +114,11 @@ struct TEMPORARY {
     DESCRIPTOR lock;  // holds the lock until after the rename, when `file` has long been closed
 };
 
-// Whether `file` is what `name` still leads to, a regular file without other names.
-bool IsAlone(int file, std::string const& name) {
-    struct stat opened;
+// Whether `file` is what `name` leads to; `found` describes it.
+bool IsNamed(int file, std::string const& name, struct stat& found) {
     struct stat named;
-    return fstat(file, &opened) == 0 && lstat(name.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
-           opened.st_ino == named.st_ino && S_ISREG(opened.st_mode) && opened.st_nlink == 1;
+    return fstat(file, &found) == 0 && lstat(name.c_str(), &named) == 0 && found.st_dev == named.st_dev &&
+           found.st_ino == named.st_ino;
 }
 
 // A temporary file of a name that nobody else uses.
@@ -132,22 +131,23 @@ TEMPORARY OpenPrivate(std::string name, mode_t mode) {
 }
 
 // The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
-// is opened anew for every attempt. When the wait is over, or where files cannot be locked, the save goes to a file of
-// its own: to write into the same one would mix two saves.
+// is opened anew for every attempt. When the wait is over, or when the file cannot be locked or is not ours alone, the
+// save goes to a file of its own: to write into the same one would mix two saves.
 TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
         DESCRIPTOR file = Open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, OWNER_ONLY);
         if (!file && (errno == EMFILE || errno == ENFILE)) break;
         if (!file) return {name, {}, {}};
-        if (flock(file.Number(), LOCK_EX | LOCK_NB) == 0) {
-            if (IsAlone(file.Number(), name)) {
-                DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-                if (!lock || ftruncate(file.Number(), 0) != 0 || fchmod(file.Number(), mode) != 0) break;
-                return {name, std::move(file), std::move(lock)};
-            }
-        } else if (errno != EWOULDBLOCK) {
-            break;
+        struct stat found;
+        if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK) break;
+        } else if (IsNamed(file.Number(), name, found)) {
+            DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
+            bool const usable = lock && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
+                                fchmod(file.Number(), mode) == 0 && ftruncate(file.Number(), 0) == 0;
+            if (!usable) break;
+            return {name, std::move(file), std::move(lock)};
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     } while (std::chrono::steady_clock::now() < deadline);

@@ -1,0 +1,656 @@
+// Replacing, deleting and reading a ticket's file: what other processes, a full disk, and whatever else may lie at the
+// names in question make of it. The system calls beneath are replaced here, to watch them and to make them fail.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TicketImpSFileSave.h"
+#include "support/Files.h"
+
+namespace {
+
+using files::Content;
+using files::Exists;
+using files::Mode;
+using files::SCRATCH;
+using files::Write;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using TICKETFILE::CONTENT;
+using TICKETFILE::Delete;
+using TICKETFILE::OLD;
+using TICKETFILE::Read;
+using TICKETFILE::Replace;
+
+// How the system behaves while a test runs; one thread only.
+struct SYSTEM {
+    long roomLeft = -1;         // bytes that can still be written; -1: any number
+    size_t longestWrite = ~0u;  // what one call of write takes at most
+    bool interrupts = false;    // every call fails with EINTR the first time
+    int flushError = 0;
+    int closeError = 0;
+    int modeError = 0;
+    int lockError = 0;
+    bool watching = false;
+    std::vector<std::string> calls{};
+
+    void Note(std::string call) {
+        if (watching && (calls.empty() || calls.back() != call)) calls.push_back(std::move(call));
+    }
+};
+SYSTEM g_system;
+
+// Puts everything back at the end of a test.
+struct USUAL_SYSTEM {
+    ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
+};
+
+int Fail(int error) {
+    errno = error;
+    return -1;
+}
+
+bool Interrupt() {
+    static bool s_interrupted = false;
+    if (!g_system.interrupts) return false;
+    s_interrupted = !s_interrupted;
+    return s_interrupted;
+}
+
+bool IsDirectory(int file) {
+    struct stat found;
+    return fstat(file, &found) == 0 && S_ISDIR(found.st_mode);
+}
+
+std::string ModeOf(int file) {
+    struct stat found;
+    if (fstat(file, &found) != 0) return "?";
+    char text[8];
+    std::snprintf(text, sizeof text, "%o", found.st_mode & 07777);
+    return text;
+}
+
+template <typename FUNCTION>
+FUNCTION Next(char const* name) {
+    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t write(int file, void const* bytes, size_t size) {
+    static auto const next = Next<ssize_t (*)(int, void const*, size_t)>("write");
+    if (file <= STDERR_FILENO) return next(file, bytes, size);
+    g_system.Note("write " + ModeOf(file) + (fcntl(file, F_GETFD) & FD_CLOEXEC ? "" : " inheritable"));
+    if (Interrupt()) return Fail(EINTR);
+    if (g_system.roomLeft == 0) return Fail(ENOSPC);
+    if (size > g_system.longestWrite) size = g_system.longestWrite;
+    if (g_system.roomLeft > 0) {
+        if (size > static_cast<size_t>(g_system.roomLeft)) size = static_cast<size_t>(g_system.roomLeft);
+        g_system.roomLeft -= static_cast<long>(size);
+    }
+    return next(file, bytes, size);
+}
+
+int fsync(int file) {
+    static auto const next = Next<int (*)(int)>("fsync");
+    bool const directory = IsDirectory(file);
+    g_system.Note(directory ? "flush directory" : "flush");
+    if (Interrupt()) return Fail(EINTR);
+    return g_system.flushError && !directory ? Fail(g_system.flushError) : next(file);
+}
+
+int close(int file) {
+    static auto const next = Next<int (*)(int)>("close");
+    bool const regular = !IsDirectory(file);
+    if (regular) g_system.Note("close");
+    int const result = next(file);
+    return g_system.closeError && regular ? Fail(g_system.closeError) : result;
+}
+
+int fchmod(int file, mode_t mode) noexcept {
+    static auto const next = Next<int (*)(int, mode_t)>("fchmod");
+    return g_system.modeError ? Fail(g_system.modeError) : next(file, mode);
+}
+
+int flock(int file, int operation) noexcept {
+    static auto const next = Next<int (*)(int, int)>("flock");
+    g_system.Note("lock");
+    return g_system.lockError ? Fail(g_system.lockError) : next(file, operation);
+}
+
+int ftruncate(int file, off_t size) noexcept {
+    static auto const next = Next<int (*)(int, off_t)>("ftruncate");
+    g_system.Note("truncate");
+    return next(file, size);
+}
+
+int rename(char const* from, char const* to) noexcept {
+    static auto const next = Next<int (*)(char const*, char const*)>("rename");
+    g_system.Note("rename");
+    return next(from, to);
+}
+
+int unlink(char const* name) noexcept {
+    static auto const next = Next<int (*)(char const*)>("unlink");
+    g_system.Note("unlink");
+    return next(name);
+}
+
+}  // extern "C"
+
+namespace {
+
+class FileSave : public testing::Test {
+ protected:
+    SCRATCH m_scratch;
+    std::string const m_file = m_scratch / "t.xml";
+    std::string const m_temporary = m_file + ".tmp";
+    std::string const m_bad = m_file + ".bad";
+    USUAL_SYSTEM m_usual;
+};
+
+using FileRead = FileSave;
+using FileDelete = FileSave;
+
+// Runs `work` in a child process without privileges, whom permission bits bind; true if it returned true.
+bool Unprivileged(std::function<bool()> const& work) {
+    pid_t const child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(2);
+        _exit(work() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Opens a file and locks it as another process's save would.
+int Lock(std::string const& path) {
+    int const file = open(path.c_str(), O_RDWR | O_CREAT, 0600);
+    EXPECT_EQ(flock(file, LOCK_EX), 0);
+    return file;
+}
+
+}  // namespace
+
+// Replacing
+
+TEST_F(FileSave, NewFileHoldsTheBytesAndNothingIsLeftBeside) {
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+}
+
+TEST_F(FileSave, OldFileIsReplacedByANewOne) {
+    Write(m_file, "old and longer");
+    std::filesystem::create_hard_link(m_file, m_scratch / "witness");
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(Content(m_scratch / "witness"), "old and longer");
+}
+
+TEST_F(FileSave, NoBytesMakeAnEmptyFile) {
+    EXPECT_TRUE(Replace(m_file, "", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "");
+}
+
+TEST_F(FileSave, NameWithoutADirectoryIsInTheWorkingDirectory) {
+    auto const before = std::filesystem::current_path();
+    std::filesystem::current_path(m_scratch.Path());
+    EXPECT_TRUE(Replace("t.xml", "new", OLD::DISCARD));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, BytesAreOnTheDiskBeforeTheRenameAndTheNameAfterIt) {
+    Write(m_file, "old");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0640));
+    g_system.watching = true;
+    Replace(m_file, "new", OLD::DISCARD);
+    g_system.watching = false;
+    EXPECT_THAT(g_system.calls,
+                ElementsAre("lock", "truncate", "write 640", "flush", "close", "rename", "flush directory", "close"));
+}
+
+TEST_F(FileSave, NewFileIsItsOwnersAloneFromTheFirstByteOn) {
+    Write(m_temporary, "left over");
+    std::filesystem::permissions(m_temporary, std::filesystem::perms(0666));
+    g_system.watching = true;
+    Replace(m_file, "password", OLD::DISCARD);
+    g_system.watching = false;
+    EXPECT_THAT(g_system.calls, testing::Contains("write 600"));
+    EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+TEST_F(FileSave, PermissionBitsStayWhateverTheMaskOfTheProcess) {
+    for (mode_t const mask : {0000, 0022, 0777}) {
+        for (unsigned int const mode : {0600u, 0644u, 0660u, 0400u, 0777u}) {
+            Write(m_file, "old");
+            std::filesystem::permissions(m_file, std::filesystem::perms(mode));
+            mode_t const before = umask(mask);
+            EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+            umask(before);
+            EXPECT_EQ(Mode(m_file), mode);
+            std::filesystem::remove(m_file);
+        }
+    }
+}
+
+TEST_F(FileSave, SpecialBitsOfTheOldFileAreNotTakenOver) {
+    Write(m_file, "old");
+    std::filesystem::permissions(m_file, std::filesystem::perms(06755));
+    Replace(m_file, "new", OLD::DISCARD);
+    EXPECT_EQ(Mode(m_file), 0755u);
+}
+
+TEST_F(FileSave, FileSystemWithoutPermissionBitsIsWrittenToAllTheSame) {
+    g_system.modeError = EPERM;
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, SymbolicLinkIsReplacedAndWhatItNamedStays) {
+    Write(m_scratch / "elsewhere", "old");
+    std::filesystem::permissions(m_scratch / "elsewhere", std::filesystem::perms(0644));
+    std::filesystem::create_symlink(m_scratch / "elsewhere", m_file);
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_FALSE(std::filesystem::is_symlink(m_file));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(Mode(m_file), 0644u);
+    EXPECT_EQ(Content(m_scratch / "elsewhere"), "old");
+}
+
+TEST_F(FileSave, InterruptedAndShortWritesAreContinued) {
+    g_system.interrupts = true;
+    g_system.longestWrite = 3;
+    EXPECT_TRUE(Replace(m_file, "the whole text", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "the whole text");
+}
+
+TEST_F(FileSave, ThreadThatIsBeingCancelledFinishesTheSave) {
+    struct SAVE {
+        static void* Run(void* file) {
+            pthread_cancel(pthread_self());
+            Replace(*static_cast<std::string const*>(file), "new", OLD::DISCARD);
+            pthread_testcancel();
+            return nullptr;
+        }
+    };
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, nullptr, &SAVE::Run, const_cast<std::string*>(&m_file)), 0);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_FALSE(Exists(m_temporary));
+}
+
+// Failures: the old file stays, and nothing is left that the rename could take for a saved ticket
+
+TEST_F(FileSave, FailureOfTheDiskLeavesTheOldFileAndNoTemporaryFile) {
+    struct CASE {
+        char const* name;
+        std::function<void()> fail;
+    };
+    for (CASE const& c :
+         {CASE{"full at once", [] { g_system.roomLeft = 0; }}, CASE{"full half way", [] { g_system.roomLeft = 2; }},
+          CASE{"cannot be flushed", [] { g_system.flushError = EIO; }},
+          CASE{"cannot be closed", [] { g_system.closeError = EDQUOT; }}}) {
+        SCOPED_TRACE(c.name);
+        for (OLD const old : {OLD::DISCARD, OLD::KEEP}) {
+            Write(m_file, "old");
+            c.fail();
+            EXPECT_FALSE(Replace(m_file, "new", old));
+            g_system = SYSTEM{};
+            EXPECT_EQ(Content(m_file), "old");
+            EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+        }
+    }
+}
+
+TEST_F(FileSave, FailureWithoutAnOldFileLeavesNothing) {
+    g_system.roomLeft = 2;
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+}
+
+TEST_F(FileSave, RenameIsAttemptedAfterAFailedWriteAndFindsNothing) {
+    g_system.roomLeft = 0;
+    g_system.watching = true;
+    Replace(m_file, "new", OLD::DISCARD);
+    g_system.watching = false;
+    EXPECT_THAT(g_system.calls,
+                ElementsAre("lock", "truncate", "write 600", "close", "unlink", "rename", "flush directory", "close"));
+}
+
+TEST_F(FileSave, DirectoryAtTheTemporaryNameLeavesBothAsTheyWere) {
+    std::filesystem::create_directory(m_temporary);
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml.tmp"));
+
+    Write(m_file, "old");
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
+}
+
+TEST_F(FileSave, MissingDirectoryIsNotMade) {
+    EXPECT_FALSE(Replace(m_scratch / "missing/t.xml", "new", OLD::DISCARD));
+    EXPECT_FALSE(Replace("", "new", OLD::DISCARD) && Exists(""));
+    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+    std::filesystem::remove(".tmp");
+}
+
+TEST_F(FileSave, ReadOnlyDirectoryKeepsItsOldFile) {
+    Write(m_file, "old");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0666));
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
+    EXPECT_TRUE(Unprivileged([&] { return !Replace(m_file, "new", OLD::DISCARD); }));
+    EXPECT_TRUE(Unprivileged([&] { return !Replace(m_file, "new", OLD::KEEP); }));
+    EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::DISCARD); }));
+    EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::KEEP); }));
+    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+}
+
+TEST_F(FileSave, DirectoryAtTheFileNameStays) {
+    std::filesystem::create_directory(m_file);
+    for (OLD const old : {OLD::DISCARD, OLD::KEEP}) Replace(m_file, "new", old);
+    EXPECT_TRUE(std::filesystem::is_directory(m_file));
+    EXPECT_FALSE(Exists(m_bad));
+}
+
+TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
+    Write(m_file, "old");
+    Write(m_temporary, "of another process");
+    std::vector<int> all;
+    for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
+    bool const replaced = Replace(m_file, "new", OLD::DISCARD);
+    bool const read = Read(m_file).state == CONTENT::UNREADABLE;
+    for (int const file : all) close(file);
+    EXPECT_FALSE(replaced);
+    EXPECT_TRUE(read);
+    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_EQ(Content(m_temporary), "of another process");
+}
+
+// What may lie at the temporary name
+
+TEST_F(FileSave, LeftoverOfACrashIsOverwritten) {
+    Write(m_temporary, "left over, and longer than what comes");
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_FALSE(Exists(m_temporary));
+}
+
+TEST_F(FileSave, SymbolicLinkAtTheTemporaryNameIsNotFollowed) {
+    Write(m_file, "old");
+    Write(m_scratch / "victim", "precious");
+    std::filesystem::create_symlink(m_scratch / "victim", m_temporary);
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_scratch / "victim"), "precious");
+    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, PipeAtTheTemporaryNameDoesNotHoldTheSaveUp) {
+    Write(m_file, "old");
+    ASSERT_EQ(mkfifo(m_temporary.c_str(), 0600), 0);
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, PipeWithAReaderAtTheTemporaryNameIsNotWrittenTo) {
+    ASSERT_EQ(mkfifo(m_temporary.c_str(), 0600), 0);
+    int const reader = open(m_temporary.c_str(), O_RDONLY | O_NONBLOCK);
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    char byte;
+    EXPECT_LE(read(reader, &byte, 1), 0);
+    close(reader);
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, FileOfSeveralNamesAtTheTemporaryNameIsNotWrittenTo) {
+    Write(m_scratch / "precious", "precious");
+    std::filesystem::create_hard_link(m_scratch / "precious", m_temporary);
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(Content(m_scratch / "precious"), "precious");
+}
+
+TEST_F(FileSave, TemporaryFileOfAnotherUserIsNotWrittenTo) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can be two users";
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0777));
+    for (unsigned int const mode : {0600u, 0666u}) {
+        SCOPED_TRACE(mode);
+        Write(m_temporary, "of another user");
+        std::filesystem::permissions(m_temporary, std::filesystem::perms(mode));
+        int const witness = open(m_temporary.c_str(), O_RDONLY);
+        Unprivileged([&] { return Replace(m_file, "new", OLD::DISCARD); });
+        char text[100] = {};
+        EXPECT_EQ(read(witness, text, sizeof text), 15);
+        EXPECT_STREQ(text, "of another user");
+        close(witness);
+    }
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+// Other processes that save the same file
+
+TEST_F(FileSave, WaitsForTheOneWhoIsSaving) {
+    int const other = Lock(m_temporary);
+    std::atomic<bool> done{false};
+    std::thread saver([&] {
+        EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
+        done = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(done);
+    EXPECT_FALSE(Exists(m_file));
+    ASSERT_EQ(write(other, "his", 3), 3);
+    ASSERT_EQ(rename(m_temporary.c_str(), m_file.c_str()), 0);
+    std::filesystem::create_hard_link(m_file, m_scratch / "his");
+    close(other);
+    saver.join();
+    EXPECT_EQ(Content(m_file), "mine");
+    EXPECT_EQ(Content(m_scratch / "his"), "his");  // the file that was waited for was not written to
+}
+
+TEST_F(FileSave, SecondWaiterDoesNotWriteToTheFileOfTheFirst) {
+    int const other = Lock(m_temporary);
+    std::vector<std::thread> savers;
+    for (char const* text : {"first text", "2nd"})
+        savers.emplace_back([&, text] { EXPECT_TRUE(Replace(m_file, text, OLD::DISCARD)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    unlink(m_temporary.c_str());
+    close(other);
+    for (std::thread& saver : savers) saver.join();
+    EXPECT_THAT(Content(m_file), testing::AnyOf("first text", "2nd"));
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+}
+
+TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves) {
+    Write(m_file, "old");
+    int const stuck = Lock(m_temporary);
+    auto const begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    ASSERT_EQ(write(stuck, "his, late", 9), 9);  // as he wakes up
+    EXPECT_EQ(Content(m_file), "mine");
+    EXPECT_EQ(Content(m_temporary), "his, late");
+    close(stuck);
+    EXPECT_THAT(m_scratch.Names(), UnorderedElementsAre("t.xml", "t.xml.tmp"));
+}
+
+TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
+    Write(m_file, "old");
+    g_system.lockError = ENOLCK;
+    auto const begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500));
+    EXPECT_EQ(Content(m_file), "new");
+}
+
+TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
+    constexpr int SAVES = 60;
+    auto const text = [](char letter, int length) {
+        return "<" + std::string(static_cast<size_t>(length), letter) + ">";
+    };
+    Write(m_file, text('o', 5000));
+    auto const saveOften = [&](char letter) {
+        for (int i = 0; i < SAVES; ++i)
+            if (!Replace(m_file, text(letter, 3000 + 100 * i), OLD::DISCARD)) return false;
+        return true;
+    };
+
+    std::vector<pid_t> savers;
+    for (char const letter : {'a', 'b'}) {
+        savers.push_back(fork());
+        if (savers.back() == 0) _exit(saveOften(letter) ? 0 : 1);
+    }
+    int torn = 0;
+    int reads = 0;
+    for (size_t ended = 0; ended < savers.size();) {
+        std::string const seen = Content(m_file);
+        ++reads;
+        if (seen.size() < 3002 || seen.back() != '>' || seen.find_first_not_of(seen[1], 1) != seen.size() - 1) ++torn;
+        int status = 0;
+        if (waitpid(savers[ended], &status, WNOHANG) == 0) continue;
+        EXPECT_EQ(status, 0);
+        ++ended;
+    }
+    EXPECT_EQ(torn, 0);
+    EXPECT_GT(reads, 0);
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+}
+
+// Keeping a file that was never understood
+
+TEST_F(FileSave, KeptFileLiesBesideTheNewOne) {
+    Write(m_file, "not understood");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0644));
+    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(Mode(m_file), 0644u);
+    EXPECT_EQ(Content(m_bad), "not understood");
+}
+
+TEST_F(FileSave, KeptFileReplacesAnEarlierOne) {
+    Write(m_file, "not understood");
+    Write(m_bad, "earlier");
+    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
+    EXPECT_EQ(Content(m_bad), "not understood");
+}
+
+TEST_F(FileSave, KeepingNothingIsNoFailure) {
+    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
+    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_FALSE(Exists(m_bad));
+}
+
+TEST_F(FileSave, FileThatCannotBeKeptIsNeitherReplacedNorDeleted) {
+    Write(m_file, "not understood");
+    std::filesystem::create_directory(m_bad);
+    EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP));
+    EXPECT_FALSE(Delete(m_file, OLD::KEEP));
+    EXPECT_EQ(Content(m_file), "not understood");
+    EXPECT_FALSE(Exists(m_temporary));
+}
+
+// Deleting
+
+TEST_F(FileDelete, RemovesTheFileForGood) {
+    Write(m_file, "old");
+    g_system.watching = true;
+    EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
+    g_system.watching = false;
+    EXPECT_THAT(g_system.calls, ElementsAre("unlink", "flush directory"));
+    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+}
+
+TEST_F(FileDelete, FileThatIsNotThereIsDeletedAlready) {
+    EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
+    EXPECT_TRUE(Delete(m_file, OLD::KEEP));
+}
+
+TEST_F(FileDelete, KeptFileMovesAside) {
+    Write(m_file, "not understood");
+    EXPECT_TRUE(Delete(m_file, OLD::KEEP));
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml.bad"));
+    EXPECT_EQ(Content(m_bad), "not understood");
+}
+
+TEST_F(FileDelete, DirectoryStays) {
+    std::filesystem::create_directory(m_file);
+    EXPECT_FALSE(Delete(m_file, OLD::DISCARD));
+    Delete(m_file, OLD::KEEP);
+    EXPECT_TRUE(std::filesystem::is_directory(m_file));
+}
+
+// Reading
+
+TEST_F(FileRead, ReturnsAllBytes) {
+    for (size_t const size : {0u, 1u, 4095u, 4096u, 100000u}) {
+        std::string text(size, 'x');
+        if (size) text[size / 2] = '\0';
+        Write(m_file, text);
+        CONTENT const content = Read(m_file);
+        EXPECT_EQ(content.state, CONTENT::READ);
+        EXPECT_EQ(content.bytes, text);
+    }
+}
+
+TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
+    CONTENT const content = Read("/proc/self/status");
+    EXPECT_EQ(content.state, CONTENT::READ);
+    EXPECT_GT(content.bytes.size(), 500u);
+    EXPECT_EQ(content.bytes.back(), '\n');
+}
+
+TEST_F(FileRead, FollowsASymbolicLink) {
+    Write(m_scratch / "elsewhere", "text");
+    std::filesystem::create_symlink(m_scratch / "elsewhere", m_file);
+    EXPECT_EQ(Read(m_file).bytes, "text");
+}
+
+TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
+    Write(m_scratch / "plain", "");
+    std::filesystem::create_symlink(m_scratch / "nowhere", m_scratch / "dangling");
+    std::filesystem::create_symlink(m_scratch / "loop", m_scratch / "loop");
+    std::filesystem::create_directory(m_scratch / "directory");
+    ASSERT_EQ(mkfifo((m_scratch / "pipe").c_str(), 0600), 0);
+    for (std::string const& name : {std::string(), m_scratch / "t.xml", m_scratch / "missing/t.xml",
+                                    m_scratch / "plain/t.xml", m_scratch / "dangling"})
+        EXPECT_EQ(Read(name).state, CONTENT::MISSING) << name;
+    for (std::string const& name : {m_scratch / "loop", m_scratch / "directory", m_scratch / "pipe",
+                                    std::string("/dev/zero"), m_scratch / std::string(300, 'n')})
+        EXPECT_EQ(Read(name).state, CONTENT::UNREADABLE) << name;
+}
+
+TEST_F(FileRead, FileWithoutPermissionIsUnreadable) {
+    Write(m_file, "secret");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0000));
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
+    EXPECT_TRUE(Unprivileged([&] { return Read(m_file).state == CONTENT::UNREADABLE; }));
+}
