@@ -1,0 +1,131 @@
+// Storage for the parameters of one map: each entry lies in one piece, its value first, then its key.
+//
+// Entries are carved out of large chunks, which saves the allocator's overhead and keeps neighbours together. They are
+// named by 32-bit ids, never move, and the room of a freed one serves the next of its size.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// A value with its key. The value is a base class so that the length may lie in its trailing padding; the characters of
+// the key and a NUL follow the entry.
+template <typename VALUE>
+struct PARAMETER_ENTRY : VALUE {
+    uint32_t length;
+
+    char const* Text() const { return reinterpret_cast<char const*>(this) + sizeof(PARAMETER_ENTRY); }
+    std::string_view Key() const { return {Text(), length}; }
+};
+
+template <typename VALUE>
+class PARAMETER_ARENA {
+ public:
+    using ENTRY = PARAMETER_ENTRY<VALUE>;
+    using ID = uint32_t;
+    static constexpr ID NONE = 0;
+
+    ENTRY& operator[](ID id) const { return *std::launder(reinterpret_cast<ENTRY*>(Room(id))); }
+
+    // A new entry with a default-made value. Throws std::bad_alloc and then has changed nothing.
+    ID Make(std::string_view key) {
+        if (key.size() > MAX_KEY) throw std::bad_alloc();
+        std::size_t const size = EntrySize(key.size());
+        ID const id = size > LARGE ? AddChunk(size) : Carve(size);
+        std::byte* const room = Room(id);
+        (new (room) ENTRY())->length = static_cast<uint32_t>(key.size());
+        auto* const text = reinterpret_cast<char*>(room + sizeof(ENTRY));
+        if (!key.empty()) std::memcpy(text, key.data(), key.size());
+        text[key.size()] = '\0';
+        return id;
+    }
+
+    void Free(ID id) noexcept {
+        ENTRY& entry = (*this)[id];
+        std::size_t const size = EntrySize(entry.length);
+        entry.~ENTRY();
+        if (size > LARGE) {
+            CHUNK& chunk = m_chunks[id >> OFFSET_BITS];
+            chunk.room.reset();
+            chunk.nextEmpty = std::exchange(m_emptyChunk, id);
+        } else {
+            // The list of freed entries runs through their own room.
+            ID const next = std::exchange(m_freed[size / GRANULE], id);
+            std::memcpy(Room(id), &next, sizeof next);
+        }
+    }
+
+    // Gives all room back. Every entry must have been freed.
+    void Clear() noexcept { *this = PARAMETER_ARENA(); }
+
+ private:
+    static constexpr unsigned OFFSET_BITS = 13;  // of an id: the granule within its chunk
+    static constexpr std::size_t GRANULE = 8;
+    static constexpr std::size_t MAX_CHUNK = GRANULE << OFFSET_BITS;
+    static constexpr std::size_t MAX_CHUNKS = std::size_t{1} << (32 - OFFSET_BITS);
+    static constexpr std::size_t LARGE = 1024;  // entries above this many bytes have a chunk of their own
+    static constexpr std::size_t MAX_KEY = UINT32_MAX;
+    static_assert(alignof(ENTRY) <= GRANULE);
+
+    static constexpr std::size_t EntrySize(std::size_t length) {
+        return (sizeof(ENTRY) + length + 1 + GRANULE - 1) / GRANULE * GRANULE;
+    }
+
+    struct CHUNK {
+        std::unique_ptr<std::byte[]> room;
+        ID nextEmpty;  // of a chunk whose large entry was freed
+    };
+
+    std::byte* Room(ID id) const {
+        return m_chunks[id >> OFFSET_BITS].room.get() + (id & ((ID{1} << OFFSET_BITS) - 1)) * GRANULE;
+    }
+
+    ID Carve(std::size_t size) {
+        ID& freed = m_freed[size / GRANULE];
+        if (freed != NONE) {
+            ID const id = freed;
+            std::memcpy(&freed, Room(id), sizeof freed);
+            return id;
+        }
+        if (size > m_left) {
+            // As large as all before together, so that a small map stays small.
+            std::size_t const chunk = std::clamp(m_carved, LARGE, MAX_CHUNK);
+            m_next = AddChunk(chunk);
+            m_left = chunk;
+            m_carved += chunk;
+        }
+        ID const id = m_next;
+        m_next += static_cast<ID>(size / GRANULE);
+        m_left -= size;
+        return id;
+    }
+
+    // The id of the first granule of a new chunk.
+    ID AddChunk(std::size_t size) {
+        CHUNK chunk{std::unique_ptr<std::byte[]>(new std::byte[size]), NONE};
+        if (m_emptyChunk != NONE) {
+            ID const id = m_emptyChunk;
+            m_emptyChunk = m_chunks[id >> OFFSET_BITS].nextEmpty;
+            m_chunks[id >> OFFSET_BITS] = std::move(chunk);
+            return id;
+        }
+        if (m_chunks.empty()) m_chunks.emplace_back();  // never used, so that no entry has the id NONE
+        if (m_chunks.size() == MAX_CHUNKS) throw std::bad_alloc();
+        m_chunks.push_back(std::move(chunk));
+        return static_cast<ID>(m_chunks.size() - 1) << OFFSET_BITS;
+    }
+
+    std::vector<CHUNK> m_chunks;
+    ID m_emptyChunk = NONE;
+    ID m_next = NONE;  // where the next entry is carved
+    std::size_t m_left = 0;
+    std::size_t m_carved = 0;
+    std::array<ID, LARGE / GRANULE + 1> m_freed{};  // by size in granules
+};

@@ -1,0 +1,426 @@
+// The container of a ticket's parameters, checked against a standard map, with every allocation counted.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <limits>
+#include <map>
+#include <new>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ParameterMap.h"
+
+namespace {
+
+std::size_t g_allocations = 0;
+std::size_t g_liveBytes = 0;
+std::size_t g_allocationsLeft = std::numeric_limits<std::size_t>::max();
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    if (g_allocationsLeft == 0) throw std::bad_alloc();
+    --g_allocationsLeft;
+    void* const room = std::malloc(size);
+    if (!room) throw std::bad_alloc();
+    ++g_allocations;
+    g_liveBytes += malloc_usable_size(room);
+    return room;
+}
+void operator delete(void* room) noexcept {
+    if (room) g_liveBytes -= malloc_usable_size(room);
+    std::free(room);
+}
+void operator delete(void* room, std::size_t) noexcept {
+    operator delete(room);
+}
+
+namespace {
+
+// Counts its living copies, so that a value too many or too few destroyed shows.
+class VALUE {
+ public:
+    VALUE() { ++s_living; }
+    explicit VALUE(int number) : m_number(number), m_tag(1) { ++s_living; }
+    VALUE(VALUE const& other) : m_number(other.m_number), m_tag(other.m_tag) { ++s_living; }
+    VALUE& operator=(VALUE const&) = default;
+    ~VALUE() { --s_living; }
+    int Number() const { return m_tag ? m_number : -1; }
+    static int Living() { return s_living; }
+
+ private:
+    static int s_living;
+    alignas(8) int m_number = 0;
+    unsigned char m_tag = 0;  // behind it the trailing padding that a ticket's value has too
+};
+int VALUE::s_living = 0;
+
+using MAP = PARAMETER_MAP<VALUE>;
+using MODEL = std::map<std::string, int>;
+
+std::vector<std::pair<std::string, int>> Content(MAP const& map) {
+    std::vector<std::pair<std::string, int>> content;
+    for (auto position = map.First(); position; position = map.Next(position))
+        content.emplace_back(position.Key(), position.Value().Number());
+    return content;
+}
+
+std::vector<std::pair<std::string, int>> Content(MODEL const& model) {
+    return {model.begin(), model.end()};
+}
+
+std::string KeyNumber(int number) {
+    return "Group" + std::to_string(number / 100) + "/Key" + std::to_string(number % 100);
+}
+
+std::vector<int> Numbers(int count) {
+    std::vector<int> numbers;
+    for (int i = 0; i < count; ++i) numbers.push_back(i);
+    return numbers;
+}
+
+std::vector<int> ShuffledNumbers(int count) {
+    auto numbers = Numbers(count);
+    std::shuffle(numbers.begin(), numbers.end(), std::mt19937(3));
+    return numbers;
+}
+
+// Few distinct keys of very different lengths, with bytes of every value, prefixes of each other among them.
+std::string RandomKey(std::mt19937& random) {
+    static constexpr std::size_t LENGTHS[] = {0, 1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 25, 31, 33, 64, 1000, 1100, 5000};
+    std::size_t const length = LENGTHS[random() % std::size(LENGTHS)];
+    std::string key(length, static_cast<char>(random() % 4 * 85));
+    for (auto i = random() % 3; i > 0 && length > 0; --i) key[random() % length] = static_cast<char>(random() % 4);
+    return key;
+}
+
+TEST(ParameterMap, BehavesAsAnOrderedMapUnderRandomOperations) {
+    std::mt19937 random(11);
+    MAP map;
+    MODEL model;
+    for (int step = 0; step < 20000; ++step) {
+        std::string const key = RandomKey(random);
+        switch (random() % 8) {
+            case 0:
+            case 1:
+            case 2:
+            case 3:
+                map.FindOrInsert(key) = VALUE(step);
+                model[key] = step;
+                break;
+            case 4:
+            case 5:
+                ASSERT_EQ(map.Erase(key), model.erase(key) == 1);
+                break;
+            case 6: {
+                auto const found = model.find(key);
+                VALUE const* const value = map.Find(key);
+                ASSERT_EQ(value != nullptr, found != model.end());
+                if (value) {
+                    ASSERT_EQ(value->Number(), found->second);
+                }
+                break;
+            }
+            default: {
+                auto const next = model.upper_bound(key);
+                auto const position = map.After(key);
+                ASSERT_EQ(static_cast<bool>(position), next != model.end());
+                if (position) {
+                    ASSERT_EQ(position.Key(), next->first);
+                }
+            }
+        }
+        if (random() % 5000 == 0) {
+            map.Clear();
+            model.clear();
+        }
+        if (step % 500 == 0) {
+            ASSERT_EQ(Content(map), Content(model));
+        }
+    }
+    EXPECT_EQ(Content(map), Content(model));
+    EXPECT_EQ(VALUE::Living(), static_cast<int>(model.size()));
+}
+
+TEST(ParameterMap, IsInOrderWhateverOrderKeysComeAndGoIn) {
+    constexpr int COUNT = 3000;  // several pages of the index
+    auto const ascending = Numbers(COUNT);
+    std::vector<int> const descending(ascending.rbegin(), ascending.rend());
+    auto const shuffled = ShuffledNumbers(COUNT);
+    for (auto const* const coming : {&ascending, &descending, &shuffled}) {
+        for (auto const* const going : {&ascending, &descending, &shuffled}) {
+            MAP map;
+            MODEL model;
+            for (int const number : *coming) {
+                map.FindOrInsert(KeyNumber(number)) = VALUE(number);
+                model[KeyNumber(number)] = number;
+            }
+            ASSERT_EQ(Content(map), Content(model));
+            for (std::size_t i = 0; i < going->size(); ++i) {
+                ASSERT_TRUE(map.Erase(KeyNumber((*going)[i])));
+                model.erase(KeyNumber((*going)[i]));
+                if (i % 250 == 0) {
+                    ASSERT_EQ(Content(map), Content(model));
+                }
+            }
+            EXPECT_FALSE(map.First());
+        }
+    }
+}
+
+TEST(ParameterMap, FindsNothingWhenEmpty) {
+    MAP const map;
+    EXPECT_EQ(map.Find(""), nullptr);
+    EXPECT_EQ(map.Find("a"), nullptr);
+    EXPECT_FALSE(map.First());
+    EXPECT_FALSE(map.After(""));
+    EXPECT_FALSE(MAP().Erase("a"));
+}
+
+TEST(ParameterMap, OrdersKeysByUnsignedBytesAndShorterFirst) {
+    MAP map;
+    std::vector<std::string> const ordered = {"",
+                                              std::string(1, '\0'),
+                                              std::string(2, '\0'),
+                                              "a",
+                                              std::string("a\0b", 3),
+                                              "aa",
+                                              "b",
+                                              "\x7f",
+                                              "\x80",
+                                              "\xff",
+                                              "\xff\xff"};
+    for (auto key = ordered.rbegin(); key != ordered.rend(); ++key) map.FindOrInsert(*key);
+    std::vector<std::string> walked;
+    for (auto const& [key, number] : Content(map)) walked.push_back(key);
+    EXPECT_EQ(walked, ordered);
+}
+
+TEST(ParameterMap, EndsEveryKeyWithANul) {
+    MAP map;
+    for (std::size_t length = 0; length < 3000; ++length) map.FindOrInsert(std::string(length, 'k'));
+    for (auto position = map.First(); position; position = map.Next(position))
+        EXPECT_EQ(position.Key().data()[position.Key().size()], '\0');
+}
+
+TEST(ParameterMap, ValuesAndKeysStayWhereTheyAreUntilTheirKeyIsErased) {
+    constexpr int COUNT = 5000;
+    MAP map;
+    std::map<std::string, std::pair<VALUE const*, char const*>> places;
+    for (int const number : ShuffledNumbers(COUNT)) {
+        VALUE const* const value = &map.FindOrInsert(KeyNumber(number));
+        places[KeyNumber(number)].first = value;
+    }
+    for (auto position = map.First(); position; position = map.Next(position))
+        places[std::string(position.Key())].second = position.Key().data();
+    for (int number = 0; number < COUNT; number += 2) {
+        map.Erase(KeyNumber(number));
+        map.FindOrInsert("another " + KeyNumber(number));
+    }
+    for (int number = 1; number < COUNT; number += 2) {
+        auto const& [value, text] = places[KeyNumber(number)];
+        ASSERT_EQ(map.Find(KeyNumber(number)), value);
+        ASSERT_EQ(text, KeyNumber(number));
+    }
+}
+
+TEST(ParameterMap, HoldsKeysOfAMegabyte) {
+    constexpr std::size_t LENGTH = 1 << 20;
+    std::size_t const before = g_liveBytes;
+    MAP map;
+    std::string key(LENGTH, 'x');
+    for (char c = 'a'; c <= 'z'; ++c) {
+        key.back() = c;
+        map.FindOrInsert(key) = VALUE(c);
+    }
+    for (char c = 'a'; c <= 'z'; ++c) {
+        key.back() = c;
+        ASSERT_EQ(map.Find(key)->Number(), c);
+        if (c % 2) {
+            ASSERT_TRUE(map.Erase(key));
+        }
+    }
+    EXPECT_LT(g_liveBytes - before, 15 * LENGTH);  // the room of large keys goes back at once
+    for (char c = 'a'; c <= 'z'; ++c) {
+        key.back() = c;
+        map.FindOrInsert(key) = VALUE(-c);
+    }
+    std::size_t walked = 0;
+    for (auto position = map.First(); position; position = map.Next(position)) {
+        ASSERT_EQ(position.Key().size(), LENGTH);
+        ASSERT_EQ(position.Key().back(), static_cast<char>('a' + walked));
+        ++walked;
+    }
+    EXPECT_EQ(walked, 26u);
+}
+
+TEST(ParameterMap, ErasesByAViewOfTheErasedKey) {
+    MAP map;
+    for (int number = 0; number < 10; ++number) map.FindOrInsert(KeyNumber(number));
+    for (int left = 10; left > 0; --left) EXPECT_TRUE(map.Erase(map.First().Key()));
+    EXPECT_FALSE(map.First());
+}
+
+TEST(ParameterMap, InsertsByAViewOfAStoredKey) {
+    MAP map;
+    map.FindOrInsert("abcdefgh");
+    std::string_view const stored = map.First().Key();
+    for (std::size_t length = 0; length < stored.size(); ++length) map.FindOrInsert(stored.substr(0, length));
+    EXPECT_EQ(Content(map).size(), 9u);
+    EXPECT_EQ(map.After("abc").Key(), "abcd");
+}
+
+TEST(ParameterMap, GoesOnAfterAKeyThatIsGone) {
+    MAP map;
+    for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
+    std::set<std::string> walked;
+    for (auto position = map.First(); position;) {
+        std::string const key(position.Key());
+        ASSERT_TRUE(walked.insert(key).second);
+        map.Erase(key);
+        map.FindOrInsert(key + "/later");  // is the next one
+        position = map.After(key);
+        if (position.Key() == key + "/later") position = map.After(position.Key());
+    }
+    EXPECT_EQ(walked.size(), 1000u);
+    EXPECT_EQ(Content(map).size(), 1000u);
+}
+
+TEST(ParameterMap, CopiesDeeply) {
+    MAP map;
+    for (int const number : ShuffledNumbers(1000)) map.FindOrInsert(KeyNumber(number)) = VALUE(number);
+    MAP copy(map);
+    EXPECT_EQ(Content(copy), Content(map));
+    map.Clear();
+    EXPECT_EQ(Content(copy).size(), 1000u);
+    for (int const number : Numbers(1000)) ASSERT_EQ(copy.Find(KeyNumber(number))->Number(), number);
+}
+
+TEST(ParameterMap, MovesItsContentWithoutMovingValues) {
+    MAP map;
+    for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number)) = VALUE(number);
+    auto const content = Content(map);
+    VALUE const* const value = map.Find(KeyNumber(7));
+    MAP moved(std::move(map));
+    EXPECT_FALSE(map.First());
+    EXPECT_EQ(Content(moved), content);
+    EXPECT_EQ(moved.Find(KeyNumber(7)), value);
+    map.FindOrInsert("again") = VALUE(1);
+    moved.Erase(KeyNumber(7));
+    std::swap(map, moved);
+    EXPECT_EQ(Content(moved).size(), 1u);
+    EXPECT_EQ(Content(map).size(), 999u);
+    moved = MAP();
+    EXPECT_FALSE(moved.First());
+    EXPECT_EQ(VALUE::Living(), 999);
+}
+
+TEST(ParameterMap, LooksUpWithoutAllocating) {
+    MAP map;
+    for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
+    std::string const present = KeyNumber(500);
+    std::string const absent(100, 'x');
+    std::size_t const before = g_allocations;
+    EXPECT_NE(map.Find(present), nullptr);
+    EXPECT_EQ(map.Find(absent), nullptr);
+    map.FindOrInsert(present);
+    EXPECT_TRUE(map.After(present));
+    for (auto position = map.First(); position; position = map.Next(position)) {
+    }
+    EXPECT_EQ(g_allocations, before);
+}
+
+TEST(ParameterMap, UsesTheRoomOfErasedKeysAgain) {
+    MAP map;
+    auto const numbers = ShuffledNumbers(10000);
+    for (int const number : numbers) map.FindOrInsert(KeyNumber(number));
+    std::size_t const filled = g_liveBytes;
+    for (int round = 0; round < 10; ++round) {
+        for (int const number : numbers) {
+            if (number % 10 != round) map.Erase(KeyNumber(number));
+        }
+        for (int const number : numbers) map.FindOrInsert(KeyNumber(number));
+    }
+    EXPECT_LT(g_liveBytes, filled + filled / 4);  // pages of the index may be less full than before
+}
+
+TEST(ParameterMap, GivesAllMemoryBackWhenItBecomesEmpty) {
+    MAP map;
+    std::size_t const before = g_liveBytes;
+    for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
+    for (int number = 0; number < 1000; ++number) map.Erase(KeyNumber(number));
+    EXPECT_EQ(g_liveBytes, before);
+    for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
+    map.Clear();
+    EXPECT_EQ(g_liveBytes, before);
+    EXPECT_EQ(VALUE::Living(), 0);
+}
+
+TEST(ParameterMap, IsUnchangedWhenMemoryEndsDuringAnInsertion) {
+    std::vector<std::string> keys;
+    for (int const number : ShuffledNumbers(2000)) keys.push_back(KeyNumber(number));
+    keys.insert(keys.begin() + 1000, std::string(5000, 'x'));
+    MAP map;
+    int failures = 0;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        for (std::size_t allowed = 0;; ++allowed) {
+            g_allocationsLeft = allowed;
+            bool failed = false;
+            try {
+                map.FindOrInsert(keys[i]) = VALUE(static_cast<int>(i));
+            } catch (std::bad_alloc const&) {
+                failed = true;
+            }
+            g_allocationsLeft = std::numeric_limits<std::size_t>::max();
+            if (!failed) break;
+            ++failures;
+            ASSERT_EQ(map.Find(keys[i]), nullptr);
+            ASSERT_EQ(VALUE::Living(), static_cast<int>(i));
+        }
+    }
+    EXPECT_GT(failures, 10);
+    EXPECT_EQ(Content(map).size(), keys.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(map.Find(keys[i])->Number(), static_cast<int>(i));
+}
+
+TEST(KeyHash, TellsKeysApartThatDifferInOneBitOrInLength) {
+    for (std::size_t length = 1; length < 70; ++length) {
+        std::string key(length, 'a');
+        uint64_t const hash = KEY_HASH::Hash(key, 1);
+        for (std::size_t bit = 0; bit < 8 * length; ++bit) {
+            key[bit / 8] = static_cast<char>(key[bit / 8] ^ 1 << bit % 8);
+            ASSERT_NE(KEY_HASH::Hash(key, 1), hash) << "length " << length << " bit " << bit;
+            key[bit / 8] = 'a';
+        }
+    }
+    std::set<uint64_t> zeros;
+    for (std::size_t length = 0; length < 100; ++length) zeros.insert(KEY_HASH::Hash(std::string(length, '\0'), 1));
+    EXPECT_EQ(zeros.size(), 100u);
+}
+
+TEST(KeyHash, SpreadsSimilarKeysEvenly) {
+    constexpr int COUNT = 100000;
+    std::set<uint32_t> distinct;
+    std::vector<int> places(1024);
+    for (int number = 0; number < COUNT; ++number) {
+        auto const tag = static_cast<uint32_t>(KEY_HASH::Hash(KeyNumber(number), 1));
+        distinct.insert(tag);
+        ++places[tag >> 22];
+    }
+    EXPECT_GT(distinct.size(), COUNT - 20u);  // chance alone lets about one pair meet
+    EXPECT_GT(*std::min_element(places.begin(), places.end()), 40);
+    EXPECT_LT(*std::max_element(places.begin(), places.end()), 170);  // 98 +- 7 standard deviations
+}
+
+TEST(KeyHash, DependsOnTheSeed) {
+    EXPECT_NE(KEY_HASH::Hash("key", 1), KEY_HASH::Hash("key", 2));
+    EXPECT_NE(KEY_HASH::Hash("", 1), KEY_HASH::Hash("", 2));
+    EXPECT_EQ(KEY_HASH::Seed(), KEY_HASH::Seed());
+}
+
+}  // namespace
