@@ -7,8 +7,11 @@
 /** Placed before a declaration whose symbol hosts may link to or look up with `dlsym`. */
 #if defined(__GNUC__)
 #define CONFIGURATIONCONTROL_API __attribute__((visibility("default")))
+/** Placed before a member of an exported class that stays inside the library. */
+#define CONFIGURATIONCONTROL_LOCAL __attribute__((visibility("hidden")))
 #else
 #define CONFIGURATIONCONTROL_API
+#define CONFIGURATIONCONTROL_LOCAL
 #endif
 
 #endif
