@@ -2,7 +2,6 @@
 // each accessor into a read or a write of the row that SettingsTable.h holds for it.
 #include "ConfigurationControl/ConfigurationCtrl.h"
 
-#include <cxxabi.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include <memory>
 #include <utility>
 
+#include "Cancellation.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 #include "ConfigurationControl/Ticket.h"
 #include "SettingsTable.h"
@@ -112,10 +112,8 @@ STICKET_ACCESS* CConfigurationControl::GetConfigInstance(bool create) {
     if (!m_ticket && create) {
         try {
             m_ticket = STICKET::Create(ConfigFilePath().c_str());
-        } catch (abi::__forced_unwind&) {
-            throw;
         } catch (...) {
-            // No ticket: the object stays usable without one.
+            PassCancellation();  // any exception means no ticket, and the object stays usable without one
         }
     }
     return const_cast<STICKET_ACCESS*>(m_ticket);  // hosts hold it in such a pointer

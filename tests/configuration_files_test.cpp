@@ -8,7 +8,9 @@
 
 namespace {
 
-TEST(Seperator, IsTheSlash) { EXPECT_EQ(CConfigurationControl::GetSeperator(), "/"); }
+TEST(Seperator, IsTheSlash) {
+    EXPECT_EQ(CConfigurationControl::GetSeperator(), "/");
+}
 
 TEST(CreateSubDirectory, MakesEveryMissingDirectory) {
     SCRATCH_DIRECTORY const scratch;

@@ -15,7 +15,8 @@
 // The next allocation of at least this size on this thread fails; 0: none does.
 static thread_local size_t t_failingSize = 0;
 
-void* operator new(size_t size) {
+// Not inlined, or the compiler sees new paired with free.
+__attribute__((noinline)) void* operator new(size_t size) {
     if (t_failingSize && size >= t_failingSize) {
         t_failingSize = 0;
         throw std::bad_alloc();
@@ -23,8 +24,12 @@ void* operator new(size_t size) {
     if (void* const memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+__attribute__((noinline)) void operator delete(void* memory, size_t) noexcept {
+    std::free(memory);
+}
 
 // As a host declares it.
 class IConfigNotification {
@@ -50,9 +55,15 @@ int RecordOperation(STICKET*, STICKET_OP code, void* data) {
     g_operations.push_back(code);
     return g_operationResult;
 }
-int ThrowOnGet(STICKET*, char const*, PARAM_TYPE, void*, int) { throw "get"; }
-int ThrowOnSet(STICKET*, char const*, PARAM_TYPE, void const*, int) { throw "set"; }
-int RefuseSet(STICKET*, char const*, PARAM_TYPE, void const*, int) { return 0; }
+int ThrowOnGet(STICKET*, char const*, PARAM_TYPE, void*, int) {
+    throw "get";
+}
+int ThrowOnSet(STICKET*, char const*, PARAM_TYPE, void const*, int) {
+    throw "set";
+}
+int RefuseSet(STICKET*, char const*, PARAM_TYPE, void const*, int) {
+    return 0;
+}
 
 class ConfigurationService : public testing::Test {
  protected:
@@ -416,8 +427,13 @@ TEST_F(ConfigurationService, MessagesNameTheSourceAndTheLineTheyComeFrom) {
     m_service->SetLocalMeasureUnit(1);
     m_service->SetLoginPassword(name);
     m_service->SetPGUseLocalSettingsStatus(true, true);
-    char const* const expected[] = {"is empty",       "is %s",          "SetProductName", "SetProductVersion",
-                                    "LogChange(LOCAL_MEASURE_UNIT", "SetLoginPassword", "PG_WORKFLOW_USE_LOCAL_SETTINGS"};
+    char const* const expected[] = {"is empty",
+                                    "is %s",
+                                    "SetProductName",
+                                    "SetProductVersion",
+                                    "LogChange(LOCAL_MEASURE_UNIT",
+                                    "SetLoginPassword",
+                                    "PG_WORKFLOW_USE_LOCAL_SETTINGS"};
     std::vector<std::string> source;
     std::ifstream file(std::string(TEST_DATA) + "/../src/ConfigurationCtrl.cpp");
     for (std::string line; std::getline(file, line);) source.push_back(line);

@@ -22,10 +22,18 @@ using testing::IsEmpty;
 using SERVICE = IConfigurationControl;
 
 // A value as one line of text, whatever its type.
-std::string Show(bool value) { return value ? "true" : "false"; }
-std::string Show(int value) { return std::to_string(value); }
-std::string Show(double value) { return std::to_string(value); }
-std::string Show(std::string const& value) { return "\"" + value + "\""; }
+std::string Show(bool value) {
+    return value ? "true" : "false";
+}
+std::string Show(int value) {
+    return std::to_string(value);
+}
+std::string Show(double value) {
+    return std::to_string(value);
+}
+std::string Show(std::string const& value) {
+    return "\"" + value + "\"";
+}
 
 using READ = std::function<std::string(SERVICE&)>;
 using WRITE = std::function<void(SERVICE&)>;
@@ -154,9 +162,12 @@ class ConfigurationSettings : public testing::Test {
     }
     std::string ShowStored(char const* key, PARAM_TYPE type) {
         switch (type) {
-            case PARAM_INT: return Show(Stored<int>(key, type));
-            case PARAM_DOUBLE: return Show(Stored<double>(key, type));
-            case PARAM_STRING: return Show(StoredText(key));
+            case PARAM_INT:
+                return Show(Stored<int>(key, type));
+            case PARAM_DOUBLE:
+                return Show(Stored<double>(key, type));
+            case PARAM_STRING:
+                return Show(StoredText(key));
             default: {
                 auto const bytes = Stored<BIN_STRING>(key, type);
                 return Show(std::string(static_cast<char const*>(bytes.data), bytes.length));
@@ -173,7 +184,8 @@ class ConfigurationSettings : public testing::Test {
 
 TEST_F(ConfigurationSettings, GettersGiveTheirFixedValueWithoutATicket) {
     for (auto const& setting : Settings()) {
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.noTicket) << setting.key;
+        if (!setting.get) continue;
+        EXPECT_EQ(setting.get(*m_service), setting.noTicket) << setting.key;
     }
     EXPECT_THAT(m_logger.TakeCalls(), IsEmpty());
 }
@@ -189,14 +201,16 @@ TEST_F(ConfigurationSettings, SettersDoNothingWithoutATicket) {
     m_service->Flush(false);
     EXPECT_FALSE(m_scratch.Has("settings.xml"));
     for (auto const& setting : Settings()) {
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
+        if (!setting.get) continue;
+        EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
     }
 }
 
 TEST_F(ConfigurationSettings, GettersGiveTheirFallbackForAnAbsentKey) {
     Open();
     for (auto const& setting : Settings()) {
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
+        if (!setting.get) continue;
+        EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
     }
 }
 
@@ -204,7 +218,8 @@ TEST_F(ConfigurationSettings, GettersGiveTheirFallbackForAKeyOfAnotherType) {
     Open();
     for (auto const& setting : Settings()) Put(setting.key, PARAM_POINTER, this);
     for (auto const& setting : Settings()) {
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
+        if (!setting.get) continue;
+        EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
     }
 }
 
@@ -215,7 +230,8 @@ TEST_F(ConfigurationSettings, GettersGiveTheirFallbackForAVector) {
         Put(setting.key, PARAM_STRING, "2", APPEND_INDEX);
     }
     for (auto const& setting : Settings()) {
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
+        if (!setting.get) continue;
+        EXPECT_EQ(setting.get(*m_service), setting.readFailed) << setting.key;
     }
 }
 
@@ -228,7 +244,9 @@ TEST_F(ConfigurationSettings, SettersStoreUnderTheirKeyWithTheirType) {
         ASSERT_TRUE(Has(setting.key));
         EXPECT_EQ(StoredType(setting.key), setting.type == PARAM_INT ? PARAM_DOUBLE : setting.type);
         EXPECT_EQ(ShowStored(setting.key, setting.type), setting.stored);
-        if (setting.get) EXPECT_EQ(setting.get(*m_service), setting.read);
+        if (setting.get) {
+            EXPECT_EQ(setting.get(*m_service), setting.read);
+        }
         unsigned int count = 0;
         m_ticket->Operation(m_ticket->pTicket, STICKET_OP_COUNT, &count);
         EXPECT_EQ(count, strcmp(setting.key, "Locale/Measure") == 0 ? 2u : 1u) << "other keys were written too";
@@ -303,7 +321,8 @@ TEST_F(ConfigurationSettings, OfEveryKindMakeTheFileByteForByte) {
 
 TEST_F(ConfigurationSettings, StandInTheTableAsInTheseTests) {
     std::set<std::string> inTable, inTests;
-    for (auto const& row : SETTINGS) inTable.insert(row.key + std::string(" ") + std::to_string(ParameterType(row.kind)));
+    for (auto const& row : SETTINGS)
+        inTable.insert(row.key + std::string(" ") + std::to_string(ParameterType(row.kind)));
     for (auto const& setting : Settings()) {
         inTests.insert(setting.key + std::string(" ") + std::to_string(setting.type));
     }
@@ -374,7 +393,7 @@ TEST_F(ConfigurationSettings, ProductVersionReadsBackWithoutItsFraction) {
         double written;
         double read;
     } const cases[] = {
-        {7.5, 7.0},   {7.0, 7.0},     {7.999, 7.0},   {0.9, 0.0},         {-7.5, -7.0},       {-0.5, 0.0},
+        {7.5, 7.0},   {7.0, 7.0},     {7.999, 7.0},     {0.9, 0.0},         {-7.5, -7.0},       {-0.5, 0.0},
         {1e12, MOST}, {-1e12, LEAST}, {INFINITE, MOST}, {-INFINITE, LEAST}, {MOST + 0.5, MOST}, {NAN, LEAST},
     };
     for (auto const& [written, read] : cases) {
@@ -430,9 +449,15 @@ TEST_F(ConfigurationSettings, MeasureUnitNamesFallBackToMillimeters) {
     struct {
         int unit;
         char const* name;
-    } const cases[] = {{0, "Millimeters"}, {1, "Centimeters"},  {2, "Inches"},      {3, "Meters"},
-                       {4, "Feet"},        {5, "Millimeters"},  {-1, "Millimeters"},
-                       {std::numeric_limits<int>::min(), "Millimeters"}, {std::numeric_limits<int>::max(), "Millimeters"}};
+    } const cases[] = {{0, "Millimeters"},
+                       {1, "Centimeters"},
+                       {2, "Inches"},
+                       {3, "Meters"},
+                       {4, "Feet"},
+                       {5, "Millimeters"},
+                       {-1, "Millimeters"},
+                       {std::numeric_limits<int>::min(), "Millimeters"},
+                       {std::numeric_limits<int>::max(), "Millimeters"}};
     Open();
     for (auto const& [unit, name] : cases) {
         EXPECT_EQ(m_service->GetMeasureUnitName(unit), name) << unit;

@@ -80,4 +80,6 @@ class RECORDING_LOGGER : public LoggerAdapter::ILogger {
     std::vector<MESSAGE> m_messages;
 };
 
-LoggerAdapter::ILogger* LoggerAdapter::ILogger::getInstance() { return RECORDING_LOGGER::Current(); }
+LoggerAdapter::ILogger* LoggerAdapter::ILogger::getInstance() {
+    return RECORDING_LOGGER::Current();
+}
