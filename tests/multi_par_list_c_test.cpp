@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "ConfigurationControl/MultiParListC.h"
-#include "support/records.h"
+#include "support/Records.h"
 
 namespace {
 
@@ -35,8 +35,8 @@ TEST_F(PlainBatchList, CopiesWhatIsAdded) {
     EXPECT_TRUE(MultiParListSetParameter(m_list, "key", PARAM_INT, &value, 0));
     EXPECT_EQ(MultiParListSize(m_list), 2u);
     SETMULTIPAR const* const table = MultiParListTable(m_list, 0);
-    EXPECT_EQ(RecordText(table[0]), "key[-1]=i5");
-    EXPECT_EQ(RecordText(table[1]), "key[0]=i6") << "the index is kept as given";
+    EXPECT_EQ(records::Line(table[0]), "key[-1] 2 5");
+    EXPECT_EQ(records::Line(table[1]), "key[0] 2 6") << "the index is kept as given";
     EXPECT_EQ(table[2].key, nullptr);
 }
 

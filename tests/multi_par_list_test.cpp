@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -13,9 +14,8 @@
 
 #include "ConfigurationControl/MathLib.h"
 #include "ConfigurationControl/MultiParList.h"
-#include "ConfigurationControl/Ticket.h"
-#include "support/fake_ticket.h"
-#include "support/records.h"
+#include "support/FakeTicket.h"
+#include "support/Records.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ using testing::IsEmpty;
 static_assert(!std::is_copy_constructible_v<SETMULTIPAR_LIST> && !std::is_copy_assignable_v<SETMULTIPAR_LIST>);
 
 std::vector<std::string> Records(SETMULTIPAR_LIST& list, bool sort = false) {
-    return RecordTexts(list.Table(sort), list.Size());
+    return records::Lines(list.Table(sort), list.Size());
 }
 
 std::vector<std::string> Keys(SETMULTIPAR const* table) {
@@ -65,15 +65,15 @@ class Collecting : public testing::Test {
     }
 
     std::vector<std::string> Everything() const {
-        return {"a/int[-1]=i7",
-                "a/text[-1]=\"text\"",
-                "b/bytes[-1]=<by>",
-                "b/double[-1]=d0.5",
-                "b/int64[-1]=I-9007199254740993",
-                "b/uint64[-1]=U18446744073709551615",
-                "c/elements[-1]=\"first\"",
-                "c/elements[1]=\"second\"",
-                "c/pointer[-1]=null:1"};
+        return {"a/int[-1] 2 7",
+                "a/text[-1] 4 text",
+                "b/bytes[-1] 5 by",
+                "b/double[-1] 3 0.500000",
+                "b/int64[-1] 7 -9007199254740993",
+                "b/uint64[-1] 9 18446744073709551615",
+                "c/elements[-1] 4 first",
+                "c/elements[1] 4 second",
+                "c/pointer[-1] 1 (null)"};
     }
 };
 
@@ -89,7 +89,7 @@ TEST(BatchList, TheTableEndsAtAnAllZeroRecord) {
     AddInt(list, "a", 1);
     SETMULTIPAR const* const table = list.Table(false);
     ASSERT_NE(table, nullptr);
-    EXPECT_EQ(RecordText(table[0]), "a[-1]=i1");
+    EXPECT_EQ(records::Line(table[0]), "a[-1] 2 1");
     EXPECT_FALSE(table[0].result);
     EXPECT_TRUE(AllZero(table[1]));
     EXPECT_EQ(list.Size(), 1u);
@@ -122,8 +122,8 @@ TEST(BatchList, SortingIsStableByByteOrderWithNullKeysLast) {
     char const* const keys[] = {"b", nullptr, "\x80", "a", "b", nullptr, "", "ab"};
     int order = 0;
     for (char const* key : keys) AddInt(list, key, order++);
-    EXPECT_THAT(Records(list, true), ElementsAre("[-1]=i6", "a[-1]=i3", "ab[-1]=i7", "b[-1]=i0", "b[-1]=i4",
-                                                 "\x80[-1]=i2", "(null)[-1]=i1", "(null)[-1]=i5"));
+    EXPECT_THAT(Records(list, true), ElementsAre("[-1] 2 6", "a[-1] 2 3", "ab[-1] 2 7", "b[-1] 2 0", "b[-1] 2 4",
+                                                 "\x80[-1] 2 2", "(null)[-1] 2 1", "(null)[-1] 2 5"));
 }
 
 TEST(BatchList, ResultsWrittenIntoATableDoNotReachTheNextOne) {
@@ -171,10 +171,10 @@ TEST(BatchList, CopiesTheKeyAndTheValueOfEveryType) {
     key.assign(key.size(), 'x');
     text.assign(text.size(), 'x');
     number = 0, natural = 0, real = 0, big = 0, huge = 0, bytes = {}, data[0] = 'x';
-    EXPECT_THAT(Records(list), ElementsAre(name + "[0]=i-5", name + "[1]=d2.5",
-                                           name + "[-1]=\"text that is too long for a small string\"",
-                                           name + "[-2]=<bytes>", name + "[4]=I-9223372036854775808",
-                                           name + "[5]=u4000000000", name + "[6]=U18446744073709551615"));
+    EXPECT_THAT(Records(list), ElementsAre(name + "[0] 2 -5", name + "[1] 3 2.500000",
+                                           name + "[-1] 4 text that is too long for a small string",
+                                           name + "[-2] 5 bytes", name + "[4] 7 -9223372036854775808",
+                                           name + "[5] 8 4000000000", name + "[6] 9 18446744073709551615"));
 }
 
 TEST(BatchList, KeepsTheCallersPointerOfTypesItCannotCopy) {
@@ -215,7 +215,7 @@ TEST(BatchList, AByteStringWithoutDataIsEmpty) {
     SETMULTIPAR_LIST list;
     BIN_STRING const bytes{nullptr, 99};
     list.xSetParameter("k", PARAM_BINSTR, &bytes, SCALAR_INDEX);
-    EXPECT_THAT(Records(list), ElementsAre("k[-1]=<>"));
+    EXPECT_THAT(Records(list), ElementsAre("k[-1] 5 "));
 }
 
 TEST(BatchList, AValueTooLargeToCopyThrowsAndAddsNoRecord) {
@@ -273,7 +273,7 @@ TEST(BatchListCollectingForm, RewritesIndexZeroToTheWholeValue) {
     SETMULTIPAR_LIST list;
     int const value = 1;
     for (int index : {-3, -2, -1, 0, 1, 2}) EXPECT_TRUE(list.ySetParameter("k", PARAM_INT, &value, index));
-    EXPECT_THAT(Records(list), ElementsAre("k[-3]=i1", "k[-2]=i1", "k[-1]=i1", "k[-1]=i1", "k[1]=i1", "k[2]=i1"));
+    EXPECT_THAT(Records(list), ElementsAre("k[-3] 2 1", "k[-2] 2 1", "k[-1] 2 1", "k[-1] 2 1", "k[1] 2 1", "k[2] 2 1"));
 }
 
 TEST(BatchListCollectingForm, CopiesOnlyWhatAWalkKeepsInTemporaries) {
@@ -306,13 +306,13 @@ TEST(BatchListCollectingForm, CopiesEveryTypeWhenTheListWasMadeToCopyAll) {
     list.ySetParameter("k", PARAM_DOUBLE, &real, 0);
     list.ySetParameter("k", PARAM_STRING, text, 1);
     real = 0, text[0] = 'x';
-    EXPECT_THAT(Records(list), ElementsAre("k[-1]=d1.5", "k[1]=\"text\"")) << "also after Clear";
+    EXPECT_THAT(Records(list), ElementsAre("k[-1] 3 1.500000", "k[1] 4 text")) << "also after Clear";
 }
 
 TEST(BatchList, AVectorOfTextsIsADeletionFollowedByAppends) {
     SETMULTIPAR_LIST list;
     EXPECT_TRUE(list.SetVectorParameter("k", {"x", "y"}));
-    EXPECT_THAT(Records(list), ElementsAre("k[-1]=null:0", "k[-2]=\"x\"", "k[-2]=\"y\""));
+    EXPECT_THAT(Records(list), ElementsAre("k[-1] 0 (null)", "k[-2] 4 x", "k[-2] 4 y"));
     EXPECT_EQ(list.Table(false)[0].type, PARAM_NONE);
     EXPECT_TRUE(AllZero(list.Table(false)[3]));
 }
@@ -320,13 +320,13 @@ TEST(BatchList, AVectorOfTextsIsADeletionFollowedByAppends) {
 TEST(BatchList, AnEmptyVectorIsTheDeletionAlone) {
     SETMULTIPAR_LIST list;
     EXPECT_TRUE(list.SetVectorParameter("k", {}));
-    EXPECT_THAT(Records(list), ElementsAre("k[-1]=null:0"));
+    EXPECT_THAT(Records(list), ElementsAre("k[-1] 0 (null)"));
 }
 
 TEST(BatchList, AVectorOfFileNamesGetsForwardSlashes) {
     SETMULTIPAR_LIST list;
     EXPECT_TRUE(list.SetFilenameVectorParameter("k", {"a\\b\\c", "d/e"}));
-    EXPECT_THAT(Records(list), ElementsAre("k[-1]=null:0", "k[-2]=\"a/b/c\"", "k[-2]=\"d/e\""));
+    EXPECT_THAT(Records(list), ElementsAre("k[-1] 0 (null)", "k[-2] 4 a/b/c", "k[-2] 4 d/e"));
 }
 
 TEST(BatchList, AddingAVectorDiscardsTheTableAndItsOrder) {
@@ -335,7 +335,7 @@ TEST(BatchList, AddingAVectorDiscardsTheTableAndItsOrder) {
     list.Table(true);
     list.SetVectorParameter("k", {"x"});
     EXPECT_THAT(Keys(list.Table(false)), ElementsAre("z", "k", "k"));
-    EXPECT_THAT(Records(list, true), ElementsAre("k[-1]=null:0", "k[-2]=\"x\"", "z[-1]=i1"));
+    EXPECT_THAT(Records(list, true), ElementsAre("k[-1] 0 (null)", "k[-2] 4 x", "z[-1] 2 1"));
 }
 
 TEST_F(Collecting, WalksOnceAtFullLevelFromAnEmptyPrefix) {
@@ -481,66 +481,55 @@ TEST_F(Collecting, TheCallbackTakesAListAsContextAndAlwaysGoesOn) {
 class CollectingFromATicket : public testing::Test {
  protected:
     CollectingFromATicket() {
-        int const numbers[] = {1, 2, 3};
-        double const half = 0.5;
-        long long const big = 9007199254740993;
-        SETMULTIPAR records[] = {{"text", PARAM_STRING, "value", SCALAR_INDEX, false},
-                                 {"half", PARAM_DOUBLE, &half, SCALAR_INDEX, false},
-                                 {"big", PARAM_INT64, &big, SCALAR_INDEX, false},
-                                 {"vector", PARAM_INT, &numbers[0], APPEND_INDEX, false},
-                                 {"vector", PARAM_INT, &numbers[1], APPEND_INDEX, false},
-                                 {"vector", PARAM_INT, &numbers[2], APPEND_INDEX, false},
-                                 {}};
-        m_source->SetMultiParameter(m_source->pTicket, records);
-    }
-    ~CollectingFromATicket() override {
-        STICKET::Destroy(m_source);
-        STICKET::Destroy(m_target);
+        int64_t const big = 9007199254740993;
+        tickets::Set(*m_source, "text", "value");
+        tickets::Set(*m_source, "half", 0.5);
+        (*m_source)->SetParameter((*m_source)->pTicket, "big", PARAM_INT64, &big, SCALAR_INDEX);
+        for (int element : {1, 2, 3}) tickets::Set(*m_source, "vector", element, APPEND_INDEX);
     }
 
-    uint64_t Count(STICKET_ACCESS const* ticket, char const* key) {
-        uint64_t count = 0;
-        ticket->GetParameter(ticket->pTicket, key, PARAM_VECTOR, &count, SCALAR_INDEX);
-        return count;
+    static int Write(STICKET_ACCESS const* ticket, SETMULTIPAR* records) {
+        return ticket->SetMultiParameter(ticket->pTicket, records);
     }
 
-    STICKET_ACCESS const* m_source = STICKET::Create(nullptr);
-    STICKET_ACCESS const* m_target = STICKET::Create(nullptr);
+    tickets::LINES const m_records{"big[-1] 7 9007199254740993",
+                                   "half[-1] 3 0.500000",
+                                   "text[-1] 4 value",
+                                   "vector[-1] 2 1",
+                                   "vector[1] 2 2",
+                                   "vector[2] 2 3"};
+    std::optional<tickets::OWNER> m_source{std::in_place};
+    tickets::OWNER m_target;
 };
 
 TEST_F(CollectingFromATicket, ABatchOfEverythingRebuildsTheTicketElsewhere) {
-    for (int i = 0; i < 5; ++i) m_target->SetParameter(m_target->pTicket, "vector", PARAM_STRING, "old", APPEND_INDEX);
-    SETMULTIPAR_LIST list(m_source, nullptr, false);
-    EXPECT_EQ(m_target->SetMultiParameter(m_target->pTicket, list.Table(true)), 1);
-
-    EXPECT_EQ(Count(m_target, "vector"), 3u) << "replaced, not overwritten element by element";
-    SETMULTIPAR_LIST copy(m_target, nullptr, false);
-    EXPECT_EQ(Records(copy), Records(list));
-    EXPECT_THAT(Records(copy), ElementsAre("big[-1]=I9007199254740993", "half[-1]=d0.5", "text[-1]=\"value\"",
-                                           "vector[-1]=i1", "vector[1]=i2", "vector[2]=i3"));
+    for (int i = 0; i < 5; ++i) tickets::Set(m_target, "vector", "old", APPEND_INDEX);
+    SETMULTIPAR_LIST list(*m_source, nullptr, false);
+    EXPECT_EQ(Records(list), m_records);
+    EXPECT_EQ(Write(m_target, list.Table(true)), 1);
+    EXPECT_EQ(tickets::Contents(m_target), tickets::Contents(*m_source)) << "replaced, not element by element";
 }
 
 TEST_F(CollectingFromATicket, AListThatCopiesAllOutlivesItsSource) {
-    SETMULTIPAR_LIST list(m_source, nullptr, true);
-    STICKET::Destroy(m_source);
-    EXPECT_THAT(Records(list), ElementsAre("big[-1]=I9007199254740993", "half[-1]=d0.5", "text[-1]=\"value\"",
-                                           "vector[-1]=i1", "vector[1]=i2", "vector[2]=i3"));
+    SETMULTIPAR_LIST list(*m_source, nullptr, true);
+    m_source.reset();
+    EXPECT_EQ(Records(list), m_records);
 }
 
 TEST_F(CollectingFromATicket, AVectorOfTextsReplacesTheWholeKey) {
     SETMULTIPAR_LIST list;
     list.SetVectorParameter("vector", {"x", "y"});
     list.SetVectorParameter("text", {});
-    m_source->SetMultiParameter(m_source->pTicket, list.Table(false));
-    EXPECT_EQ(Count(m_source, "vector"), 2u);
-    EXPECT_EQ(m_source->GetParameter(m_source->pTicket, "text", PARAM_NONE, nullptr, SCALAR_INDEX), 0);
+    Write(*m_source, list.Table(false));
+    EXPECT_THAT(tickets::Contents(*m_source),
+                ElementsAre("big 7 9007199254740993", "half 3 0.500000", "vector[0] 4 x", "vector[1] 4 y"));
 }
 
 TEST_F(CollectingFromATicket, AnExceptionOfTheFilterComesThroughTheRealTable) {
     SETMULTIPAR_LIST list;
-    EXPECT_THROW(list.MergeIf(m_source, nullptr), std::bad_function_call);
-    EXPECT_THROW(list.MergeIf(m_source, [](char const*) -> bool { throw 5; }), int);
-    EXPECT_EQ(Count(m_source, "vector"), 3u) << "the ticket's mutex is free again";
+    EXPECT_THROW(list.MergeIf(*m_source, nullptr), std::bad_function_call);
+    EXPECT_THROW(list.MergeIf(*m_source, [](char const*) -> bool { throw 5; }), int);
+    EXPECT_EQ(list.Size(), 0u);
 }
 
 }  // namespace

@@ -10,8 +10,8 @@
 
 #include "ConfigurationControl/Ticket.h"
 #include "ConfigurationControl/TicketAccess.h"
-#include "support/fake_ticket.h"
-#include "support/records.h"
+#include "support/FakeTicket.h"
+#include "support/Records.h"
 
 namespace {
 
@@ -403,17 +403,17 @@ TEST(AccessBatches, AVectorIsWrittenInOneBatchWithTheIndexesMinusOneOneTwo) {
     std::vector<std::string> batch;
     ticket.onSetMulti = [&](SETMULTIPAR* records) {
         for (; records->key; ++records) {
-            batch.push_back(RecordText(*records));
+            batch.push_back(records::Line(*records));
             records->result = true;
         }
         return 0;  // not used: the records tell
     };
     STICKET_MODIFY const modify(*ticket.Access());
     EXPECT_TRUE(modify.SetVectorParameter("k", std::vector<int>{7, 8, 9}));
-    EXPECT_THAT(batch, ElementsAre("k[-1]=i7", "k[1]=i8", "k[2]=i9"));
+    EXPECT_THAT(batch, ElementsAre("k[-1] 2 7", "k[1] 2 8", "k[2] 2 9"));
     batch.clear();
     EXPECT_TRUE(modify.SetVectorParameter("k", std::vector<std::string>{"x", "y"}));
-    EXPECT_THAT(batch, ElementsAre("k[-1]=\"x\"", "k[1]=\"y\""));
+    EXPECT_THAT(batch, ElementsAre("k[-1] 4 x", "k[1] 4 y"));
     EXPECT_EQ(ticket.setMultis, 2);
     EXPECT_EQ(ticket.sets, 0);
 }

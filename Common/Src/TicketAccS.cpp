@@ -5,6 +5,7 @@
 #include <exception>
 #include <memory>
 
+#include "ConfigurationControl/CharSets.h"
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/TicketAccess.h"
 
@@ -52,7 +53,7 @@ bool FalseIfThrown(FUNCTION const& function) {
 }
 
 void NormaliseFilename(std::string& fileName) {
-    std::replace(fileName.begin(), fileName.end(), '\\', '/');
+    CharSets::DBCS::ReplaceAll(fileName, '\\', '/');
 }
 
 template <typename T>
