@@ -1,0 +1,16 @@
+# Every example whose output is kept in golden/NAME.txt is run in a new directory, with the name of a settings file that
+# is not there, and must print exactly that.
+if(NOT CONFIGURATIONCONTROL_EXAMPLES)
+    return()
+endif()
+
+file(GLOB goldens CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/golden/*.txt)
+foreach(golden IN LISTS goldens)
+    get_filename_component(name ${golden} NAME_WE)
+    if(TARGET example_${name})
+        add_test(NAME Examples.${name}
+            COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:example_${name}> -DGOLDEN=${golden}
+                -DDIRECTORY=${CMAKE_CURRENT_BINARY_DIR}/example_${name}
+                -P ${CMAKE_CURRENT_SOURCE_DIR}/support/CompareOutput.cmake)
+    endif()
+endforeach()
