@@ -1,0 +1,125 @@
+// Exhausted memory: each allocation of each set is made to fail in turn, and the node must be as it was before.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "TicketImpSNode.h"
+
+namespace {
+
+int g_allocationsLeft = -1;  // negative: as many as wanted
+
+}  // namespace
+
+// Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (g_allocationsLeft == 0) throw std::bad_alloc();
+    if (g_allocationsLeft > 0) --g_allocationsLeft;
+    if (void* const memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+using ENTRY = clTICKETNODE::clENTRY;
+
+char const LONG_KEY[] = "a key that is too long for the small buffer of a string";
+char const LONG_TEXT[] = "a text that is too long for the small buffer of a string";
+
+bool WriteDown(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
+    std::string line = std::string(key) + " " + std::to_string(type) + " " + std::to_string(index);
+    if (type == PARAM_STRING && value) line += static_cast<char const*>(value);
+    if (type == PARAM_INT && value) line += std::to_string(*static_cast<int const*>(value));
+    static_cast<std::vector<std::string>*>(context)->push_back(line);
+    return true;
+}
+
+std::vector<std::string> Contents(clTICKETNODE const& node) {
+    std::vector<std::string> contents;
+    for (int const level : {WALK_TYPES, WALK_EVERYTHING}) node.Walk(WriteDown, &contents, "", level);
+    return contents;
+}
+
+struct OPERATION {
+    char const* name;
+    std::function<bool(clTICKETNODE&)> run;
+};
+
+bool SetText(clTICKETNODE& node, char const* key, int index) {
+    return node.SetParameter(key, PARAM_STRING, LONG_TEXT, index);
+}
+
+class ShortOfMemory : public testing::TestWithParam<OPERATION> {};
+
+TEST_P(ShortOfMemory, FailsAndChangesNothing) {
+    clTICKETNODE original;
+    original.Set("scalar", std::string(LONG_TEXT));
+    original.SetEntry("vector", ENTRY(ENTRY::VECTOR{ENTRY(1), ENTRY(std::string(LONG_TEXT))}));
+    std::vector<std::string> const before = Contents(original);
+    bool done = false;
+    int allowed = 0;
+    for (; !done; ++allowed) {
+        ASSERT_LT(allowed, 100);
+        clTICKETNODE node(original);
+        g_allocationsLeft = allowed;
+        done = GetParam().run(node);
+        g_allocationsLeft = -1;
+        if (!done) {
+            EXPECT_EQ(Contents(node), before) << allowed;
+        }
+    }
+    EXPECT_GT(allowed, 1) << "an operation that allocates";
+}
+
+int const NUMBER = 7;
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, ShortOfMemory,
+    testing::Values(OPERATION{"NewKey", [](auto& node) { return SetText(node, LONG_KEY, SCALAR_INDEX); }},
+                    OPERATION{"Replacement", [](auto& node) { return SetText(node, "scalar", SCALAR_INDEX); }},
+                    OPERATION{"VectorByScalar", [](auto& node) { return SetText(node, "vector", SCALAR_INDEX); }},
+                    OPERATION{"AppendToNewKey", [](auto& node) { return SetText(node, LONG_KEY, APPEND_INDEX); }},
+                    OPERATION{"AppendToScalar", [](auto& node) { return SetText(node, "scalar", APPEND_INDEX); }},
+                    OPERATION{"AppendToVector", [](auto& node) { return SetText(node, "vector", APPEND_INDEX); }},
+                    OPERATION{"ElementOfNewKey", [](auto& node) { return SetText(node, LONG_KEY, 0); }},
+                    OPERATION{"ElementOfScalar", [](auto& node) { return SetText(node, "scalar", 1); }},
+                    OPERATION{"ElementOfVector", [](auto& node) { return SetText(node, "vector", 0); }},
+                    OPERATION{"NumberAppendedToScalar",
+                              [](auto& node) { return node.SetParameter("scalar", PARAM_INT, &NUMBER, APPEND_INDEX); }},
+                    OPERATION{"Batch",
+                              [](auto& node) {
+                                  SETMULTIPAR records[] = {{LONG_KEY, PARAM_INT, &NUMBER, SCALAR_INDEX, true},
+                                                           {nullptr, PARAM_NONE, nullptr, 0, false}};
+                                  bool const done = node.SetMultiParameter(records);
+                                  EXPECT_FALSE(records[0].result && !done);
+                                  return done && records[0].result;
+                              }}),
+    [](auto const& test) { return test.param.name; });
+
+TEST(ShortOfMemoryBatch, ResultsTellWhichRecordsWereStored) {
+    for (int allowed = 0, stored = 0; stored < 2; ++allowed) {
+        ASSERT_LT(allowed, 100);
+        clTICKETNODE node;
+        SETMULTIPAR records[] = {{"a", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, true},
+                                 {"b", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, true},
+                                 {nullptr, PARAM_NONE, nullptr, 0, false}};
+        g_allocationsLeft = allowed;
+        node.SetMultiParameter(records);
+        g_allocationsLeft = -1;
+        EXPECT_EQ(node.GetEntry("a") != nullptr, records[0].result);
+        EXPECT_EQ(node.GetEntry("b") != nullptr, records[1].result);
+        stored = records[0].result + records[1].result;
+    }
+}
+
+}  // namespace
