@@ -1,0 +1,305 @@
+// Objects with a thread of their own. Thread creation is replaced by a forwarder that can fail, and that can hold a new
+// thread back.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <functional>
+#include <future>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "ConfigurationControl/ThreadBase.h"
+
+namespace {
+
+std::atomic<bool> g_creationFails{false};
+std::atomic<int> g_created{0};
+std::atomic<int> g_ended{0};
+std::atomic<int> g_detached{0};
+std::shared_future<void> g_heldBack;  // when valid, new threads wait for it first
+
+template <typename FUNCTION>
+FUNCTION* Next(char const* name) {
+    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
+}
+
+// What a new thread really runs: counts its end, however it comes.
+struct ENTRANCE {
+    std::shared_future<void> heldBack;
+    void* (*routine)(void*);
+    void* argument;
+
+    static void* Enter(void* self) {
+        ENTRANCE const entrance = *static_cast<ENTRANCE*>(self);
+        delete static_cast<ENTRANCE*>(self);
+        struct END {
+            ~END() { ++g_ended; }
+        } const end;
+        if (entrance.heldBack.valid()) entrance.heldBack.wait();
+        return entrance.routine(entrance.argument);
+    }
+};
+
+}  // namespace
+
+extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*routine)(void*),
+                              void* argument) noexcept {
+    using CREATE = int(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*);
+    static auto* const next = Next<CREATE>("pthread_create");
+    if (g_creationFails) return EAGAIN;
+    ++g_created;
+    return next(thread, attributes, ENTRANCE::Enter, new ENTRANCE{g_heldBack, routine, argument});
+}
+
+extern "C" int pthread_detach(pthread_t thread) noexcept {
+    static auto* const next = Next<int(pthread_t)>("pthread_detach");
+    ++g_detached;
+    return next(thread);
+}
+
+namespace {
+
+// Runs what it is given; the rest is for looking at the object from outside.
+class WORKER : public CThreadBase {
+ public:
+    explicit WORKER(std::function<void(WORKER&)> work, bool startNow = false)
+        : CThreadBase(startNow), m_work(std::move(work)) {}
+    ~WORKER() override {
+        if (m_onDestruction) m_onDestruction();
+    }
+    void DeleteItself(std::function<void()> onDestruction) {
+        m_onDestruction = std::move(onDestruction);
+        m_selfDelete = true;
+    }
+    bool DeletesItself() const { return m_selfDelete; }
+
+ private:
+    void Run() override { m_work(*this); }
+
+    std::function<void(WORKER&)> m_work;
+    std::function<void()> m_onDestruction;
+};
+
+// The handle has no accessor; its place in the object is fixed.
+pthread_t Handle(CThreadBase const& object) {
+    return *reinterpret_cast<std::atomic<pthread_t> const*>(reinterpret_cast<char const*>(&object) + sizeof(void*));
+}
+
+class ThreadBase : public testing::Test {
+ protected:
+    void SetUp() override {
+        g_created = 0;
+        g_ended = 0;
+        g_detached = 0;
+    }
+    // Until then a thread may still look at its object.
+    static void AwaitThreads() {
+        while (g_ended < g_created) std::this_thread::yield();
+    }
+    void TearDown() override {
+        g_creationFails = false;
+        g_heldBack = {};
+    }
+};
+
+}  // namespace
+
+TEST_F(ThreadBase, StartsNothingByItself) {
+    WORKER const worker([](WORKER&) {});
+    EXPECT_EQ(Handle(worker), 0u);
+    EXPECT_FALSE(worker.DeletesItself());
+    EXPECT_EQ(g_created, 0);
+}
+
+TEST_F(ThreadBase, StartRunsTheWorkOnADetachedThreadOfItsOwn) {
+    pthread_t thread = 0;
+    WORKER worker([&](WORKER&) { thread = pthread_self(); });
+    worker.Start();
+    AwaitThreads();
+    EXPECT_NE(thread, pthread_self());
+    EXPECT_EQ(Handle(worker), thread);
+    EXPECT_EQ(g_created, 1);
+    EXPECT_EQ(g_detached, 1);
+}
+
+TEST_F(ThreadBase, HandleIsInTheObjectBeforeTheWorkBegins) {
+    for (int i = 0; i < 50; ++i) {
+        pthread_t seen = 0;
+        WORKER worker([&](WORKER& self) { seen = Handle(self); });
+        worker.Start();
+        AwaitThreads();
+        EXPECT_NE(seen, 0u);
+        EXPECT_EQ(seen, Handle(worker));
+    }
+}
+
+TEST_F(ThreadBase, StartTwiceStartsOneThreadOnly) {
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; });
+    worker.Start();
+    worker.Start();
+    AwaitThreads();
+    worker.Start();  // the handle is kept when the work is done
+    EXPECT_EQ(g_created, 1);
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ThreadBase, TerminateForgetsTheThreadWhichRunsOn) {
+    std::promise<void> proceed;
+    std::shared_future<void> const mayProceed = proceed.get_future().share();
+    std::atomic<int> runs{0};
+    WORKER worker([&, mayProceed](WORKER&) {
+        mayProceed.wait();
+        ++runs;
+    });
+    worker.Start();
+    worker.Terminate();
+    EXPECT_EQ(Handle(worker), 0u);
+    worker.Start();
+    EXPECT_NE(Handle(worker), 0u);
+    EXPECT_EQ(g_created, 2);
+    proceed.set_value();
+    AwaitThreads();
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(ThreadBase, FailedCreationIsSilentAndMayBeTriedAgain) {
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; });
+    g_creationFails = true;
+    worker.Start();
+    EXPECT_EQ(Handle(worker), 0u);
+    EXPECT_EQ(g_detached, 0);
+    g_creationFails = false;
+    worker.Start();
+    AwaitThreads();
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ThreadBase, StartNowStartsFromTheConstructor) {
+    std::promise<void> constructed;
+    g_heldBack = constructed.get_future().share();  // such a start is only safe for a thread that does not run yet
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; }, true);
+    EXPECT_EQ(g_created, 1);
+    EXPECT_NE(Handle(worker), 0u);
+    worker.Start();
+    EXPECT_EQ(g_created, 1);
+    constructed.set_value();
+    AwaitThreads();
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ThreadBase, ObjectDeletesItselfAfterItsWorkWhenAsked) {
+    bool worked = false;
+    bool deletedAfterwards = false;
+    auto* const worker = new WORKER([&](WORKER&) { worked = true; });
+    worker->DeleteItself([&] { deletedAfterwards = worked; });
+    worker->Start();
+    AwaitThreads();
+    EXPECT_TRUE(deletedAfterwards);
+}
+
+TEST_F(ThreadBase, StartLeavesAnObjectAloneThatDeletesItselfAtOnce) {
+    constexpr int OBJECTS = 300;
+    std::atomic<int> deleted{0};
+    for (int i = 0; i < OBJECTS; ++i) {
+        auto* const worker = new WORKER([](WORKER&) {});
+        worker->DeleteItself([&] { ++deleted; });
+        worker->Start();  // the sanitizers watch
+    }
+    AwaitThreads();
+    EXPECT_EQ(deleted, OBJECTS);
+}
+
+TEST_F(ThreadBase, WorkMayDecideThatTheObjectDeletesItself) {
+    bool deleted = false;
+    auto* const worker = new WORKER([&](WORKER& self) { self.DeleteItself([&] { deleted = true; }); });
+    worker->Start();
+    AwaitThreads();
+    EXPECT_TRUE(deleted);
+}
+
+TEST_F(ThreadBase, ExceptionFromTheWorkIsSwallowedAndTheObjectStillDeleted) {
+    std::function<void(WORKER&)> const works[] = {[](WORKER&) { throw std::runtime_error("work"); },
+                                                  [](WORKER&) { throw 5; }, [](WORKER&) { throw "text"; }};
+    for (auto const& work : works) {
+        bool deleted = false;
+        auto* const worker = new WORKER(work);
+        worker->DeleteItself([&] { deleted = true; });
+        worker->Start();
+        AwaitThreads();
+        EXPECT_TRUE(deleted);
+    }
+}
+
+TEST_F(ThreadBase, CancellationEndsTheThread) {
+    std::atomic<bool> running{false};
+    WORKER worker([&](WORKER&) {
+        running = true;
+        for (;;) usleep(1000);  // no locals: the address sanitizer does not see a cancellation leave their frame
+    });
+    worker.Start();
+    while (!running) std::this_thread::yield();
+    ASSERT_EQ(pthread_cancel(Handle(worker)), 0);
+    AwaitThreads();  // had it been swallowed, the process would have been ended
+}
+
+TEST_F(ThreadBase, ThreadMayExitFromItsWorkWhichKeepsTheObject) {
+    bool deleted = false;
+    {
+        WORKER worker([](WORKER&) { pthread_exit(nullptr); });
+        worker.DeleteItself([&] { deleted = true; });
+        worker.Start();
+        AwaitThreads();
+        EXPECT_FALSE(deleted);
+    }
+    EXPECT_TRUE(deleted);
+}
+
+TEST_F(ThreadBase, ProcessJobsRunsTheWorkOfItsObject) {
+    EXPECT_EQ(CThreadBase::ProcessJobs(nullptr), nullptr);
+
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; });
+    EXPECT_EQ(CThreadBase::ProcessJobs(static_cast<CThreadBase*>(&worker)), nullptr);
+    EXPECT_EQ(runs, 1);
+
+    bool deleted = false;
+    auto* const deletedOne = new WORKER([&](WORKER&) { ++runs; });
+    deletedOne->DeleteItself([&] { deleted = true; });
+    EXPECT_EQ(CThreadBase::ProcessJobs(static_cast<CThreadBase*>(deletedOne)), nullptr);
+    EXPECT_TRUE(deleted);
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(ThreadBase, WorkAndStartAreTheVirtualOperationsBehindTheDestructors) {
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; });
+    using OPERATION = void (*)(CThreadBase*);
+    auto const* const operations = *reinterpret_cast<OPERATION const* const*>(&worker);
+    operations[2](&worker);
+    EXPECT_EQ(runs, 1);
+    operations[3](&worker);
+    AwaitThreads();
+    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(g_created, 1);
+}
+
+TEST_F(ThreadBase, StartMayBeOverridden) {
+    struct COUNTING : CThreadBase {
+        COUNTING() : CThreadBase(false) {}
+        void Run() override {}
+        void Start() override { ++starts; }
+        int starts = 0;
+    } object;
+    static_cast<CThreadBase&>(object).Start();
+    EXPECT_EQ(object.starts, 1);
+    EXPECT_EQ(g_created, 0);
+}
