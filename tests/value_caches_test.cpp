@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "ConfigurationControl/ValueCaches.h"
 
@@ -62,6 +63,21 @@ TEST(StringCache, LeavesANullPointerAlone) {
     EXPECT_EQ(cache(text), 0);
     EXPECT_EQ(text, nullptr);
     EXPECT_FALSE(cache.find(nullptr));
+}
+
+TEST(StringCache, KeepsOneCopyInWhateverOrderTextsCome) {
+    STRINGCACHE cache;
+    std::vector<char const*> stored;
+    char const* const texts[] = {"m", "z", "a", "mm", "", "m", "z", "zz", "zz", "a", "mm", "", "y", "b"};
+    for (char const* text : texts) {
+        cache(text);
+        stored.push_back(text);
+    }
+    for (std::size_t i = 0; i < stored.size(); ++i) {
+        EXPECT_STREQ(stored[i], texts[i]);
+        for (std::size_t other = 0; other < i; ++other)
+            EXPECT_EQ(stored[i] == stored[other], std::string(texts[i]) == texts[other]) << texts[i];
+    }
 }
 
 TEST(StringCache, FindsExactTextsUntilCleared) {

@@ -1,11 +1,19 @@
 // The caches that give a batch list and a file ticket one stable copy of each distinct value.
-// Each addition searches once and allocates only for a value that is new.
+// Each addition searches once, and allocates only for a value that is new.
+#include <iterator>
+
 #include "ConfigurationControl/ValueCaches.h"
 
 int STRINGCACHE::operator()(char const*& text) {
     if (!text) return 0;
     std::string_view const wanted(text);
-    auto place = m_strings.lower_bound(wanted);
+    // Walks deliver keys in ascending order and a vector's key many times over, so the last text is tried first.
+    auto place = m_strings.end();
+    if (!m_strings.empty()) {
+        auto const last = std::prev(place);
+        int const order = last->compare(wanted);
+        if (order >= 0) place = order == 0 ? last : m_strings.lower_bound(wanted);
+    }
     if (place == m_strings.end() || *place != wanted) place = m_strings.emplace_hint(place, wanted);
     text = place->c_str();
     return 1;

@@ -21,7 +21,8 @@ T const& At(void const* value) {
 }
 
 bool KeyLess(SETMULTIPAR const& a, SETMULTIPAR const& b) {
-    if (!a.key || !b.key) return a.key && !b.key;
+    if (a.key == b.key) return false;
+    if (!a.key || !b.key) return a.key != nullptr;
     return std::strcmp(a.key, b.key) < 0;
 }
 
@@ -150,7 +151,8 @@ SETMULTIPAR* SETMULTIPAR_LIST::Table(bool sort) {
     if (!m_table.empty()) return m_table.data();
     if (m_records.empty()) return nullptr;
     if (sorting) {
-        std::stable_sort(m_records.begin(), m_records.end(), KeyLess);
+        bool const inOrder = std::is_sorted(m_records.begin(), m_records.end(), KeyLess);  // as after a walk
+        if (!inOrder) std::stable_sort(m_records.begin(), m_records.end(), KeyLess);
         m_sorted = true;
     }
     m_table.reserve(m_records.size() + 1);
