@@ -1,0 +1,7 @@
+# The packages as a user gets them. A sanitizer's library needs the sanitizer's run time, so those builds are left out.
+if(TARGET ticket AND NOT CONFIGURATIONCONTROL_SANITIZE)
+    add_test(NAME Packaging.InstalledPackagesServeEveryKindOfHost
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/packaging/run ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
+                ${CMAKE_CXX_COMPILER})
+    set_tests_properties(Packaging.InstalledPackagesServeEveryKindOfHost PROPERTIES TIMEOUT 300)
+endif()

@@ -1,0 +1,148 @@
+// `ticket`: looks into ticket files and mends them. This file is the command line; the commands are in their own
+// sources.
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <functional>
+#include <iostream>
+
+#include "Commands.h"
+#include "ConfigurationControl/Version.h"
+#include "Values.h"
+
+namespace {
+
+constexpr int kFailed = 2;
+
+// A command with its example; `run` is filled in by whoever adds the options.
+CLI::App* AddCommand(CLI::App& app, char const* name, char const* what, char const* example) {
+    auto* const command = app.add_subcommand(name, what);
+    command->footer(std::string("Example:\n  ") + example);
+    return command;
+}
+
+void AddForce(CLI::App* command, bool& force) {
+    command->add_flag("--force", force, "Write even when a value or key would not come back from the file as it is");
+}
+
+void AddType(CLI::App* command, std::string& type, char const* what) {
+    command->add_option("--type", type, what)->check(CLI::IsMember(TypeNames()));
+}
+
+using Run = std::function<int()>;
+
+void AddReadCommands(CLI::App& app, Run& run) {
+    static ListOptions list;
+    auto* command = AddCommand(app, "list", "Show keys with type and value, in order",
+                               "ticket list settings.xml 'Log/*' Product/Name");
+    command->add_option("FILE", list.file, "Ticket file")->required();
+    command->add_option("SELECTOR", list.selectors, "Keys, or prefixes with a trailing *; all keys by default");
+    command->add_flag("--json", list.json, "As JSON, in the form of export");
+    command->add_flag("--keys", list.keysOnly, "Keys only");
+    command->callback([&run] { run = [] { return List(list); }; });
+
+    static GetOptions get;
+    command = AddCommand(app, "get", "Print one value, plain; a vector one element a line",
+                         "ticket get settings.xml Product/Name");
+    command->add_option("FILE", get.file, "Ticket file")->required();
+    command->add_option("KEY", get.key, "Key")->required();
+    command->add_option("--index", get.index, "Element of a vector, from 0");
+    command->add_flag("--hex", get.hex, "In hexadecimal");
+    AddType(command, get.type, "Convert to this type, as the library does for a host");
+    command->callback([&run] { run = [] { return Get(get); }; });
+
+    static DiffOptions diff;
+    command = AddCommand(app, "diff", "Show added, removed and changed keys; exit code 1 when there are any",
+                         "ticket diff old.xml new.xml");
+    command->add_option("A", diff.a, "Ticket file")->required();
+    command->add_option("B", diff.b, "Ticket file")->required();
+    command->callback([&run] { run = [] { return Diff(diff); }; });
+
+    static std::string exported;
+    command = AddCommand(app, "export", "Print a file as JSON", "ticket export settings.xml > settings.json");
+    command->add_option("FILE", exported, "Ticket file")->required();
+    command->callback([&run] { run = [] { return Export(exported); }; });
+
+    static std::vector<std::string> checked;
+    command = AddCommand(app, "check", "Report what the library passes over in silence; exit code 1 when there is any",
+                         "ticket check settings.xml");
+    command->add_option("FILE", checked, "Ticket files")->required();
+    command->callback([&run] { run = [] { return Check(checked); }; });
+
+    static SettingsOptions settings;
+    command = AddCommand(app, "settings", "Show every setting of the configuration service: current value or fallback",
+                         "ticket settings settings.xml");
+    command->add_option("FILE", settings.file, "Ticket file")->required();
+    command->add_flag("--json", settings.json, "As JSON");
+    command->add_flag("--show-secrets", settings.showSecrets, "Show passwords in clear");
+    command->callback([&run] { run = [] { return Settings(settings); }; });
+}
+
+void AddWriteCommands(CLI::App& app, Run& run) {
+    static SetOptions set;
+    auto* command = AddCommand(app, "set", "Store one value; a key that exists keeps its type, a new one is a string",
+                               "ticket set settings.xml Log/Level 4 --type int");
+    command->add_option("FILE", set.file, "Ticket file; made if missing")->required();
+    command->add_option("KEY", set.key, "Key")->required();
+    command->add_option("VALUE", set.value, "Value");
+    AddType(command, set.type, "Type to store");
+    auto* const index =
+        command->add_option("--index", set.index, "Element of a vector: replace it, or append at the end");
+    command->add_flag("--append", set.append, "Append to the key's vector")->excludes(index);
+    auto* const hex = command->add_flag("--hex", set.hex, "VALUE is bytes in hexadecimal");
+    command->add_option("--from-file", set.fromFile, "Take the bytes of this file")->excludes(hex);
+    AddForce(command, set.force);
+    command->callback([&run] { run = [] { return Set(set); }; });
+
+    static DeleteOptions del;
+    command = AddCommand(app, "delete", "Delete keys, or one element of a vector",
+                         "ticket delete settings.xml Login/User Login/Password");
+    command->add_option("FILE", del.file, "Ticket file")->required();
+    command->add_option("KEY", del.keys, "Keys")->required();
+    command->add_option("--index", del.index, "Only this element");
+    AddForce(command, del.force);
+    command->callback([&run] { run = [] { return Delete(del); }; });
+
+    static MergeOptions merge;
+    command = AddCommand(app, "merge", "Copy keys of one file into another", "ticket merge old.xml new.xml 'Login/*'");
+    command->add_option("FROM", merge.from, "Ticket file to read")->required();
+    command->add_option("INTO", merge.into, "Ticket file to change; made if missing")->required();
+    command->add_option("SELECTOR", merge.selectors, "Keys, or prefixes with a trailing *; all keys by default");
+    command->add_flag("--clear", merge.clear, "Empty INTO first");
+    AddForce(command, merge.force);
+    command->callback([&run] { run = [] { return Merge(merge); }; });
+
+    static ImportOptions import;
+    command = AddCommand(app, "import", "Store the keys of a JSON text from standard input",
+                         "ticket import settings.xml < settings.json");
+    command->add_option("FILE", import.file, "Ticket file; made if missing")->required();
+    command->add_flag("--clear", import.clear, "Empty the file first");
+    AddForce(command, import.force);
+    command->callback([&run] { run = [] { return Import(import); }; });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Looks into ticket settings files and mends them.", "ticket");
+    app.set_version_flag("--version", std::string("ticket ") + ConfigurationControlVersionString);
+    app.require_subcommand(1);
+    app.footer("Exit codes: 0 done, 1 differs or found something, 2 usage or failure. See also: man ticket");
+    Run run;
+    AddReadCommands(app, run);
+    AddWriteCommands(app, run);
+    try {
+        app.parse(argc, argv);
+        int const result = run();
+        std::cout.flush();
+        if (!std::cout) throw Failure("standard output cannot be written");
+        return result;
+    } catch (CLI::ParseError const& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);  // --help, --version
+        std::cerr << "ticket: " << error.what() << "; see ticket --help\n";
+    } catch (std::exception const& error) {
+        std::cerr << "ticket: " << error.what() << '\n';
+    } catch (char const* text) {
+        std::cerr << "ticket: " << text << '\n';
+    }
+    return kFailed;
+}
