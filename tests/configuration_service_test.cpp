@@ -72,8 +72,12 @@ class ConfigurationService : public testing::Test {
         g_operationResult = 1;
         m_service = CConfigurationControl::GetInstance();
         m_file = m_scratch.Path("settings.xml");
+        std::filesystem::current_path(m_scratch.Path());  // for files of relative and empty names
     }
-    void TearDown() override { m_service->Release(); }
+    void TearDown() override {
+        m_service->Release();
+        std::filesystem::current_path(m_directory);
+    }
 
     void Open() {
         ASSERT_TRUE(m_service->Initialize(m_file));
@@ -82,6 +86,7 @@ class ConfigurationService : public testing::Test {
     STICKET_ACCESS* Ticket() { return m_service->GetConfigInstance(false); }
     bool Saved() const { return m_scratch.Has("settings.xml"); }
 
+    std::filesystem::path const m_directory = std::filesystem::current_path();
     SCRATCH_DIRECTORY m_scratch;
     RECORDING_LOGGER m_logger;
     CConfigurationControl* m_service = nullptr;
@@ -556,6 +561,11 @@ TEST_F(ConfigurationService, OpensSavesAndClosesWhileOthersUseIt) {
             m_service->SetLogLevel(4);
             int const level = m_service->GetLogLevel();
             EXPECT_TRUE(level == 4 || level == 3 || level == -1) << level;  // set, absent from this file, no ticket
+            int x = 0, y = 0, width = 0, height = 0;
+            m_service->GetSMDimensions(x, y, width, height);
+            m_service->GetProductVersion();
+            m_service->GetLoginServer();
+            m_service->GetLoginPassword();
             m_service->IsConfigFileAvailable();
         }
     });

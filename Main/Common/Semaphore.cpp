@@ -24,6 +24,18 @@ class GUARD {
     pthread_mutex_t& m_mutex;
 };
 
+// One step from "there is a unit" to "it is taken": callers without the mutex may come between two.
+bool TakeUnit(std::atomic<int32_t>& count, std::atomic<int32_t>& state) {
+    int32_t available = count;
+    while (available >= 1) {
+        if (count.compare_exchange_weak(available, available - 1)) {
+            state = TAKEN;
+            return true;
+        }
+    }
+    return false;
+}
+
 timespec DeadlineIn(int seconds) {
     timeval now;
     gettimeofday(&now, nullptr);
@@ -44,22 +56,10 @@ Semaphore::~Semaphore() {
     pthread_mutex_destroy(&m_mutex);
 }
 
-// One step from "there is a unit" to "it is taken": callers without the mutex may come between two.
-bool Semaphore::TakeUnit() {
-    int32_t count = m_count;
-    while (count >= 1) {
-        if (m_count.compare_exchange_weak(count, count - 1)) {
-            m_state = TAKEN;
-            return true;
-        }
-    }
-    return false;
-}
-
 bool Semaphore::wait(bool block) {
     GUARD const guard(m_mutex);
     m_state = CHECKING;
-    while (!TakeUnit()) {
+    while (!TakeUnit(m_count, m_state)) {
         if (!block) {
             m_state = NOT_TAKEN;
             return false;
@@ -73,7 +73,7 @@ bool Semaphore::wait(bool block) {
 bool Semaphore::wait(bool block, int seconds, bool giveUpOnTimeout) {
     GUARD const guard(m_mutex);
     m_state = CHECKING;
-    if (TakeUnit()) return true;
+    if (TakeUnit(m_count, m_state)) return true;
     if (!block) {
         m_state = NOT_TAKEN;
         return false;
@@ -82,14 +82,14 @@ bool Semaphore::wait(bool block, int seconds, bool giveUpOnTimeout) {
         timespec const deadline = DeadlineIn(seconds);
         pthread_cond_timedwait(&m_condition, &m_mutex, &deadline);
         m_state = CHECKING;
-        if (TakeUnit()) return true;
+        if (TakeUnit(m_count, m_state)) return true;
         if (giveUpOnTimeout) return false;
     }
 }
 
 int Semaphore::status(bool peek) {
     m_state = CHECKING;
-    if (TakeUnit()) return 1;
+    if (TakeUnit(m_count, m_state)) return 1;
     if (peek) return 2;
     m_state = NOT_TAKEN;
     return 0;

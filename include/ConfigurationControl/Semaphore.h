@@ -64,8 +64,6 @@ class CONFIGURATIONCONTROL_API Semaphore {
     int getCount();
 
  private:
-    bool TakeUnit();
-
     pthread_cond_t m_condition;
     pthread_mutex_t m_mutex;
     std::atomic<int32_t> m_count;
