@@ -555,23 +555,31 @@ TEST_F(ConfigurationService, ServesSettersAndGettersOfManyThreads) {
 }
 
 TEST_F(ConfigurationService, OpensSavesAndClosesWhileOthersUseIt) {
-    std::atomic<bool> done{false};
-    std::thread user([&] {
-        while (!done) {
-            m_service->SetLogLevel(4);
+    // One thread for each: an operation between two others of its thread would be covered by their locking.
+    std::function<void()> const uses[] = {
+        [this] { m_service->SetLogLevel(4); },
+        [this] {
             int const level = m_service->GetLogLevel();
             EXPECT_TRUE(level == 4 || level == 3 || level == -1) << level;  // set, absent from this file, no ticket
+        },
+        [this] { m_service->GetProductVersion(); },
+        [this] { m_service->GetLoginServer(); },
+        [this] { m_service->GetLoginPassword(); },
+        [this] {
             int x = 0, y = 0, width = 0, height = 0;
             m_service->GetSMDimensions(x, y, width, height);
-            m_service->GetProductVersion();
-            m_service->GetLoginServer();
-            m_service->GetLoginPassword();
-            m_service->IsConfigFileAvailable();
-        }
-    });
-    std::thread opener([&] {
-        for (int i = 0; !done; ++i) m_service->Initialize(m_scratch.Path(i % 2 ? "one.xml" : "two.xml"));
-    });
+        },
+        [this] { m_service->Flush(false); },
+        [this] { m_service->IsConfigFileAvailable(); },
+        [this, i = 0]() mutable { m_service->Initialize(m_scratch.Path(++i % 2 ? "one.xml" : "two.xml")); },
+    };
+    std::atomic<bool> done{false};
+    std::vector<std::thread> threads;
+    for (auto const& use : uses) {
+        threads.emplace_back([&done, &use] {
+            while (!done) use();
+        });
+    }
     for (int i = 0; i < 20; ++i) {
         m_service->Initialize(m_file);
         m_service->Flush(false);
@@ -580,8 +588,7 @@ TEST_F(ConfigurationService, OpensSavesAndClosesWhileOthersUseIt) {
         m_service->ReleaseConfigInstance();
     }
     done = true;
-    user.join();
-    opener.join();
+    for (auto& thread : threads) thread.join();
 }
 
 }  // namespace
