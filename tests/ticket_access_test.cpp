@@ -92,7 +92,7 @@ struct SAMPLE<std::string> {
 template <typename T>
 class TypedContainers : public TypedAccess {};
 using CONTAINER_TYPES = testing::Types<int, unsigned int, long long, unsigned long long, double, bool, std::string>;
-TYPED_TEST_SUITE(TypedContainers, CONTAINER_TYPES);
+TYPED_TEST_SUITE(TypedContainers, CONTAINER_TYPES, );
 
 TYPED_TEST(TypedContainers, VectorsComeBackAsTheyWereWritten) {
     auto const written = SAMPLE<TypeParam>::Values();
@@ -153,7 +153,7 @@ TYPED_TEST(TypedContainers, AWrittenVectorNeedsAKey) {
 template <typename T>
 class TypedArrays : public TypedAccess {};
 using ARRAY_TYPES = testing::Types<int, unsigned int, long long, unsigned long long, double, bool>;
-TYPED_TEST_SUITE(TypedArrays, ARRAY_TYPES);
+TYPED_TEST_SUITE(TypedArrays, ARRAY_TYPES, );
 
 TYPED_TEST(TypedArrays, ArraysComeBackAsTheyWereWritten) {
     auto const sample = SAMPLE<TypeParam>::Values();
