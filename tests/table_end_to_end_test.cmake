@@ -2,6 +2,6 @@
 add_executable(table_end_to_end ${CMAKE_CURRENT_LIST_DIR}/table_end_to_end.cpp)
 target_compile_options(table_end_to_end PRIVATE ${CONFIGURATIONCONTROL_WARNINGS})
 target_compile_definitions(table_end_to_end PRIVATE LIBRARY="$<TARGET_FILE:ConfigurationControl>")
-target_link_libraries(table_end_to_end PRIVATE GTest::gtest GTest::gtest_main ${CMAKE_DL_LIBS})
+target_link_libraries(table_end_to_end PRIVATE GTest::gtest GTest::gmock GTest::gtest_main ${CMAKE_DL_LIBS})
 add_dependencies(table_end_to_end ConfigurationControl)
 gtest_discover_tests(table_end_to_end DISCOVERY_TIMEOUT 60)
