@@ -83,9 +83,9 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     static bool CollectAction(void* list, char const* key, PARAM_TYPE type, void const* value, int index);
 
  private:
-    void const* Stored(PARAM_TYPE type, void const* value);
-    bool Append(char const* key, PARAM_TYPE type, void const* value, int index);
-    void MergeSelected(STICKET_ACCESS const* ticket, PARTIAL_MODE const& mode);
+    CONFIGURATIONCONTROL_LOCAL void const* Stored(PARAM_TYPE type, void const* value);
+    CONFIGURATIONCONTROL_LOCAL bool Append(char const* key, PARAM_TYPE type, void const* value, int index);
+    CONFIGURATIONCONTROL_LOCAL void MergeSelected(STICKET_ACCESS const* ticket, PARTIAL_MODE const& mode);
 
     STRINGCACHE m_keys;
     VALCACHE<int> m_ints;

@@ -82,9 +82,9 @@ class CONFIGURATIONCONTROL_API BIN_STRING_CACHE {
  private:
     struct LESS {
         using is_transparent = void;
-        bool operator()(BIN_STRING_BUFFER const& a, BIN_STRING_BUFFER const& b) const;
-        bool operator()(BIN_STRING_BUFFER const& a, std::string_view b) const;
-        bool operator()(std::string_view a, BIN_STRING_BUFFER const& b) const;
+        CONFIGURATIONCONTROL_LOCAL bool operator()(BIN_STRING_BUFFER const& a, BIN_STRING_BUFFER const& b) const;
+        CONFIGURATIONCONTROL_LOCAL bool operator()(BIN_STRING_BUFFER const& a, std::string_view b) const;
+        CONFIGURATIONCONTROL_LOCAL bool operator()(std::string_view a, BIN_STRING_BUFFER const& b) const;
     };
     std::set<BIN_STRING_BUFFER, LESS> m_buffers;
 };
