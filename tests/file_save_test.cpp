@@ -24,10 +24,9 @@
 
 namespace {
 
-using files::Content;
 using files::Exists;
 using files::Mode;
-using files::SCRATCH;
+using files::Names;
 using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -160,8 +159,8 @@ namespace {
 
 class FileSave : public testing::Test {
  protected:
-    SCRATCH m_scratch;
-    std::string const m_file = m_scratch / "t.xml";
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
     std::string const m_temporary = m_file + ".tmp";
     std::string const m_bad = m_file + ".bad";
     USUAL_SYSTEM m_usual;
@@ -195,21 +194,21 @@ int Lock(std::string const& path) {
 
 TEST_F(FileSave, NewFileHoldsTheBytesAndNothingIsLeftBeside) {
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_EQ(FileContent(m_file), "new");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(FileSave, OldFileIsReplacedByANewOne) {
     Write(m_file, "old and longer");
-    std::filesystem::create_hard_link(m_file, m_scratch / "witness");
+    std::filesystem::create_hard_link(m_file, m_scratch.Path("witness"));
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
-    EXPECT_EQ(Content(m_scratch / "witness"), "old and longer");
+    EXPECT_EQ(FileContent(m_file), "new");
+    EXPECT_EQ(FileContent(m_scratch.Path("witness")), "old and longer");
 }
 
 TEST_F(FileSave, NoBytesMakeAnEmptyFile) {
     EXPECT_TRUE(Replace(m_file, "", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "");
+    EXPECT_EQ(FileContent(m_file), "");
 }
 
 TEST_F(FileSave, NameWithoutADirectoryIsInTheWorkingDirectory) {
@@ -217,7 +216,7 @@ TEST_F(FileSave, NameWithoutADirectoryIsInTheWorkingDirectory) {
     std::filesystem::current_path(m_scratch.Path());
     EXPECT_TRUE(Replace("t.xml", "new", OLD::DISCARD));
     std::filesystem::current_path(before);
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, BytesAreOnTheDiskBeforeTheRenameAndTheNameAfterIt) {
@@ -264,25 +263,25 @@ TEST_F(FileSave, SpecialBitsOfTheOldFileAreNotTakenOver) {
 TEST_F(FileSave, FileSystemWithoutPermissionBitsIsWrittenToAllTheSame) {
     g_system.modeError = EPERM;
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, SymbolicLinkIsReplacedAndWhatItNamedStays) {
-    Write(m_scratch / "elsewhere", "old");
-    std::filesystem::permissions(m_scratch / "elsewhere", std::filesystem::perms(0644));
-    std::filesystem::create_symlink(m_scratch / "elsewhere", m_file);
+    Write(m_scratch.Path("elsewhere"), "old");
+    std::filesystem::permissions(m_scratch.Path("elsewhere"), std::filesystem::perms(0644));
+    std::filesystem::create_symlink(m_scratch.Path("elsewhere"), m_file);
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
     EXPECT_FALSE(std::filesystem::is_symlink(m_file));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_EQ(Mode(m_file), 0644u);
-    EXPECT_EQ(Content(m_scratch / "elsewhere"), "old");
+    EXPECT_EQ(FileContent(m_scratch.Path("elsewhere")), "old");
 }
 
 TEST_F(FileSave, InterruptedAndShortWritesAreContinued) {
     g_system.interrupts = true;
     g_system.longestWrite = 3;
     EXPECT_TRUE(Replace(m_file, "the whole text", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "the whole text");
+    EXPECT_EQ(FileContent(m_file), "the whole text");
 }
 
 TEST_F(FileSave, ThreadThatIsBeingCancelledFinishesTheSave) {
@@ -299,7 +298,7 @@ TEST_F(FileSave, ThreadThatIsBeingCancelledFinishesTheSave) {
     void* result = nullptr;
     pthread_join(thread, &result);
     EXPECT_EQ(result, PTHREAD_CANCELED);
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_FALSE(Exists(m_temporary));
 }
 
@@ -320,8 +319,8 @@ TEST_F(FileSave, FailureOfTheDiskLeavesTheOldFileAndNoTemporaryFile) {
             c.fail();
             EXPECT_FALSE(Replace(m_file, "new", old));
             g_system = SYSTEM{};
-            EXPECT_EQ(Content(m_file), "old");
-            EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+            EXPECT_EQ(FileContent(m_file), "old");
+            EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
         }
     }
 }
@@ -329,7 +328,7 @@ TEST_F(FileSave, FailureOfTheDiskLeavesTheOldFileAndNoTemporaryFile) {
 TEST_F(FileSave, FailureWithoutAnOldFileLeavesNothing) {
     g_system.roomLeft = 2;
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+    EXPECT_THAT(Names(m_scratch), IsEmpty());
 }
 
 TEST_F(FileSave, RenameIsAttemptedAfterAFailedWriteAndFindsNothing) {
@@ -344,18 +343,18 @@ TEST_F(FileSave, RenameIsAttemptedAfterAFailedWriteAndFindsNothing) {
 TEST_F(FileSave, DirectoryAtTheTemporaryNameLeavesBothAsTheyWere) {
     std::filesystem::create_directory(m_temporary);
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml.tmp"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.tmp"));
 
     Write(m_file, "old");
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
 }
 
 TEST_F(FileSave, MissingDirectoryIsNotMade) {
-    EXPECT_FALSE(Replace(m_scratch / "missing/t.xml", "new", OLD::DISCARD));
+    EXPECT_FALSE(Replace(m_scratch.Path("missing/t.xml"), "new", OLD::DISCARD));
     EXPECT_FALSE(Replace("", "new", OLD::DISCARD) && Exists(""));
-    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+    EXPECT_THAT(Names(m_scratch), IsEmpty());
     std::filesystem::remove(".tmp");
 }
 
@@ -367,8 +366,9 @@ TEST_F(FileSave, ReadOnlyDirectoryKeepsItsOldFile) {
     EXPECT_TRUE(Unprivileged([&] { return !Replace(m_file, "new", OLD::KEEP); }));
     EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::DISCARD); }));
     EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::KEEP); }));
-    EXPECT_EQ(Content(m_file), "old");
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0700));
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(FileSave, DirectoryAtTheFileNameStays) {
@@ -388,8 +388,8 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     for (int const file : all) close(file);
     EXPECT_FALSE(replaced);
     EXPECT_TRUE(read);
-    EXPECT_EQ(Content(m_file), "old");
-    EXPECT_EQ(Content(m_temporary), "of another process");
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_EQ(FileContent(m_temporary), "of another process");
 }
 
 // What may lie at the temporary name
@@ -397,28 +397,28 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
 TEST_F(FileSave, LeftoverOfACrashIsOverwritten) {
     Write(m_temporary, "left over, and longer than what comes");
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_FALSE(Exists(m_temporary));
 }
 
 TEST_F(FileSave, SymbolicLinkAtTheTemporaryNameIsNotFollowed) {
     Write(m_file, "old");
-    Write(m_scratch / "victim", "precious");
-    std::filesystem::create_symlink(m_scratch / "victim", m_temporary);
+    Write(m_scratch.Path("victim"), "precious");
+    std::filesystem::create_symlink(m_scratch.Path("victim"), m_temporary);
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_scratch / "victim"), "precious");
-    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_EQ(FileContent(m_scratch.Path("victim")), "precious");
+    EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, PipeAtTheTemporaryNameDoesNotHoldTheSaveUp) {
     Write(m_file, "old");
     ASSERT_EQ(mkfifo(m_temporary.c_str(), 0600), 0);
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "old");
+    EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, PipeWithAReaderAtTheTemporaryNameIsNotWrittenTo) {
@@ -428,15 +428,15 @@ TEST_F(FileSave, PipeWithAReaderAtTheTemporaryNameIsNotWrittenTo) {
     char byte;
     EXPECT_LE(read(reader, &byte, 1), 0);
     close(reader);
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, FileOfSeveralNamesAtTheTemporaryNameIsNotWrittenTo) {
-    Write(m_scratch / "precious", "precious");
-    std::filesystem::create_hard_link(m_scratch / "precious", m_temporary);
+    Write(m_scratch.Path("precious"), "precious");
+    std::filesystem::create_hard_link(m_scratch.Path("precious"), m_temporary);
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(Content(m_file), "new");
-    EXPECT_EQ(Content(m_scratch / "precious"), "precious");
+    EXPECT_EQ(FileContent(m_file), "new");
+    EXPECT_EQ(FileContent(m_scratch.Path("precious")), "precious");
 }
 
 TEST_F(FileSave, TemporaryFileOfAnotherUserIsNotWrittenTo) {
@@ -453,7 +453,7 @@ TEST_F(FileSave, TemporaryFileOfAnotherUserIsNotWrittenTo) {
         EXPECT_STREQ(text, "of another user");
         close(witness);
     }
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 // Other processes that save the same file
@@ -470,11 +470,11 @@ TEST_F(FileSave, WaitsForTheOneWhoIsSaving) {
     EXPECT_FALSE(Exists(m_file));
     ASSERT_EQ(write(other, "his", 3), 3);
     ASSERT_EQ(rename(m_temporary.c_str(), m_file.c_str()), 0);
-    std::filesystem::create_hard_link(m_file, m_scratch / "his");
+    std::filesystem::create_hard_link(m_file, m_scratch.Path("his"));
     close(other);
     saver.join();
-    EXPECT_EQ(Content(m_file), "mine");
-    EXPECT_EQ(Content(m_scratch / "his"), "his");  // the file that was waited for was not written to
+    EXPECT_EQ(FileContent(m_file), "mine");
+    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");  // the file that was waited for was not written to
 }
 
 TEST_F(FileSave, SecondWaiterDoesNotWriteToTheFileOfTheFirst) {
@@ -486,8 +486,8 @@ TEST_F(FileSave, SecondWaiterDoesNotWriteToTheFileOfTheFirst) {
     unlink(m_temporary.c_str());
     close(other);
     for (std::thread& saver : savers) saver.join();
-    EXPECT_THAT(Content(m_file), testing::AnyOf("first text", "2nd"));
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_THAT(FileContent(m_file), testing::AnyOf("first text", "2nd"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves) {
@@ -497,10 +497,10 @@ TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves)
     EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
     ASSERT_EQ(write(stuck, "his, late", 9), 9);  // as he wakes up
-    EXPECT_EQ(Content(m_file), "mine");
-    EXPECT_EQ(Content(m_temporary), "his, late");
+    EXPECT_EQ(FileContent(m_file), "mine");
+    EXPECT_EQ(FileContent(m_temporary), "his, late");
     close(stuck);
-    EXPECT_THAT(m_scratch.Names(), UnorderedElementsAre("t.xml", "t.xml.tmp"));
+    EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.tmp"));
 }
 
 TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
@@ -509,7 +509,7 @@ TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
     auto const begin = std::chrono::steady_clock::now();
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
 }
 
 TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
@@ -532,7 +532,7 @@ TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
     int torn = 0;
     int reads = 0;
     for (size_t ended = 0; ended < savers.size();) {
-        std::string const seen = Content(m_file);
+        std::string const seen = FileContent(m_file);
         ++reads;
         if (seen.size() < 3002 || seen.back() != '>' || seen.find_first_not_of(seen[1], 1) != seen.size() - 1) ++torn;
         int status = 0;
@@ -542,7 +542,7 @@ TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
     }
     EXPECT_EQ(torn, 0);
     EXPECT_GT(reads, 0);
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 // Keeping a file that was never understood
@@ -551,21 +551,21 @@ TEST_F(FileSave, KeptFileLiesBesideTheNewOne) {
     Write(m_file, "not understood");
     std::filesystem::permissions(m_file, std::filesystem::perms(0644));
     EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_EQ(Mode(m_file), 0644u);
-    EXPECT_EQ(Content(m_bad), "not understood");
+    EXPECT_EQ(FileContent(m_bad), "not understood");
 }
 
 TEST_F(FileSave, KeptFileReplacesAnEarlierOne) {
     Write(m_file, "not understood");
     Write(m_bad, "earlier");
     EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(Content(m_bad), "not understood");
+    EXPECT_EQ(FileContent(m_bad), "not understood");
 }
 
 TEST_F(FileSave, KeepingNothingIsNoFailure) {
     EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(Content(m_file), "new");
+    EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_FALSE(Exists(m_bad));
 }
 
@@ -574,7 +574,7 @@ TEST_F(FileSave, FileThatCannotBeKeptIsNeitherReplacedNorDeleted) {
     std::filesystem::create_directory(m_bad);
     EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP));
     EXPECT_FALSE(Delete(m_file, OLD::KEEP));
-    EXPECT_EQ(Content(m_file), "not understood");
+    EXPECT_EQ(FileContent(m_file), "not understood");
     EXPECT_FALSE(Exists(m_temporary));
 }
 
@@ -586,7 +586,7 @@ TEST_F(FileDelete, RemovesTheFileForGood) {
     EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
     g_system.watching = false;
     EXPECT_THAT(g_system.calls, ElementsAre("unlink", "flush directory"));
-    EXPECT_THAT(m_scratch.Names(), IsEmpty());
+    EXPECT_THAT(Names(m_scratch), IsEmpty());
 }
 
 TEST_F(FileDelete, FileThatIsNotThereIsDeletedAlready) {
@@ -597,8 +597,8 @@ TEST_F(FileDelete, FileThatIsNotThereIsDeletedAlready) {
 TEST_F(FileDelete, KeptFileMovesAside) {
     Write(m_file, "not understood");
     EXPECT_TRUE(Delete(m_file, OLD::KEEP));
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml.bad"));
-    EXPECT_EQ(Content(m_bad), "not understood");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.bad"));
+    EXPECT_EQ(FileContent(m_bad), "not understood");
 }
 
 TEST_F(FileDelete, DirectoryStays) {
@@ -629,22 +629,22 @@ TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
 }
 
 TEST_F(FileRead, FollowsASymbolicLink) {
-    Write(m_scratch / "elsewhere", "text");
-    std::filesystem::create_symlink(m_scratch / "elsewhere", m_file);
+    Write(m_scratch.Path("elsewhere"), "text");
+    std::filesystem::create_symlink(m_scratch.Path("elsewhere"), m_file);
     EXPECT_EQ(Read(m_file).bytes, "text");
 }
 
 TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
-    Write(m_scratch / "plain", "");
-    std::filesystem::create_symlink(m_scratch / "nowhere", m_scratch / "dangling");
-    std::filesystem::create_symlink(m_scratch / "loop", m_scratch / "loop");
-    std::filesystem::create_directory(m_scratch / "directory");
-    ASSERT_EQ(mkfifo((m_scratch / "pipe").c_str(), 0600), 0);
-    for (std::string const& name : {std::string(), m_scratch / "t.xml", m_scratch / "missing/t.xml",
-                                    m_scratch / "plain/t.xml", m_scratch / "dangling"})
+    Write(m_scratch.Path("plain"), "");
+    std::filesystem::create_symlink(m_scratch.Path("nowhere"), m_scratch.Path("dangling"));
+    std::filesystem::create_symlink(m_scratch.Path("loop"), m_scratch.Path("loop"));
+    std::filesystem::create_directory(m_scratch.Path("directory"));
+    ASSERT_EQ(mkfifo((m_scratch.Path("pipe")).c_str(), 0600), 0);
+    for (std::string const& name : {std::string(), m_scratch.Path("t.xml"), m_scratch.Path("missing/t.xml"),
+                                    m_scratch.Path("plain/t.xml"), m_scratch.Path("dangling")})
         EXPECT_EQ(Read(name).state, CONTENT::MISSING) << name;
-    for (std::string const& name : {m_scratch / "loop", m_scratch / "directory", m_scratch / "pipe",
-                                    std::string("/dev/zero"), m_scratch / std::string(300, 'n')})
+    for (std::string const& name : {m_scratch.Path("loop"), m_scratch.Path("directory"), m_scratch.Path("pipe"),
+                                    std::string("/dev/zero"), m_scratch.Path(std::string(300, 'n'))})
         EXPECT_EQ(Read(name).state, CONTENT::UNREADABLE) << name;
 }
 

@@ -10,17 +10,15 @@
 namespace {
 
 using namespace tickets;
-using files::Content;
 using files::Exists;
-using files::SCRATCH;
 using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 class FileTicketOperations : public testing::Test {
  protected:
-    SCRATCH m_scratch;
-    std::string const m_file = m_scratch / "t.xml";
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
     OPEN_FILE_TICKET* const m_open = new OPEN_FILE_TICKET(m_file);
     OWNER const m_ticket{m_open->GetInterface()};
 };
@@ -69,7 +67,7 @@ TEST_F(FileTicketOperations, SaveOfACleanOrUnreadTicketDoesNothing) {
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE), 1);
     GetInt(m_ticket, "a");
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), "by somebody else");
+    EXPECT_EQ(FileContent(m_file), "by somebody else");
 }
 
 // 1: release
@@ -78,7 +76,7 @@ TEST_F(FileTicketOperations, ReleaseSavesAndDropsAndTheNextAccessLoadsAgain) {
     Set(m_ticket, "a", 1);
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_RELEASE), 1);
     EXPECT_EQ(InMemory(m_ticket), 0u);
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
     Write(m_file, Document({"<a type=\"int\">2</a>"}));
     EXPECT_EQ(GetInt(m_ticket, "a"), 2);
 }
@@ -234,7 +232,7 @@ TEST_F(FileTicketOperations, IdentityIsReported) {
     int context = 0;
     OWNER const server;
     SysLib::MUTEX_INSTANCE mutex;
-    OWNER const ticket(STICKET::PCreate(m_scratch / "other.xml", {server->pTicket, 5, 6, &context, &mutex}));
+    OWNER const ticket(STICKET::PCreate(m_scratch.Path("other.xml"), {server->pTicket, 5, 6, &context, &mutex}));
     void* slot = nullptr;
     EXPECT_EQ(Operate(ticket, STICKET_OP_CONTEXT, &slot), 1);
     EXPECT_EQ(slot, &context);

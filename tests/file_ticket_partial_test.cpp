@@ -10,8 +10,6 @@
 namespace {
 
 using namespace tickets;
-using files::Content;
-using files::SCRATCH;
 using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -30,8 +28,8 @@ class PartialFileTicket : public testing::Test {
         ASSERT_EQ(InMemory(m_ticket), 2u);
     }
 
-    SCRATCH m_scratch;
-    std::string const m_file = m_scratch / "t.xml";
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
     OPEN_FILE_TICKET* const m_open = new OPEN_FILE_TICKET(m_file);
     OWNER const m_ticket{m_open->GetInterface()};
 };
@@ -176,7 +174,7 @@ TEST_F(PartialFileTicket, EveryChangeOfTheKeysSavesAndDropsTheTree) {
         Set(m_ticket, "d", ++value);
         EXPECT_EQ(change(), 1);
         EXPECT_EQ(InMemory(m_ticket), 0u);
-        EXPECT_THAT(Content(m_file), testing::HasSubstr("<d type=\"int\">" + std::to_string(value) + "</d>"));
+        EXPECT_THAT(FileContent(m_file), testing::HasSubstr("<d type=\"int\">" + std::to_string(value) + "</d>"));
     }
 }
 
@@ -184,14 +182,14 @@ TEST_F(PartialFileTicket, SaveOfAPartialTreeWritesOnlyWhatIsInMemory) {
     LoadPartially();
     Set(m_ticket, "a/b", 7, 0);
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "\t<b type=\"int\">2</b>", "</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "\t<b type=\"int\">2</b>", "</a>"}));
 }
 
 TEST_F(PartialFileTicket, DirtyPartialTreeIsSavedBeforeTheWholeIsLoaded) {
     LoadPartially();
     Set(m_ticket, "a/b", 7);
     EXPECT_EQ(GetText(m_ticket, "a/c"), std::nullopt);  // that save has left it out
-    EXPECT_EQ(Content(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "</a>"}));
 }
 
 TEST_F(PartialFileTicket, PartialTreeThatBecomesEmptyDeletesTheFile) {
@@ -219,7 +217,7 @@ TEST_F(PartialFileTicket, LoaderSkipsOtherKeysWithSuccess) {
     EXPECT_EQ(OPEN_FILE_TICKET::LocalSetParameter(self, "a/b", PARAM_INT, &value, APPEND_INDEX), 1);
     EXPECT_EQ(InMemory(m_ticket), 3u);
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), WHOLE);  // loading is no change
+    EXPECT_EQ(FileContent(m_file), WHOLE);  // loading is no change
 }
 
 TEST_F(PartialFileTicket, ReleasedTreeComesBackAsTold) {

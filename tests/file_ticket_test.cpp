@@ -34,9 +34,8 @@ extern "C" __attribute__((format(printf, 2, 3))) void __wrap__ZN7STICKET3LogEjPK
 namespace {
 
 using namespace tickets;
-using files::Content;
 using files::Exists;
-using files::SCRATCH;
+using files::Names;
 using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -45,8 +44,8 @@ class FileTicket : public testing::Test {
  protected:
     void SetUp() override { g_log.clear(); }
 
-    SCRATCH m_scratch;
-    std::string const m_file = m_scratch / "t.xml";
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
 };
 
 using FileTicketDeath = FileTicket;
@@ -125,10 +124,10 @@ TEST_F(FileTicket, MissingFileReadsAsEmptyAndIsWrittenByTheFirstSaveAfterASet) {
     EXPECT_EQ(Set(ticket, "a/b", 42), 1);
     EXPECT_FALSE(Exists(m_file));
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file),
+    EXPECT_EQ(FileContent(m_file),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket>\n\t<a>\n\t\t<b type=\"int\">42</b>\n"
               "\t</a>\n</ticket>\n");
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(FileTicket, EveryKindOfValueSurvivesDestructionAndReload) {
@@ -160,7 +159,7 @@ TEST_F(FileTicket, PointersAreNotSavedAndATicketOfNothingElseLeavesAnEmptyElemen
         OWNER const ticket(m_file.c_str());
         ticket->SetParameter(ticket->pTicket, "p", PARAM_POINTER, &m_file, SCALAR_INDEX);
     }
-    EXPECT_EQ(Content(m_file), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
+    EXPECT_EQ(FileContent(m_file), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }
 
 // Dirt: what leads to a save, and what does not
@@ -173,7 +172,7 @@ TEST_F(FileTicket, ReadingDoesNotLeadToASave) {
         EXPECT_THAT(Contents(ticket), ElementsAre("a 2 1"));
         EXPECT_EQ(Count(ticket), 1u);
     }
-    EXPECT_EQ(Content(m_file), "<ticket><a type=\"int\">1</a></ticket>");
+    EXPECT_EQ(FileContent(m_file), "<ticket><a type=\"int\">1</a></ticket>");
 }
 
 TEST_F(FileTicket, SaveWritesOnlyAfterAChange) {
@@ -182,10 +181,10 @@ TEST_F(FileTicket, SaveWritesOnlyAfterAChange) {
     Operate(ticket, STICKET_OP_SAVE);
     Write(m_file, "by somebody else");
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), "by somebody else");
+    EXPECT_EQ(FileContent(m_file), "by somebody else");
     Set(ticket, "a", 1);
     Operate(ticket, STICKET_OP_SAVE);
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
 }
 
 TEST_F(FileTicket, EvenAFailingSetLeadsToASave) {
@@ -204,7 +203,7 @@ TEST_F(FileTicket, EvenAFailingSetLeadsToASave) {
         OWNER const ticket(m_file.c_str());
         EXPECT_EQ(c.set(ticket), 0);
         EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-        EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+        EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
     }
 }
 
@@ -250,7 +249,7 @@ TEST_F(FileTicket, KeyThatEndsInASlashIsLoggedAndTheSaveGoesOn) {
     Set(ticket, "c", 2);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
     EXPECT_THAT(g_log, ElementsAre("0 STICKET_FILE Illegal key .../b/ creates empty node"));
-    EXPECT_EQ(Content(m_file), Document({"<a>", "\t<b/>", "</a>", "<c type=\"int\">2</c>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b/>", "</a>", "<c type=\"int\">2</c>"}));
 }
 
 // Infinite numbers cannot be written
@@ -265,14 +264,14 @@ TEST_F(FileTicket, InfiniteNumberStopsTheSaveAndKeepsFileAndDirt) {
         g_log.clear();
         EXPECT_EQ(Operate(ticket, code), 0);
         EXPECT_THAT(g_log, ElementsAre("0 STICKET_FILE::Operation(7, 8, " + std::to_string(code) + ") catch(...)"));
-        EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+        EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
         EXPECT_EQ(InMemory(ticket), 2u);
     }
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 
     EXPECT_EQ(Set(ticket, "b", 3), 1);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">2</a>", "<b type=\"int\">3</b>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">2</a>", "<b type=\"int\">3</b>"}));
 }
 
 TEST_F(FileTicketDeath, SaveThatFailsInTheDestructorEndsTheProcess) {
@@ -472,7 +471,7 @@ TEST_F(FileTicket, ConversionSeesEveryTextOnTheWayOutAndEveryNonEmptyOneOnTheWay
         Set(ticket, "v", "one");
         Set(ticket, "v", "two", APPEND_INDEX);
     }
-    EXPECT_EQ(Content(m_file),
+    EXPECT_EQ(FileContent(m_file),
               Document({"<a type=\"string\">[text]</a>", "<b type=\"string\">[]</b>", "<c type=\"binstr\">bytes</c>",
                         "<v type=\"string\">[one]</v>", "<v type=\"string\">[two]</v>"}));
 
@@ -503,10 +502,10 @@ TEST_F(FileTicket, ConversionThatFailsOnTheWayOutStopsTheSave) {
     OWNER const ticket(STICKET::PCreate(m_file, WithContext(&marks)));
     Set(ticket, "b", "refuse");
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 0);
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
     Set(ticket, "b", "pass");
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>", "<b type=\"string\">[pass]</b>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>", "<b type=\"string\">[pass]</b>"}));
 }
 
 TEST_F(FileTicket, ValueWhoseConversionFailsOnTheWayInIsSkippedLoggedAndKeptAside) {
@@ -518,8 +517,8 @@ TEST_F(FileTicket, ValueWhoseConversionFailsOnTheWayInIsSkippedLoggedAndKeptAsid
     EXPECT_THAT(g_log, ElementsAre("0 STICKET_FILE::LocalSetParameter(3, 4) catch(...)"));
     Set(ticket, "b", 2);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(Content(m_file), Document({"<b type=\"int\">2</b>"}));
-    EXPECT_EQ(Content(m_file + ".bad"), old);
+    EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
+    EXPECT_EQ(FileContent(m_file + ".bad"), old);
 }
 
 // The mutex
@@ -584,7 +583,7 @@ TEST_F(FileTicket, TicketOfAServerUsesTheMutexItIsGivenForTheSaveOfItsDestructio
         EXPECT_FALSE(Exists(m_file));
     }
     destroyer.join();
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
 }
 
 // Walks
@@ -653,6 +652,6 @@ TEST_F(FileTicket, NameEndsAtItsFirstNul) {
         OWNER const ticket(STICKET::PCreate(m_file + std::string("\0tail", 5), NOBODY));
         Set(ticket, "a", 1);
     }
-    EXPECT_EQ(Content(m_file), Document({"<a type=\"int\">1</a>"}));
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("t.xml"));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }

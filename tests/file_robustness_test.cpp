@@ -1,0 +1,573 @@
+// What hosts, disks, other processes and broken files can do to a file ticket, all of it through the table.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <functional>
+#include <locale>
+#include <string>
+
+#include "support/FileTickets.h"
+
+namespace {
+
+using namespace tickets;
+using files::Exists;
+using files::Names;
+using files::Write;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+class FileRobustness : public testing::Test {
+ protected:
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+    std::string const m_bad = m_file + ".bad";
+};
+
+using UnreadableFile = FileRobustness;
+using DeepFile = FileRobustness;
+using WideFile = FileRobustness;
+using FileOfProcesses = FileRobustness;
+using FileDisk = FileRobustness;
+using FileLocale = FileRobustness;
+using FileAliasing = FileRobustness;
+using FileWalk = FileRobustness;
+
+// Runs `work` on a thread with a stack of 256 KB.
+void OnSmallStack(std::function<void()> work) {
+    struct THREAD {
+        static void* Run(void* function) {
+            (*static_cast<std::function<void()>*>(function))();
+            return nullptr;
+        }
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &attributes, &THREAD::Run, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+std::string Repeated(std::string const& text, std::size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    while (count--) all += text;
+    return all;
+}
+
+// "a/a/…/a"
+std::string DeepKey(std::size_t components) {
+    return Repeated("a/", components - 1) + "a";
+}
+
+// Runs `work` in a child process and returns its pid.
+pid_t Spawn(std::function<bool()> const& work) {
+    pid_t const child = fork();
+    if (child == 0) _exit(work() ? 0 : 1);
+    return child;
+}
+
+bool Succeeded(pid_t child) {
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+// A file that exists but could not be parsed or read is kept beside the first save that replaces or deletes it
+
+TEST_F(UnreadableFile, FileThatIsNoXmlReadsAsEmptyAndIsKeptBesideTheFirstSave) {
+    for (std::string const& content : {std::string("settings: none"), std::string("<ticket><a type=\"int\">1</ticket>"),
+                                       std::string("<ticket><a type=\"int\">1</a>"), std::string(),
+                                       std::string("\0", 1), Document({"<a type=\"int\">1</a>"}).substr(0, 60)}) {
+        SCOPED_TRACE(content);
+        std::filesystem::remove(m_bad);
+        Write(m_file, content);
+        {
+            OWNER const ticket(m_file.c_str());
+            EXPECT_THAT(Contents(ticket), IsEmpty());
+            EXPECT_EQ(Set(ticket, "b", 2), 1);
+            EXPECT_EQ(FileContent(m_file), content);
+            EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+            EXPECT_EQ(FileContent(m_bad), content);
+            EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
+
+            EXPECT_EQ(Set(ticket, "b", 3), 1);
+            EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+            EXPECT_EQ(FileContent(m_bad), content);  // the second save has nothing to keep
+        }
+        EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.bad"));
+    }
+}
+
+TEST_F(UnreadableFile, IsLeftAloneWhileNothingIsSaved) {
+    Write(m_file, "broken");
+    {
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(GetInt(ticket, "a"), std::nullopt);
+        Operate(ticket, STICKET_OP_SAVE);
+        Operate(ticket, STICKET_OP_RELEASE);
+        EXPECT_EQ(GetInt(ticket, "a"), std::nullopt);
+    }
+    EXPECT_EQ(FileContent(m_file), "broken");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(UnreadableFile, IsKeptByWhateverSavesFirst) {
+    using SAVE = std::function<void(STICKET_ACCESS const*&)>;
+    for (SAVE const& save : {
+             SAVE([](auto& t) { Operate(t, STICKET_OP_SAVE); }),
+             SAVE([](auto& t) { Operate(t, STICKET_OP_RELEASE); }),
+             SAVE([](auto& t) { Operate(t, STICKET_OP_PARTIAL_KEYS); }),
+             SAVE([](auto& t) { STICKET::Destroy(t); }),
+         }) {
+        std::filesystem::remove(m_bad);
+        Write(m_file, "broken");
+        STICKET_ACCESS const* ticket = STICKET::Create(m_file.c_str());
+        Set(ticket, "a", 1);
+        save(ticket);
+        EXPECT_EQ(FileContent(m_bad), "broken");
+        EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+        STICKET::Destroy(ticket);
+    }
+}
+
+TEST_F(UnreadableFile, IsKeptWhenTheTicketIsEmptiedInsteadOfWritten) {
+    Write(m_file, "broken");
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    Operate(ticket, STICKET_OP_CLEAR);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.bad"));
+    EXPECT_EQ(FileContent(m_bad), "broken");
+}
+
+TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {
+    Write(m_file, "broken");
+    std::filesystem::create_directory(m_file + ".tmp");
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_EQ(FileContent(m_file), "broken");
+    std::filesystem::remove(m_file + ".tmp");
+    Set(ticket, "a", 2);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_EQ(FileContent(m_bad), "broken");
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">2</a>"}));
+}
+
+TEST_F(UnreadableFile, FileThatWasMendedAndReadAgainIsNotKept) {
+    Write(m_file, "broken");
+    OWNER const ticket(m_file.c_str());
+    GetInt(ticket, "a");
+    Operate(ticket, STICKET_OP_RELEASE);
+    Write(m_file, Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(GetInt(ticket, "a"), 1);
+    Set(ticket, "a", 2);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(UnreadableFile, PipeNeitherHoldsTheTicketUpNorIsLost) {
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
+    OWNER const ticket(m_file.c_str());
+    EXPECT_THAT(Contents(ticket), IsEmpty());
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_TRUE(std::filesystem::is_fifo(m_bad));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+}
+
+TEST_F(UnreadableFile, DirectoryIsNeverReplacedMovedOrDeleted) {
+    std::filesystem::create_directory(m_file);
+    OWNER const ticket(m_file.c_str());
+    EXPECT_THAT(Contents(ticket), IsEmpty());
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    Operate(ticket, STICKET_OP_CLEAR);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_TRUE(std::filesystem::is_directory(m_file));
+    EXPECT_FALSE(Exists(m_bad));
+}
+
+TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
+    constexpr std::size_t LEVELS = 1000000;
+    std::string const content = Repeated("<a type=\"int\">1", LEVELS) + Repeated("</a>", LEVELS);
+    Write(m_file, content);
+    OnSmallStack([&] {
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(Count(ticket), 0u);
+        Set(ticket, "b", 1);
+    });
+    EXPECT_TRUE(FileContent(m_bad) == content);
+    EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
+}
+
+// Deep and wide
+
+TEST_F(DeepFile, KeyOfManyComponentsIsSetWalkedAndReadOnASmallStack) {
+    OnSmallStack([&] {
+        std::string const key = DeepKey(100000);
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(Set(ticket, key.c_str(), 42), 1);
+        EXPECT_EQ(GetInt(ticket, key.c_str()), 42);
+        EXPECT_EQ(Contents(ticket).size(), 1u);
+        EXPECT_EQ(Delete(ticket, key.c_str()), 1);  // its lines would take ten gigabytes of indentation
+    });
+}
+
+TEST_F(DeepFile, KeyOfManyComponentsIsSavedAndReloadedOnASmallStack) {
+    OnSmallStack([&] {
+        std::string const key = DeepKey(3000);
+        {
+            OWNER const ticket(m_file.c_str());
+            Set(ticket, key.c_str(), 42);
+            EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        }
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(GetInt(ticket, key.c_str()), 42);
+        EXPECT_EQ(Count(ticket), 1u);
+    });
+}
+
+TEST_F(DeepFile, MillionNestedElementsAreLoadedOnASmallStack) {
+    constexpr std::size_t LEVELS = 1000000;
+    Write(m_file, "<ticket>" + Repeated("<a>", LEVELS) + "<b type=\"int\">42</b>" + Repeated("</a>", LEVELS) +
+                      "<c type=\"int\">43</c></ticket>");
+    OnSmallStack([&] {
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(GetInt(ticket, (Repeated("a/", LEVELS) + "b").c_str()), 42);
+        EXPECT_EQ(GetInt(ticket, "c"), 43);
+        EXPECT_EQ(Count(ticket), 2u);
+    });
+}
+
+TEST_F(WideFile, ManyDifferentFirstComponentsAreSavedAndReloaded) {
+    constexpr int KEYS = 100000;
+    auto const key = [](int number) { return "component" + std::to_string(number * 7919 % KEYS) + "/value"; };
+    {
+        OWNER const ticket(m_file.c_str());
+        for (int i = 0; i < KEYS; ++i) Set(ticket, key(i).c_str(), i);
+    }
+    OWNER const ticket(m_file.c_str());
+    EXPECT_EQ(Count(ticket), static_cast<unsigned int>(KEYS));
+    for (int i = 0; i < KEYS; i += 997) EXPECT_EQ(GetInt(ticket, key(i).c_str()), i);
+}
+
+TEST_F(WideFile, LongVectorsAreSavedAndReloaded) {
+    constexpr int ELEMENTS = 100000;
+    {
+        OWNER const ticket(m_file.c_str());
+        for (int i = 0; i < ELEMENTS; ++i) Set(ticket, "v", i, APPEND_INDEX);
+    }
+    OWNER const ticket(m_file.c_str());
+    uint64_t count = 0;
+    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "v", PARAM_VECTOR, &count, SCALAR_INDEX), 1);
+    EXPECT_EQ(count, static_cast<uint64_t>(ELEMENTS));
+    EXPECT_EQ(GetInt(ticket, "v", ELEMENTS - 1), ELEMENTS - 1);
+}
+
+TEST_F(WideFile, LongTextIsSavedAndReloaded) {
+    std::string const text = Repeated("<\\ \x01 caf\xC3\xA9>", 500000);
+    {
+        OWNER const ticket(m_file.c_str());
+        Set(ticket, "text", text.c_str());
+    }
+    OWNER const ticket(m_file.c_str());
+    EXPECT_TRUE(GetText(ticket, "text") == text);
+}
+
+// Several processes
+
+TEST_F(FileOfProcesses, TwoSaveTheSameFileAndAThirdNeverReadsHalfOfIt) {
+    constexpr int VALUES = 50;
+    constexpr int SAVES = 40;
+    auto const fill = [](STICKET_ACCESS const* ticket, int value) {
+        bool ok = true;
+        for (int i = 0; i < VALUES; ++i) ok = Set(ticket, ("values/v" + std::to_string(i)).c_str(), value) && ok;
+        return ok && Operate(ticket, STICKET_OP_SAVE);
+    };
+    auto const saveOften = [&](int first) {
+        OWNER const ticket(m_file.c_str());
+        bool ok = true;
+        for (int i = 0; i < SAVES; ++i) ok = fill(ticket, first + i) && ok;
+        return ok;
+    };
+    auto const isWhole = [&] {
+        OWNER const ticket(m_file.c_str());
+        LINES const lines = Contents(ticket);
+        if (lines.size() != VALUES) return false;
+        std::string const value = lines[0].substr(lines[0].rfind(' '));
+        for (std::string const& line : lines) {
+            if (line.substr(line.rfind(' ')) != value) return false;
+        }
+        return true;
+    };
+
+    {
+        OWNER const ticket(m_file.c_str());
+        ASSERT_TRUE(fill(ticket, 1));
+    }
+    pid_t savers[] = {Spawn([&] { return saveOften(1000); }), Spawn([&] { return saveOften(2000); })};
+    int reads = 0;
+    for (pid_t const saver : savers) {
+        siginfo_t ended{};
+        do {
+            EXPECT_TRUE(isWhole());
+            ++reads;
+            waitid(P_PID, static_cast<id_t>(saver), &ended, WEXITED | WNOHANG | WNOWAIT);
+        } while (ended.si_pid == 0);
+        EXPECT_TRUE(Succeeded(saver));
+    }
+    EXPECT_GT(reads, 2);
+    EXPECT_TRUE(isWhole());
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+// The disk
+
+TEST_F(FileDisk, FullDiskKeepsTheOldFileAndTheTicketGoesOn) {
+    Write(m_file, Document({"<a type=\"int\">1</a>"}));
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 2);
+
+    auto const handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit unlimited{};
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    rlimit const small{20, unlimited.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    std::signal(SIGXFSZ, handler);
+
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+    EXPECT_EQ(GetInt(ticket, "a"), 2);
+    Set(ticket, "a", 3);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">3</a>"}));
+}
+
+TEST_F(FileDisk, MissingDirectoryIsNoFailureOfTheTicket) {
+    OWNER const ticket((m_scratch.Path("missing/t.xml")).c_str());
+    EXPECT_EQ(Set(ticket, "a", 1), 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(GetInt(ticket, "a"), 1);
+    EXPECT_THAT(Names(m_scratch), IsEmpty());
+}
+
+TEST_F(FileDisk, PermissionBitsStayAndNewFilesAreTheirOwnersAlone) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_EQ(files::Mode(m_file), 0600u);
+    std::filesystem::permissions(m_file, std::filesystem::perms(0664));
+    Set(ticket, "a", 2);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_EQ(files::Mode(m_file), 0664u);
+}
+
+// Locales
+
+namespace {
+
+struct GERMAN_NUMBERS : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+// Restores both languages' locales at the end of the scope.
+class USUAL_LOCALE {
+ public:
+    USUAL_LOCALE() : m_c(std::setlocale(LC_ALL, nullptr)) {}
+    ~USUAL_LOCALE() {
+        std::locale::global(m_cpp);
+        std::setlocale(LC_ALL, m_c.c_str());
+    }
+
+ private:
+    std::string const m_c;
+    std::locale const m_cpp;
+};
+
+std::string const LOCALE_FILE = Document(
+    {"<a type=\"double\">123456.5</a>", "<b type=\"int\">1234567</b>", "<c type=\"int64\">-9007199254740993</c>",
+     "<d type=\"uint64\">18446744073709551615</d>", "<e type=\"double\">500.e-003</e>", "<i type=\"string\">I</i>"});
+
+void ExpectUsualFile(std::string const& file) {
+    Write(file, LOCALE_FILE);
+    OWNER const ticket(file.c_str());
+    double number = 0;
+    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "a", PARAM_DOUBLE, &number, SCALAR_INDEX), 1);
+    EXPECT_EQ(number, 123456.5);
+    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "e", PARAM_DOUBLE, &number, SCALAR_INDEX), 1);
+    EXPECT_EQ(number, 0.5);
+    EXPECT_EQ(GetInt(ticket, "b"), 1234567);
+    int64_t integer = 0;
+    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "c", PARAM_INT64, &integer, SCALAR_INDEX), 1);
+    EXPECT_EQ(integer, -9007199254740993);
+    Set(ticket, "b", 1234567);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(file), LOCALE_FILE);
+}
+
+}  // namespace
+
+TEST_F(FileLocale, FileDoesNotDependOnTheLocaleOfCpp) {
+    USUAL_LOCALE const usual;
+    std::locale::global(std::locale(std::locale::classic(), new GERMAN_NUMBERS));
+    ExpectUsualFile(m_file);
+}
+
+TEST_F(FileLocale, FileDoesNotDependOnTheLocaleOfC) {
+    USUAL_LOCALE const usual;
+    int tried = 0;
+    for (char const* const name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "tr_TR.UTF-8"}) {
+        if (!std::setlocale(LC_ALL, name)) continue;
+        ++tried;
+        ExpectUsualFile(m_file);
+    }
+    if (tried == 0) GTEST_SKIP() << "no locale with a decimal comma is installed";
+}
+
+// Arguments that point into the ticket
+
+TEST_F(FileAliasing, TextThatWasReadCanBeStoredAnywhere) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "v", "first element, not a short one", APPEND_INDEX);
+    Set(ticket, "v", "second", APPEND_INDEX);
+    char const* text = nullptr;
+    ASSERT_EQ(ticket->GetParameter(ticket->pTicket, "v", PARAM_STRING, &text, 0), 1);
+    EXPECT_EQ(Set(ticket, "v", text), 1);
+    EXPECT_EQ(Set(ticket, "v", text, APPEND_INDEX), 1);
+    EXPECT_EQ(Set(ticket, "v", text, 0), 1);
+    EXPECT_EQ(Set(ticket, text, text), 1);
+    SETMULTIPAR batch[] = {{"v", PARAM_NONE, nullptr, SCALAR_INDEX, false},
+                           {"w", PARAM_STRING, text, SCALAR_INDEX, false},
+                           {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_EQ(ticket->SetMultiParameter(ticket->pTicket, batch), 1);
+    EXPECT_THAT(Contents(ticket), ElementsAre("first element, not a short one 4 first element, not a short one",
+                                              "w 4 first element, not a short one"));
+}
+
+TEST_F(FileAliasing, BytesOfTheValueItselfCanReplaceIt) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", "bytes of a text that is not short");
+    BIN_STRING bytes{};
+    ASSERT_EQ(ticket->GetParameter(ticket->pTicket, "a", PARAM_BINSTR, &bytes, SCALAR_INDEX), 1);
+    bytes.data = static_cast<char const*>(bytes.data) + 9;
+    bytes.length -= 9;
+    EXPECT_EQ(ticket->SetParameter(ticket->pTicket, "a", PARAM_BINSTR, &bytes, SCALAR_INDEX), 1);
+    EXPECT_THAT(Contents(ticket), ElementsAre("a 5 a text that is not short"));
+}
+
+TEST_F(FileAliasing, TicketMergedIntoItselfKeepsItsContent) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a/b", "text that is not short at all");
+    Set(ticket, "v", 1, APPEND_INDEX);
+    Set(ticket, "v", "two", APPEND_INDEX);
+    LINES const before = Contents(ticket);
+    for (bool const clear : {false, true}) {
+        EXPECT_EQ(ticket->MergeTicket(ticket->pTicket, ticket, nullptr, clear), 1);
+        EXPECT_EQ(Contents(ticket), before);
+    }
+    Operate(ticket, STICKET_OP_RELEASE);
+    EXPECT_EQ(ticket->MergeTicket(ticket->pTicket, ticket, nullptr, true), 1);
+    EXPECT_EQ(Contents(ticket), before);
+}
+
+TEST_F(FileAliasing, TicketsOfOneFileMergeIntoEachOther) {
+    Write(m_file, Document({"<a type=\"int\">1</a>"}));
+    OWNER const one(m_file.c_str());
+    OWNER const other(m_file.c_str());
+    Set(one, "b", 2);
+    EXPECT_EQ(other->MergeTicket(other->pTicket, one, nullptr, true), 1);
+    EXPECT_THAT(Contents(other), ElementsAre("a 2 1", "b 2 2"));
+}
+
+// Callbacks of a walk that change the ticket
+
+TEST_F(FileWalk, CallbackMayDeleteAddSaveOrClear) {
+    struct STEP {
+        STICKET_ACCESS const* ticket;
+        std::function<void(STICKET_ACCESS const*, char const*)> change;
+        LINES keys;
+        static bool Take(void* step, char const* key, PARAM_TYPE, void const*, int) {
+            auto& self = *static_cast<STEP*>(step);
+            self.keys.push_back(key);
+            self.change(self.ticket, key);
+            return self.keys.size() < 20;
+        }
+    };
+    struct CASE {
+        char const* name;
+        std::function<void(STICKET_ACCESS const*, char const*)> change;
+        LINES keys;
+    };
+    for (CASE const &c : {
+             CASE{"deletes the key",
+                  [](auto*t, char const*key) { Delete(t, std::string(key).c_str()); },
+                  {"a", "b", "c"}},
+             CASE{"deletes the next key", [](auto*t, char const*) { Delete(t, "b"); }, {"a", "c"}},
+             CASE{"adds keys before and behind",
+                  [](auto*t, char const*) {
+                      Set(t, "A", 1);
+                      Set(t, "d", 1);
+                  },
+                  {"a", "b", "c", "d"}},
+             CASE{"saves and drops", [](auto*t, char const*) { Operate(t, STICKET_OP_RELEASE); }, {"a", "b", "c"}},
+             CASE{"deletes and drops",
+                  [](auto*t, char const*) {
+                      Delete(t, "b");
+                      Operate(t, STICKET_OP_RELEASE);
+                  },
+                  {"a", "c"}},
+             CASE{"clears", [](auto*t, char const*) { Operate(t, STICKET_OP_CLEAR); }, {"a"}},
+             CASE{"walks itself", [](auto*t, char const*) { Contents(t); }, {"a", "b", "c"}},
+         }) {
+        for (int const level : std::initializer_list<int>{WALK_KEYS, WALK_TYPES, WALK_VALUES, WALK_EVERYTHING}) {
+            SCOPED_TRACE(c.name);
+            Write(m_file, Document({"<a type=\"int\">1</a>", "<b type=\"string\">text</b>", "<c type=\"int\">3</c>"}));
+            OWNER const ticket(m_file.c_str());
+            STEP step{ticket, c.change, {}};
+            EXPECT_EQ(ticket->WalkParameter(ticket->pTicket, &STEP::Take, &step, "", level), 1);
+            EXPECT_EQ(step.keys, c.keys);
+        }
+    }
+}
+
+TEST_F(FileWalk, CancelledThreadLeavesTheTicketUsable) {
+    struct STEP {
+        static bool Take(void*, char const*, PARAM_TYPE, void const*, int) {
+            pthread_cancel(pthread_self());
+            pthread_testcancel();
+            return true;
+        }
+        static void* Run(void* access) {
+            auto* const ticket = static_cast<STICKET_ACCESS const*>(access);
+            ticket->WalkParameter(ticket->pTicket, &Take, nullptr, "", 2);
+            return nullptr;
+        }
+    };
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    pthread_t thread;
+    void* const access = const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket));
+    ASSERT_EQ(pthread_create(&thread, nullptr, &STEP::Run, access), 0);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(GetInt(ticket, "a"), 1);
+}
