@@ -240,7 +240,7 @@ TEST_F(FileSave, NewFileIsItsOwnersAloneFromTheFirstByteOn) {
 }
 
 TEST_F(FileSave, PermissionBitsStayWhateverTheMaskOfTheProcess) {
-    for (mode_t const mask : {0000, 0022, 0777}) {
+    for (mode_t const mask : {0000u, 0022u, 0777u}) {
         for (unsigned int const mode : {0600u, 0644u, 0660u, 0400u, 0777u}) {
             Write(m_file, "old");
             std::filesystem::permissions(m_file, std::filesystem::perms(mode));
