@@ -17,6 +17,10 @@ set(CONFIGURATIONCONTROL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow
 # The rounding helpers are exact only when each operation is rounded by itself.
 add_compile_options(-ffp-contract=off)
 
+if(CONFIGURATIONCONTROL_FUZZERS)
+    string(APPEND CONFIGURATIONCONTROL_SANITIZE ",fuzzer-no-link,address,undefined")
+    string(REGEX REPLACE "^," "" CONFIGURATIONCONTROL_SANITIZE "${CONFIGURATIONCONTROL_SANITIZE}")
+endif()
 if(CONFIGURATIONCONTROL_SANITIZE)
     add_compile_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE} -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE})
