@@ -92,14 +92,13 @@ class COLLECTION {
 int Merge(STICKET_ACCESS const& target, STICKET_ACCESS const& source, char const* const* keys, bool clear) {
     COLLECTION collection(keys);
     if (!collection.CollectFrom(source)) return 0;
+    SETMULTIPAR* records = collection.Table();
     if (clear && !target.Operation(target.pTicket, STICKET_OP_CLEAR, nullptr)) return 0;
-
-    SETMULTIPAR const* records = collection.Table();
     // An empty key would end the batch, and it sorts before all others; so a parameter of that name is set by itself.
     for (; records && records->key && !*records->key; ++records) {
         target.SetParameter(target.pTicket, records->key, records->type, records->value, records->index);
     }
-    return target.SetMultiParameter(target.pTicket, const_cast<SETMULTIPAR*>(records));
+    return target.SetMultiParameter(target.pTicket, records);
 }
 
 }  // namespace

@@ -1,0 +1,189 @@
+// Tickets on a system that fails: no memory, no mutex. The allocations and pthread calls are replaced by forwarders
+// which can be told to fail.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "support/Tickets.h"
+
+namespace {
+
+constexpr int UNLIMITED = -1;
+thread_local int t_allocationsLeft = UNLIMITED;
+std::atomic<pthread_mutex_t*> g_failingLock{nullptr};
+std::atomic<bool> g_initFails{false};
+
+template <typename FUNCTION>
+FUNCTION* Next(char const* name) {
+    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (t_allocationsLeft == 0) throw std::bad_alloc();
+    if (t_allocationsLeft > 0) --t_allocationsLeft;
+    if (void* const memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
+    return mutex == g_failingLock ? EINVAL : next(mutex);
+}
+extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t const* attributes) noexcept {
+    static auto* const next = Next<int(pthread_mutex_t*, pthread_mutexattr_t const*)>("pthread_mutex_init");
+    return g_initFails ? ENOMEM : next(mutex, attributes);
+}
+
+namespace {
+
+using tickets::LINES;
+using tickets::OPEN_TICKET;
+using tickets::OWNER;
+
+char const LONG_KEY[] = "a key that is too long for the small buffer of a string";
+char const LONG_TEXT[] = "a text that is too long for the small buffer of a string";
+
+// Runs `action` with 0, 1, 2… allocations granted until it succeeds; each failure must leave things as `expect` says.
+// Returns how many allocations it took.
+template <typename ACTION, typename EXPECT>
+int StarveUntilSuccess(ACTION const& action, EXPECT const& expect) {
+    for (int granted = 0; granted < 1000; ++granted) {
+        t_allocationsLeft = granted;
+        bool const done = action();
+        t_allocationsLeft = UNLIMITED;
+        if (done) return granted;
+        expect();
+    }
+    ADD_FAILURE() << "never succeeds";
+    return 0;
+}
+
+TEST(TicketWithoutMemory, CannotBeCreated) {
+    for (char const* name : {static_cast<char const*>(nullptr), LONG_TEXT}) {
+        STICKET_ACCESS const* access = nullptr;
+        auto const create = [&] {
+            try {
+                access = STICKET::Create(name);
+                return true;
+            } catch (std::bad_alloc const&) {
+                return false;
+            }
+        };
+        EXPECT_GT(StarveUntilSuccess(create, [] {}), 0);
+        STICKET::Destroy(access);
+    }
+}
+
+TEST(TicketWithoutMemory, RefusesASetAndKeepsItsRegistrations) {
+    OPEN_TICKET ticket;
+    STICKET_ACCESS const* const access = ticket.GetInterface();
+    ticket.Register(1, {LONG_KEY});
+    auto const unchanged = [&] {
+        EXPECT_EQ(tickets::Contents(access), LINES{});
+        EXPECT_EQ(ticket.Registered(), std::vector<int>{1});
+    };
+    EXPECT_GT(StarveUntilSuccess([&] { return tickets::Set(access, LONG_KEY, LONG_TEXT); }, unchanged), 0);
+    EXPECT_EQ(tickets::GetText(access, LONG_KEY), LONG_TEXT);
+    EXPECT_EQ(ticket.Registered(), std::vector<int>{});
+}
+
+TEST(TicketWithoutMemory, RefusesABatchOrStoresNothingOfIt) {
+    OPEN_TICKET ticket;
+    STICKET_ACCESS const* const access = ticket.GetInterface();
+    ticket.Register(1, {LONG_KEY});
+    SETMULTIPAR records[] = {{LONG_KEY, PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false}, {}};
+    auto const set = [&] { return access->SetMultiParameter(access->pTicket, records) && records[0].result; };
+    auto const unchanged = [&] {
+        EXPECT_EQ(tickets::Contents(access), LINES{});
+        EXPECT_EQ(ticket.Registered(), std::vector<int>{1});
+    };
+    EXPECT_GT(StarveUntilSuccess(set, unchanged), 0);
+    EXPECT_EQ(ticket.Registered(), std::vector<int>{});
+}
+
+TEST(TicketWithoutMemory, QueuesNoCallback) {
+    OWNER const ticket;
+    static int calls = 0;
+    auto const queue = [&] {
+        return ticket->QueueAfterNotification(
+            ticket->pTicket, [](void*) { ++calls; }, nullptr);
+    };
+    EXPECT_EQ(StarveUntilSuccess(queue, [] {}), 1);
+    tickets::Set(ticket, "a", 1);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(TicketWithoutMemory, MergesNothingUntilEverythingIsCollected) {
+    OWNER const source;
+    OWNER const target;
+    tickets::Set(source, LONG_KEY, LONG_TEXT);
+    tickets::Set(source, "real", 0.5);
+    tickets::Set(target, "old", 1);
+    auto const merge = [&] { return target->MergeTicket(target->pTicket, source, nullptr, false); };
+    EXPECT_GT(StarveUntilSuccess(merge, [&] { EXPECT_EQ(tickets::GetInt(target, "old"), 1); }), 5);
+    EXPECT_EQ(tickets::Count(target), 3u);
+}
+
+TEST(TicketWithoutMemory, FailsToFlushAsAlways) {
+    OPEN_TICKET ticket;
+    STICKET_ACCESS const* const access = ticket.GetInterface();
+    tickets::Set(access, LONG_KEY, LONG_TEXT);
+    ticket.Register(1, {LONG_KEY, "a prefix that is rather long/*"});
+    for (int granted = 0; granted < 40; ++granted) {
+        int number = 1;
+        t_allocationsLeft = granted;
+        int const result = tickets::Operate(access, STICKET_OP_FLUSH_NOTIFICATION, &number);
+        t_allocationsLeft = UNLIMITED;
+        EXPECT_EQ(result, 0);
+    }
+}
+
+TEST(TicketWithoutMutex, CannotBeCreatedAndSaysSo) {
+    for (char const* name : {static_cast<char const*>(nullptr), LONG_TEXT}) {
+        std::string thrown;
+        g_initFails = true;
+        try {
+            STICKET::Create(name);
+        } catch (char const* text) {
+            thrown = text;
+        }
+        g_initFails = false;
+        EXPECT_EQ(thrown, "MUTEX_INSTANCE: pthread_mutex_init fail");
+    }
+}
+
+TEST(TicketWithoutMutex, AnswersZeroWhileTheMutexCannotBeLocked) {
+    OPEN_TICKET ticket;
+    STICKET_ACCESS const* const access = ticket.GetInterface();
+    ticket.Register(1, {});
+    g_failingLock = &ticket.GetMutexInstance().mutex;
+    int owner = 1;
+    unsigned int count = 0;
+    EXPECT_EQ(tickets::Set(access, "a", 1), 0);
+    EXPECT_EQ(tickets::GetInt(access, "a"), std::nullopt);
+    EXPECT_EQ(tickets::Operate(access, STICKET_OP_COUNT, &count), 0);
+    EXPECT_EQ(access->Lock(access->pTicket, 0, &owner, true), 0);
+    EXPECT_EQ(access->EnDisNotification(access->pTicket, -2, false, nullptr), 0);
+    EXPECT_FALSE(access->QueueAfterNotification(
+        access->pTicket, [](void*) {}, nullptr));
+    EXPECT_THROW(ticket.AfterNotification(), char const*);
+    g_failingLock = nullptr;
+    EXPECT_EQ(tickets::Set(access, "a", 1), 1) << "and works again afterwards";
+}
+
+}  // namespace
