@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/Files.h"
+#include "support/ScratchDirectory.h"
 
 namespace {
 
@@ -163,8 +163,8 @@ class Table : public testing::TestWithParam<bool> {
  protected:
     char const* Name() const { return GetParam() ? m_fileName.c_str() : nullptr; }
 
-    files::SCRATCH m_directory;
-    std::string m_fileName = m_directory / "ticket.xml";
+    SCRATCH_DIRECTORY m_directory;
+    std::string m_fileName = m_directory.Path("ticket.xml");
     TABLE m_table{Name()};
 };
 
@@ -321,9 +321,9 @@ TEST_P(FileTable, IsSavedOnRequestAndReadBackByTheNextTicket) {
     m_table.Set("Product/Name", TEXT, "a <name>");
     m_table.Set("Product/Sizes", DOUBLE, &real, -2);
     m_table.Set("Product/Sizes", INT64, &big, -2);
-    EXPECT_FALSE(files::Exists(m_fileName)) << "nothing is written yet";
+    EXPECT_FALSE(m_directory.Has("ticket.xml")) << "nothing is written yet";
     EXPECT_EQ(m_table.Operate(SAVE, nullptr), 1);
-    EXPECT_THAT(files::Content(m_fileName), testing::HasSubstr("<Name type=\"string\">a "));
+    EXPECT_THAT(FileContent(m_fileName), testing::HasSubstr("<Name type=\"string\">a "));
 
     TABLE const again(Name());
     EXPECT_STREQ(again.Read<char const*>("Product/Name", TEXT), "a <name>");
