@@ -12,5 +12,8 @@ foreach(golden IN LISTS goldens)
             COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:example_${name}> -DGOLDEN=${golden}
                 -DDIRECTORY=${CMAKE_CURRENT_BINARY_DIR}/example_${name}
                 -P ${CMAKE_CURRENT_SOURCE_DIR}/support/CompareOutput.cmake)
+        # Hosts that load the library when they run know it by its name alone.
+        set_tests_properties(Examples.${name} PROPERTIES
+            ENVIRONMENT LD_LIBRARY_PATH=$<TARGET_FILE_DIR:ConfigurationControl>)
     endif()
 endforeach()
