@@ -43,12 +43,12 @@ class LATIN1_IN_MEMORY : public STICKET_STRING_CONVERSION {
     std::string FromFile(std::string const& text, int /*reserved*/) override {
         std::string latin1;
         for (std::size_t i = 0; i < text.size(); ++i) {
-            auto const lead = static_cast<unsigned char>(text[i]);
+            unsigned int const lead = static_cast<unsigned char>(text[i]);
             if (lead < 0x80) {
                 latin1 += text[i];
                 continue;
             }
-            auto const next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
+            unsigned int const next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
             if ((lead != 0xC2 && lead != 0xC3) || (next & 0xC0) != 0x80) throw std::range_error("not in Latin-1");
             latin1 += static_cast<char>(((lead & 0x03) << 6) | (next & 0x3F));
             ++i;
