@@ -1,0 +1,65 @@
+// Workloads, files and stores that are made once for each process.
+#include "Fixture.h"
+
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+namespace {
+
+struct DIRECTORY {
+    std::string name;
+    DIRECTORY() : name((std::filesystem::temp_directory_path() / "ticket-bench-XXXXXX").string()) {
+        if (!mkdtemp(name.data())) throw std::runtime_error("no temporary directory");
+    }
+    ~DIRECTORY() {
+        std::error_code ignored;
+        std::filesystem::remove_all(name, ignored);
+    }
+};
+
+}  // namespace
+
+std::string const& WorkDirectory() {
+    static DIRECTORY const directory;
+    return directory.name;
+}
+
+WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape) {
+    static std::map<std::pair<std::size_t, SHAPE>, WORKLOAD> workloads;
+    auto const found = workloads.find({count, shape});
+    if (found != workloads.end()) return found->second;
+    return workloads.emplace(std::pair(count, shape), WORKLOAD(count, shape)).first->second;
+}
+
+std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload) {
+    static std::map<std::pair<std::string, WORKLOAD const*>, std::string> files;
+    std::string& file = files[{kind.name, &workload}];
+    if (file.empty()) {
+        file = WorkDirectory() + "/" + kind.name + std::to_string(files.size());
+        auto const store = kind.make(workload, file);
+        Fill(*store, workload);
+        store->Save();
+    }
+    return file;
+}
+
+STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload) {
+    static std::map<std::pair<std::string, WORKLOAD const*>, std::unique_ptr<STORE>> stores;
+    std::unique_ptr<STORE>& store = stores[{kind.name, &workload}];
+    if (!store) {
+        store = kind.make(workload, kind.hasFile ? SharedFile(kind, workload) : "");
+        kind.hasFile ? store->Load() : Fill(*store, workload);
+    }
+    return *store;
+}
+
+void ParkAThread() {
+    std::thread([] {
+        std::mutex mutex;
+        std::unique_lock lock(mutex);
+        std::condition_variable().wait(lock, [] { return false; });
+    }).detach();
+}

@@ -1,0 +1,23 @@
+// What the benchmark programs set up once and share: workloads, files, filled stores.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Store.h"
+
+// A directory for the files of this process, removed at its end.
+std::string const& WorkDirectory();
+
+// The same workload for the same arguments.
+WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape = SHAPE::GROUPED);
+
+// The name of a file with a workload's values, written by that kind of store when first asked for.
+std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload);
+
+// A filled store that lives until the process ends; one with a file was loaded from it.
+STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload);
+
+// Starts a thread that sleeps until the process ends. Allocator and mutexes take shorter paths in a process that never
+// had a second thread, which no host that needs a guarded store is.
+void ParkAThread();

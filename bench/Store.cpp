@@ -1,0 +1,47 @@
+// The list of store kinds, and what their benchmarks share.
+#include "Store.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <system_error>
+
+std::vector<STORE_KIND>& StoreKinds() {
+    static std::vector<STORE_KIND> kinds;
+    return kinds;
+}
+
+STORE_KIND const& FindStoreKind(std::string_view name) {
+    for (STORE_KIND const& kind : StoreKinds())
+        if (kind.name == name) return kind;
+    throw std::runtime_error("not built in: " + std::string(name));
+}
+
+STORE_REGISTRATION::STORE_REGISTRATION(STORE_KIND kind) {
+    auto& kinds = StoreKinds();
+    kinds.insert(std::upper_bound(kinds.begin(), kinds.end(), kind,
+                                  [](auto const& a, auto const& b) { return a.name < b.name; }),
+                 std::move(kind));
+}
+
+void Fill(STORE& store, WORKLOAD const& workload) {
+    for (KEY const& key : workload.Keys()) {
+        if (key.type == VALUE_TYPE::INT) store.SetInt(key, key.Int());
+        if (key.type == VALUE_TYPE::DOUBLE) store.SetDouble(key, key.Double());
+        if (key.type == VALUE_TYPE::TEXT) store.SetText(key, key.Text());
+    }
+}
+
+void WriteDurably(std::string const& file, std::string_view content) {
+    std::string const temporary = file + ".tmp";
+    int const descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    bool const written = descriptor >= 0 &&
+                         write(descriptor, content.data(), content.size()) == static_cast<ssize_t>(content.size()) &&
+                         fsync(descriptor) == 0 && close(descriptor) == 0;
+    if (!written || std::rename(temporary.c_str(), file.c_str()) != 0)
+        throw std::system_error(errno, std::generic_category(), file);
+}

@@ -1,0 +1,41 @@
+// What the benchmarks store: keys in one of a few shapes, and for each key a value. Half of the values are integers, a
+// quarter numbers with a fraction, a quarter texts of 20 characters.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+enum class SHAPE {
+    GROUPED,  // "Group012/Sub03/Key004": what settings look like
+    FLAT,     // "Key000012": one component, each key another
+    WIDE,     // "Group000012/Key": two components, each first one another
+    DEEP      // 32 components, the last three as in GROUPED
+};
+
+enum class VALUE_TYPE { INT, DOUBLE, TEXT };
+
+struct KEY {
+    std::size_t number;  // position in the workload
+    std::string full;    // "Group012/Sub03/Key004"
+    std::string group;   // "Group012/Sub03"
+    std::string name;    // "Key004"
+    VALUE_TYPE type;
+
+    int Int() const { return static_cast<int>(number * 7); }
+    double Double() const { return static_cast<double>(number) * 0.37 + 0.1; }
+    std::string Text() const;
+};
+
+class WORKLOAD {
+ public:
+    explicit WORKLOAD(std::size_t count, SHAPE shape = SHAPE::GROUPED);
+
+    std::vector<KEY> const& Keys() const { return m_keys; }
+    std::size_t Count() const { return m_keys.size(); }
+    // The keys of one type in an order without pattern.
+    std::vector<KEY const*> Shuffled(VALUE_TYPE type) const;
+
+ private:
+    std::vector<KEY> m_keys;
+};

@@ -1,0 +1,191 @@
+// Times this project's stores, their peers and the floors: access, two threads, load, save. Names are
+// "operation/store/count", which is what the report reads.
+#include <benchmark/benchmark.h>
+#include <sched.h>
+
+#include <chrono>
+
+#include "Fixture.h"
+
+namespace {
+
+using CLOCK = std::chrono::steady_clock;
+using benchmark::State;
+
+double Seconds(CLOCK::time_point begin) {
+    return std::chrono::duration<double>(CLOCK::now() - begin).count();
+}
+
+// Runs the current thread on one processor for its scope.
+class PINNED {
+ public:
+    explicit PINNED(int number) {
+        sched_getaffinity(0, sizeof m_before, &m_before);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
+            if (CPU_ISSET(cpu, &m_before) && number-- == 0) CPU_SET(cpu, &one);
+        }
+        sched_setaffinity(0, sizeof one, &one);
+    }
+    ~PINNED() { sched_setaffinity(0, sizeof m_before, &m_before); }
+    PINNED(PINNED const&) = delete;
+    PINNED& operator=(PINNED const&) = delete;
+
+ private:
+    cpu_set_t m_before;
+};
+
+// One operation on a filled store for each key of a type, again and again.
+template <typename OPERATION>
+void Access(State& state, STORE& store, std::vector<KEY const*> const& keys, OPERATION operation) {
+    PINNED const pinned(state.thread_index());
+    std::size_t i = static_cast<std::size_t>(state.thread_index()) * keys.size() / 2;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(operation(store, *keys[i]));
+        if (++i == keys.size()) i = 0;
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+template <typename OPERATION>
+void RegisterAccess(std::string const& name, STORE_KIND const& kind, std::size_t count, VALUE_TYPE type, int threads,
+                    OPERATION operation) {
+    WORKLOAD const& workload = SharedWorkload(count);
+    STORE* const store = &SharedStore(kind, workload);
+    benchmark::RegisterBenchmark(
+        (name + "/" + kind.name + "/" + std::to_string(count)).c_str(),
+        [store, keys = workload.Shuffled(type), operation](State& state) { Access(state, *store, keys, operation); })
+        ->Threads(threads)
+        ->UseRealTime();
+}
+
+int ReadInt(STORE& store, KEY const& key) {
+    return store.GetInt(key);
+}
+std::size_t ReadText(STORE& store, KEY const& key) {
+    return store.GetText(key);
+}
+int WriteInt(STORE& store, KEY const& key) {
+    store.SetInt(key, key.Int());
+    return 0;
+}
+int WriteText(STORE& store, KEY const& key) {
+    static std::string const text = "another text of some";
+    store.SetText(key, text);
+    return 0;
+}
+
+void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
+    bool const isMap = kind.name == "F2 std::map";
+    // Reads come first: writes change what a memory ticket's neighbours in memory are.
+    RegisterAccess("get_int", kind, count, VALUE_TYPE::INT, 1, ReadInt);
+    RegisterAccess("get_int_2_threads", kind, count, VALUE_TYPE::INT, 2, ReadInt);
+    RegisterAccess("set_int", kind, count, VALUE_TYPE::INT, 1, WriteInt);
+    if (isMap) return;
+    RegisterAccess("get_string", kind, count, VALUE_TYPE::TEXT, 1, ReadText);
+    RegisterAccess("set_string", kind, count, VALUE_TYPE::TEXT, 1, WriteText);
+}
+
+void Load(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file) {
+    for (auto _ : state) {
+        auto const store = kind.make(workload, file);
+        auto const begin = CLOCK::now();
+        store->Load();
+        state.SetIterationTime(Seconds(begin));
+    }
+}
+
+// One changed value made durable: what every store but a database does by writing all values.
+void Save(State& state, STORE& store, KEY const& key) {
+    int value = 0;
+    store.SetInt(key, value);
+    for (auto _ : state) {
+        auto const begin = CLOCK::now();
+        store.SetInt(key, ++value);
+        store.Save();
+        state.SetIterationTime(Seconds(begin));
+    }
+}
+
+void RegisterLoad(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file,
+                  std::string const& suffix) {
+    benchmark::RegisterBenchmark(("load/" + kind.name + "/" + suffix).c_str(),
+                                 [&kind, &workload, file](State& state) { Load(state, kind, workload, file); })
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+void RegisterSave(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& suffix) {
+    STORE* const store = &SharedStore(kind, workload);
+    benchmark::RegisterBenchmark(("save/" + kind.name + "/" + suffix).c_str(),
+                                 [store, &workload](State& state) { Save(state, *store, workload.Keys().front()); })
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+bool IsOwn(STORE_KIND const& kind) {
+    return kind.name == "memory ticket" || kind.name == "file ticket";
+}
+
+void RegisterCount(std::size_t count, bool ownOnly) {
+    WORKLOAD const& workload = SharedWorkload(count);
+    std::string const suffix = std::to_string(count);
+    STORE_KIND const& ticket = FindStoreKind("file ticket");
+    for (STORE_KIND const& kind : StoreKinds()) {
+        bool const isFloor = kind.name[0] == 'F' && kind.name[1] < '3';
+        if (ownOnly && !IsOwn(kind) && !isFloor) continue;
+        if (kind.name == "F1 pugixml") {
+            RegisterLoad(kind, workload, SharedFile(ticket, workload), suffix);
+            continue;
+        }
+        RegisterAccesses(kind, count);
+        if (!kind.hasFile) continue;
+        RegisterLoad(kind, workload, SharedFile(kind, workload), suffix);
+        RegisterSave(kind, workload, suffix);
+    }
+}
+
+void RegisterShapes(std::size_t count) {
+    STORE_KIND const& kind = FindStoreKind("file ticket");
+    STORE_KIND const& floor = FindStoreKind("F1 pugixml");
+    static constexpr struct {
+        SHAPE shape;
+        char const* name;
+    } SHAPES[] = {{SHAPE::FLAT, "flat"}, {SHAPE::WIDE, "wide"}, {SHAPE::DEEP, "deep"}};
+    for (auto const& [shape, name] : SHAPES) {
+        WORKLOAD const& workload = SharedWorkload(count, shape);
+        RegisterLoad(kind, workload, SharedFile(kind, workload), name);
+        RegisterLoad(floor, workload, SharedFile(kind, workload), name);
+        RegisterSave(kind, workload, name);
+    }
+}
+
+bool TakeFlag(int& count, char** arguments, std::string_view flag) {
+    for (int i = 1; i < count; ++i) {
+        if (arguments[i] != flag) continue;
+        std::copy(arguments + i + 1, arguments + count + 1, arguments + i);
+        --count;
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void RegisterTicketBenchmarks();
+
+// "--quick": only this project's stores and the floors, up to 100,000 keys.
+int main(int count, char** arguments) {
+    bool const quick = TakeFlag(count, arguments, "--quick");
+    benchmark::Initialize(&count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
+    ParkAThread();
+    for (std::size_t const keys : {50, 10000, 100000}) RegisterCount(keys, quick);
+    RegisterShapes(100000);
+    RegisterTicketBenchmarks();
+    if (!quick) RegisterCount(1000000, true);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
