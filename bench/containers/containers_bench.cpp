@@ -11,8 +11,11 @@
 #include <string>
 #include <vector>
 
+#ifdef WITH_BTREE
 #include "BtreeMap.h"
+#endif
 #include "ParameterMap.h"
+#include "SortedPages.h"
 #include "StdMap.h"
 
 namespace {
@@ -166,7 +169,10 @@ void Heap(benchmark::State& state) {
     BENCHMARK(Heap<MAP>)->Arg(50)->Arg(10000)->Arg(100000)->Arg(1000000)->Iterations(1)
 
 CANDIDATE(STD_PARAMETER_MAP<ENTRY>);
+#ifdef WITH_BTREE
 CANDIDATE(BTREE_PARAMETER_MAP<ENTRY>);
+#endif
+CANDIDATE(SORTED_PARAMETER_MAP<ENTRY>);
 CANDIDATE(PARAMETER_MAP<ENTRY>);
 
 }  // namespace

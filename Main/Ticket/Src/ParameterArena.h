@@ -5,7 +5,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -38,6 +37,7 @@ class PARAMETER_ARENA {
     ID Make(std::string_view key) {
         if (key.size() > MAX_KEY) throw std::bad_alloc();
         std::size_t const size = EntrySize(key.size());
+        if (m_freed.empty()) m_freed.resize(LARGE / GRANULE + 1, NONE);
         ID const id = size > LARGE ? AddChunk(size) : Carve(size);
         std::byte* const room = Room(id);
         (new (room) ENTRY())->length = static_cast<uint32_t>(key.size());
@@ -88,11 +88,9 @@ class PARAMETER_ARENA {
     }
 
     ID Carve(std::size_t size) {
-        ID& freed = m_freed[size / GRANULE];
-        if (freed != NONE) {
-            ID const id = freed;
-            std::memcpy(&freed, Room(id), sizeof freed);
-            return id;
+        if (ID const freed = m_freed[size / GRANULE]; freed != NONE) {
+            std::memcpy(&m_freed[size / GRANULE], Room(freed), sizeof freed);
+            return freed;
         }
         if (size > m_left) {
             // As large as all before together, so that a small map stays small.
@@ -127,5 +125,5 @@ class PARAMETER_ARENA {
     ID m_next = NONE;  // where the next entry is carved
     std::size_t m_left = 0;
     std::size_t m_carved = 0;
-    std::array<ID, LARGE / GRANULE + 1> m_freed{};  // by size in granules
+    std::vector<ID> m_freed;  // by size in granules; made with the first entry, so that an empty arena is small
 };

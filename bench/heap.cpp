@@ -1,0 +1,93 @@
+// Counts the heap of one store: what a load leaves allocated, and the most that was allocated at any moment of it.
+//
+// usage: heap STORE COUNT: prints one line of JSON. The allocator's functions are replaced for the whole process, so
+// that libraries are counted as well. A block counts with what the allocator really uses for it.
+#include <malloc.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Fixture.h"
+
+namespace {
+
+constexpr std::size_t OVERHEAD = 8;  // the allocator's own word in front of a block
+std::atomic<std::size_t> g_live{0};
+std::atomic<std::size_t> g_peak{0};
+
+void* Count(void* block) {
+    if (!block) return block;
+    std::size_t const live = g_live += malloc_usable_size(block) + OVERHEAD;
+    if (live > g_peak) g_peak = live;
+    return block;
+}
+
+void Discount(void* block) {
+    if (block) g_live -= malloc_usable_size(block) + OVERHEAD;
+}
+
+}  // namespace
+
+// The allocator's functions under the names that it keeps for replacements like these.
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
+void __libc_free(void*);
+
+__attribute__((visibility("default"))) void* malloc(std::size_t size) {
+    return Count(__libc_malloc(size));
+}
+__attribute__((visibility("default"))) void* calloc(std::size_t count, std::size_t size) {
+    return Count(__libc_calloc(count, size));
+}
+__attribute__((visibility("default"))) void* realloc(void* block, std::size_t size) {
+    std::size_t const before = block ? malloc_usable_size(block) + OVERHEAD : 0;
+    void* const moved = __libc_realloc(block, size);
+    if (moved || size == 0) g_live -= before;
+    return Count(moved);
+}
+__attribute__((visibility("default"))) void* memalign(std::size_t alignment, std::size_t size) {
+    return Count(__libc_memalign(alignment, size));
+}
+__attribute__((visibility("default"))) void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    return Count(__libc_memalign(alignment, size));
+}
+__attribute__((visibility("default"))) int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+    void* const made = Count(__libc_memalign(alignment, size));
+    if (!made) return ENOMEM;
+    *block = made;
+    return 0;
+}
+__attribute__((visibility("default"))) void free(void* block) {
+    Discount(block);
+    __libc_free(block);
+}
+}
+
+int main(int count, char** arguments) {
+    if (count != 3) return 1;
+    ParkAThread();
+    STORE_KIND const& kind = FindStoreKind(arguments[1]);
+    WORKLOAD const& workload = SharedWorkload(std::strtoul(arguments[2], nullptr, 10));
+    STORE_KIND const& writer = kind.name == "F1 pugixml" ? FindStoreKind("file ticket") : kind;
+    std::string const file = kind.hasFile || kind.name == "F1 pugixml" ? SharedFile(writer, workload) : "";
+
+    std::size_t const before = g_live;
+    auto const store = kind.make(workload, file);
+    std::size_t const made = g_live;  // some peers have prepared their keys here
+    g_peak = made;
+    kind.hasFile || !file.empty() ? store->Load() : Fill(*store, workload);
+    std::size_t const live = g_live - made;
+    std::size_t const peak = g_peak - made;
+    std::printf(R"({"store": "%s", "count": %zu, "live": %zu, "peak": %zu, "file": %zu, "made": %zu})"
+                "\n",
+                kind.name.c_str(), workload.Count(), live, peak,
+                file.empty() ? std::size_t{0} : static_cast<std::size_t>(std::filesystem::file_size(file)),
+                made - before);
+    return 0;
+}
