@@ -32,7 +32,7 @@ void Fill(STORE& store, WORKLOAD const& workload) {
     for (KEY const& key : workload.Keys()) {
         if (key.type == VALUE_TYPE::INT) store.SetInt(key, key.Int());
         if (key.type == VALUE_TYPE::DOUBLE) store.SetDouble(key, key.Double());
-        if (key.type == VALUE_TYPE::TEXT) store.SetText(key, key.Text());
+        if (key.type == VALUE_TYPE::TEXT) store.SetText(key, key.text);
     }
 }
 

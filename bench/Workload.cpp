@@ -44,15 +44,12 @@ std::string Name(std::size_t number, SHAPE shape) {
 
 }  // namespace
 
-std::string KEY::Text() const {
-    return Format("text %06zu of twenty", number);
-}
-
-WORKLOAD::WORKLOAD(std::size_t count, SHAPE shape) {
+WORKLOAD::WORKLOAD(std::size_t count, SHAPE shape, std::size_t first) {
     static constexpr VALUE_TYPE TYPES[] = {VALUE_TYPE::INT, VALUE_TYPE::DOUBLE, VALUE_TYPE::INT, VALUE_TYPE::TEXT};
     m_keys.reserve(count);
-    for (std::size_t number = 0; number < count; ++number) {
-        KEY key{number, "", Group(number, shape), Name(number, shape), TYPES[number % 4]};
+    for (std::size_t number = first; number < first + count; ++number) {
+        KEY key{number, "", Group(number, shape), Name(number, shape), TYPES[number % 4], ""};
+        if (key.type == VALUE_TYPE::TEXT) key.text = Format("text %07zu of some", number);
         key.full = key.group.empty() ? key.name : key.group + "/" + key.name;
         m_keys.push_back(std::move(key));
     }

@@ -16,20 +16,21 @@ enum class SHAPE {
 enum class VALUE_TYPE { INT, DOUBLE, TEXT };
 
 struct KEY {
-    std::size_t number;  // position in the workload
+    std::size_t number;  // from the first of the workload, usually 0
     std::string full;    // "Group012/Sub03/Key004"
     std::string group;   // "Group012/Sub03"
     std::string name;    // "Key004"
     VALUE_TYPE type;
+    std::string text;  // the value of a TEXT
 
     int Int() const { return static_cast<int>(number * 7); }
     double Double() const { return static_cast<double>(number) * 0.37 + 0.1; }
-    std::string Text() const;
 };
 
 class WORKLOAD {
  public:
-    explicit WORKLOAD(std::size_t count, SHAPE shape = SHAPE::GROUPED);
+    // The keys are numbered from `first`.
+    explicit WORKLOAD(std::size_t count, SHAPE shape = SHAPE::GROUPED, std::size_t first = 0);
 
     std::vector<KEY> const& Keys() const { return m_keys; }
     std::size_t Count() const { return m_keys.size(); }

@@ -1,7 +1,8 @@
 // Counts the heap of one store: what a load leaves allocated, and the most that was allocated at any moment of it.
 //
-// usage: heap STORE COUNT: prints one line of JSON. The allocator's functions are replaced for the whole process, so
-// that libraries are counted as well. A block counts with what the allocator really uses for it.
+// usage: heap STORE COUNT: prints one line of JSON; heap --list: prints the names of the stores. The allocator's
+// functions are replaced for the whole process, so that libraries are counted as well. A block counts with what the
+// allocator really uses for it.
 #include <malloc.h>
 
 #include <atomic>
@@ -70,6 +71,10 @@ __attribute__((visibility("default"))) void free(void* block) {
 }
 
 int main(int count, char** arguments) {
+    if (count == 2 && arguments[1] == std::string_view("--list")) {
+        for (STORE_KIND const& kind : StoreKinds()) std::puts(kind.name.c_str());
+        return 0;
+    }
     if (count != 3) return 1;
     ParkAThread();
     STORE_KIND const& kind = FindStoreKind(arguments[1]);

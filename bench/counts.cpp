@@ -1,0 +1,132 @@
+// Runs the hot operations for callgrind, which counts their instructions: one dump for each, named "operation count".
+// Timings are noisy, counts are not, so a test compares them with those on record.
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "ConfigurationControl/Ticket.h"
+#include "Workload.h"
+
+namespace {
+
+class TICKET {
+ public:
+    explicit TICKET(char const* file) : m_table(STICKET::Create(file)) {}
+    ~TICKET() { STICKET::Destroy(m_table); }
+    TICKET(TICKET const&) = delete;
+    TICKET& operator=(TICKET const&) = delete;
+
+    void Get(KEY const& key, PARAM_TYPE type, void* value) const {
+        m_table->GetParameter(m_table->pTicket, key.full.c_str(), type, value, SCALAR_INDEX);
+    }
+    void Set(KEY const& key, PARAM_TYPE type, void const* value) const {
+        m_table->SetParameter(m_table->pTicket, key.full.c_str(), type, value, SCALAR_INDEX);
+    }
+    void GetBatch(GETMULTIPAR* records) const { m_table->GetMultiParameter(m_table->pTicket, records); }
+    void Save() const { m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr); }
+
+    void Fill(WORKLOAD const& workload) const {
+        for (KEY const& key : workload.Keys()) {
+            int const integer = key.Int();
+            double const number = key.Double();
+            if (key.type == VALUE_TYPE::INT) Set(key, PARAM_INT, &integer);
+            if (key.type == VALUE_TYPE::DOUBLE) Set(key, PARAM_DOUBLE, &number);
+            if (key.type == VALUE_TYPE::TEXT) Set(key, PARAM_STRING, key.text.c_str());
+        }
+    }
+
+ private:
+    STICKET_ACCESS const* m_table;
+};
+
+// One set of tickets with the same content.
+struct TICKETS {
+    TICKETS(std::size_t count, std::size_t first, std::string fileName)
+        : workload(count, SHAPE::GROUPED, first), name(std::move(fileName)), memory(nullptr), file(name.c_str()) {
+        memory.Fill(workload);
+        file.Fill(workload);
+        file.Save();
+        for (KEY const& key : workload.Keys()) {
+            if (key.type == VALUE_TYPE::TEXT) texts.push_back(&key);
+            if (key.type != VALUE_TYPE::INT) continue;
+            integers.push_back(&key);
+            batch.push_back({key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX, false});
+        }
+        batch.push_back({});
+    }
+    ~TICKETS() { std::filesystem::remove(name); }
+    TICKETS(TICKETS const&) = delete;
+    TICKETS& operator=(TICKETS const&) = delete;
+
+    WORKLOAD const workload;
+    std::string const name;
+    TICKET const memory;
+    TICKET const file;
+    std::vector<KEY const*> integers;
+    std::vector<KEY const*> texts;
+    std::vector<GETMULTIPAR> batch;
+    int value = 0;
+};
+
+// Counts what `operation` does to each of the given things, over all of `rounds` calls.
+template <typename THINGS, typename OPERATION>
+void Count(char const* name, std::size_t count, int rounds, THINGS& things, OPERATION const& operation) {
+    for (auto& thing : things) operation(thing);  // what happens only once is not of interest
+    CALLGRIND_TOGGLE_COLLECT;
+    for (int i = 0; i < rounds; ++i)
+        for (auto& thing : things) operation(thing);
+    CALLGRIND_TOGGLE_COLLECT;
+    char label[64];
+    std::snprintf(label, sizeof label, "%s %zu", name, count);
+    CALLGRIND_DUMP_STATS_AT(label);
+}
+
+void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
+    Count("get_int", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.integers) all.memory.Get(*key, PARAM_INT, &all.value);
+    });
+    Count("set_int", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.integers) all.memory.Set(*key, PARAM_INT, &all.value);
+    });
+    Count("get_string", count, rounds, tickets, [](TICKETS& all) {
+        char const* text = nullptr;
+        for (KEY const* key : all.texts) all.memory.Get(*key, PARAM_STRING, &text);
+    });
+    Count("get_string_of_file", count, rounds, tickets, [](TICKETS& all) {
+        char const* text = nullptr;
+        for (KEY const* key : all.texts) all.file.Get(*key, PARAM_STRING, &text);
+    });
+    Count("get_batch", count, rounds, tickets, [](TICKETS& all) { all.memory.GetBatch(all.batch.data()); });
+    Count("load", count, 1, tickets, [](TICKETS& all) {
+        TICKET const cold(all.name.c_str());
+        cold.Get(*all.integers.front(), PARAM_INT, &all.value);
+    });
+    Count("save", count, 1, tickets, [](TICKETS& all) {
+        all.file.Set(*all.integers.front(), PARAM_INT, &all.value);
+        all.file.Save();
+    });
+}
+
+}  // namespace
+
+// usage: instruction_counts PREFIX: begins the names of the ticket files, which are written and removed
+int main(int count, char** arguments) {
+    if (count != 2) return 1;
+    // Where a key falls in a hash table is chance. Many small tickets are counted, so that their mean is no chance.
+    static constexpr struct {
+        std::size_t keys;
+        std::size_t tickets;
+        int rounds;
+    } SIZES[] = {{50, 40, 10}, {10000, 1, 2}};
+    for (auto const& size : SIZES) {
+        std::list<TICKETS> tickets;
+        for (std::size_t i = 0; i < size.tickets; ++i)
+            tickets.emplace_back(size.keys, i * size.keys, arguments[1] + std::to_string(i));
+        CountAll(size.keys, size.rounds, tickets);
+    }
+    return 0;
+}
