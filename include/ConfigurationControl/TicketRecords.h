@@ -179,6 +179,7 @@ typedef struct STICKET_ACCESS {
      * Copies parameters of `source` into this ticket.
      * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or empty: everything
      * @param clear empties this ticket first. `source` may be this ticket's own table.
+     * @return 0 also when there was nothing to copy; what `clear` asked for is done all the same
      */
     int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
     /** Performs an operation code; see STICKET_OP. 1 or 0. */
@@ -191,7 +192,8 @@ typedef struct STICKET_ACCESS {
     int (*Lock)(STICKET* ticket, int number, int* owner, bool lock);
     void* Reserved2[20];
 
-    /** Removes change registrations: number -2 with `enable` false all of them. `keys` is ignored. 1 or 0. */
+    /** Removes change registrations: number -2 with `enable` false all of them, and in a ticket with a server number 0
+     * and up that one. `keys` is ignored. 1 or 0. */
     int (*EnDisNotification)(STICKET* ticket, int number, bool enable, char const* const* keys);
     /**
      * Queues a callback that runs on the thread of the next successful change, after it, with the mutex held. Callbacks
