@@ -1,0 +1,305 @@
+// How numbers are spelled in a ticket file, and that they are read back as a stream with the classic locale reads them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <iomanip>
+#include <limits>
+#include <locale>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "TicketImpSFileNumbers.h"
+#include "support/HostileLocale.h"
+
+namespace {
+
+using testing::MatchesRegex;
+
+constexpr double INFINITE = std::numeric_limits<double>::infinity();
+
+std::string Spell(double value, int32_t limit = BestDouble::FILE_LIMIT) {
+    std::string text;
+    AppendNumber(text, BestDouble{value, limit});
+    return text;
+}
+
+uint64_t Bits(double value) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+double RandomDouble(std::mt19937_64& random) {
+    uint64_t const bits = random();
+    double value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+template <typename NUMBER>
+NUMBER ReadByStream(std::string const& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    NUMBER value{};
+    stream >> value;
+    return value;
+}
+
+// The stream is the judge.
+void ExpectReadAsByStream(std::string const& text) {
+    EXPECT_EQ(ParseNumber<int32_t>(text), ReadByStream<int32_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(ParseNumber<int64_t>(text), ReadByStream<int64_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(ParseNumber<uint64_t>(text), ReadByStream<uint64_t>(text)) << '"' << text << '"';
+    EXPECT_EQ(Bits(ParseNumber<double>(text)), Bits(ReadByStream<double>(text))) << '"' << text << '"';
+}
+
+std::string RandomSpelling(std::mt19937& random) {
+    static std::string const ALPHABET = "0123456789012345678901234567890123456789--++..eE,xnaif ";
+    std::string text(random() % 24, '\0');
+    for (char& letter : text) letter = ALPHABET[random() % ALPHABET.size()];
+    return text;
+}
+
+}  // namespace
+
+TEST(BestDouble, PutsExponentsInSteps) {
+    struct {
+        double value;
+        char const* text;
+    } const examples[] = {
+        {1.0, "1."},
+        {100.0, "100."},
+        {-2.5, "-2.5"},
+        {123456.0, "123456."},
+        {1000000.0, "1.e+06"},
+        {1234567.0, "1.234567e+06"},
+        {12345678.0, "12.345678e+006"},
+        {123456789.0, "123.456789e+006"},
+        {0.5, "500.e-003"},
+        {-0.5, "-500.e-003"},
+        {0.01, "10.e-003"},
+        {0.001, "1.e-03"},
+        {0.0001, "100.e-006"},
+        {0.1, "100.00000000000001e-003"},
+        {1e22, "10.e+021"},
+        {1e100, "10.e+099"},
+        {1e-300, "1.e-300"},
+        {3.14159, "3.1415899999999999"},
+        {std::numeric_limits<double>::max(), "179.76931348623157e+306"},
+        {std::numeric_limits<double>::min(), "22.250738585072014e-309"},
+    };
+    for (auto const& [value, text] : examples) {
+        EXPECT_EQ(Spell(value), text);
+    }
+}
+
+TEST(BestDouble, LeavesZerosAndSubnormalsInScientificNotation) {
+    EXPECT_EQ(Spell(0.0), "0.0000000000000000e+00");
+    EXPECT_EQ(Spell(-0.0), "-0.0000000000000000e+00");
+    EXPECT_EQ(Spell(std::numeric_limits<double>::denorm_min()), "4.9406564584124654e-324");
+    EXPECT_EQ(Spell(-2.2250738585072009e-308), "-2.2250738585072009e-308");
+}
+
+TEST(BestDouble, SpellsEveryNanAlike) {
+    EXPECT_EQ(Spell(std::numeric_limits<double>::quiet_NaN()), "1.#QNAN");
+    EXPECT_EQ(Spell(-std::numeric_limits<double>::signaling_NaN()), "1.#QNAN");
+}
+
+TEST(BestDouble, RefusesInfinities) {
+    for (double const value : {INFINITE, -INFINITE}) {
+        try {
+            Spell(value);
+            FAIL() << "nothing was thrown";
+        } catch (char const* message) {
+            EXPECT_STREQ(message, "operator<< (std::ostream& os, const BestDouble& bd): missing '.'");
+        }
+    }
+}
+
+TEST(BestDouble, TheLimitSaysHowFarThePointMayMove) {
+    EXPECT_EQ(Spell(1.5, 0), "1.5");
+    EXPECT_EQ(Spell(15.0, 0), "15.e+000");
+    EXPECT_EQ(Spell(1000.0, 0), "1.e+03");
+    EXPECT_EQ(Spell(12.5, -1), "12.5e+000");
+    EXPECT_EQ(Spell(1.5, -1), "1.5e+00");
+    EXPECT_EQ(Spell(1e6, 6), "1000000.");
+    EXPECT_EQ(Spell(0.5, 400), "500.e-003");
+}
+
+TEST(BestDouble, ALimitBeyondTheDigitsPadsWithZeros) {
+    EXPECT_EQ(Spell(1e16, 17), "10000000000000000.");
+    EXPECT_EQ(Spell(1e17, 17), "100000000000000000.");
+    EXPECT_EQ(Spell(1e22, 22), "10000000000000000000000.");
+    std::string const largest = Spell(std::numeric_limits<double>::max(), std::numeric_limits<int32_t>::max());
+    EXPECT_EQ(largest, "17976931348623157" + std::string(292, '0') + ".");
+}
+
+TEST(BestDouble, GoesToAStreamWhateverItsFormat) {
+    HostileLocale const locale;
+    std::ostringstream stream;
+    stream << std::hex << std::showpos << std::uppercase << std::fixed << std::setprecision(2);
+    EXPECT_EQ(&(stream << BestDouble{1234567.0, 5}), &stream);
+    EXPECT_EQ(stream.str(), "1.234567e+06");
+}
+
+TEST(BestDouble, KeepsEveryBitAndItsShape) {
+    std::mt19937_64 random(1);
+    for (int round = 0; round < 10000; ++round) {
+        double const value = round % 2 ? RandomDouble(random) : std::ldexp(RandomDouble(random), -1000);
+        if (!std::isfinite(value)) continue;
+        std::string const text = Spell(value);
+        ASSERT_EQ(Bits(ParseNumber<double>(text)), Bits(value)) << text;
+        if (std::abs(value) < std::numeric_limits<double>::min()) continue;
+        ASSERT_THAT(text, MatchesRegex("-?[1-9][0-9]*[.]([0-9]*[1-9])?(e[-+][0-9][0-9][0-9]?)?"));
+        auto const mark = text.find('e');
+        if (mark != std::string::npos) {
+            ASSERT_EQ(std::stoi(text.substr(mark + 1)) % 3, 0) << text;
+        }
+    }
+}
+
+TEST(FileIntegers, AreDecimal) {
+    std::string text;
+    AppendNumber(text, int32_t{0});
+    AppendNumber(text += ' ', std::numeric_limits<int32_t>::min());
+    AppendNumber(text += ' ', std::numeric_limits<int32_t>::max());
+    AppendNumber(text += ' ', std::numeric_limits<int64_t>::min());
+    AppendNumber(text += ' ', std::numeric_limits<uint64_t>::max());
+    EXPECT_EQ(text, "0 -2147483648 2147483647 -9223372036854775808 18446744073709551615");
+}
+
+TEST(ParseNumber, ReadsPlainIntegers) {
+    EXPECT_EQ(ParseNumber<int32_t>("42"), 42);
+    EXPECT_EQ(ParseNumber<int32_t>("-2147483648"), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(ParseNumber<int64_t>("9007199254740993"), 9007199254740993);
+    EXPECT_EQ(ParseNumber<uint64_t>("18446744073709551615"), std::numeric_limits<uint64_t>::max());
+}
+
+TEST(ParseNumber, ClampsWhatIsOutOfRange) {
+    EXPECT_EQ(ParseNumber<int32_t>("99999999999"), std::numeric_limits<int32_t>::max());
+    EXPECT_EQ(ParseNumber<int32_t>("-99999999999999999999"), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(ParseNumber<int64_t>("9223372036854775808"), std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(ParseNumber<uint64_t>("18446744073709551616"), std::numeric_limits<uint64_t>::max());
+    EXPECT_EQ(ParseNumber<double>("1e400"), std::numeric_limits<double>::max());
+    EXPECT_EQ(ParseNumber<double>("-1e400"), -std::numeric_limits<double>::max());
+    EXPECT_EQ(ParseNumber<double>("1e-400"), 0.0);
+}
+
+TEST(ParseNumber, WrapsANegativeUnsignedNumber) {
+    EXPECT_EQ(ParseNumber<uint64_t>("-1"), std::numeric_limits<uint64_t>::max());
+}
+
+TEST(ParseNumber, StopsWhereTheNumberEnds) {
+    EXPECT_EQ(ParseNumber<int32_t>("1e5"), 1);
+    EXPECT_EQ(ParseNumber<int32_t>("0x10"), 0);
+    EXPECT_EQ(ParseNumber<int32_t>("12 34"), 12);
+    EXPECT_EQ(ParseNumber<double>("1,5"), 1.0);
+    EXPECT_EQ(ParseNumber<double>("2.5mm"), 2.5);
+}
+
+TEST(ParseNumber, GivesZeroWithoutANumber) {
+    for (char const* text : {"", " ", "-", "abc", "nan", "inf", "--1", "\\"}) {
+        EXPECT_EQ(ParseNumber<int32_t>(text), 0) << text;
+        EXPECT_EQ(ParseNumber<uint64_t>(text), 0U) << text;
+        EXPECT_EQ(ParseNumber<double>(text), 0.0) << text;
+    }
+}
+
+TEST(ParseNumber, ReadsTheFormsThatTheWriterProduces) {
+    EXPECT_EQ(ParseNumber<double>("1."), 1.0);
+    EXPECT_EQ(ParseNumber<double>("500.e-003"), 0.5);
+    EXPECT_EQ(ParseNumber<double>("12.345678e+006"), 12345678.0);
+    EXPECT_EQ(ParseNumber<double>("0.0000000000000000e+00"), 0.0);
+    EXPECT_TRUE(std::signbit(ParseNumber<double>("-0.0000000000000000e+00")));
+}
+
+TEST(ParseNumber, AgreesWithAStreamOnOddSpellings) {
+    for (char const* text :
+         {"",
+          " 42",
+          "+7",
+          "-",
+          "+",
+          "1e5",
+          "0x10",
+          "0x",
+          "007",
+          "-007",
+          "1e400",
+          "-1e400",
+          "1e-400",
+          "nan",
+          "inf",
+          "-inf",
+          "NAN",
+          "infinity",
+          "1.5e",
+          "1.5e+",
+          ".",
+          "1.",
+          ".5",
+          "-.5",
+          "+.5",
+          "1,5",
+          "1.000,5",
+          "1_000",
+          "--1",
+          "+-1",
+          "1e+5",
+          "1E5",
+          "1e5.5",
+          "1.2.3",
+          "0x1p3",
+          "\t42",
+          "\n-1",
+          "4 2",
+          "-0",
+          "-0.0",
+          "1.#QNAN",
+          "1.#INF",
+          "2147483648",
+          "-2147483649",
+          "9223372036854775807",
+          "9223372036854775808",
+          "-9223372036854775808",
+          "-9223372036854775809",
+          "18446744073709551615",
+          "18446744073709551616",
+          "-18446744073709551615",
+          "-18446744073709551616",
+          "4.9e-324",
+          "2e-324",
+          "2.2250738585072011e-308",
+          "179769313486231580793728971405303415079934132710037826936173778980444968292764750946649017977587207096330"
+          "286416692887910946555547851940402630657488671505820681908902000708383676273854845817711531764475730270069"
+          "855571366959622842914819860834936475292719074168444365510704342711559699508093042880",
+          "0.00000000000000000000000000000000000000000000000000000000000000000000000000001",
+          "1e99999999999999999999",
+          "1e-99999999999999999999",
+          "00000000000000000000000000000000000000000000012"})
+        ExpectReadAsByStream(text);
+}
+
+TEST(ParseNumber, AgreesWithAStreamOnRandomSpellingsUnderAnyLocale) {
+    HostileLocale const locale;
+    std::mt19937 random(2);
+    for (int round = 0; round < 20000 && !testing::Test::HasFailure(); ++round)
+        ExpectReadAsByStream(RandomSpelling(random));
+}
+
+TEST(FileNumbers, DoNotDependOnTheHostsLocale) {
+    HostileLocale const locale;
+    std::string text;
+    AppendNumber(text, int32_t{1234567});
+    AppendNumber(text += ' ', int64_t{-9007199254740993});
+    AppendNumber(text += ' ', uint64_t{18446744073709551615U});
+    EXPECT_EQ(text, "1234567 -9007199254740993 18446744073709551615");
+    EXPECT_EQ(Spell(1234567.5), "1.2345675e+06");
+    EXPECT_EQ(ParseNumber<double>("2.5"), 2.5);
+    EXPECT_EQ(ParseNumber<double>(" +2.5x"), 2.5);
+    EXPECT_EQ(ParseNumber<int32_t>("1.234"), 1);
+    EXPECT_EQ(ParseNumber<int32_t>(" +1234567"), 1234567);
+}

@@ -1,0 +1,414 @@
+// The document of a ticket file: where each value is placed, and the exact text.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <limits>
+#include <list>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "TicketImpSFileWildcard.h"
+#include "TicketImpSFileWriter.h"
+#include "support/HostileLocale.h"
+#include "support/SmallStack.h"
+#include "support/TicketText.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> s_logged;
+
+__attribute__((format(printf, 2, 3))) void Log(unsigned int level, char const* format, ...) {
+    char text[256];
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    s_logged.push_back(std::to_string(level) + ' ' + text);
+}
+
+class TicketDocument : public testing::Test {
+ protected:
+    void SetUp() override { s_logged.clear(); }
+
+    template <typename VALUE>
+    void Add(std::string_view key, PARAM_TYPE type, VALUE const& value) {
+        EXPECT_TRUE(m_document.CreateSubElem(key, type, &value)) << key;
+    }
+    void Add(std::string_view key, char const* text) { EXPECT_TRUE(m_document.CreateSubElem(key, PARAM_STRING, text)); }
+    void Add(std::string_view key, int32_t value) { Add(key, PARAM_INT, value); }
+    void Add(std::string_view key, double value) { Add(key, PARAM_DOUBLE, value); }
+
+    void ExpectElements(std::string const& elements) const {
+        EXPECT_EQ(m_document.Serialise(), TicketText::Framed(elements));
+    }
+
+    TICKET_DOCUMENT m_document{nullptr, &Log};
+};
+
+class Brackets : public STICKET_STRING_CONVERSION {
+ public:
+    std::string ToFile(std::string const& text) override { return "<" + text + ">"; }
+    std::string FromFile(std::string const& text, int) override { return text; }
+};
+
+class Refusal : public Brackets {
+ public:
+    std::string ToFile(std::string const&) override { throw std::runtime_error("no"); }
+};
+
+// The same document built the plain way: every component is searched among all children, in document order.
+class PlainDocument {
+ public:
+    void Add(std::string_view key, int32_t value) {
+        ELEMENT* parent = &m_ticket;
+        for (std::size_t slash; (slash = key.find('/')) != std::string_view::npos; key.remove_prefix(slash + 1))
+            parent = &FindOrAdd(*parent, std::string(key.substr(0, slash)));
+        if (key.empty()) return;
+        parent->children.push_back({std::string(key), std::to_string(value), {}});
+    }
+
+    std::string Serialise() const {
+        std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+        Write(text, m_ticket, "");
+        return text;
+    }
+
+ private:
+    struct ELEMENT {
+        std::string name;
+        std::string value;
+        std::list<ELEMENT> children;
+    };
+
+    static ELEMENT& FindOrAdd(ELEMENT& parent, std::string const& component) {
+        for (ELEMENT& child : parent.children)
+            if (!child.name.empty() && WILDCARD(component).Matches(child.name)) return child;
+        return parent.children.emplace_back(ELEMENT{component, "", {}});
+    }
+
+    static void Write(std::string& text, ELEMENT const& element, std::string const& indent) {
+        std::string const name = element.name.empty() ? "anonymous" : element.name;
+        text += indent + "<" + name + (element.value.empty() ? "" : " type=\"int\"");
+        if (element.value.empty() && element.children.empty()) {
+            text += "/>\n";
+            return;
+        }
+        if (element.children.empty()) {
+            text += ">" + element.value + "</" + name + ">\n";
+            return;
+        }
+        text += ">\n";
+        if (!element.value.empty()) text += indent + "\t" + element.value + "\n";
+        for (ELEMENT const& child : element.children) Write(text, child, indent + "\t");
+        text += indent + "</" + name + ">\n";
+    }
+
+    ELEMENT m_ticket{"ticket", "", {}};
+};
+
+std::string RandomKey(std::mt19937& random, std::vector<std::string> const& components) {
+    std::string key = components[random() % components.size()];
+    for (auto more = random() % 4; more > 0; --more) key += '/' + components[random() % components.size()];
+    return key;
+}
+
+void ExpectSameBytesAsPlainSearch(std::vector<std::string> const& keys) {
+    TICKET_DOCUMENT document(nullptr, nullptr);
+    PlainDocument plain;
+    for (int32_t value = 0; value < static_cast<int32_t>(keys.size()); ++value) {
+        document.CreateSubElem(keys[static_cast<std::size_t>(value)], PARAM_INT, &value);
+        plain.Add(keys[static_cast<std::size_t>(value)], value);
+    }
+    ASSERT_EQ(document.Serialise(), plain.Serialise()) << testing::PrintToString(keys);
+}
+
+// Seconds to add `count` keys of a shape and to write them.
+template <typename MAKE_KEY>
+double SecondsFor(int32_t count, MAKE_KEY makeKey) {
+    std::vector<std::string> keys;
+    for (int32_t number = 0; number < count; ++number) keys.push_back(makeKey(number));
+    std::sort(keys.begin(), keys.end());
+    auto const start = std::chrono::steady_clock::now();
+    TICKET_DOCUMENT document(nullptr, nullptr);
+    for (std::string const& key : keys) document.CreateSubElem(key, PARAM_INT, &count);
+    std::string const text = document.Serialise();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '='), count + 2);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::string Repeated(std::string const& part, int times) {
+    std::string text;
+    text.reserve(part.size() * static_cast<std::size_t>(times));
+    while (times-- > 0) text += part;
+    return text;
+}
+
+}  // namespace
+
+TEST_F(TicketDocument, WithoutValuesIsAnEmptyRoot) {
+    EXPECT_EQ(m_document.Serialise(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
+}
+
+TEST_F(TicketDocument, WritesEachTypeByItsName) {
+    Add("b", PARAM_BINSTR, BIN_STRING{"\0\xFF", 2});
+    Add("d", 2.5);
+    Add("i", -42);
+    Add("l", PARAM_INT64, int64_t{-9007199254740993});
+    Add("s", "<tag> & \\");
+    Add("u", PARAM_UINT64, uint64_t{18446744073709551615U});
+    ExpectElements(
+        "\t<b type=\"binstr\">\\x00\\xFF</b>\n"
+        "\t<d type=\"double\">2.5</d>\n"
+        "\t<i type=\"int\">-42</i>\n"
+        "\t<l type=\"int64\">-9007199254740993</l>\n"
+        "\t<s type=\"string\">\\x3Ctag\\x3E & \\\\</s>\n"
+        "\t<u type=\"uint64\">18446744073709551615</u>\n");
+}
+
+TEST_F(TicketDocument, WritesEmptyTextsAsALoneBackslash) {
+    Add("a", "");
+    Add("b", PARAM_BINSTR, BIN_STRING{nullptr, 5});
+    Add("c", PARAM_BINSTR, BIN_STRING{"x", 0});
+    ExpectElements(
+        "\t<a type=\"string\">\\</a>\n"
+        "\t<b type=\"binstr\">\\</b>\n"
+        "\t<c type=\"binstr\">\\</c>\n");
+}
+
+TEST_F(TicketDocument, WritesNan) {
+    Add("n", std::numeric_limits<double>::quiet_NaN());
+    ExpectElements("\t<n type=\"double\">1.#QNAN</n>\n");
+}
+
+TEST_F(TicketDocument, ThrowsOnInfinity) {
+    double const infinity = std::numeric_limits<double>::infinity();
+    EXPECT_THROW(TICKET_DOCUMENT::SaveOne(&m_document, "k", PARAM_DOUBLE, &infinity, -1), char const*);
+}
+
+TEST_F(TicketDocument, NestsKeysAndSharesTheirLeadingComponents) {
+    Add("a/b", 1);
+    Add("a/c", "x");
+    Add("a/d/e", 2);
+    ExpectElements(
+        "\t<a>\n"
+        "\t\t<b type=\"int\">1</b>\n"
+        "\t\t<c type=\"string\">x</c>\n"
+        "\t\t<d>\n"
+        "\t\t\t<e type=\"int\">2</e>\n"
+        "\t\t</d>\n"
+        "\t</a>\n");
+}
+
+TEST_F(TicketDocument, NeverReusesALeafForALeaf) {
+    Add("v", 1);
+    Add("v", "two");
+    Add("v", 3);
+    ExpectElements(
+        "\t<v type=\"int\">1</v>\n"
+        "\t<v type=\"string\">two</v>\n"
+        "\t<v type=\"int\">3</v>\n");
+}
+
+TEST_F(TicketDocument, ReusesTheFirstLeafAsABranch) {
+    Add("a", 1);
+    Add("a", 2);
+    Add("a/b", 3);
+    Add("a/b/c", 4);
+    ExpectElements(
+        "\t<a type=\"int\">\n"
+        "\t\t1\n"
+        "\t\t<b type=\"int\">\n"
+        "\t\t\t3\n"
+        "\t\t\t<c type=\"int\">4</c>\n"
+        "\t\t</b>\n"
+        "\t</a>\n"
+        "\t<a type=\"int\">2</a>\n");
+}
+
+TEST_F(TicketDocument, MakesNoElementForAnEmptyKey) {
+    Add("", 1);
+    EXPECT_EQ(m_document.Serialise(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
+    EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key .../ticket/ creates empty node"));
+}
+
+TEST_F(TicketDocument, LeavesAnEmptyElementForAKeyThatEndsInASlash) {
+    Add("a/b/", 1);
+    ExpectElements("\t<a>\n\t\t<b/>\n\t</a>\n");
+    EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key .../b/ creates empty node"));
+}
+
+TEST_F(TicketDocument, NeverReusesANamelessElement) {
+    Add("/x", 1);
+    Add("/y", 2);
+    Add("a//z", 3);
+    ExpectElements(
+        "\t<anonymous>\n\t\t<x type=\"int\">1</x>\n\t</anonymous>\n"
+        "\t<anonymous>\n\t\t<y type=\"int\">2</y>\n\t</anonymous>\n"
+        "\t<a>\n\t\t<anonymous>\n\t\t\t<z type=\"int\">3</z>\n\t\t</anonymous>\n\t</a>\n");
+    EXPECT_THAT(s_logged, IsEmpty());
+}
+
+TEST_F(TicketDocument, LogsANamelessParentAsASlash) {
+    Add("a//", 1);
+    Add("/", 1);
+    EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key ...// creates empty node",
+                                      "0 STICKET_FILE Illegal key ...// creates empty node"));
+    ExpectElements("\t<a>\n\t\t<anonymous/>\n\t</a>\n\t<anonymous/>\n");
+}
+
+TEST_F(TicketDocument, DoesWithoutALog) {
+    TICKET_DOCUMENT document(nullptr, nullptr);
+    EXPECT_TRUE(document.CreateSubElem("a/", PARAM_STRING, ""));
+    EXPECT_EQ(document.Serialise(), TicketText::Framed("\t<a/>\n"));
+}
+
+TEST_F(TicketDocument, ComponentsAreWildcardsForTheElementsThatAreThere) {
+    Add("alpha/x", 1);
+    Add("beta/x", 2);
+    Add("*/y", 3);
+    Add("?eta/y", 4);
+    Add("[c-z]*/x", 5);
+    Add("[c-z]*/y", 6);
+    ExpectElements(
+        "\t<alpha>\n\t\t<x type=\"int\">1</x>\n\t\t<y type=\"int\">3</y>\n\t</alpha>\n"
+        "\t<beta>\n\t\t<x type=\"int\">2</x>\n\t\t<y type=\"int\">4</y>\n\t</beta>\n"
+        "\t<[c-z]*>\n\t\t<x type=\"int\">5</x>\n\t</[c-z]*>\n"
+        "\t<[c-z]*>\n\t\t<y type=\"int\">6</y>\n\t</[c-z]*>\n");
+}
+
+TEST_F(TicketDocument, ALastComponentIsNoWildcard) {
+    Add("alpha", 1);
+    Add("*", 2);
+    ExpectElements("\t<alpha type=\"int\">1</alpha>\n\t<* type=\"int\">2</*>\n");
+}
+
+TEST_F(TicketDocument, LeavesALeafOfAnUnknownTypeBare) {
+    for (PARAM_TYPE const type : {PARAM_NONE, PARAM_POINTER, PARAM_VECTOR, PARAM_UNSIGNED, PARAM_TYPE(10)}) {
+        TICKET_DOCUMENT document(nullptr, nullptr);
+        EXPECT_FALSE(document.CreateSubElem("a", type, &type));
+        EXPECT_EQ(document.Serialise(), TicketText::Framed("\t<a/>\n"));
+    }
+}
+
+TEST_F(TicketDocument, AWalkSkipsTheTypesThatFilesDoNotKeep) {
+    for (PARAM_TYPE const type : {PARAM_NONE, PARAM_POINTER, PARAM_VECTOR, PARAM_UNSIGNED, PARAM_TYPE(10)})
+        EXPECT_TRUE(TICKET_DOCUMENT::SaveOne(&m_document, "a", type, &type, -1));
+    EXPECT_EQ(m_document.Serialise(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
+}
+
+TEST_F(TicketDocument, AWalkWithoutADocumentEnds) {
+    EXPECT_FALSE(TICKET_DOCUMENT::SaveOne(nullptr, "a", PARAM_STRING, "x", -1));
+}
+
+TEST_F(TicketDocument, AWalkIgnoresTheIndex) {
+    EXPECT_TRUE(TICKET_DOCUMENT::SaveOne(&m_document, "a", PARAM_STRING, "x", 7));
+    ExpectElements("\t<a type=\"string\">x</a>\n");
+}
+
+TEST_F(TicketDocument, ConvertsEveryTextAndNothingElse) {
+    Brackets brackets;
+    TICKET_DOCUMENT document(&brackets, nullptr);
+    document.CreateSubElem("a", PARAM_STRING, "x");
+    document.CreateSubElem("b", PARAM_STRING, "");
+    BIN_STRING const bytes{"y", 1};
+    document.CreateSubElem("c", PARAM_BINSTR, &bytes);
+    EXPECT_EQ(document.Serialise(), TicketText::Framed("\t<a type=\"string\">\\x3Cx\\x3E</a>\n"
+                                                       "\t<b type=\"string\">\\x3C\\x3E</b>\n"
+                                                       "\t<c type=\"binstr\">y</c>\n"));
+}
+
+TEST_F(TicketDocument, LetsAFailingConversionThrough) {
+    Refusal refusal;
+    TICKET_DOCUMENT document(&refusal, nullptr);
+    EXPECT_THROW(TICKET_DOCUMENT::SaveOne(&document, "a", PARAM_STRING, "x", -1), std::runtime_error);
+}
+
+TEST_F(TicketDocument, IsTheSameUnderAnyLocale) {
+    HostileLocale const locale;
+    Add("d", 1234.5);
+    Add("i", 1234567);
+    ExpectElements("\t<d type=\"double\">1234.5</d>\n\t<i type=\"int\">1234567</i>\n");
+}
+
+TEST(TicketDocumentSearch, GivesTheSameBytesAsAPlainSearchInDocumentOrder) {
+    std::vector<std::string> const components = {"a",  "b",  "ab",   "abc",  "a-b", "",       "*", "?",     "a*",
+                                                 "*b", "?b", "[ab]", "[!a]", "[0]", "[a-b]b", "[", "ticket"};
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+        std::vector<std::string> keys(1 + random() % 40);
+        for (std::string& key : keys) key = RandomKey(random, components);
+        ExpectSameBytesAsPlainSearch(keys);
+        std::sort(keys.begin(), keys.end());
+        ExpectSameBytesAsPlainSearch(keys);
+    }
+}
+
+TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
+    std::mt19937 random(2);
+    std::vector<std::string> keys;
+    for (int number = 0; number < 1500; ++number) {
+        std::string const name = "k" + std::to_string(random() % 500);
+        std::string const patterns[] = {name, name, "k[" + std::to_string(random() % 500) + "]", "k?" + name.substr(1),
+                                        name + "*"};
+        keys.push_back(patterns[random() % 5] + "/x");
+    }
+    ExpectSameBytesAsPlainSearch(keys);
+    std::sort(keys.begin(), keys.end());
+    ExpectSameBytesAsPlainSearch(keys);
+}
+
+// The limit is generous, but not for a search that looks at every child.
+TEST(TicketDocumentSearch, StaysFastAmongAHundredThousandElements) {
+    constexpr int32_t KEYS = 100000;
+    constexpr double SECONDS = 10.0;
+    auto const number = [](int32_t value) { return std::to_string(value); };
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "k" + number(value) + "/x"; }), SECONDS);
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "k" + number(value); }), SECONDS);
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "k" + number(value / 2) + (value % 2 ? "/x" : ""); }),
+              SECONDS);
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "list[" + number(value) + "]/x"; }), SECONDS);
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "a//" + number(value); }), SECONDS);
+}
+
+TEST(TicketDocumentDepth, PlacesAHundredThousandComponentsOnASmallStack) {
+    RunOnSmallStack([] {
+        TICKET_DOCUMENT document(nullptr, nullptr);
+        int32_t const value = 1;
+        std::string const path = Repeated("a/", 100000);
+        EXPECT_TRUE(document.CreateSubElem(path + "b", PARAM_INT, &value));
+        EXPECT_TRUE(document.CreateSubElem(path + "c", PARAM_INT, &value));
+        EXPECT_TRUE(document.CreateSubElem(path.substr(0, 100000) + "b", PARAM_INT, &value));
+    });
+}
+
+TEST(TicketDocumentDepth, WritesDeepNestingOnASmallStack) {
+    RunOnSmallStack([] {
+        constexpr int DEPTH = 3000;
+        TICKET_DOCUMENT document(nullptr, nullptr);
+        int32_t const value = 1;
+        document.CreateSubElem(Repeated("a/", DEPTH) + "b", PARAM_INT, &value);
+        std::string elements;
+        for (int depth = 1; depth <= DEPTH; ++depth) elements += std::string(std::size_t(depth), '\t') + "<a>\n";
+        elements += std::string(DEPTH + 1, '\t') + "<b type=\"int\">1</b>\n";
+        for (int depth = DEPTH; depth >= 1; --depth) elements += std::string(std::size_t(depth), '\t') + "</a>\n";
+        EXPECT_TRUE(document.Serialise() == TicketText::Framed(elements));
+    });
+}
+
+TEST(TicketDocumentDepth, ComparesALongComponentWithWildcardsInBoundedTime) {
+    TICKET_DOCUMENT document(nullptr, nullptr);
+    int32_t const value = 1;
+    document.CreateSubElem(std::string(20000, 'a') + "/x", PARAM_INT, &value);
+    EXPECT_TRUE(document.CreateSubElem(Repeated("*a", 1000) + "b/x", PARAM_INT, &value));
+    EXPECT_TRUE(document.CreateSubElem(std::string(100000, '[') + "/x", PARAM_INT, &value));
+}

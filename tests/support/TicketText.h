@@ -1,0 +1,68 @@
+// What a ticket file's text sets when it is read, and a frame around the elements of one.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "TicketImpSFileReader.h"
+
+// One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Bytes that do not
+// print stand as hexadecimal numbers in braces.
+struct TicketText {
+    bool parsed;
+    std::vector<std::string> values;
+
+    static TicketText Read(std::string text) {
+        TicketText result{};
+        result.parsed = ReadTicket(text, &Set, &result);
+        return result;
+    }
+
+    // The text of a file with these elements below the root.
+    static std::string Framed(std::string const& elements) {
+        return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket>\n" + elements + "</ticket>\n";
+    }
+
+    static std::string Printable(std::string const& bytes) {
+        std::string text;
+        for (char const byte : bytes) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "{%02X}", static_cast<unsigned int>(static_cast<unsigned char>(byte)));
+            byte >= ' ' && byte < 0x7F ? text += byte : text += hex;
+        }
+        return text;
+    }
+
+ private:
+    static int Set(void* result, char const* key, PARAM_TYPE type, void const* value, int index) {
+        std::string line = std::string(key) + ' ' + std::to_string(type) + ' ' + Spell(type, value);
+        if (index != APPEND_INDEX) line += " at " + std::to_string(index);
+        static_cast<TicketText*>(result)->values.push_back(line);
+        return 1;
+    }
+
+    static std::string Spell(PARAM_TYPE type, void const* value) {
+        char number[64];
+        switch (type) {
+            case PARAM_INT:
+                return std::to_string(*static_cast<int32_t const*>(value));
+            case PARAM_INT64:
+                return std::to_string(*static_cast<int64_t const*>(value));
+            case PARAM_UINT64:
+                return std::to_string(*static_cast<uint64_t const*>(value));
+            case PARAM_DOUBLE:
+                std::snprintf(number, sizeof number, "%a", *static_cast<double const*>(value));
+                return number;
+            case PARAM_STRING:
+                return Printable(static_cast<char const*>(value));
+            case PARAM_BINSTR: {
+                auto const& bytes = *static_cast<BIN_STRING const*>(value);
+                return Printable({static_cast<char const*>(bytes.data), bytes.length});
+            }
+            default:
+                return "?";
+        }
+    }
+};
