@@ -1,6 +1,7 @@
 // How texts and bytes are spelled in a ticket file: escapes in both directions, and white space.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -143,4 +144,26 @@ TEST(NormaliseSpace, LosesNothingOfAnEncodedTextButASpaceAtEitherEnd) {
         if (bytes.size() == read.size() + 1) bytes.pop_back();
         ASSERT_EQ(read, bytes) << "round " << round;
     }
+}
+
+TEST(PlainLength, IsKnownOnlyWhereReadingChangesNothing) {
+    for (char const* text : {"", "a", "42", "plain text", "a b c", "&<>\"'", "\xC3\xA4", "a\x7F"})
+        EXPECT_EQ(PlainLength(text), std::string(text).size()) << text;
+    for (char const* text : {" ", " a", "a ", "a  b", "a\tb", "\n", "\\", "a\\nb", "\x01", "a \\x20b", "a \tb"})
+        EXPECT_EQ(PlainLength(text), std::string::npos) << text;
+}
+
+TEST(PlainLength, AgreesWithTheNormalisingAndDecodingItSpares) {
+    std::mt19937 random(3);
+    std::string scratch;
+    int plain = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = RandomBytes(random, "  abcdefgh");
+        text.resize(std::min(text.size(), text.find('\0')));
+        if (PlainLength(text.c_str()) == std::string::npos) continue;
+        ++plain;
+        ASSERT_EQ(PlainLength(text.c_str()), text.size());
+        ASSERT_EQ(DecodeString(std::string(NormaliseSpace(text, scratch))), text);
+    }
+    EXPECT_GT(plain, 100);
 }

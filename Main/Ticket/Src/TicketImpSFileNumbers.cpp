@@ -2,6 +2,7 @@
 // locale; every other spelling is left to a stream with the classic locale, whose behaviour is the rule.
 #include "TicketImpSFileNumbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -23,51 +24,27 @@ void AppendInteger(std::string& out, INTEGER value) {
     out.append(text, static_cast<std::size_t>(std::to_chars(text, text + sizeof text, value).ptr - text));
 }
 
-// Moves the point of `mantissa`, which stands at `point`, to the right; zeros fill up what is missing.
-void MovePoint(std::string& mantissa, std::size_t point, int places) {
-    auto const target = point + static_cast<std::size_t>(places);
-    mantissa.erase(point, 1);
-    if (mantissa.size() < target) mantissa.append(target - mantissa.size(), '0');
-    mantissa.insert(target, 1, '.');
+// Appends `digits` with the point moved `places` to the right; zeros fill up what is missing and end nothing.
+void AppendFraction(std::string& out, std::string_view digits, std::size_t places) {
+    std::size_t const moved = std::min(places, digits.size());
+    out.append(digits, 0, moved).append(places - moved, '0').append(1, '.');
+    digits.remove_prefix(moved);
+    out.append(digits, 0, digits.find_last_not_of('0') + 1);
 }
 
-// The exponent in engineering notation and how far the point has to move for it; both stay where the exponent is a
-// multiple of 3 already. Only changed exponents have three digits. Kept: files have always looked so.
-int Engineering(std::string& exponent, int value) {
-    int const remainder = value % 3;
-    if (remainder == 0) return 0;
-    int const shift = value > 0 ? remainder : remainder + 3;
-    std::string digits = std::to_string(std::abs(value - shift));
-    if (digits.size() < 3) digits.insert(0, 3 - digits.size(), '0');
-    exponent.replace(2, std::string::npos, digits);
-    return shift;
+// How far the point moves to make the exponent a multiple of 3.
+int EngineeringShift(int exponent) {
+    int const remainder = exponent % 3;
+    return exponent < 0 && remainder != 0 ? remainder + 3 : remainder;
 }
 
-std::string Format(BestDouble const& bd) {
-    if (std::isnan(bd.value)) return TICKET_FORMAT::NOT_A_NUMBER;
-
-    char buffer[32];
-    auto const end =
-        std::to_chars(buffer, buffer + sizeof buffer, bd.value, std::chars_format::scientific, FRACTION_DIGITS).ptr;
-    std::string text(buffer, end);
-    if (std::abs(bd.value) < std::numeric_limits<double>::min()) return text;
-
-    auto const point = text.find('.');
-    if (point == std::string::npos) throw "operator<< (std::ostream& os, const BestDouble& bd): missing '.'";
-    auto const mark = text.rfind('e');
-    if (mark == std::string::npos) throw "operator<< (std::ostream& os, const BestDouble& bd): missing 'e'";
-
-    std::string exponent = text.substr(mark);
-    text.resize(mark);
-    int const value = std::atoi(exponent.c_str() + 1);
-    if (value >= 0 && value <= bd.limit) {
-        exponent.clear();
-        MovePoint(text, point, value);
-    } else {
-        MovePoint(text, point, Engineering(exponent, value));
-    }
-    text.resize(text.find_last_not_of('0') + 1);
-    return text += exponent;
+// Appends a changed exponent, which has three digits at least. Unchanged ones may have two; kept: files always looked
+// so.
+void AppendExponent(std::string& out, char sign, int magnitude) {
+    out.append(1, 'e').append(1, sign);
+    if (magnitude < 100) out += '0';
+    if (magnitude < 10) out += '0';
+    AppendInteger(out, magnitude);
 }
 
 // Whether `text` is spelled as the conversions and a stream read it alike: digits, with a "-" at most before them.
@@ -89,11 +66,42 @@ NUMBER ParseAsStream(std::string_view text) {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& os, BestDouble const& bd) {
-    return os << Format(bd);
+    std::string text;
+    AppendNumber(text, bd);
+    return os << text;
 }
 
 void AppendNumber(std::string& out, BestDouble const& bd) {
-    out += Format(bd);
+    if (std::isnan(bd.value)) {
+        out += TICKET_FORMAT::NOT_A_NUMBER;
+        return;
+    }
+    char buffer[32];
+    auto const [end, error] =
+        std::to_chars(buffer, buffer + sizeof buffer, bd.value, std::chars_format::scientific, FRACTION_DIGITS);
+    std::string_view const text(buffer, static_cast<std::size_t>(end - buffer));
+    if (std::abs(bd.value) < std::numeric_limits<double>::min()) {
+        out += text;
+        return;
+    }
+    auto const point = text.find('.');
+    if (point == std::string_view::npos) throw "operator<< (std::ostream& os, const BestDouble& bd): missing '.'";
+    auto const mark = text.rfind('e');
+    if (mark == std::string_view::npos) throw "operator<< (std::ostream& os, const BestDouble& bd): missing 'e'";
+
+    int magnitude = 0;
+    std::from_chars(buffer + mark + 2, end, magnitude);
+    char const sign = text[mark + 1];
+    int const exponent = sign == '-' ? -magnitude : magnitude;
+    bool const isFixed = exponent >= 0 && exponent <= bd.limit;
+    int const shift = isFixed ? exponent : EngineeringShift(exponent);
+    out += text.substr(0, point);
+    AppendFraction(out, text.substr(point + 1, mark - point - 1), static_cast<std::size_t>(shift));
+    if (isFixed) return;
+    if (shift == 0)
+        out += text.substr(mark);
+    else
+        AppendExponent(out, sign, std::abs(exponent - shift));
 }
 
 void AppendNumber(std::string& out, int32_t value) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "TicketImpSFileFormat.h"
@@ -20,15 +21,22 @@ constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_si
 constexpr std::size_t LENGTH_OF_KEYS = std::size_t{256} << 20;
 constexpr std::size_t LENGTH_OF_KEYS_PER_BYTE = 16;
 
-bool IsPartOfKeys(std::string_view ancestor) {
-    return !ancestor.empty() && ancestor != TICKET_FORMAT::ROOT;
+// As ==, for short texts whose length nobody knows.
+bool Equals(char const* text, std::string_view word) {
+    for (char const letter : word)
+        if (*text++ != letter) return false;
+    return *text == '\0';
+}
+
+PARAM_TYPE TypeOf(char const* name) {
+    for (auto const& known : TICKET_FORMAT::TYPE_NAMES)
+        if (Equals(name, known.name)) return known.type;
+    return PARAM_NONE;
 }
 
 }  // namespace
 
 bool xml_outline::begin(pug::xml_node& /*root*/) {
-    m_key.clear();
-    m_parents.assign(1, 0);
     return true;
 }
 
@@ -39,49 +47,61 @@ bool xml_outline::end(pug::xml_node& /*root*/) {
 bool xml_outline::for_each(pug::xml_node& node) {
     if (node.type() != pug::node_element) return true;
     auto const level = static_cast<std::size_t>(depth());
-    std::size_t const parent = m_parents[level];
-    m_key.resize(parent);
-    m_key += node.name();
+    std::size_t const path = m_parents[level];
+    std::size_t const end = AppendName(path, node.name());
+    pug::xml_node const child = node.first_child();
+    if (!child) return true;
 
     pug::xml_attribute const attribute = node.first_attribute();
-    pug::xml_node const child = node.first_child();
-    if (attribute && child && attribute.name() == std::string_view(TICKET_FORMAT::TYPE_ATTRIBUTE)) {
-        PARAM_TYPE const type = TICKET_FORMAT::TypeOf(attribute.value());
+    if (Equals(attribute.name(), TICKET_FORMAT::TYPE_ATTRIBUTE)) {
+        PARAM_TYPE const type = TypeOf(attribute.value());
         if (type != PARAM_NONE) {
-            if (m_key.size() > m_left) return false;
-            m_left -= m_key.size();
+            if (end > m_left) return false;
+            m_left -= end;
             Store(type, child.value());
         }
     }
 
-    if (!child) return true;
     if (m_parents.size() == level + 1) m_parents.emplace_back();
-    bool const isPart = IsPartOfKeys(std::string_view(m_key).substr(parent));
-    if (isPart) m_key += '/';
-    m_parents[level + 1] = isPart ? m_key.size() : parent;
+    bool const isPartOfKeys = end != path && std::string_view(&m_key[path], end - path) != TICKET_FORMAT::ROOT;
+    if (isPartOfKeys) m_key[end] = '/';
+    m_parents[level + 1] = isPartOfKeys ? end + 1 : path;
     return true;
 }
 
-void xml_outline::Store(PARAM_TYPE type, std::string_view text) {
-    text = NormaliseSpace(text, m_space);
-    auto const set = [&](auto const& value) { m_set(m_context, m_key.c_str(), type, &value, APPEND_INDEX); };
+// Puts the name of an element, and a NUL, behind the path of its parent. Returns where it ends.
+std::size_t xml_outline::AppendName(std::size_t path, char const* name) {
+    std::size_t const length = std::strlen(name);
+    if (m_key.size() - path <= length) m_key.resize(2 * (path + length + 1));
+    std::memcpy(&m_key[path], name, length + 1);
+    return path + length;
+}
+
+void xml_outline::Store(PARAM_TYPE type, char const* text) {
+    auto const set = [&](auto const& value) { m_set(m_context, m_key.data(), type, &value, APPEND_INDEX); };
+    std::size_t const plainLength = PlainLength(text);
+    bool const isPlain = plainLength != std::string::npos;
+    std::string_view const value = isPlain ? std::string_view(text, plainLength) : NormaliseSpace(text, m_space);
     switch (type) {
         case PARAM_INT:
-            return set(ParseNumber<int32_t>(text));
+            return set(ParseNumber<int32_t>(value));
         case PARAM_INT64:
-            return set(ParseNumber<int64_t>(text));
+            return set(ParseNumber<int64_t>(value));
         case PARAM_UINT64:
-            return set(ParseNumber<uint64_t>(text));
+            return set(ParseNumber<uint64_t>(value));
         case PARAM_DOUBLE:
-            return set(text == TICKET_FORMAT::NOT_A_NUMBER ? std::numeric_limits<double>::quiet_NaN()
-                                                           : ParseNumber<double>(text));
+            return set(value == TICKET_FORMAT::NOT_A_NUMBER ? std::numeric_limits<double>::quiet_NaN()
+                                                            : ParseNumber<double>(value));
         default:
             break;
     }
-    m_value.clear();
-    DecodeTo(m_value, text);
-    if (type == PARAM_BINSTR) return set(BIN_STRING{m_value.data(), m_value.size()});
-    m_set(m_context, m_key.c_str(), type, m_value.c_str(), APPEND_INDEX);
+    if (!isPlain) {
+        m_value.clear();
+        DecodeTo(m_value, value);
+    }
+    BIN_STRING const bytes = isPlain ? BIN_STRING{text, plainLength} : BIN_STRING{m_value.c_str(), m_value.size()};
+    if (type == PARAM_BINSTR) return set(bytes);
+    m_set(m_context, m_key.data(), type, bytes.data, APPEND_INDEX);
 }
 
 bool ReadTicket(std::string& text, xml_outline::SET set, void* context) {

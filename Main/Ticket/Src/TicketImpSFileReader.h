@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <pugixml.hpp>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
@@ -18,22 +17,24 @@ class xml_outline : public pug::xml_tree_walker {
     using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
 
     // `maximum`: the walk ends once the keys of all leaves together are longer than this.
-    xml_outline(SET set, void* context, std::size_t maximum) : m_set(set), m_context(context), m_left(maximum) {}
+    xml_outline(SET set, void* context, std::size_t maximum)
+        : m_set(set), m_context(context), m_left(maximum), m_key(1), m_parents(1) {}
 
     bool begin(pug::xml_node& root) override;
     bool for_each(pug::xml_node& node) override;
     bool end(pug::xml_node& root) override;
 
  private:
-    void Store(PARAM_TYPE type, std::string_view text);
+    std::size_t AppendName(std::size_t path, char const* name);
+    void Store(PARAM_TYPE type, char const* text);
 
     SET m_set;
     void* m_context;
     std::size_t m_left;
-    std::string m_key;                      // of the current element; its first part is the path of its parent
-    std::vector<std::size_t> m_parents{0};  // by depth: how much of m_key is the path of the parent, "/" included
-    std::string m_space;                    // scratch
-    std::string m_value;                    // scratch
+    std::vector<char> m_key;             // the path of the current element, NUL-terminated after its name
+    std::vector<std::size_t> m_parents;  // by depth: how much of m_key is the path of the parent, "/" included
+    std::string m_space;                 // scratch
+    std::string m_value;                 // scratch
 };
 
 // Parses the text of a ticket file and walks it with an xml_outline. `text` is used as working space: its content is

@@ -12,17 +12,22 @@ namespace {
 
 constexpr char HEX_DIGITS[] = "0123456789ABCDEF";
 
-constexpr bool IsWritable(unsigned int byte) {
-    return byte >= 0x20 && byte < 0x7F && byte != '\\' && byte != '<' && byte != '>';
+using BYTE_SET = std::array<bool, 256>;
+
+template <typename RULE>
+constexpr BYTE_SET BytesThat(RULE rule) {
+    BYTE_SET bytes{};
+    for (unsigned int byte = 0; byte < bytes.size(); ++byte) bytes[byte] = rule(byte);
+    return bytes;
 }
 
-constexpr std::array<bool, 256> MakeWritable() {
-    std::array<bool, 256> writable{};
-    for (unsigned int byte = 0; byte < writable.size(); ++byte) writable[byte] = IsWritable(byte);
-    return writable;
-}
+constexpr BYTE_SET WRITABLE = BytesThat(
+    [](unsigned int byte) { return byte >= 0x20 && byte < 0x7F && byte != '\\' && byte != '<' && byte != '>'; });
+constexpr BYTE_SET PLAIN = BytesThat([](unsigned int byte) { return byte > 0x20 && byte != '\\'; });
 
-constexpr std::array<bool, 256> WRITABLE = MakeWritable();
+bool IsIn(BYTE_SET const& bytes, char byte) {
+    return bytes[static_cast<unsigned char>(byte)];
+}
 
 bool IsSpace(char byte) {
     return static_cast<unsigned char>(byte) <= 0x20;
@@ -119,7 +124,7 @@ void EncodeTo(std::string& out, std::string_view in) {
     std::size_t done = 0;
     for (std::size_t at = 0; at < in.size(); ++at) {
         bool const isSecondSpace = in[at] == ' ' && at > done && in[at - 1] == ' ';
-        if (WRITABLE[static_cast<unsigned char>(in[at])] && !isSecondSpace) continue;
+        if (IsIn(WRITABLE, in[at]) && !isSecondSpace) continue;
         out.append(in, done, at - done);
         AppendEscape(out, in[at]);
         done = at + 1;
@@ -153,4 +158,12 @@ std::string_view NormaliseSpace(std::string_view in, std::string& scratch) {
             scratch += ' ';
     }
     return scratch;
+}
+
+std::size_t PlainLength(char const* text) {
+    std::size_t at = 0;
+    for (; text[at] != '\0'; ++at)
+        if (!IsIn(PLAIN, text[at]) && (text[at] != ' ' || at == 0 || !IsIn(PLAIN, text[at + 1])))
+            return std::string::npos;
+    return at;
 }

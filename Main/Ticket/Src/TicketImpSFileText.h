@@ -18,3 +18,6 @@ void DecodeTo(std::string& out, std::string_view in);
 // Drops the bytes 0x01 to 0x20 at both ends and makes every run of them inside one space. The result views `in` where
 // there is nothing to change inside, otherwise `scratch`, which is overwritten.
 std::string_view NormaliseSpace(std::string_view in, std::string& scratch);
+
+// The length of a NUL-terminated text that neither NormaliseSpace nor DecodeTo would change; npos for any other.
+std::size_t PlainLength(char const* text);

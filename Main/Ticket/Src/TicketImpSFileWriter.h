@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <map>
-#include <pugixml.hpp>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -11,8 +11,6 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
-
-namespace pug = pugi;
 
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
@@ -22,7 +20,6 @@ class TICKET_DOCUMENT {
 
     // A document with an empty "ticket" element. Texts pass through `conversion` unless it is null; it is only used
     // while a text is added. `log` is told of keys that end where a name should follow; it may be null.
-    // Throws std::bad_alloc, as every operation does.
     TICKET_DOCUMENT(STICKET_STRING_CONVERSION* conversion, LOG log);
 
     // Walk callback: adds one parameter, skips the types that files do not keep. `document` is a TICKET_DOCUMENT; false
@@ -31,45 +28,59 @@ class TICKET_DOCUMENT {
 
     // Places one value below the "ticket" element: a new leaf at the path that `key` spells, behind what is there.
     // False for a type that files do not keep; the leaf then stays bare.
-    // Throws the C string of BestDouble for an infinite number, and whatever the conversion throws.
+    // Throws the C string of BestDouble for an infinite number, std::bad_alloc, and whatever the conversion throws; the
+    // document is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
     // The bytes of the file. Throws std::bad_alloc or std::length_error where they do not fit into memory.
     std::string Serialise() const;
 
  private:
-    // Children of one element by name, brought up to date when somebody searches. Names are the document's own.
-    struct CHILDREN {
+    // Elements, and all that they view, live in m_memory as long as the document. They are only ever added, each behind
+    // its siblings; hence the first one of a name stays the first.
+    struct ELEMENT {
+        std::string_view name;
+        ELEMENT* parent;
+        ELEMENT* firstChild = nullptr;
+        ELEMENT* lastChild = nullptr;
+        ELEMENT* greatestChild = nullptr;  // by name
+        ELEMENT* next = nullptr;
+        std::string_view typeName{};  // of a leaf, otherwise empty
+        std::string_view text{};      // of a leaf
+    };
+    // Children of one element by name, brought up to date when a search needs it. Nameless ones are left out.
+    struct INDEX {
         struct CHILD {
             std::size_t order;
-            pug::xml_node node;
+            ELEMENT* element;
         };
-        pug::xml_node last;  // the last one that was looked at
+        ELEMENT* last = nullptr;  // the last child that was looked at
         std::size_t count = 0;
         std::map<std::string_view, CHILD> firstByName;
     };
     // One inner element on the way to the last key. Only such elements as the same name always leads to: no wildcards.
     struct STEP {
         std::size_t end;  // where its name ends in m_lastKey
-        pug::xml_node element;
+        ELEMENT* element;
     };
+    template <typename OUTPUT>
+    class SERIALISER;
 
     void KeepSharedSteps(std::string_view key);
-    pug::xml_node AddElement(pug::xml_node parent, std::string_view name, std::size_t depth);
-    bool FillLeaf(pug::xml_node leaf, PARAM_TYPE type, void const* value, std::size_t depth);
+    ELEMENT* FindChild(ELEMENT& parent, std::string_view component);
+    static ELEMENT* FindMatchingChild(ELEMENT const& parent, INDEX const& index, std::string_view pattern);
+    INDEX& UpToDateIndex(ELEMENT& parent);
+    ELEMENT& AddElement(ELEMENT& parent, std::string_view name);
+    bool FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value);
     void FormatValue(PARAM_TYPE type, void const* value);
-    pug::xml_node FindChild(pug::xml_node parent, std::string_view component);
-    static pug::xml_node FindMatchingChild(pug::xml_node parent, CHILDREN const& children, std::string_view pattern);
-    CHILDREN& UpToDateChildren(pug::xml_node parent);
+    std::string_view Keep(std::string_view text);
 
     STICKET_STRING_CONVERSION* m_conversion;
     LOG m_log;
-    pug::xml_document m_document;
-    pug::xml_node m_ticket;
+    std::pmr::monotonic_buffer_resource m_memory;
+    ELEMENT m_ticket;
     std::string m_lastKey;
     std::vector<STEP> m_steps;
-    std::unordered_map<pug::xml_node_struct*, CHILDREN> m_children;  // by element
-    std::string m_name;                                              // scratch
-    std::string m_text;                                              // scratch
-    std::size_t m_size;                                              // the text of the document is at most this long
+    std::unordered_map<ELEMENT const*, INDEX> m_indexes;  // by parent
+    std::string m_text;                                   // scratch
 };
