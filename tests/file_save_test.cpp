@@ -17,6 +17,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "TicketImpSFileSave.h"
@@ -46,6 +47,8 @@ struct SYSTEM {
     int closeError = 0;
     int modeError = 0;
     int lockError = 0;
+    std::function<void()> beforeLock{};    // called once
+    std::function<void()> beforeRename{};  // called once
     bool watching = false;
     std::vector<std::string> calls{};
 
@@ -59,6 +62,10 @@ SYSTEM g_system;
 struct USUAL_SYSTEM {
     ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
 };
+
+void CallOnce(std::function<void()>& function) {
+    if (auto const once = std::exchange(function, nullptr)) once();
+}
 
 int Fail(int error) {
     errno = error;
@@ -132,6 +139,7 @@ int fchmod(int file, mode_t mode) noexcept {
 int flock(int file, int operation) noexcept {
     static auto const next = Next<int (*)(int, int)>("flock");
     g_system.Note("lock");
+    CallOnce(g_system.beforeLock);
     return g_system.lockError ? Fail(g_system.lockError) : next(file, operation);
 }
 
@@ -144,6 +152,7 @@ int ftruncate(int file, off_t size) noexcept {
 int rename(char const* from, char const* to) noexcept {
     static auto const next = Next<int (*)(char const*, char const*)>("rename");
     g_system.Note("rename");
+    CallOnce(g_system.beforeRename);
     return next(from, to);
 }
 
@@ -475,6 +484,28 @@ TEST_F(FileSave, WaitsForTheOneWhoIsSaving) {
     saver.join();
     EXPECT_EQ(FileContent(m_file), "mine");
     EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");  // the file that was waited for was not written to
+}
+
+TEST_F(FileSave, FileThatWasRenamedAwayBeforeItCouldBeLockedIsNotWrittenTo) {
+    Write(m_temporary, "his");
+    g_system.beforeLock = [&] { std::filesystem::rename(m_temporary, m_scratch.Path("his")); };
+    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
+    EXPECT_EQ(FileContent(m_file), "mine");
+    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");
+}
+
+TEST_F(FileSave, LockIsHeldUntilTheRename) {
+    bool refused = false;
+    g_system.beforeRename = [&] {
+        int const other = open(m_temporary.c_str(), O_RDWR);
+        refused = flock(other, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        close(other);
+    };
+    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
+    EXPECT_TRUE(refused);
+    int const later = open(m_file.c_str(), O_RDWR);
+    EXPECT_EQ(flock(later, LOCK_EX | LOCK_NB), 0);
+    close(later);
 }
 
 TEST_F(FileSave, SecondWaiterDoesNotWriteToTheFileOfTheFirst) {
