@@ -547,27 +547,3 @@ TEST_F(FileWalk, CallbackMayDeleteAddSaveOrClear) {
         }
     }
 }
-
-TEST_F(FileWalk, CancelledThreadLeavesTheTicketUsable) {
-    struct STEP {
-        static bool Take(void*, char const*, PARAM_TYPE, void const*, int) {
-            pthread_cancel(pthread_self());
-            pthread_testcancel();
-            return true;
-        }
-        static void* Run(void* access) {
-            auto* const ticket = static_cast<STICKET_ACCESS const*>(access);
-            ticket->WalkParameter(ticket->pTicket, &Take, nullptr, "", 2);
-            return nullptr;
-        }
-    };
-    OWNER const ticket(m_file.c_str());
-    Set(ticket, "a", 1);
-    pthread_t thread;
-    void* const access = const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket));
-    ASSERT_EQ(pthread_create(&thread, nullptr, &STEP::Run, access), 0);
-    void* result = nullptr;
-    pthread_join(thread, &result);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
-    EXPECT_EQ(GetInt(ticket, "a"), 1);
-}

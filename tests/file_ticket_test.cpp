@@ -521,6 +521,22 @@ TEST_F(FileTicket, ValueWhoseConversionFailsOnTheWayInIsSkippedLoggedAndKeptAsid
     EXPECT_EQ(FileContent(m_file + ".bad"), old);
 }
 
+TEST_F(FileTicket, ConversionThatReadsTheTicketWhileItLoadsEndsAllTheSame) {
+    struct READER : MARKS {
+        STICKET_ACCESS const* m_ticket = nullptr;
+        std::optional<int> m_read;
+        std::string FromFile(std::string const& text, int) override {
+            m_read = GetInt(m_ticket, "a");
+            return text;
+        }
+    } reader;
+    Write(m_file, Document({"<a type=\"int\">1</a>", "<b type=\"string\">text</b>"}));
+    OWNER const ticket(STICKET::PCreate(m_file, WithContext(static_cast<STICKET_STRING_CONVERSION*>(&reader))));
+    reader.m_ticket = ticket;
+    EXPECT_THAT(Contents(ticket), ElementsAre("a 2 1", "b 4 text"));
+    EXPECT_EQ(reader.m_read, 1);
+}
+
 // The mutex
 
 TEST_F(FileTicket, EntriesWithoutAMutexAnswerNothingAndSaySoInTheLog) {

@@ -9,8 +9,9 @@
 /**
  * Passed as STICKET_WHOAMI::pContext of a file ticket (as a pointer to exactly this class). The ticket does not own it;
  * it must outlive the ticket, whose destruction may still save. Called with the ticket's mutex held, on the thread
- * whose call saves or loads. An exception from `ToFile` stops the save and leaves the file as it was; one from
- * `FromFile` skips that value. The order of the two operations is part of the binary interface.
+ * whose call saves or loads; they must not use that ticket. An exception from `ToFile` stops the save and leaves the
+ * file as it was; one from `FromFile` skips that value. The order of the two operations is part of the binary
+ * interface.
  */
 class STICKET_STRING_CONVERSION {
  public:

@@ -36,7 +36,7 @@ int STICKET_FILE::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type
     return ENTRY::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
-            clTICKETNODE const dropped = self.MakeReady(self.KeyNotPartial(key));
+            DROPPED const dropped = self.MakeReady(self.m_partial && self.KeyNotPartial(key));
             self.m_lastAccess = self.Now();
             return self.Read(key, type, value, index);
         },
@@ -47,7 +47,7 @@ int STICKET_FILE::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
     return ENTRY::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
-            clTICKETNODE const dropped = self.MakeReady(self.AnyNotPartial(records));
+            DROPPED const dropped = self.MakeReady(self.m_partial && self.AnyNotPartial(records));
             self.m_lastAccess = self.Now();
             return self.ReadBatch(records);
         },
@@ -70,7 +70,7 @@ int STICKET_FILE::SetParameter(STICKET* ticket, char const* key, PARAM_TYPE type
     return ENTRY::Set<STICKET_FILE>(
         ticket, key, type, value, index,
         [&](STICKET_FILE& self) {
-            clTICKETNODE const dropped = self.MakeReady(self.KeyNotPartial(key));
+            DROPPED const dropped = self.MakeReady(self.m_partial && self.KeyNotPartial(key));
             self.MarkDirty();
             return self.m_content->parameters.SetParameter(key, type, value, index);
         },
@@ -81,7 +81,7 @@ int STICKET_FILE::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
     return ENTRY::SetBatch<STICKET_FILE>(
         ticket, records,
         [&](STICKET_FILE& self) {
-            clTICKETNODE const dropped = self.MakeReady(true);
+            DROPPED const dropped = self.MakeReady(true);
             self.MarkDirty();
             return self.m_content->parameters.SetMultiParameter(records);
         },
@@ -132,7 +132,7 @@ bool STICKET_FILE::Walk(STICKET_WALK_CALLBACK callback, void* context, char cons
         static bool Take(void* step, char const* key, PARAM_TYPE type, void const* value, int index) {
             auto const& [self, callback, context] = *static_cast<STEP const*>(step);
             if (!callback(context, key, type, value, index)) return false;
-            self.MakeReady(true);
+            if (self.m_partial || !self.m_loaded) self.MakeReady(true);
             return true;
         }
     } step{*this, callback, context};
@@ -152,8 +152,9 @@ bool STICKET_FILE::AnyNotPartial(GETMULTIPAR const* records) const {
     return false;
 }
 
-clTICKETNODE STICKET_FILE::MakeReady(bool everything) {
-    clTICKETNODE dropped = m_partial && everything ? ReleaseTo(false) : clTICKETNODE();
+STICKET_FILE::DROPPED STICKET_FILE::MakeReady(bool everything) {
+    DROPPED dropped;
+    if (m_partial && everything) dropped = std::make_unique<clTICKETNODE>(ReleaseTo(false));
     if (!m_loaded) Load();
     return dropped;
 }
@@ -162,6 +163,7 @@ void STICKET_FILE::Load() {
     using TICKETFILE::CONTENT;
     CONTENT file = TICKETFILE::Read(m_fileName);
     m_misread = file.state == CONTENT::UNREADABLE;
+    m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
         if (file.state == CONTENT::READ && !ReadTicket(file.bytes, &LocalSetParameter, this)) {
             m_content->parameters.Clear();
@@ -169,9 +171,9 @@ void STICKET_FILE::Load() {
         }
     } catch (...) {
         m_content->parameters.Clear();
+        m_loaded = false;
         throw;
     }
-    m_loaded = true;
     m_lastAccess = Now();
 }
 

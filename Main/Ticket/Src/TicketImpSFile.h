@@ -7,6 +7,7 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
 #include <set>
 #include <string>
 
@@ -51,8 +52,9 @@ class STICKET_FILE : public STICKET {
     // Not one of the partial keys; true for null.
     bool KeyNotPartial(char const* key) const;
 
-    // Loads what is missing. `everything`: a partial tree is dropped first. Returns what was dropped.
-    clTICKETNODE MakeReady(bool everything);
+    // Loads what is missing. `everything`: a partial tree is dropped first, and handed out like that of ReleaseTo.
+    using DROPPED = std::unique_ptr<clTICKETNODE const>;
+    DROPPED MakeReady(bool everything);
 
     // The time in seconds. Tests put their own clock here.
     virtual std::time_t Now() const { return std::time(nullptr); }
