@@ -1,16 +1,19 @@
-// A host that has changed the locale of C++ and, as far as one is installed, of C: decimal comma and grouped digits.
+// A host that has changed the locales of C++ and C: decimal comma and grouped digits.
 #pragma once
 
 #include <clocale>
+#include <cstdlib>
 #include <locale>
 #include <string>
+
+#include "ScratchDirectory.h"
 
 class HostileLocale {
  public:
     HostileLocale() : m_previousC(std::setlocale(LC_ALL, nullptr)) {
         m_previous = std::locale::global(std::locale(std::locale::classic(), new CommasAndDots));
-        for (char const* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "pt_BR.UTF-8"})
-            if (std::setlocale(LC_ALL, name) != nullptr) break;
+        static OwnLocaleOfC const s_own;
+        std::setlocale(LC_NUMERIC, s_own.NAME);
     }
     ~HostileLocale() {
         std::locale::global(m_previous);
@@ -19,11 +22,30 @@ class HostileLocale {
     HostileLocale(HostileLocale const&) = delete;
     HostileLocale& operator=(HostileLocale const&) = delete;
 
+    // Whether C has followed; false only where its locales cannot be made.
+    static bool HoldsInC() { return std::localeconv()->decimal_point == std::string(","); }
+
  private:
     struct CommasAndDots : std::numpunct<char> {
         char do_decimal_point() const override { return ','; }
         char do_thousands_sep() const override { return '.'; }
         std::string do_grouping() const override { return "\3"; }
+    };
+
+    // Few machines have such a locale installed, so it is made on the spot.
+    struct OwnLocaleOfC {
+        static constexpr char const* NAME = "hostile";
+        SCRATCH_DIRECTORY m_directory;
+
+        OwnLocaleOfC() {
+            m_directory.Write("source",
+                              "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n");
+            std::string const command = "localedef -c -i '" + m_directory.Path("source") + "' --no-archive '" +
+                                        m_directory.Path(NAME) + "' >/dev/null 2>&1";
+            // It complains about the categories that are missing; whether it worked is seen when the locale is used.
+            static_cast<void>(std::system(command.c_str()) == 0);
+            setenv("LOCPATH", m_directory.Path().c_str(), 1);
+        }
     };
 
     std::string m_previousC;

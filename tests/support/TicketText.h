@@ -1,8 +1,10 @@
 // What a ticket file's text sets when it is read, and a frame around the elements of one.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -44,7 +46,7 @@ struct TicketText {
     }
 
     static std::string Spell(PARAM_TYPE type, void const* value) {
-        char number[64];
+        char number[64] = {};
         switch (type) {
             case PARAM_INT:
                 return std::to_string(*static_cast<int32_t const*>(value));
@@ -54,6 +56,7 @@ struct TicketText {
                 return std::to_string(*static_cast<uint64_t const*>(value));
             case PARAM_DOUBLE:
                 std::snprintf(number, sizeof number, "%a", *static_cast<double const*>(value));
+                std::replace(std::begin(number), std::end(number), ',', '.');  // under a HostileLocale
                 return number;
             case PARAM_STRING:
                 return Printable(static_cast<char const*>(value));
