@@ -16,6 +16,7 @@
 
 struct SETMULTIPAR;
 
+/** Characters and character sets. */
 namespace CharSets {
 
 /** Which way a conversion goes. Accepted and ignored on this platform. */

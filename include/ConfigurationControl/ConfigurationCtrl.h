@@ -17,7 +17,7 @@ enum CONFIGURATION_SETTING : int;
  * Implements IConfigurationControl on one file ticket, which it owns while it is open.
  *
  * There is one object in a process, from GetInstance; a host that makes another must know that the end of any object
- * makes the process forget its one.
+ * makes the process forget its one. Threads: as IConfigurationControl says; the static functions from any thread.
  */
 class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationControl {
  public:

@@ -10,6 +10,7 @@
 
 #include "ConfigurationControl/Export.h"
 
+/** Numbers. */
 namespace MathLib {
 
 /** The one NaN that tickets store: bits 0x7FF8000000000000. Usable before main; a walk hands out its address. */

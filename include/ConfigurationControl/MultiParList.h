@@ -79,7 +79,7 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     void MergeIf(STICKET_ACCESS const* ticket, std::function<bool(char const*)> filter);
 
     /** STICKET_WALK_CALLBACK whose context is a SETMULTIPAR_LIST: adds every value; passes over types 0 and 6. Always
-     * true. */
+     * true. Exhausted memory throws std::bad_alloc, with which the walked entry answers 0. */
     static bool CollectAction(void* list, char const* key, PARAM_TYPE type, void const* value, int index);
 
  private:

@@ -27,6 +27,7 @@ CONFIGURATIONCONTROL_API unsigned long MultiParListSize(SETMULTIPAR_LIST const* 
 
 /**
  * The records as a terminated array for STICKET_ACCESS::SetMultiParameter, or null when there are none.
+ * @param handle null gives null
  * @param sort when its low byte is not zero the records are put in key order first, equal keys keeping their order
  * @return owned by the list; valid until the next addition, a sort, or destruction
  */

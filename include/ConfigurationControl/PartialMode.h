@@ -25,9 +25,11 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
  public:
     /** The prefix ordering: compares the first min(a, b) bytes only. */
     struct LESS {
-        using is_transparent = void;
+        using is_transparent = void; /**< lookups by any kind of text make no copy */
+        /** Whether `a` comes before `b`. */
         bool operator()(std::string_view a, std::string_view b) const;
     };
+    /** A place in the set. Valid until its element is removed. */
     using const_iterator = std::set<std::string, LESS>::const_iterator;
 
     /**
@@ -47,10 +49,15 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
     /** Whether `key` begins with a stored prefix. */
     bool Covers(std::string_view key) const;
 
+    /** The first prefix, in byte order. */
     const_iterator begin() const { return m_prefixes.begin(); }
+    /** Behind the last prefix. */
     const_iterator end() const { return m_prefixes.end(); }
+    /** Whether there is no prefix. */
     bool empty() const { return m_prefixes.empty(); }
+    /** Number of prefixes. */
     std::size_t size() const { return m_prefixes.size(); }
+    /** Removes all prefixes. */
     void clear() { m_prefixes.clear(); }
 
  private:
@@ -78,6 +85,7 @@ struct CONFIGURATIONCONTROL_API PARTIAL_MODE {
 /** A selection as the null-terminated array that ticket operations take, in byte order, prefixes with their "*". */
 class CONFIGURATIONCONTROL_API PARTIAL_TABLE {
  public:
+    /** Copies what it needs of `mode`. */
     explicit PARTIAL_TABLE(PARTIAL_MODE const& mode);
     PARTIAL_TABLE(PARTIAL_TABLE const&) = delete;
     PARTIAL_TABLE& operator=(PARTIAL_TABLE const&) = delete;
@@ -92,8 +100,8 @@ class CONFIGURATIONCONTROL_API PARTIAL_TABLE {
 
 /** Walk context that adds the selected parameters of a ticket to a batch list. Holds references to both. */
 struct CONFIGURATIONCONTROL_API PARTIAL_COLLECT_ACTION {
-    SETMULTIPAR_LIST& list;
-    PARTIAL_MODE const& mode;
+    SETMULTIPAR_LIST& list;   /**< receives the parameters */
+    PARTIAL_MODE const& mode; /**< selects them; an empty one selects nothing here */
 
     /** Adds the parameter when the mode selects its key. May throw std::bad_alloc. */
     void SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);

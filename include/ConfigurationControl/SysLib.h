@@ -13,6 +13,7 @@
 
 #include "ConfigurationControl/Export.h"
 
+/** Threads and files. */
 namespace SysLib {
 
 /**

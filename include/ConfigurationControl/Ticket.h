@@ -32,8 +32,9 @@ class STICKET {
     CONFIGURATIONCONTROL_API static STICKET_ACCESS const* PCreate(std::string const& fileName,
                                                                   STICKET_WHOAMI const& whoAmI);
     /**
-     * Destroys a ticket and sets the caller's pointer to null. A dirty file ticket is saved first; if that save throws
-     * (an infinite number cannot be written), the process ends. No other call may be under way. Null does nothing.
+     * Destroys a ticket and sets the caller's pointer to null; the table and all that was read from the ticket end with
+     * it. A dirty file ticket is saved first; if that save throws (an infinite number cannot be written, a conversion
+     * may throw), the process ends. No other call may be under way. Null does nothing.
      */
     CONFIGURATIONCONTROL_API static void Destroy(STICKET_ACCESS const*& access);
 
@@ -60,6 +61,7 @@ class STICKET {
     struct NOTIFICATION;
     struct CONTENT;
     struct ENTRY;
+    /** A number and what it watches. */
     using REGISTRATION = std::pair<int const, NOTIFICATION>;
 
     /** Throws as Create. */
@@ -71,20 +73,35 @@ class STICKET {
     /** The operation codes that every kind performs alike: 4 to 12, on the parameters as they are in memory. */
     bool CommonOperation(STICKET_OP code, void* data);
 
+    // Change registrations and deferred callbacks: to be called with the mutex held.
+
+    /** Always 0: no handles are issued. */
     int GetHNotification(int number) const;
+    /** The registration of that number, valid until it is removed; null if there is none. */
     REGISTRATION const* GetNotification(int number) const;
+    /** The work of the table entry. */
     bool EnDisNotification(int number, bool enable, char const* const* keys);
+    /** Removes the registrations that watch `key`. */
     void NotifySetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
+    /** Removes the registrations that watch a key of a record whose `result` is set. */
     void NotifySetMultiParameter(SETMULTIPAR const* records);
+    /** Removes all registrations after the codes 2, 7 and 8. */
     void NotifyOperation(STICKET_OP code, void* data);
+    /** Runs the deferred callbacks. Their exceptions are swallowed. */
     void AfterNotification();
+    /** Always 0: there is nobody to flush to. */
     int FlushToNotification(REGISTRATION const* registration) const;
 
+    // Log hooks, called wherever something is worth a line.
+
+    /** Does nothing in this library; `format` is printf's. */
     static void Log(unsigned int level, char const* format, ...) __attribute__((format(printf, 2, 3)));
+    /** Does nothing in this library; `format` is printf's. */
     static void VLog(unsigned int level, char const* format, std::va_list arguments);
+    /** Always false in this library. */
     static bool IsLogged(unsigned int level);
 
-    STICKET_WHOAMI m_whoAmI;
+    STICKET_WHOAMI m_whoAmI;            /**< as given at creation, with the mutex that is used */
     std::unique_ptr<CONTENT> m_content; /**< parameters, registrations and deferred callbacks, in this order */
 };
 

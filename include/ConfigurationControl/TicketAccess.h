@@ -24,6 +24,7 @@
 /** Reads typed values through a ticket's table. A view: it owns nothing, and the ticket must outlive it. */
 class CONFIGURATIONCONTROL_API STICKET_READ {
  public:
+    /** Keeps a reference to the table. */
     explicit STICKET_READ(STICKET_ACCESS const& access) : m_access(access) {}
 
     /** Reads text. On failure `value` is empty. */
@@ -91,6 +92,7 @@ class CONFIGURATIONCONTROL_API STICKET_READ {
  */
 class CONFIGURATIONCONTROL_API STICKET_MODIFY {
  public:
+    /** Keeps a reference to the table. */
     explicit STICKET_MODIFY(STICKET_ACCESS const& access) : m_access(access) {}
 
     /**

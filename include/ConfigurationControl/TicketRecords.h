@@ -50,7 +50,8 @@ enum {
     PARAM_UINT64 = 9    /**< uint64_t */
 };
 
-/** Operation codes of STICKET_ACCESS::Operation, each with what `data` points to. */
+/** Operation codes of STICKET_ACCESS::Operation, each with what `data` points to. A ticket in memory has nothing to do
+ * for the codes 0, 1 and 3 and answers 1. */
 #ifdef __cplusplus
 enum STICKET_OP : uint32_t {
 #else
@@ -84,26 +85,26 @@ enum {
 
 /** A borrowed byte string: it never owns its bytes. A null `data` is the empty byte string whatever `length` says. */
 typedef struct BIN_STRING {
-    void const* data;
-    uint64_t length; /**< bytes */
+    void const* data; /**< the first byte; may be null */
+    uint64_t length;  /**< bytes */
 } BIN_STRING;
 
 /** One read of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
 typedef struct GETMULTIPAR {
-    char const* key;
-    PARAM_TYPE type;
-    void* value; /**< output buffer, as for STICKET_ACCESS::GetParameter */
-    int index;
-    bool result; /**< written by the batch: whether this record was read */
+    char const* key; /**< what to read; null or "" ends the array */
+    PARAM_TYPE type; /**< type of the buffer */
+    void* value;     /**< output buffer, as for STICKET_ACCESS::GetParameter */
+    int index;       /**< SCALAR_INDEX or an element */
+    bool result;     /**< written by the batch: whether this record was read */
 } GETMULTIPAR;
 
 /** One write of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
 typedef struct SETMULTIPAR {
-    char const* key;
-    PARAM_TYPE type;
+    char const* key;   /**< what to write; null or "" ends the array */
+    PARAM_TYPE type;   /**< type of the value */
     void const* value; /**< input, as for STICKET_ACCESS::SetParameter */
-    int index;
-    bool result; /**< written by the batch: whether this record was stored */
+    int index;         /**< SCALAR_INDEX, APPEND_INDEX or an element */
+    bool result;       /**< written by the batch: whether this record was stored */
 } SETMULTIPAR;
 
 #ifdef __cplusplus
@@ -150,62 +151,96 @@ typedef struct STICKET_ACCESS {
     STICKET* pTicket;   /**< first argument of every entry */
 
     /**
-     * Reads one value, converted to `type`.
-     * @param value buffer for the type's value. On failure it receives 0, null or {null, 0}; PARAM_POINTER and
-     *        PARAM_VECTOR with an element index, and types above 9, write nothing. Null: only tests whether the value
-     *        exists. Text of a memory ticket and byte strings stay valid until that value changes or goes; text of a
-     * file ticket until the ticket is destroyed.
+     * Reads one value, converted to `type`. Numbers are read as any number type: rounded half away from zero, out of
+     * range as the nearest bound. NaN reads as INT32_MIN, UINT32_MAX, INT64_MAX or UINT64_MAX; so does, as uint64, an
+     * infinity of either sign. 64-bit integers beyond 2^53 keep their bits when read with the other sign. Text is also
+     * read as a byte string. Nothing else is converted. PARAM_NONE reads the type (a PARAM_TYPE), PARAM_VECTOR the
+     * number of elements (1 for a scalar).
+     *
+     * Lifetime of what is read: text of a ticket in memory, and the bytes of a byte string, until that value changes or
+     * goes (also because a file ticket drops its contents); text of a file ticket until the ticket is destroyed. An
+     * opaque pointer is the host's.
+     *
+     * @param ticket null answers 0
+     * @param key null is a key that does not exist
+     * @param type type of the buffer
+     * @param value buffer of the type's size. On failure it receives 0, null or {null, 0}, except
+     *        that PARAM_POINTER and PARAM_VECTOR with an element index, and types above 9, write nothing. Null: nothing
+     *        is read, the result tells whether there is a value
+     * @param index SCALAR_INDEX or an element. A vector as a whole is read as PARAM_NONE or PARAM_VECTOR only
      */
     int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
-    /** Reads a batch under one lock. 1 unless `records` is null; each record's own result is in its `result`. */
+    /** Reads a batch under one lock, each record as GetParameter does. Non-zero unless `records` is null; whether a
+     * record was read is in its `result`. */
     int (*GetMultiParameter)(STICKET* ticket, GETMULTIPAR* records);
     /**
      * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
      * only, 1 types, 2 and 3 values (vectors by their count), 4 to 9 elements by type, from 10 elements with values.
-     * The callback may change this ticket: the walk goes on with the next key after the last one.
-     * @return 0 only when `callback` is null or the ticket could not be used, also when the callback ended the walk
+     * Runs on the calling thread, with the mutex held throughout. The callback may change this ticket: the walk goes on
+     * with the next key after the last one. A C++ exception that leaves the callback ends the walk with 0.
+     * @return non-zero, also when the callback ended the walk; 0 when `callback` is null or the ticket cannot be used
      */
     int (*WalkParameter)(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
-    void* Reserved1[20];
+    void* Reserved1[20]; /**< null */
 
     /**
-     * Stores a copy of `*value` (of `value` itself for PARAM_STRING and PARAM_POINTER). PARAM_NONE with a null value
-     * deletes. A refused element index leaves the key a vector all the same. `value` may point into this ticket.
+     * Stores a copy of the value that `value` points to; PARAM_POINTER stores `value` itself. A null `value` is "" for
+     * PARAM_STRING, null for PARAM_POINTER, and refused for numbers and byte strings. PARAM_NONE takes a null `value`
+     * and deletes the key or, with an element index, that element; the later ones move down. PARAM_VECTOR is refused:
+     * vectors are made element by element.
+     *
+     * SCALAR_INDEX replaces whatever the key held. APPEND_INDEX gives an absent key a scalar, makes a scalar the vector
+     * of the old and the new value, and adds to a vector. An element index first makes a vector of whatever there is;
+     * one equal to the number of elements appends, a higher or negative one is refused, and the key is a vector all the
+     * same. Any other refusal leaves the value as it was. `value` and `key` may point into this ticket.
+     * @return 1 or 0
      */
     int (*SetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index);
-    /** Stores a batch under one lock, in order, after reading all its values. 1 unless `records` is null. */
+    /** Stores a batch under one lock, in order, after reading all its keys and values. 1 unless `records` is null or
+     * memory is short; whether a record was stored is in its `result`. */
     int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
     /**
-     * Copies parameters of `source` into this ticket.
+     * Copies parameters of `source`, which may be this ticket, into this ticket. The mutex is not held between the
+     * steps (collect, clear, store): other threads may see a cleared target.
+     * @param ticket the target; null answers 0
+     * @param source null answers 0. One that cannot be walked changes nothing
      * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or empty: everything
-     * @param clear empties this ticket first. `source` may be this ticket's own table.
-     * @return 0 also when there was nothing to copy; what `clear` asked for is done all the same
+     * @param clear empties the target before the copies are stored
+     * @return 1, or 0 also when the source holds nothing that `keys` selects; what `clear` asked for is done all the
+     * same
      */
     int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
-    /** Performs an operation code; see STICKET_OP. 1 or 0. */
+    /** Performs an operation code; see STICKET_OP. 1, or 0 when it could not: an unknown code, a null `data` where one
+     * is needed, a save that an infinite number stopped. */
     int (*Operation)(STICKET* ticket, STICKET_OP code, void* data);
     /**
      * Takes or gives back one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but
      * -1 and -2). Refused because somebody holds it: 0, and `*owner` receives the holder. A released lock writes -1.
-     * Unlocking with `*owner` -2 frees it whoever holds it; number -2 unlocks everything that `*owner` holds.
+     * Unlocking with `*owner` -2 frees it whoever holds it; number -2 unlocks everything that `*owner` holds, and what
+     * anybody holds if that is -2. The holder may lock again and then unlocks as often. Locks are not saved.
+     * @return non-zero when the lock was taken, or given back or free already; for number -2 when there was one to give
+     * back
      */
     int (*Lock)(STICKET* ticket, int number, int* owner, bool lock);
-    void* Reserved2[20];
+    void* Reserved2[20]; /**< null */
 
-    /** Removes change registrations: number -2 with `enable` false all of them, and in a ticket with a server number 0
-     * and up that one. `keys` is ignored. 1 or 0. */
+    /** Removes change registrations, of which this library makes none: number -2 with `enable` false all of them, a
+     * number from 0 that one, for tickets with a server. `keys` is ignored. 1, or 0 for any other number. */
     int (*EnDisNotification)(STICKET* ticket, int number, bool enable, char const* const* keys);
     /**
-     * Queues a callback that runs on the thread of the next successful change, after it, with the mutex held. Callbacks
-     * still queued when the ticket is destroyed are dropped. False if `callback` is null.
+     * Queues a callback that runs once: in the next SetParameter, SetMultiParameter or Operation that succeeds, on its
+     * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued; one may use
+     * the ticket and queue others, which run in the same pass. Those still queued when the ticket is destroyed are
+     * dropped. `argument` is passed on as it is.
+     * @return false if `callback` is null
      */
     bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);
-    void* Reserved3[19];
+    void* Reserved3[19]; /**< null */
 } STICKET_ACCESS;
 
 /** Identity and options of a ticket, copied when it is created. */
 typedef struct STICKET_WHOAMI {
-    STICKET* pServer; /**< the ticket that serves this one; null: the ticket makes and owns its mutex */
+    STICKET* pServer; /**< the ticket that serves this one and outlives it; null: the ticket makes and owns its mutex */
     int nIdA;         /**< reported by STICKET_OP_WHOAMI and in log texts; -2 by default */
     int nIdB;         /**< likewise */
     void* pContext;   /**< the caller's, returned by STICKET_OP_CONTEXT. For a file ticket null or a
@@ -219,15 +254,15 @@ typedef struct STICKET_WHOAMI {
 
 /** What STICKET_OP_WHOAMI fills. */
 typedef struct STICKET_OPTION_WHOAMI {
-    STICKET_ACCESS const* pServer; /**< the serving ticket's table, or null */
-    int nIdA;
-    int nIdB;
+    STICKET_ACCESS const* pServer; /**< the serving ticket's table, which lives as long as that ticket; or null */
+    int nIdA;                      /**< as given in STICKET_WHOAMI */
+    int nIdB;                      /**< as given in STICKET_WHOAMI */
 } STICKET_OPTION_WHOAMI;
 
 /** The library's entry point for tickets: exported as `STicketInstance`, and by pointer as `hSTicketInstance`. */
 typedef struct STICKET_INSTANCE {
     uint64_t nSize;    /**< 192 */
-    uint64_t nVersion; /**< 1 */
+    uint64_t nVersion; /**< 1; a host goes no further with another one */
     /**
      * Creates a ticket and returns its table, to be given back to `Destroy`. Null name: in memory; any other, ""
      * included: bound to the XML file of that name, which is read at the first access. May throw C++ exceptions on
@@ -241,9 +276,10 @@ typedef struct STICKET_INSTANCE {
     void (*Destroy)(STICKET_ACCESS const** access);
 #endif
     uint64_t nAccessVersion; /**< the `nVersion` of every table that Create hands out: 2 */
-    void* Reserved[19];
+    void* Reserved[19];      /**< null */
 } STICKET_INSTANCE;
 
+/** @cond */
 /* clang-format off */
 #ifdef __cplusplus
 #define TICKETRECORDS_ASSERT(condition) static_assert(condition, #condition)
@@ -299,6 +335,7 @@ TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, nAccessVersion) == 32);
 TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, Reserved) == 40);
 #undef TICKETRECORDS_ASSERT
 /* clang-format on */
+/** @endcond */
 
 /** The factory record. Constant, usable from any thread, also while other static objects are made or destroyed. */
 CONFIGURATIONCONTROL_API extern STICKET_INSTANCE const STicketInstance;

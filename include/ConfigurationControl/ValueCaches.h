@@ -20,6 +20,7 @@ struct VALCACHE_LESS : std::less<T> {};
 /** Doubles by their bits: a total order, NaN included, that keeps -0.0 and 0.0 apart. */
 template <>
 struct VALCACHE_LESS<double> {
+    /** Whether `a` comes before `b`. */
     bool operator()(double a, double b) const { return Bits(a) < Bits(b); }
 
  private:
@@ -36,6 +37,7 @@ class VALCACHE {
  public:
     /** The stored copy of `value`, made if there is none. */
     T const* Add(T value) { return &*m_values.insert(value).first; }
+    /** Drops all copies. */
     void clear() { m_values.clear(); }
 
  private:
@@ -50,6 +52,7 @@ class CONFIGURATIONCONTROL_API STRINGCACHE {
     int operator()(char const*& text);
     /** Whether a text is stored; false for null. */
     bool find(char const* text) const;
+    /** Drops all copies. */
     void clear() { m_strings.clear(); }
 
  private:
@@ -77,6 +80,7 @@ class CONFIGURATIONCONTROL_API BIN_STRING_CACHE {
  public:
     /** The stored copy of `bytes`, made if there is none. */
     BIN_STRING const* Add(BIN_STRING const& bytes);
+    /** Drops all copies. */
     void clear() { m_buffers.clear(); }
 
  private:

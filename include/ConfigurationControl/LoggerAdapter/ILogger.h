@@ -6,12 +6,14 @@
 
 #include "ConfigurationControl/Export.h"
 
+/** The host's logging service. */
 namespace LoggerAdapter {
 
 /**
  * Implemented by the host; the order of the operations is the binary interface. The library calls IsLogLevelEnabled
- * and, only if that answers true, LogMessage; both with the configuration service's mutex held or not, from any thread
- * that uses the service. They must not call the service back.
+ * and, only if that answers true, LogMessage, on whichever thread uses the service and mostly with the service's mutex
+ * held: they must be safe from any thread and must not call the service back. The logger must live as long as the
+ * service is used.
  */
 class CONFIGURATIONCONTROL_API ILogger {
  public:
