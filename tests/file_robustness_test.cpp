@@ -184,7 +184,7 @@ TEST_F(UnreadableFile, DirectoryIsNeverReplacedMovedOrDeleted) {
 }
 
 TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
-    constexpr std::size_t LEVELS = 1000000;
+    constexpr std::size_t LEVELS = 100000;
     std::string const content = Repeated("<a type=\"int\">1", LEVELS) + Repeated("</a>", LEVELS);
     Write(m_file, content);
     RunOnSmallStack([&] {
@@ -274,7 +274,7 @@ TEST_F(WideFile, LongTextIsSavedAndReloaded) {
 
 TEST_F(FileOfProcesses, TwoSaveTheSameFileAndAThirdNeverReadsHalfOfIt) {
     constexpr int VALUES = 50;
-    constexpr int SAVES = 40;
+    constexpr int SAVES = 25;
     auto const fill = [](STICKET_ACCESS const* ticket, int value) {
         bool ok = true;
         for (int i = 0; i < VALUES; ++i) ok = Set(ticket, ("values/v" + std::to_string(i)).c_str(), value) && ok;

@@ -544,7 +544,7 @@ TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
 }
 
 TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
-    constexpr int SAVES = 60;
+    constexpr int SAVES = 40;
     auto const text = [](char letter, int length) {
         return "<" + std::string(static_cast<size_t>(length), letter) + ">";
     };
