@@ -42,7 +42,7 @@ class Store {
         auto const set = [](void* node, char const* key, PARAM_TYPE type, void const* value, int index) -> int {
             return static_cast<clTICKETNODE*>(node)->SetParameter(key, type, value, index);
         };
-        return ReadTicket(text, set, &m_node);
+        return TicketText::Read(text, set, &m_node);
     }
 
     std::string Write() {

@@ -167,14 +167,14 @@ TEST(TicketReader, GoesOnAfterAnElementThatStoresNothing) {
 TEST(TicketReader, GoesOnWhateverTheSetFunctionAnswers) {
     TALLY tally;
     std::string text = "<a><b type=\"int\">1</b><c type=\"int\">2</c></a>";
-    EXPECT_TRUE(ReadTicket(text, &TALLY::Set, &tally));
+    EXPECT_TRUE(TicketText::Read(text, &TALLY::Set, &tally));
     EXPECT_EQ(tally.values, 2U);
 }
 
 TEST(TicketReader, LetsAnExceptionOfTheSetFunctionThrough) {
     std::string text = "<b type=\"int\">1</b>";
     auto const fail = [](void*, char const*, PARAM_TYPE, void const*, int) -> int { throw std::runtime_error("no"); };
-    EXPECT_THROW(ReadTicket(text, fail, nullptr), std::runtime_error);
+    EXPECT_THROW(TicketText::Read(text, fail, nullptr), std::runtime_error);
 }
 
 TEST(TicketReader, IsTheSameUnderAnyLocale) {
@@ -237,7 +237,7 @@ TEST(TicketReaderDepth, LoadsAMillionNestedElementsOnASmallStack) {
         constexpr int DEPTH = 1000000;
         std::string text = Repeated("<a>", DEPTH) + "<b type=\"int\">1</b>" + Repeated("</a>", DEPTH);
         TALLY tally;
-        EXPECT_TRUE(ReadTicket(text, &TALLY::Set, &tally));
+        EXPECT_TRUE(TicketText::Read(text, &TALLY::Set, &tally));
         EXPECT_EQ(tally.values, 1U);
         EXPECT_EQ(tally.longestKey, 2U * DEPTH + 1U);
     });
@@ -248,7 +248,7 @@ TEST(TicketReaderDepth, RefusesNestingThatWouldFillTheMemoryWithKeys) {
         constexpr int DEPTH = 1000000;
         std::string text = Repeated("<a type=\"int\">1", DEPTH) + Repeated("</a>", DEPTH);
         TALLY tally;
-        EXPECT_FALSE(ReadTicket(text, &TALLY::Set, &tally));
+        EXPECT_FALSE(TicketText::Read(text, &TALLY::Set, &tally));
         EXPECT_LT(tally.longestKey, 64U * 1024U);
     });
 }
@@ -256,6 +256,6 @@ TEST(TicketReaderDepth, RefusesNestingThatWouldFillTheMemoryWithKeys) {
 TEST(TicketReaderDepth, RefusesUnclosedNestingOnASmallStack) {
     RunOnSmallStack([] {
         std::string text = Repeated("<a>", 1000000);
-        EXPECT_FALSE(ReadTicket(text, &TALLY::Set, nullptr));
+        EXPECT_FALSE(TicketText::Read(text, &TALLY::Set, nullptr));
     });
 }

@@ -16,10 +16,17 @@ struct TicketText {
     bool parsed;
     std::vector<std::string> values;
 
-    static TicketText Read(std::string text) {
+    static TicketText Read(std::string const& text) {
         TicketText result{};
-        result.parsed = ReadTicket(text, &Set, &result);
+        result.parsed = Read(text, &Set, &result);
         return result;
+    }
+
+    // ReadTicket of a copy of the text.
+    static bool Read(std::string const& text, xml_outline::SET set, void* context) {
+        FILE_ROOM const room(text.size());
+        std::copy(text.begin(), text.end(), room.Text());
+        return ReadTicket(room, text.size(), set, context);
     }
 
     // The text of a file with these elements below the root.

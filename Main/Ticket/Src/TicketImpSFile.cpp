@@ -165,7 +165,7 @@ void STICKET_FILE::Load() {
     m_misread = file.state == CONTENT::UNREADABLE;
     m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
-        if (file.state == CONTENT::READ && !ReadTicket(file.bytes, &LocalSetParameter, this)) {
+        if (file.state == CONTENT::READ && !ReadTicket(file.room, file.size, &LocalSetParameter, this)) {
             m_content->parameters.Clear();
             m_misread = true;
         }

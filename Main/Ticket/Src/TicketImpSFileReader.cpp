@@ -20,7 +20,6 @@ constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_si
 // below both limits.
 constexpr std::size_t LENGTH_OF_KEYS = std::size_t{256} << 20;
 constexpr std::size_t LENGTH_OF_KEYS_PER_BYTE = 16;
-
 // As ==, for short texts whose length nobody knows.
 bool Equals(char const* text, std::string_view word) {
     for (char const letter : word)
@@ -104,10 +103,11 @@ void xml_outline::Store(PARAM_TYPE type, char const* text) {
     m_set(m_context, m_key.data(), type, bytes.data, APPEND_INDEX);
 }
 
-bool ReadTicket(std::string& text, xml_outline::SET set, void* context) {
-    std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * text.size());
+bool ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context) {
+    std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
+    DOCUMENT_MEMORY const memory(room);
     pug::xml_document document;
-    if (!document.load_buffer_inplace(text.data(), text.size(), PARSE_OPTIONS, pug::encoding_utf8)) return false;
+    if (!document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8)) return false;
     xml_outline outline(set, context, maximum);
     return document.traverse(outline);
 }

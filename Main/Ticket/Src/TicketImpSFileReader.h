@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
+#include "TicketImpSFileMemory.h"
 
 namespace pug = pugi;
 
@@ -37,8 +38,8 @@ class xml_outline : public pug::xml_tree_walker {
     std::string m_value;                 // scratch
 };
 
-// Parses the text of a ticket file and walks it with an xml_outline. `text` is used as working space: its content is
-// lost. Exceptions of the set function pass through.
-// False: the text is not a document that could be parsed, and nothing was set; or its deep nesting would make keys out
-// of all proportion to it (more than 256 MiB and 16 times its size), and the caller drops what was set so far.
-bool ReadTicket(std::string& text, xml_outline::SET set, void* context);
+// Parses the text of a ticket file, the first `size` bytes of the room, and walks it with an xml_outline. The text is
+// used as working space: its content is lost. Exceptions of the set function pass through. False: the text is not a
+// document that could be parsed, and nothing was set; or its deep nesting would make keys out of all proportion to it
+// (more than 256 MiB and 16 times its size), and the caller drops what was set so far.
+bool ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context);

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <thread>
 #include <utility>
 
@@ -85,18 +86,19 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
-// Fills `bytes`, which has the size that is expected, and cuts it to what there was.
-bool ReadAll(int file, std::string& bytes) {
-    std::size_t size = 0;
+// Reads into the room, which has the size that is expected and a byte more, and a larger one if the file has grown.
+bool ReadAll(int file, CONTENT& content) {
     for (;;) {
-        if (size == bytes.size()) bytes.resize(2 * size);
-        ssize_t const count = Retried([&] { return read(file, bytes.data() + size, bytes.size() - size); });
-        if (count < 0) return false;
-        size += static_cast<std::size_t>(count);
-        if (count == 0) break;
+        if (content.size == content.room.TextSize()) {
+            FILE_ROOM larger(2 * content.size);
+            std::memcpy(larger.Text(), content.room.Text(), content.size);
+            content.room = std::move(larger);
+        }
+        char* const end = content.room.Text() + content.size;
+        ssize_t const count = Retried([&] { return read(file, end, content.room.TextSize() - content.size); });
+        if (count <= 0) return count == 0;
+        content.size += static_cast<std::size_t>(count);
     }
-    bytes.resize(size);
-    return true;
 }
 
 // So that a rename or deletion outlives a crash. Where directories cannot be flushed there is nothing more to do.
@@ -182,8 +184,8 @@ CONTENT Read(std::string const& fileName) {
     struct stat found;
     bool const regular = fstat(file.Number(), &found) == 0 && S_ISREG(found.st_mode);
     // One byte more than expected, so that the end is met without growing.
-    if (regular) content.bytes.resize(static_cast<std::size_t>(found.st_size) + 1);
-    content.state = regular && ReadAll(file.Number(), content.bytes) ? CONTENT::READ : CONTENT::UNREADABLE;
+    if (regular) content.room = FILE_ROOM(static_cast<std::size_t>(found.st_size) + 1);
+    content.state = regular && ReadAll(file.Number(), content) ? CONTENT::READ : CONTENT::UNREADABLE;
     return content;
 }
 

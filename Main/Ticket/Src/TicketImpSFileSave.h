@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "TicketImpSFileMemory.h"
+
 namespace TICKETFILE {
 
 struct CONTENT {
@@ -20,7 +22,8 @@ struct CONTENT {
         READ
     };
     STATE state = MISSING;
-    std::string bytes;
+    FILE_ROOM room;
+    std::size_t size = 0;  // bytes of the room that the file fills
 };
 
 // Does not wait for whoever should write to a pipe of that name.
