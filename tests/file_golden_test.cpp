@@ -48,7 +48,7 @@ class Store {
     std::string Write() {
         TICKET_DOCUMENT document(nullptr, nullptr);
         m_node.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
-        return document.Serialise();
+        return std::string(document.Serialise().View());
     }
 
  private:

@@ -16,7 +16,7 @@
  */
 class STICKET_STRING_CONVERSION {
  public:
-    /** Converts a stored text, the empty one included, to what the file keeps. */
+    /** Converts a stored text, the empty one included, to what the file keeps. A save may ask for a text twice. */
     virtual std::string ToFile(std::string const& text) = 0;
     /** Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. */
     virtual std::string FromFile(std::string const& text, int reserved) = 0;

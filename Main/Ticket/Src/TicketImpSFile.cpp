@@ -9,6 +9,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "TicketImpSFileReader.h"
 #include "TicketImpSFileSave.h"
+#include "TicketImpSFileStream.h"
 #include "TicketImpSFileWriter.h"
 
 STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOAMI const& whoAmI) {
@@ -222,9 +223,14 @@ void STICKET_FILE::MarkDirty() {
     m_dirtySince = m_lastAccess;
 }
 
-std::string STICKET_FILE::FileText() const {
-    TICKET_DOCUMENT document(static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext), &Log);
-    m_content->parameters.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+FILE_TEXT STICKET_FILE::FileText() const {
+    auto* const conversion = static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext);
+    clTICKETNODE const& parameters = m_content->parameters;
+    TICKET_STREAM stream(conversion);
+    parameters.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
+    if (!stream.IsRefused()) return stream.Finish();
+    TICKET_DOCUMENT document(conversion, &Log);
+    parameters.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
     return document.Serialise();
 }
 
@@ -232,7 +238,7 @@ void STICKET_FILE::Save() {
     using TICKETFILE::OLD;
     OLD const old = m_misread ? OLD::KEEP : OLD::DISCARD;
     if (m_content->parameters.NonEmpty()) {
-        if (TICKETFILE::Replace(m_fileName, FileText(), old)) m_misread = false;
+        if (TICKETFILE::Replace(m_fileName, FileText().View(), old)) m_misread = false;
     } else {
         if (TICKETFILE::Delete(m_fileName, old)) m_misread = false;
         Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());

@@ -13,6 +13,7 @@
 
 #include "ConfigurationControl/ValueCaches.h"
 #include "TicketImpSBase.h"
+#include "TicketImpSFileMemory.h"
 
 class STICKET_FILE : public STICKET {
  public:
@@ -67,7 +68,7 @@ class STICKET_FILE : public STICKET {
     void MarkDirty();
     void ChangePartialKeys(char const* const* keys);
     bool IsOver(std::time_t since, void const* seconds) const;
-    std::string FileText() const;
+    FILE_TEXT FileText() const;
 
     STICKET_ACCESS const m_access;
     TICKETLOCKS m_locks;

@@ -7,6 +7,7 @@
 
 namespace TICKET_FORMAT {
 
+constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 constexpr std::string_view ROOT = "ticket";
 constexpr std::string_view TYPE_ATTRIBUTE = "type";
 constexpr std::string_view EMPTY_TEXT = "\\";

@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <new>
 #include <pugixml.hpp>
+#include <utility>
 
 namespace {
 
@@ -18,6 +20,9 @@ constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
 constexpr std::size_t DOCUMENT_PER_TEXT = 4;
 constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
 constexpr std::size_t PAGE = 4096;
+constexpr std::size_t FIRST_TEXT = 8192;
+constexpr std::size_t LARGEST_ALLOCATED_TEXT = std::size_t{128} << 10;
+constexpr std::size_t FIRST_MAPPED_TEXT = std::size_t{32} << 20;
 constexpr std::size_t ALIGNMENT = alignof(std::max_align_t);
 
 thread_local DOCUMENT_MEMORY* innermost = nullptr;
@@ -26,41 +31,43 @@ constexpr std::size_t RoundedUp(std::size_t size, std::size_t unit) {
     return (size + unit - 1) / unit * unit;
 }
 
-// A mapping of `size` bytes, a multiple of PAGE, that begins where a huge page may begin. Null when memory is short. A
-// system without huge pages brings in small ones.
-char* Map(std::size_t size) {
+FILE_BYTES Allocated(std::size_t size) {
+    return FILE_BYTES(static_cast<char*>(std::malloc(std::max<std::size_t>(size, 1))), GIVE_BACK_BYTES{0});
+}
+
+// A mapping that begins where a huge page may begin. Null when memory is short. A system without huge pages brings in
+// small ones.
+FILE_BYTES Mapped(std::size_t least) {
+    std::size_t const size = RoundedUp(least, PAGE);
     void* const mapped = mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapped == MAP_FAILED) return nullptr;
+    if (mapped == MAP_FAILED) return NoBytes();
     char* const bytes = static_cast<char*>(mapped);
     std::size_t const gap = HUGE_PAGE - reinterpret_cast<std::uintptr_t>(bytes) % HUGE_PAGE;
     munmap(bytes, gap);
     if (gap < HUGE_PAGE) munmap(bytes + gap + size, HUGE_PAGE - gap);
     madvise(bytes + gap, size, MADV_HUGEPAGE);
-    return bytes + gap;
+    return FILE_BYTES(bytes + gap, GIVE_BACK_BYTES{size});
 }
 
 }  // namespace
 
-FILE_ROOM::FILE_ROOM(std::size_t size) {
-    std::size_t const rest = size < LARGEST_TEXT ? DOCUMENT_PER_TEXT * size : 0;
-    std::size_t const mapped = RoundedUp(size + rest, PAGE);
-    using BYTES = std::unique_ptr<char, GIVE_BACK>;
-    if (mapped >= HUGE_PAGE) m_bytes = BYTES(Map(mapped), GIVE_BACK{mapped});
-    if (m_bytes) {
-        m_restSize = rest;
-    } else {
-        // Also when there is no room for both: the document then lies with the allocator.
-        m_bytes = BYTES(static_cast<char*>(std::malloc(std::max<std::size_t>(size, 1))), GIVE_BACK{0});
-    }
-    if (!m_bytes) throw std::bad_alloc();
-    m_textSize = size;
-}
-
-void FILE_ROOM::GIVE_BACK::operator()(char* bytes) const {
+void GIVE_BACK_BYTES::operator()(char* bytes) const {
     if (mapped > 0)
         munmap(bytes, mapped);
     else
         std::free(bytes);
+}
+
+FILE_ROOM FILE_ROOM::WithDocument(std::size_t size) {
+    return {size, size < LARGEST_TEXT ? DOCUMENT_PER_TEXT * size : 0};
+}
+
+FILE_ROOM::FILE_ROOM(std::size_t size, std::size_t rest) : m_textSize(size) {
+    if (size + rest >= HUGE_PAGE) m_bytes = Mapped(size + rest);
+    if (m_bytes) m_restSize = rest;
+    // Also when there is no room for both: the document then lies with the allocator.
+    if (!m_bytes) m_bytes = Allocated(size);
+    if (!m_bytes) throw std::bad_alloc();
 }
 
 DOCUMENT_MEMORY::DOCUMENT_MEMORY(FILE_ROOM const& room) : m_outer(innermost), m_room(room) {
@@ -94,4 +101,16 @@ bool DOCUMENT_MEMORY::Holds(void const* memory) const {
     std::less<void const*> const before;
     char const* const rest = m_room.Rest();
     return m_room.RestSize() > 0 && !before(memory, rest) && before(memory, rest + m_room.RestSize());
+}
+
+void FILE_TEXT::Grow(std::size_t size) {
+    if (size > SIZE_MAX / 2 - m_size) throw std::bad_alloc();
+    // Of a mapping only what is written to is ever taken from the system, so it may be generous.
+    bool const isLarge = m_size + size > LARGEST_ALLOCATED_TEXT;
+    std::size_t const capacity = std::max({m_size + size, 2 * m_capacity, isLarge ? FIRST_MAPPED_TEXT : FIRST_TEXT});
+    FILE_BYTES larger = isLarge ? Mapped(capacity) : Allocated(capacity);
+    if (!larger) throw std::bad_alloc();
+    if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
+    m_bytes = std::move(larger);
+    m_capacity = capacity;
 }

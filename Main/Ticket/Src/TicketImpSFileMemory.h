@@ -1,4 +1,5 @@
-// Memory for loading a file: room for its text, and for the XML document that is made of it.
+// Memory for loading and saving a file: room for its text, and for the document that is made of it or that it is made
+// of.
 //
 // Both are large beside the ticket that comes of them and live for a moment. To take them from the system page by page,
 // each at its first touch, would cost more than to parse the text; so a large file gets one room for both, in huge
@@ -6,14 +7,28 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
+#include <string_view>
+
+// Bytes of the allocator's, or of a mapping.
+struct GIVE_BACK_BYTES {
+    std::size_t mapped;  // 0: the allocator's
+    void operator()(char* bytes) const;
+};
+using FILE_BYTES = std::unique_ptr<char, GIVE_BACK_BYTES>;
+inline FILE_BYTES NoBytes() {
+    return {nullptr, GIVE_BACK_BYTES{0}};
+}
 
 class FILE_ROOM {
  public:
     // For nothing.
     FILE_ROOM() = default;
-    // For a text of `size` bytes, and for its document if that will be large. Throws std::bad_alloc.
-    explicit FILE_ROOM(std::size_t size);
+    // For a text of `size` bytes. Throws std::bad_alloc.
+    explicit FILE_ROOM(std::size_t size) : FILE_ROOM(size, 0) {}
+    // Also for the document that will be made of it, if that is large.
+    static FILE_ROOM WithDocument(std::size_t size);
 
     // The text's place; not set.
     char* Text() const { return m_bytes.get(); }
@@ -23,11 +38,9 @@ class FILE_ROOM {
     std::size_t RestSize() const { return m_restSize; }
 
  private:
-    struct GIVE_BACK {
-        std::size_t mapped;  // 0: the allocator's
-        void operator()(char* bytes) const;
-    };
-    std::unique_ptr<char, GIVE_BACK> m_bytes{nullptr, GIVE_BACK{0}};
+    FILE_ROOM(std::size_t size, std::size_t rest);
+
+    FILE_BYTES m_bytes = NoBytes();
     std::size_t m_textSize = 0;
     std::size_t m_restSize = 0;
 };
@@ -51,4 +64,28 @@ class DOCUMENT_MEMORY {
     DOCUMENT_MEMORY* const m_outer;
     FILE_ROOM const& m_room;
     std::size_t m_used;
+};
+
+// The text of a file that is being made. It grows at its end.
+class FILE_TEXT {
+ public:
+    void Put(std::string_view text) {
+        if (text.size() > m_capacity - m_size) Grow(text.size());
+        std::memcpy(m_bytes.get() + m_size, text.data(), text.size());
+        m_size += text.size();
+    }
+    void Put(std::size_t count, char byte) {
+        if (count > m_capacity - m_size) Grow(count);
+        std::memset(m_bytes.get() + m_size, byte, count);
+        m_size += count;
+    }
+    std::string_view View() const { return {m_bytes.get(), m_size}; }
+
+ private:
+    // Makes room for so many bytes more. Throws std::bad_alloc.
+    void Grow(std::size_t size);
+
+    FILE_BYTES m_bytes = NoBytes();
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
 };

@@ -90,7 +90,7 @@ bool WriteAll(int file, std::string_view bytes) {
 bool ReadAll(int file, CONTENT& content) {
     for (;;) {
         if (content.size == content.room.TextSize()) {
-            FILE_ROOM larger(2 * content.size);
+            FILE_ROOM larger = FILE_ROOM::WithDocument(2 * content.size);
             std::memcpy(larger.Text(), content.room.Text(), content.size);
             content.room = std::move(larger);
         }
@@ -184,7 +184,7 @@ CONTENT Read(std::string const& fileName) {
     struct stat found;
     bool const regular = fstat(file.Number(), &found) == 0 && S_ISREG(found.st_mode);
     // One byte more than expected, so that the end is met without growing.
-    if (regular) content.room = FILE_ROOM(static_cast<std::size_t>(found.st_size) + 1);
+    if (regular) content.room = FILE_ROOM::WithDocument(static_cast<std::size_t>(found.st_size) + 1);
     content.state = regular && ReadAll(file.Number(), content) ? CONTENT::READ : CONTENT::UNREADABLE;
     return content;
 }

@@ -4,18 +4,15 @@
 #include "TicketImpSFileWriter.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <new>
 
 #include "TicketImpSFileFormat.h"
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
+#include "TicketImpSFileValue.h"
 #include "TicketImpSFileWildcard.h"
 
 namespace {
 
-constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 constexpr std::size_t FIRST_BLOCK = 8192;
 // Patterns that stand for few names, and are short, are looked up name by name.
 constexpr std::size_t FEW_NAMES = 256;
@@ -25,37 +22,15 @@ bool IsReusable(std::string_view component) {
     return !component.empty() && !WILDCARD::IsPattern(component);
 }
 
-// Where a SERIALISER puts its text: first to measure it, then into memory of that size.
-class MEASURE {
- public:
-    void Put(std::string_view text) { m_size += text.size(); }
-    void Put(std::size_t count, char /*byte*/) { m_size += count; }
-    std::size_t Size() const { return m_size; }
-
- private:
-    std::size_t m_size = 0;
-};
-
-class MEMORY {
- public:
-    explicit MEMORY(char* begin) : m_at(begin) {}
-    void Put(std::string_view text) { m_at = std::copy(text.begin(), text.end(), m_at); }
-    void Put(std::size_t count, char byte) { m_at = std::fill_n(m_at, count, byte); }
-
- private:
-    char* m_at;
-};
-
 }  // namespace
 
 // Writes a tree, element by element, without recursion.
-template <typename OUTPUT>
 class TICKET_DOCUMENT::SERIALISER {
  public:
-    explicit SERIALISER(OUTPUT& output) : m_output(output) {}
+    explicit SERIALISER(FILE_TEXT& output) : m_output(output) {}
 
     void Write(ELEMENT const& root) {
-        m_output.Put(DECLARATION);
+        m_output.Put(TICKET_FORMAT::DECLARATION);
         ELEMENT const* element = &root;
         Open(root);
         while (element != &root || element->firstChild != nullptr) {
@@ -115,7 +90,7 @@ class TICKET_DOCUMENT::SERIALISER {
         m_output.Put(element.name.empty() ? TICKET_FORMAT::NAMELESS : element.name);
     }
 
-    OUTPUT& m_output;
+    FILE_TEXT& m_output;
     std::size_t m_depth = 0;
 };
 
@@ -148,12 +123,9 @@ bool TICKET_DOCUMENT::CreateSubElem(std::string_view key, PARAM_TYPE type, void 
     return true;
 }
 
-std::string TICKET_DOCUMENT::Serialise() const {
-    MEASURE measure;
-    SERIALISER<MEASURE>(measure).Write(m_ticket);
-    std::string text(measure.Size(), '\0');
-    MEMORY memory(text.data());
-    SERIALISER<MEMORY>(memory).Write(m_ticket);
+FILE_TEXT TICKET_DOCUMENT::Serialise() const {
+    FILE_TEXT text;
+    SERIALISER(text).Write(m_ticket);
     return text;
 }
 
@@ -223,35 +195,10 @@ bool TICKET_DOCUMENT::FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value
     std::string_view const typeName = TICKET_FORMAT::NameOf(type);
     if (typeName.empty()) return false;
     m_text.clear();
-    FormatValue(type, value);
+    AppendValue(m_text, type, value, m_conversion);
     leaf.typeName = typeName;
     leaf.text = m_text.empty() ? TICKET_FORMAT::EMPTY_TEXT : Keep(m_text);
     return true;
-}
-
-void TICKET_DOCUMENT::FormatValue(PARAM_TYPE type, void const* value) {
-    if (value == nullptr) return;
-    switch (type) {
-        case PARAM_INT:
-            return AppendNumber(m_text, *static_cast<int32_t const*>(value));
-        case PARAM_INT64:
-            return AppendNumber(m_text, *static_cast<int64_t const*>(value));
-        case PARAM_UINT64:
-            return AppendNumber(m_text, *static_cast<uint64_t const*>(value));
-        case PARAM_DOUBLE:
-            return AppendNumber(m_text, BestDouble{*static_cast<double const*>(value), BestDouble::FILE_LIMIT});
-        case PARAM_STRING: {
-            auto const text = static_cast<char const*>(value);
-            return m_conversion != nullptr ? EncodeTo(m_text, m_conversion->ToFile(text)) : EncodeTo(m_text, text);
-        }
-        case PARAM_BINSTR: {
-            auto const& bytes = *static_cast<BIN_STRING const*>(value);
-            if (bytes.data != nullptr) EncodeTo(m_text, {static_cast<char const*>(bytes.data), bytes.length});
-            return;
-        }
-        default:
-            return;
-    }
 }
 
 // A copy that lives as long as the document.

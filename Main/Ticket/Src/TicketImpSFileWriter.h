@@ -11,6 +11,7 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
+#include "TicketImpSFileMemory.h"
 
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
@@ -32,8 +33,8 @@ class TICKET_DOCUMENT {
     // document is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
-    // The bytes of the file. Throws std::bad_alloc or std::length_error where they do not fit into memory.
-    std::string Serialise() const;
+    // The bytes of the file. Throws std::bad_alloc where they do not fit into memory.
+    FILE_TEXT Serialise() const;
 
  private:
     // Elements, and all that they view, live in m_memory as long as the document. They are only ever added, each behind
@@ -63,7 +64,6 @@ class TICKET_DOCUMENT {
         std::size_t end;  // where its name ends in m_lastKey
         ELEMENT* element;
     };
-    template <typename OUTPUT>
     class SERIALISER;
 
     void KeepSharedSteps(std::string_view key);
@@ -72,7 +72,6 @@ class TICKET_DOCUMENT {
     INDEX& UpToDateIndex(ELEMENT& parent);
     ELEMENT& AddElement(ELEMENT& parent, std::string_view name);
     bool FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value);
-    void FormatValue(PARAM_TYPE type, void const* value);
     std::string_view Keep(std::string_view text);
 
     STICKET_STRING_CONVERSION* m_conversion;
