@@ -7,14 +7,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "KeyHash.h"
 #include "ParameterArena.h"
 #include "ParameterOrder.h"
+#include "ParameterSlots.h"
 
 template <typename VALUE>
 class PARAMETER_MAP {
@@ -44,28 +43,32 @@ class PARAMETER_MAP {
         std::swap(m_arena, other.m_arena);
         std::swap(m_order, other.m_order);
         std::swap(m_slots, other.m_slots);
-        std::swap(m_shift, other.m_shift);
-        std::swap(m_count, other.m_count);
         std::swap(m_seed, other.m_seed);
         return *this;
     }
     PARAMETER_MAP& operator=(PARAMETER_MAP const&) = delete;
     ~PARAMETER_MAP() { Clear(); }
 
-    VALUE const* Find(std::string_view key) const {
-        if (m_slots.empty()) return nullptr;
-        ID const id = m_slots[SlotOf(key, Tag(key))].id;
-        return id == NONE ? nullptr : &m_arena[id];
-    }
+    VALUE const* Find(std::string_view key) const { return FindHashed(key, Hash(key)); }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
+
+    // Finds several keys at once, so that the waits for memory overlap: `values[i]` becomes the value of `keys[i]` or
+    // null.
+    void Find(std::string_view const* keys, std::size_t count, VALUE const** values) const {
+        constexpr std::size_t TOGETHER = 16;
+        for (; count > TOGETHER; keys += TOGETHER, values += TOGETHER, count -= TOGETHER) Find(keys, TOGETHER, values);
+        uint32_t hashes[TOGETHER];
+        for (std::size_t i = 0; i < count; ++i) m_slots.Prefetch(hashes[i] = Hash(keys[i]));
+        for (std::size_t i = 0; i < count; ++i)
+            if (ID const id = m_slots.Guess(hashes[i]); id != NONE) __builtin_prefetch(&m_arena[id]);
+        for (std::size_t i = 0; i < count; ++i) values[i] = FindHashed(keys[i], hashes[i]);
+    }
 
     // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
     VALUE& FindOrInsert(std::string_view key) {
-        uint32_t const tag = Tag(key);
-        if (!m_slots.empty()) {
-            if (ID const id = m_slots[SlotOf(key, tag)].id; id != NONE) return m_arena[id];
-        }
-        if (m_count + 1 > MAX_LOAD * (m_slots.size() / LOAD_UNIT)) Grow();
+        uint32_t const hash = Hash(key);
+        if (VALUE const* const found = FindHashed(key, hash)) return const_cast<VALUE&>(*found);
+        m_slots.Reserve();
         ID const id = m_arena.Make(key);
         try {
             m_order.Insert(m_order.PartitionPoint(IsBefore(key)), id);
@@ -73,25 +76,22 @@ class PARAMETER_MAP {
             m_arena.Free(id);
             throw;
         }
-        m_slots[FreeSlot(tag)] = {tag, id};
-        ++m_count;
+        m_slots.Insert(hash, id);
         return m_arena[id];
     }
 
     // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) noexcept {
-        if (m_slots.empty()) return false;
-        std::size_t const slot = SlotOf(key, Tag(key));
-        ID const id = m_slots[slot].id;
+        uint32_t const hash = Hash(key);
+        ID const id = m_slots.Find(hash, IsKey(key));
         if (id == NONE) return false;
-        if (m_count == 1) {
+        if (m_slots.Count() == 1) {
             Clear();
             return true;
         }
         m_order.Erase(m_order.PartitionPoint(IsBefore(key)));
-        Vacate(slot);
+        m_slots.Erase(hash, id);
         m_arena.Free(id);
-        --m_count;
         return true;
     }
 
@@ -99,9 +99,8 @@ class PARAMETER_MAP {
         for (auto place = m_order.First(); !m_order.AtEnd(place); place = m_order.Next(place))
             m_arena.Free(m_order[place]);
         m_order.Clear();
+        m_slots.Clear();
         m_arena.Clear();
-        std::vector<SLOT>().swap(m_slots);
-        m_count = 0;
     }
 
     POSITION First() const { return At(m_order.First()); }
@@ -112,58 +111,20 @@ class PARAMETER_MAP {
     }
 
  private:
-    using ID = uint32_t;
-    static constexpr ID NONE = PARAMETER_ARENA<VALUE>::NONE;
+    using ID = PARAMETER_SLOTS::ID;
+    static constexpr ID NONE = PARAMETER_SLOTS::NONE;
+    static_assert(NONE == PARAMETER_ARENA<VALUE>::NONE);
 
-    // One place of the hash table: the hash of the key, and its entry or NONE. A key stands in the first free slot from
-    // the one that the leading bits of its hash name.
-    struct SLOT {
-        uint32_t tag;
-        ID id;
-    };
+    uint32_t Hash(std::string_view key) const { return static_cast<uint32_t>(KEY_HASH::Hash(key, m_seed)); }
 
-    static constexpr std::size_t FIRST_SLOTS = 16;
-    static constexpr std::size_t MAX_LOAD = 13;  // used slots of LOAD_UNIT, at most
-    static constexpr std::size_t LOAD_UNIT = 16;
-
-    uint32_t Tag(std::string_view key) const { return static_cast<uint32_t>(KEY_HASH::Hash(key, m_seed)); }
-    std::size_t Home(uint32_t tag) const { return tag >> m_shift; }
-    std::size_t NextSlot(std::size_t slot) const { return (slot + 1) & (m_slots.size() - 1); }
-
-    // Where a key stands, or else the free slot that ends the search for it.
-    std::size_t SlotOf(std::string_view key, uint32_t tag) const {
-        std::size_t slot = Home(tag);
-        while (m_slots[slot].id != NONE && !(m_slots[slot].tag == tag && m_arena[m_slots[slot].id].Key() == key))
-            slot = NextSlot(slot);
-        return slot;
+    VALUE const* FindHashed(std::string_view key, uint32_t hash) const {
+        ID const id = m_slots.Find(hash, IsKey(key));
+        return id == NONE ? nullptr : &m_arena[id];
     }
 
-    std::size_t FreeSlot(uint32_t tag) const {
-        std::size_t slot = Home(tag);
-        while (m_slots[slot].id != NONE) slot = NextSlot(slot);
-        return slot;
+    auto IsKey(std::string_view key) const {
+        return [this, key](ID id) { return m_arena[id].Key() == key; };
     }
-
-    void Grow() {
-        std::vector<SLOT> old(m_slots.empty() ? FIRST_SLOTS : 2 * m_slots.size());
-        m_shift = m_slots.empty() ? 32 - 4 : m_shift - 1;
-        m_slots.swap(old);
-        for (SLOT const& slot : old)
-            if (slot.id != NONE) m_slots[FreeSlot(slot.tag)] = slot;
-    }
-
-    // Empties a slot and moves up what was placed behind it only because it was taken.
-    void Vacate(std::size_t hole) noexcept {
-        std::size_t const mask = m_slots.size() - 1;
-        for (std::size_t slot = NextSlot(hole); m_slots[slot].id != NONE; slot = NextSlot(slot)) {
-            std::size_t const displacement = (slot - Home(m_slots[slot].tag)) & mask;
-            if (displacement < ((slot - hole) & mask)) continue;
-            m_slots[hole] = m_slots[slot];
-            hole = slot;
-        }
-        m_slots[hole].id = NONE;
-    }
-
     auto IsBefore(std::string_view key) const {
         return [this, key](ID id) { return m_arena[id].Key() < key; };
     }
@@ -174,8 +135,6 @@ class PARAMETER_MAP {
 
     PARAMETER_ARENA<VALUE> m_arena;
     PARAMETER_ORDER m_order;
-    std::vector<SLOT> m_slots;
-    unsigned m_shift = 0;  // brings a tag down to a slot
-    std::size_t m_count = 0;
+    PARAMETER_SLOTS m_slots;
     uint64_t m_seed = KEY_HASH::Seed();
 };

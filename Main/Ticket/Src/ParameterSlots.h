@@ -1,0 +1,100 @@
+// The hash table of a map's parameters: from the hash of a key to the id of its entry.
+//
+// A place holds a hash and an id; a key stands in the first free place from the one that the leading bits of its hash
+// name. So the table grows without looking at a key, and in the order of memory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+class PARAMETER_SLOTS {
+ public:
+    using ID = uint32_t;
+    static constexpr ID NONE = 0;
+
+    struct SLOT {
+        uint32_t hash;
+        ID id;  // NONE: free
+    };
+
+    bool Empty() const { return m_count == 0; }
+    std::size_t Count() const { return m_count; }
+
+    // The id with this hash for which `isKey` holds, or NONE.
+    template <typename IS_KEY>
+    ID Find(uint32_t hash, IS_KEY const& isKey) const {
+        return m_slots ? SlotOf(hash, isKey).id : NONE;
+    }
+
+    // Makes room for one more, which is not in the table yet. Throws std::bad_alloc and then has changed nothing.
+    void Reserve() {
+        if (m_count >= m_limit) Grow();
+    }
+    // Needs a Reserve before it.
+    void Insert(uint32_t hash, ID id) noexcept {
+        FreeSlot(hash) = {hash, id};
+        ++m_count;
+    }
+
+    void Erase(uint32_t hash, ID id) noexcept {
+        std::size_t hole =
+            static_cast<std::size_t>(&SlotOf(hash, [id](ID other) { return other == id; }) - &m_slots[0]);
+        // What stands behind it only because this place was taken moves up.
+        for (std::size_t at = Next(hole); m_slots[at].id != NONE; at = Next(at)) {
+            std::size_t const displacement = (at - Home(m_slots[at].hash)) & m_mask;
+            if (displacement < ((at - hole) & m_mask)) continue;
+            m_slots[hole] = m_slots[at];
+            hole = at;
+        }
+        m_slots[hole].id = NONE;
+        --m_count;
+    }
+
+    void Clear() noexcept { *this = PARAMETER_SLOTS(); }
+
+    // Asks the processor for the place where a search will begin.
+    void Prefetch(uint32_t hash) const {
+        if (m_slots) __builtin_prefetch(&m_slots[Home(hash)]);
+    }
+    // The id that a search will look at first, or NONE.
+    ID Guess(uint32_t hash) const { return m_slots ? m_slots[Home(hash)].id : NONE; }
+
+ private:
+    static constexpr unsigned FIRST_BITS = 4;
+
+    std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
+    std::size_t Next(std::size_t at) const { return (at + 1) & m_mask; }
+
+    // Where the id stands, or the free place that ends the search for it.
+    template <typename IS_KEY>
+    SLOT& SlotOf(uint32_t hash, IS_KEY const& isKey) const {
+        std::size_t at = Home(hash);
+        while (m_slots[at].id != NONE && !(m_slots[at].hash == hash && isKey(m_slots[at].id))) at = Next(at);
+        return m_slots[at];
+    }
+    SLOT& FreeSlot(uint32_t hash) const {
+        std::size_t at = Home(hash);
+        while (m_slots[at].id != NONE) at = Next(at);
+        return m_slots[at];
+    }
+
+    void Grow() {
+        PARAMETER_SLOTS larger;
+        std::size_t const size = m_slots ? 2 * (m_mask + 1) : std::size_t{1} << FIRST_BITS;
+        larger.m_slots.reset(new SLOT[size]());
+        larger.m_mask = size - 1;
+        larger.m_shift = m_slots ? m_shift - 1 : 32 - FIRST_BITS;
+        larger.m_limit = size / 16 * 13;
+        for (std::size_t at = 0; m_slots && at <= m_mask; ++at)
+            if (m_slots[at].id != NONE) larger.Insert(m_slots[at].hash, m_slots[at].id);
+        *this = std::move(larger);
+    }
+
+    std::unique_ptr<SLOT[]> m_slots;
+    std::size_t m_mask = 0;
+    std::size_t m_count = 0;
+    std::size_t m_limit = 0;  // of m_count, before searches become long
+    unsigned m_shift = 0;     // brings a hash down to a place
+};
