@@ -1,10 +1,12 @@
 // `ticket check`: what the library passes over in silence. The file's own text is looked at node by node; what a save
 // would lose is found by saving a copy.
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <iostream>
 #include <iterator>
+#include <locale>
+#include <sstream>
+#include <unordered_map>
 #include <vector>
 
 #include "Commands.h"
@@ -22,31 +24,34 @@ struct FINDING {
 
 class CHECKER {
  public:
-    explicit CHECKER(std::string const& text) : m_text(text) {}
+    CHECKER() { m_stream.imbue(std::locale::classic()); }
 
     // Looks at every node; `raw` is the same file parsed without decoding.
     void Look(pugi::xml_node document, pugi::xml_node raw);
+    void Say(LOSS const& loss);
     std::vector<FINDING> TakeFindings();
 
  private:
     void LookAtTop(pugi::xml_node document);
     void LookAt(pugi::xml_node node, pugi::xml_node raw);
+    void LookAtElement(pugi::xml_node element, pugi::xml_node raw);
+    void LookAtAttributes(pugi::xml_node element);
     void LookAtLeaf(pugi::xml_node element, pugi::xml_node raw);
     void LookAtBranch(pugi::xml_node element);
+    void LookAtKey(pugi::xml_node element);
     void LookAtText(pugi::xml_node element, std::string const& text, std::string const& rawText);
     void LookAtNumber(pugi::xml_node element, std::string_view type, std::string const& text);
     void LookAtEscapes(pugi::xml_node element, std::string_view type, std::string const& text);
     void Say(pugi::xml_node node, std::string message);
 
-    std::string const& m_text;
+    template <typename T>
+    std::string NumberFinding(std::string const& text);
+
+    std::istringstream m_stream;
+    std::string m_path;  // of the current element, as keys have it, up to its own name
+    std::unordered_map<std::string, pugi::xml_node> m_leaves;  // the last one of each key
     std::vector<FINDING> m_findings;
 };
-
-constexpr char const* kTypes[] = {"int", "double", "string", "binstr", "int64", "uint64"};
-
-bool IsKnownType(std::string_view type) {
-    return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
-}
 
 bool IsSpace(char c) {
     return static_cast<unsigned char>(c) <= 0x20;
@@ -70,24 +75,68 @@ bool IsText(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+bool IsTop(pugi::xml_node element) {
+    return element.parent().type() == pugi::node_document;
+}
+
+// An ancestor of this name is left out of keys.
+bool IsLeftOut(pugi::xml_node element) {
+    return std::strcmp(element.name(), "ticket") == 0;
+}
+
+pugi::xml_node PreviousElement(pugi::xml_node node) {
+    do {
+        node = node.previous_sibling();
+    } while (node && node.type() != pugi::node_element);
+    return node;
+}
+
+// The parser tells where a node's name or text begins, which is behind this mark.
+std::size_t LengthOfMark(pugi::xml_node_type type) {
+    switch (type) {
+        case pugi::node_element:
+            return std::strlen("<");
+        case pugi::node_pi:
+        case pugi::node_declaration:
+            return std::strlen("<?");
+        case pugi::node_comment:
+            return std::strlen("<!--");
+        case pugi::node_cdata:
+            return std::strlen("<![CDATA[");
+        default:
+            return 0;
+    }
+}
+
+std::size_t OffsetOf(pugi::xml_node node) {
+    auto const offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
+    return offset - std::min(offset, LengthOfMark(node.type()));
+}
+
+// Reads a number as the library does: as a stream of the classic locale would.
 template <typename T>
-std::string NumberFinding(std::string const& text) {
+std::string CHECKER::NumberFinding(std::string const& text) {
     T number{};
-    char const* begin = text.data();
-    char const* const end = begin + text.size();
-    if (begin != end && *begin == '+') ++begin;
-    auto const [stop, error] = std::from_chars(begin, end, number);
-    if (error == std::errc::result_out_of_range) return "is out of range and is cut to the nearest limit";
-    if (error != std::errc()) return "is not a number and is read as 0";
-    // A full stop at the end belongs to the writer's own form of a double.
-    if (stop != end) return "is read only up to '" + std::string(stop, end) + "'";
+    m_stream.clear();
+    m_stream.str(text);
+    bool const read = static_cast<bool>(m_stream >> number);
+    if (!read && number == 0) return "is not a number and is read as 0";
+    if (!read) return "is out of range and is cut to " + PlainText(number);
+    if (!m_stream.eof() && m_stream.peek() != std::istringstream::traits_type::eof()) {
+        return "is read only up to " + Excerpt(text.substr(static_cast<std::size_t>(m_stream.tellg())));
+    }
+    if (std::is_unsigned_v<T> && text.front() == '-') return "is negative and is read as " + PlainText(number);
     return {};
 }
 
 void CHECKER::Say(pugi::xml_node node, std::string message) {
-    // A parser's offset points behind the "<" of an element.
-    auto const offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
-    m_findings.push_back({offset, std::move(message)});
+    m_findings.push_back({OffsetOf(node), std::move(message)});
+}
+
+void CHECKER::Say(LOSS const& loss) {
+    auto const leaf = m_leaves.find(loss.key);
+    m_findings.push_back(
+        {leaf == m_leaves.end() ? 0 : OffsetOf(leaf->second), "key " + Quoted(loss.key) + " " + loss.what});
 }
 
 // Walks both documents without recursion: a file may nest a million deep.
@@ -98,15 +147,16 @@ void CHECKER::Look(pugi::xml_node document, pugi::xml_node raw) {
     while (node) {
         LookAt(node, twin);
         if (node.first_child()) {
+            if (!IsLeftOut(node)) m_path.append(node.name()).append(1, '/');
             node = node.first_child();
             twin = twin.first_child();
             continue;
         }
-        while (node && node != document && !node.next_sibling()) {
+        while (!node.next_sibling() && node.parent() != document) {
             node = node.parent();
             twin = twin.parent();
+            if (!IsLeftOut(node)) m_path.resize(m_path.size() - std::strlen(node.name()) - 1);
         }
-        if (node == document) break;
         node = node.next_sibling();
         twin = twin.next_sibling();
     }
@@ -115,68 +165,90 @@ void CHECKER::Look(pugi::xml_node document, pugi::xml_node raw) {
 void CHECKER::LookAtTop(pugi::xml_node document) {
     int elements = 0;
     for (auto const child : document.children()) {
+        if (IsText(child)) Say(child, "text outside the top-level element stores nothing");
+        if (child.type() == pugi::node_declaration) {
+            std::string const encoding = child.attribute("encoding").value();
+            if (!encoding.empty() && encoding != "UTF-8" && encoding != "utf-8") {
+                Say(child, "the encoding " + Excerpt(encoding) + " is ignored: bytes are kept as they are");
+            }
+        }
         if (child.type() != pugi::node_element) continue;
         if (++elements > 1) Say(child, "a second top-level element; a save puts everything into one");
-        if (std::strcmp(child.name(), "ticket") != 0) {
-            Say(child, "the top-level element is named '" + std::string(child.name()) +
-                           "', not 'ticket', and becomes part of every key");
+        if (!IsLeftOut(child)) {
+            Say(child, "the top-level element is named " + Quoted(child.name()) +
+                           ", not 'ticket', and becomes part of every key");
         }
     }
 }
 
 void CHECKER::LookAt(pugi::xml_node node, pugi::xml_node raw) {
-    if (node.type() == pugi::node_comment) Say(node, "a comment is lost at the next save");
-    if (node.type() != pugi::node_element) return;
-    bool const top = node.parent().type() == pugi::node_document;
-    if (!top && std::strcmp(node.name(), "ticket") == 0) {
-        Say(node, "an element named 'ticket' is left out of the keys below it");
+    switch (node.type()) {
+        case pugi::node_comment:
+            return Say(node, "a comment is lost at the next save");
+        case pugi::node_pi:
+            return Say(node, "a processing instruction is lost at the next save");
+        case pugi::node_doctype:
+            return Say(node, "a document type is ignored and lost at the next save");
+        case pugi::node_element:
+            return LookAtElement(node, raw);
+        default:
+            return;
     }
-    auto const first = node.first_attribute();
-    for (auto const attribute : node.attributes()) {
-        if (attribute == first && std::strcmp(attribute.name(), "type") == 0) continue;
-        bool const misplaced = std::strcmp(attribute.name(), "type") == 0;
-        Say(node, misplaced ? std::string("attribute 'type' is not the first one and is ignored")
-                            : "attribute '" + std::string(attribute.name()) + "' is ignored and lost at the next save");
+}
+
+void CHECKER::LookAtElement(pugi::xml_node element, pugi::xml_node raw) {
+    if (!IsTop(element) && IsLeftOut(element) && element.first_child()) {
+        Say(element, "an element named 'ticket' is left out of the keys below it");
     }
-    if (first && std::strcmp(first.name(), "type") == 0) {
-        LookAtLeaf(node, raw);
+    LookAtAttributes(element);
+    if (std::strcmp(element.first_attribute().name(), "type") == 0) {
+        LookAtLeaf(element, raw);
     } else {
-        LookAtBranch(node);
+        LookAtBranch(element);
+    }
+}
+
+void CHECKER::LookAtAttributes(pugi::xml_node element) {
+    for (auto const attribute : element.attributes()) {
+        bool const isType = std::strcmp(attribute.name(), "type") == 0;
+        if (isType && attribute == element.first_attribute()) continue;
+        Say(element, isType ? std::string("attribute 'type' is not the first one and is ignored")
+                            : "attribute " + Quoted(attribute.name()) + " is ignored and lost at the next save");
     }
 }
 
 void CHECKER::LookAtBranch(pugi::xml_node element) {
-    bool const top = element.parent().type() == pugi::node_document;
     if (!element.first_child()) {
-        if (!top) Say(element, "element '" + std::string(element.name()) + "' holds nothing and stores nothing");
+        if (!IsTop(element)) Say(element, "element " + Quoted(element.name()) + " holds nothing");
         return;
     }
     for (auto const child : element.children()) {
         if (!IsText(child)) continue;
-        Say(child, "text in element '" + std::string(element.name()) + "', which has no type, stores nothing");
+        Say(child, "text in element " + Quoted(element.name()) + ", which has no type, stores nothing");
         return;
     }
 }
 
 void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
-    std::string const name = element.name();
+    auto const name = Quoted(element.name());
     std::string const type = element.first_attribute().value();
-    if (!IsKnownType(type)) {
-        Say(element, "'" + name + "' has the unknown type '" + type + "' and stores nothing");
+    if (!IsTypeInFiles(type)) {
+        Say(element, name + " has the unknown type " + Excerpt(type) + " and stores nothing");
         return;
     }
     auto const value = element.first_child();
     if (!value) {
-        Say(element, "'" + name + "' has a type and no text and stores nothing");
+        Say(element, name + " has a type and no text and stores nothing");
         return;
     }
+    LookAtKey(element);
     if (value.type() == pugi::node_element) {
-        Say(element, "'" + name + "' has a type but starts with an element: its value is empty");
+        Say(element, name + " has a type but starts with an element: its text is taken as empty");
     } else if (!IsText(value)) {
-        Say(value, "'" + name + "' takes its value from a comment or instruction");
+        Say(value, name + " takes its value from a comment or instruction");
     }
     for (auto later = value.next_sibling(); later; later = later.next_sibling()) {
-        if (IsText(later)) Say(later, "only the first piece of text of '" + name + "' is its value");
+        if (IsText(later)) Say(later, "only the first piece of text of " + name + " is its value");
     }
     std::string const text = value.value();
     LookAtText(element, text, raw.first_child().value());
@@ -188,11 +260,24 @@ void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
     }
 }
 
+// A vector is a row of elements. A key that stands in two places was more likely meant as one value, and a program that
+// asks for one value then finds none.
+void CHECKER::LookAtKey(pugi::xml_node element) {
+    auto const [leaf, isNew] = m_leaves.try_emplace(m_path + element.name(), element);
+    if (isNew) return;
+    if (PreviousElement(element) != leaf->second) {
+        Say(element, "key " + Quoted(leaf->first) + " stands here again, so it holds a vector and no single value");
+    }
+    leaf->second = element;
+}
+
 void CHECKER::LookAtText(pugi::xml_node element, std::string const& text, std::string const& rawText) {
-    std::string const name = element.name();
-    if (text != rawText) Say(element, "'" + name + "' holds entities or line ends that are decoded: '" + rawText + "'");
+    auto const name = Quoted(element.name());
+    if (text != rawText) {
+        Say(element, name + " holds entities or line ends that are decoded: " + Excerpt(rawText));
+    }
     if (text != Normalised(text)) {
-        Say(element, "white space of '" + name + "' changes: trimmed at the ends, inner runs become one space");
+        Say(element, "white space of " + name + " changes: trimmed at the ends, inner runs become one space");
     }
 }
 
@@ -203,29 +288,28 @@ void CHECKER::LookAtNumber(pugi::xml_node element, std::string_view type, std::s
     if (type == "int64") finding = NumberFinding<int64_t>(text);
     if (type == "uint64") finding = NumberFinding<uint64_t>(text);
     if (type == "double") finding = NumberFinding<double>(text);
-    if (!finding.empty()) Say(element, "'" + std::string(element.name()) + "': '" + text + "' " + finding);
+    if (!finding.empty()) Say(element, Quoted(element.name()) + ": " + Excerpt(text) + " " + finding);
 }
 
 void CHECKER::LookAtEscapes(pugi::xml_node element, std::string_view type, std::string const& text) {
-    std::string const name = element.name();
+    auto const name = Quoted(element.name());
     if (text == "\\") return;  // the empty text
-    constexpr char kHex[] = "0123456789ABCDEF";
+    auto const isDigit = [](char c) { return std::string_view("0123456789ABCDEF").find(c) != std::string_view::npos; };
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\\') continue;
         char const next = i + 1 < text.size() ? text[i + 1] : '\0';
         std::size_t const length = next == 'x' ? 4 : 2;
         if (i + length > text.size()) {
-            Say(element, "'" + name + "' ends in an unfinished escape, which is dropped");
+            Say(element, name + " ends in an unfinished escape, which is dropped");
             return;
         }
-        bool const known = next == 'x' ? std::strchr(kHex, text[i + 2]) != nullptr && text[i + 2] != '\0' &&
-                                             std::strchr(kHex, text[i + 3]) != nullptr && text[i + 3] != '\0'
-                                       : std::strchr("\\nrt", next) != nullptr;
+        bool const known = next == 'x' ? isDigit(text[i + 2]) && isDigit(text[i + 3])
+                                       : std::string_view("\\nrt").find(next) != std::string_view::npos;
         auto const escape = text.substr(i, length);
         if (!known) {
-            Say(element, "'" + name + "': '" + escape + "' is not an escape and stays as it is");
+            Say(element, name + ": " + Quoted(escape) + " is not an escape and stays as it is");
         } else if (type == "string" && escape == "\\x00") {
-            Say(element, "'" + name + "': a string ends at its first NUL byte; the rest is lost");
+            Say(element, name + ": a string ends at its first NUL byte; the rest is lost");
             return;
         }
         if (known) i += length - 1;
@@ -238,35 +322,45 @@ std::vector<FINDING> CHECKER::TakeFindings() {
     return std::move(m_findings);
 }
 
+// Returns whether nothing was found.
 bool CheckOne(std::string const& file) {
-    auto const text = ReadWholeFile(file);
-    auto const document = ParseTicketText(file, text);
-    auto const raw = ParseTicketText(file, text, false);
-    CHECKER checker(text);
+    auto const text = ReadTicketText(file);
+    TicketFile const loads(file);
+    // As the library parses it, but with the text outside the top-level element too.
+    constexpr unsigned int decoded = kParseAsLibrary | pugi::parse_fragment;
+    constexpr unsigned int undecoded = decoded & ~static_cast<unsigned int>(pugi::parse_escapes | pugi::parse_eol);
+    auto const document = ParseTicketText(file, text, decoded);
+    auto const raw = ParseTicketText(file, text, undecoded);
+    CHECKER checker;
     checker.Look(*document, *raw);
-    auto const findings = checker.TakeFindings();
+    for (auto const& loss : LossesOfASave(file)) checker.Say(loss);
+    auto findings = checker.TakeFindings();
+    auto const end = text.find('\0');
+    if (end != std::string::npos) findings.push_back({end, "a NUL byte ends the file; the rest is lost"});
+    PLACES places(file, text);
     for (auto const& finding : findings) {
-        std::cout << Coloured(PlaceOf(file, text, finding.offset), Colour::yellow) << finding.message << '\n';
+        std::cout << Coloured(places.Of(finding.offset), Colour::yellow) << Printable(finding.message) << '\n';
     }
-    auto const losses = LossesOfASave(file);
-    for (auto const& loss : losses) {
-        std::cout << Coloured(file + ": ", Colour::yellow) << "key '" << loss.key << "': " << loss.what << '\n';
-    }
-    return findings.empty() && losses.empty();
+    return findings.empty();
 }
 
 }  // namespace
 
 int Check(std::vector<std::string> const& files) {
     bool clean = true;
+    bool failed = false;
     for (auto const& file : files) {
+        // The next files are looked at all the same.
         try {
             if (!CheckOne(file)) clean = false;
-        } catch (Failure const& failure) {
-            // A file that does not parse is a finding like any other here, and the next files are still looked at.
-            std::cout << Coloured(failure.what(), Colour::red) << '\n';
+        } catch (UnloadableFile const& failure) {
+            std::cout << Coloured(Printable(failure.what()), Colour::red) << '\n';
             clean = false;
+        } catch (Failure const& failure) {
+            Complain(failure.what());
+            failed = true;
         }
     }
-    return clean ? 0 : 1;
+    if (failed) return kFailed;
+    return clean ? kDone : kFoundSomething;
 }

@@ -1,10 +1,14 @@
-// The tool's commands. Each takes what the command line said and returns the exit code: 0 done, 1 differs or found
-// something. What goes wrong is thrown as Failure (exit code 2).
+// The tool's commands. Each takes what the command line said and returns an exit code. What goes wrong is thrown as
+// Failure.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
+
+constexpr int kDone = 0;
+constexpr int kFoundSomething = 1;  // diff and check
+constexpr int kFailed = 2;
 
 struct ListOptions {
     std::string file;

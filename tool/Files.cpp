@@ -1,10 +1,18 @@
-// Looks at a file before it is opened as a ticket (a ticket passes over a broken file in silence, the tool must not),
-// and rehearses every change on a copy, so that no rule of the file format has to be repeated here.
+// Rehearses every change on a copy, so that no rule of the file format has to be repeated here, and sees to what a
+// library used by one program need not care about: other tools at the same time, links, owners, a user who interrupts.
 #include "Files.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <thread>
 
 #include "XmlText.h"
 
@@ -12,12 +20,37 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr auto kLongestWait = std::chrono::seconds(10);
+constexpr auto kPollInterval = std::chrono::milliseconds(5);
+// A file indents each level by one more byte; deep keys would make files as large as the square of their depth.
+constexpr std::size_t kMostIndentation = std::size_t{256} << 20;
+
+// Lets signals that would end the tool wait, so that it leaves no copy of a settings file behind.
+class SIGNALS_LATER {
+ public:
+    SIGNALS_LATER() {
+        sigset_t ending;
+        sigemptyset(&ending);
+        for (int const number : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&ending, number);
+        pthread_sigmask(SIG_BLOCK, &ending, &m_before);
+    }
+    ~SIGNALS_LATER() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SIGNALS_LATER(SIGNALS_LATER const&) = delete;
+    SIGNALS_LATER& operator=(SIGNALS_LATER const&) = delete;
+
+ private:
+    sigset_t m_before;
+};
+
 // A directory of our own under the temporary one, removed with everything in it.
 class SCRATCH {
  public:
     SCRATCH() {
-        std::string pattern = (fs::temp_directory_path() / "ticket-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) throw Failure("cannot make a temporary directory: " + pattern);
+        std::error_code error;
+        std::string pattern = (fs::temp_directory_path(error) / "ticket-XXXXXX").string();
+        if (error || mkdtemp(pattern.data()) == nullptr) {
+            throw Failure("no place for a copy to rehearse on: is TMPDIR a directory that can be written?");
+        }
         m_path = pattern;
     }
     ~SCRATCH() {
@@ -26,20 +59,74 @@ class SCRATCH {
     }
     SCRATCH(SCRATCH const&) = delete;
     SCRATCH& operator=(SCRATCH const&) = delete;
-    std::string File() const { return (m_path / "ticket.xml").string(); }
+    std::string File() const { return m_path / "ticket.xml"; }
 
  private:
+    SIGNALS_LATER m_signals;
     fs::path m_path;
 };
 
+// While it lives no other tool changes files of the directory. Where directories cannot be locked, or when another tool
+// holds the lock for too long, the change goes on without.
+class TURN {
+ public:
+    explicit TURN(std::string const& path) {
+        auto const directory = fs::path(path).parent_path();
+        m_directory = open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        auto const deadline = std::chrono::steady_clock::now() + kLongestWait;
+        while (m_directory >= 0 && flock(m_directory, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
+               std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(kPollInterval);
+        }
+    }
+    ~TURN() {
+        if (m_directory >= 0) close(m_directory);
+    }
+    TURN(TURN const&) = delete;
+    TURN& operator=(TURN const&) = delete;
+
+ private:
+    int m_directory;
+};
+
+// A save makes a new file, which belongs to whoever runs the tool; an administrator must not take a program's settings
+// away from it.
+class OWNER {
+ public:
+    explicit OWNER(std::string const& path) : m_path(path), m_known(stat(path.c_str(), &m_before) == 0) {}
+    void Restore() const {
+        struct stat now;
+        if (!m_known || stat(m_path.c_str(), &now) != 0) return;
+        if (now.st_uid == m_before.st_uid && now.st_gid == m_before.st_gid) return;
+        if (lchown(m_path.c_str(), m_before.st_uid, m_before.st_gid) != 0) return;  // not ours to give away
+    }
+
+ private:
+    std::string m_path;
+    struct stat m_before;
+    bool m_known;
+};
+
+// The file itself, where the name is a link: a save would put a file in the place of the link.
+std::string FileBehind(std::string const& path) {
+    std::error_code error;
+    if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
+    auto const file = fs::canonical(path, error);
+    if (error) throw Failure(path + ": a link to nothing");
+    return file;
+}
+
 void CopyIfThere(std::string const& from, std::string const& to) {
-    if (fs::exists(from)) fs::copy_file(from, to);
+    std::error_code error;
+    if (!fs::exists(from, error)) return;
+    fs::copy_file(from, to, error);
+    if (!error) fs::permissions(to, fs::perms::owner_read | fs::perms::owner_write, error);
+    if (error) throw Failure(to + ": cannot be copied to: " + error.message());
 }
 
 std::string Describe(Parameter const& parameter) {
-    if (!parameter.isVector)
-        return std::string(TypeName(parameter.values.front())) + " " + OneLine(parameter.values.front());
-    return "a vector of " + std::to_string(parameter.values.size());
+    if (parameter.size() > 1) return "a vector of " + std::to_string(parameter.size());
+    return std::string(TypeName(parameter.front())) + " " + Excerpt(parameter.front());
 }
 
 std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
@@ -48,8 +135,8 @@ std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
         auto const found = after.find(key);
         if (found == after.end()) {
             losses.push_back({key, "would be gone after a save"});
-        } else if (!(found->second == parameter)) {
-            losses.push_back({key, Describe(parameter) + " would come back as " + Describe(found->second)});
+        } else if (!SameParameter(found->second, parameter)) {
+            losses.push_back({key, "(" + Describe(parameter) + ") would come back as " + Describe(found->second)});
         }
     }
     for (auto const& [key, parameter] : after) {
@@ -58,64 +145,74 @@ std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
     return losses;
 }
 
+// A key that would make a save write far more than the values. Keys that follow each other share elements.
+std::vector<LOSS> TooDeepToSave(Parameters const& parameters) {
+    std::size_t indentation = 0;
+    std::string_view last;
+    for (auto const& [key, parameter] : parameters) {
+        auto const differing = std::mismatch(key.begin(), key.end(), last.begin(), last.end()).first;
+        auto const shared = static_cast<std::size_t>(std::count(key.begin(), differing, '/')) + 1;
+        auto const levels = static_cast<std::size_t>(std::count(differing, key.end(), '/'));
+        indentation += levels * (2 * shared + levels) + parameter.size() * (shared + levels);
+        if (indentation > kMostIndentation) {
+            return {{key, "nests " + std::to_string(shared + levels) + " elements: too deep to be saved", true}};
+        }
+        last = key;
+    }
+    return {};
+}
+
 // Loads a copy, changes it, saves it, reads it back; what is not the same then.
 std::vector<LOSS> Rehearse(std::string const& path, std::function<void(TicketFile&)> const& change) {
     SCRATCH const scratch;
     CopyIfThere(path, scratch.File());
     Parameters intended;
+    std::vector<LOSS> losses;
     {
-        TicketFile ticket(scratch.File());
-        change(ticket);
-        intended = ticket.Read();
-        ticket.Save();
+        TicketFile copy(scratch.File(), MISSING::IS_EMPTY);
+        try {
+            change(copy);
+            intended = copy.Read();
+            losses = TooDeepToSave(intended);
+        } catch (...) {
+            copy.Clear();  // its end would save it all the same
+            throw;
+        }
+        if (!losses.empty()) {
+            copy.Clear();
+            return losses;
+        }
+        copy.Save();
     }
     try {
-        if (fs::exists(scratch.File())) ParseTicketText(scratch.File(), ReadWholeFile(scratch.File()));
-    } catch (Failure const&) {
+        return Compare(intended, TicketFile(scratch.File(), MISSING::IS_EMPTY).Read());
+    } catch (UnloadableFile const&) {
         throw Failure(path + ": not written: the file would not parse any more; is each part of each key an XML name?");
     }
-    return Compare(intended, TicketFile(scratch.File()).Read());
 }
 
 }  // namespace
 
-void RequireTicketFile(std::string const& path) {
-    if (!fs::exists(path)) throw Failure(path + ": no such file");
-    ParseTicketText(path, ReadWholeFile(path));
-}
-
-void RequireTicketFileOrNone(std::string const& path) {
-    if (fs::exists(path)) {
-        RequireTicketFile(path);
-        return;
-    }
-    auto const directory = fs::path(path).parent_path();
-    if (!directory.empty() && !fs::is_directory(directory)) throw Failure(path + ": no such directory");
-}
-
 void Rewrite(std::string const& path, bool force, std::function<void(TicketFile&)> const& change) {
-    RequireTicketFileOrNone(path);
-    auto const losses = Rehearse(path, change);
-    if (!losses.empty() && !force) {
+    auto const file = FileBehind(path);
+    TURN const turn(file);
+    // Refused here, a broken file is named by its own name and not by that of a copy.
+    TicketFile(file, MISSING::IS_EMPTY);
+    auto const losses = Rehearse(file, change);
+    if (!losses.empty() && (!force || losses.front().preventsSave)) {
         auto const& first = losses.front();
         auto const more = losses.size() > 1 ? " (and " + std::to_string(losses.size() - 1) + " more)" : std::string();
-        throw Failure(path + ": not written: '" + first.key + "' " + first.what + more +
-                      "; --force writes all the same");
+        auto const hint = first.preventsSave ? "" : "; --force writes all the same";
+        throw Failure(file + ": not written: " + Quoted(first.key) + " " + first.what + more + hint);
     }
-    Parameters intended;
-    {
-        TicketFile ticket(path);
-        change(ticket);
-        intended = ticket.Read();
-        ticket.Save();
-    }
-    // The library does not report a failed write; the file itself tells.
-    if (!force && !Compare(intended, TicketFile(path).Read()).empty()) throw Failure(path + ": cannot be written");
+    SIGNALS_LATER const signals;
+    OWNER const owner(file);
+    TicketFile ticket(file, MISSING::IS_EMPTY);
+    change(ticket);
+    ticket.Save();
+    owner.Restore();
 }
 
 std::vector<LOSS> LossesOfASave(std::string const& path) {
-    return Rehearse(path, [](TicketFile& ticket) {
-        // Even a refused set makes a ticket dirty, so that the save really writes.
-        ticket.Table()->SetParameter(ticket.Table()->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
-    });
+    return Rehearse(path, [](TicketFile&) {});
 }

@@ -1,11 +1,11 @@
 // Tickets as JSON that brings every type and vector back exactly.
 //
-// An array of objects in key order: {"key": "Log/Level", "type": "int", "value": 3}, or for a vector {"key": ...,
-// "vector":
-// [{"type": ..., "value": ...}, ...]}. Bytes stand as "hex" instead of "value", as do text and keys ("keyHex") that are
-// not UTF-8. A double that is not a number is the text "nan".
+// An array of objects in key order: {"key": "Log/Level", "type": "int", "value": 3}, or for a vector
+// {"key": ..., "vector": [{"type": ..., "value": ...}, ...]}. Bytes stand as "hex" instead of "value", and so do texts
+// that are not UTF-8; keys that are not as "keyHex". A double that is not a number is the text "nan".
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "Values.h"
@@ -15,3 +15,6 @@ std::string ToJson(Parameters const& parameters);
 
 // Throws Failure for text that is not JSON of this shape.
 Parameters FromJson(std::string const& text);
+
+// Puts a value into an object, as "value" or "hex".
+void PutJsonValue(nlohmann::ordered_json& object, Value const& value);

@@ -2,19 +2,20 @@
 #include <iostream>
 
 #include "Commands.h"
-#include "Files.h"
 #include "Json.h"
 #include "Terminal.h"
+#include "TicketFile.h"
 
 namespace {
 
 std::string Name(std::string const& key, Parameter const& parameter, std::size_t element) {
-    return parameter.isVector ? key + "[" + std::to_string(element) + "]" : key;
+    auto const name = Printable(key);
+    return parameter.size() > 1 ? name + "[" + std::to_string(element) + "]" : name;
 }
 
 void PrintLines(char const* mark, Colour colour, std::string const& key, Parameter const& parameter) {
-    for (std::size_t i = 0; i < parameter.values.size(); ++i) {
-        auto const& value = parameter.values[i];
+    for (std::size_t i = 0; i < parameter.size(); ++i) {
+        auto const& value = parameter[i];
         std::cout << Coloured(mark + Name(key, parameter, i) + "\t" + TypeName(value) + "\t" + OneLine(value), colour)
                   << '\n';
     }
@@ -33,11 +34,10 @@ void PrintPlain(Value const& value, bool hex) {
 }  // namespace
 
 int List(ListOptions const& options) {
-    RequireTicketFile(options.file);
     auto const parameters = TicketFile(options.file).Read(options.selectors);
     if (options.json) {
         std::cout << ToJson(parameters);
-        return 0;
+        return kDone;
     }
     for (auto const& [key, parameter] : parameters) {
         if (options.keysOnly) {
@@ -46,32 +46,29 @@ int List(ListOptions const& options) {
             PrintLines("", Colour::none, key, parameter);
         }
     }
-    return 0;
+    return kDone;
 }
 
 int Get(GetOptions const& options) {
-    RequireTicketFile(options.file);
     TicketFile const ticket(options.file);
     auto const parameter = ticket.Read(options.key);
-    if (!parameter) throw Failure(options.file + ": no key '" + options.key + "'");
-    auto const count = static_cast<int>(parameter->values.size());
+    if (!parameter) throw Failure(options.file + ": no key " + Quoted(options.key));
+    auto const count = static_cast<int>(parameter->size());
     if (options.index && (*options.index < 0 || *options.index >= count)) {
-        throw Failure(options.file + ": '" + options.key + "' has no element " + std::to_string(*options.index));
+        throw Failure(options.file + ": " + Quoted(options.key) + " has no element " + std::to_string(*options.index));
     }
     int const first = options.index.value_or(0);
     int const last = options.index.value_or(count - 1);
     for (int i = first; i <= last; ++i) {
-        std::optional<Value> value = parameter->values[static_cast<std::size_t>(i)];
+        std::optional<Value> value = (*parameter)[static_cast<std::size_t>(i)];
         if (!options.type.empty()) value = ticket.Get(options.key, TypeFromName(options.type), i);
-        if (!value) throw Failure(options.file + ": '" + options.key + "' cannot be read as " + options.type);
+        if (!value) throw Failure(options.file + ": " + Quoted(options.key) + " cannot be read as " + options.type);
         PrintPlain(*value, options.hex);
     }
-    return 0;
+    return kDone;
 }
 
 int Diff(DiffOptions const& options) {
-    RequireTicketFile(options.a);
-    RequireTicketFile(options.b);
     auto const a = TicketFile(options.a).Read();
     auto const b = TicketFile(options.b).Read();
     bool differs = false;
@@ -80,7 +77,7 @@ int Diff(DiffOptions const& options) {
     while (left != a.end() || right != b.end()) {
         bool const takeLeft = right == b.end() || (left != a.end() && left->first <= right->first);
         bool const takeRight = left == a.end() || (right != b.end() && right->first <= left->first);
-        if (!takeLeft || !takeRight || !(left->second == right->second)) {
+        if (!takeLeft || !takeRight || !SameParameter(left->second, right->second)) {
             differs = true;
             if (takeLeft) PrintLines("- ", Colour::red, left->first, left->second);
             if (takeRight) PrintLines("+ ", Colour::green, right->first, right->second);
@@ -88,11 +85,10 @@ int Diff(DiffOptions const& options) {
         if (takeLeft) ++left;
         if (takeRight) ++right;
     }
-    return differs ? 1 : 0;
+    return differs ? kFoundSomething : kDone;
 }
 
 int Export(std::string const& file) {
-    RequireTicketFile(file);
     std::cout << ToJson(TicketFile(file).Read());
-    return 0;
+    return kDone;
 }

@@ -1,4 +1,5 @@
-// `ticket settings`: the settings of the configuration service as its getters would answer them from a file.
+// `ticket settings`: the settings of the configuration service as a file has them, or what their getters answer
+// instead.
 #include <algorithm>
 #include <array>
 #include <iostream>
@@ -6,52 +7,56 @@
 #include <vector>
 
 #include "Commands.h"
-#include "Files.h"
+#include "Json.h"
 #include "SettingsTable.h"
+#include "TicketFile.h"
 
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 constexpr char const* kHidden = "********";
 
 struct ROW {
     SETTING_ROW const& setting;
-    std::string value;
+    Value value;
     bool fromFile;
+    std::string stored;  // what the file has instead: the type, or "vector"; empty when it has nothing
+    bool hidden;
 };
 
-std::string Fallback(SETTING_ROW const& setting) {
-    switch (setting.kind) {
-        case SETTING_KIND::FLAG:
-            return setting.readFailed != 0 ? "true" : "false";
-        case SETTING_KIND::INTEGER:
-        case SETTING_KIND::VERSION:
-            return std::to_string(setting.readFailed);
-        default:
-            return OneLine(std::string());
-    }
+bool IsFlag(ROW const& row) {
+    return row.setting.kind == SETTING_KIND::FLAG;
 }
 
-// The stored value, read as the setting's type; nothing where the getter would fall back.
-std::optional<std::string> Current(TicketFile const& ticket, SETTING_ROW const& setting) {
-    auto const value = ticket.Get(setting.key, ParameterType(setting.kind), SCALAR_INDEX);
-    if (!value) return std::nullopt;
-    if (setting.kind == SETTING_KIND::FLAG) return std::get<int32_t>(*value) != 0 ? "true" : "false";
+Value Fallback(SETTING_ROW const& setting) {
+    auto const type = ParameterType(setting.kind);
+    if (type == PARAM_STRING || type == PARAM_BINSTR) return std::string();
+    return int32_t{setting.readFailed};
+}
+
+ROW Row(SettingsOptions const& options, TicketFile const& ticket, SETTING_ROW const& setting) {
+    auto value = ticket.Get(setting.key, ParameterType(setting.kind), SCALAR_INDEX);
+    if (!value) {
+        auto const stored = ticket.Read(setting.key);
+        auto const* const type = !stored ? "" : stored->size() > 1 ? "vector" : TypeName(stored->front());
+        return {setting, Fallback(setting), false, type, false};
+    }
+    bool const secret = setting.kind == SETTING_KIND::SECRET;
     // A password is text to whoever types it.
-    if (setting.kind == SETTING_KIND::SECRET) return OneLine(std::get<Bytes>(*value).data);
-    return OneLine(*value);
+    if (secret) value = std::get<Bytes>(*value).data;
+    return {setting, *value, true, {}, secret && !options.showSecrets};
 }
 
-std::vector<ROW> Rows(SettingsOptions const& options) {
-    TicketFile const ticket(options.file);
-    std::vector<ROW> rows;
-    for (auto const& setting : SETTINGS) {
-        auto current = Current(ticket, setting);
-        bool const fromFile = current.has_value();
-        std::string value = fromFile ? std::move(*current) : Fallback(setting);
-        if (setting.kind == SETTING_KIND::SECRET && fromFile && !options.showSecrets) value = kHidden;
-        rows.push_back({setting, std::move(value), fromFile});
-    }
-    return rows;
+std::string Shown(ROW const& row) {
+    if (row.hidden) return kHidden;
+    if (IsFlag(row)) return std::get<int32_t>(row.value) != 0 ? "true" : "false";
+    return OneLine(row.value);
+}
+
+std::string Origin(ROW const& row) {
+    if (row.fromFile) return "file";
+    return row.stored.empty() ? "fallback" : "fallback, file has " + row.stored;
 }
 
 std::string OrDash(char const* name) {
@@ -62,8 +67,8 @@ void PrintTable(std::vector<ROW> const& rows) {
     using CELLS = std::array<std::string, 6>;
     std::vector<CELLS> table{{"KEY", "TYPE", "VALUE", "FROM", "GETTER", "SETTER"}};
     for (auto const& row : rows) {
-        table.push_back({row.setting.key, TypeName(ParameterType(row.setting.kind)), row.value,
-                         row.fromFile ? "file" : "fallback", OrDash(row.setting.getter), OrDash(row.setting.setter)});
+        table.push_back({row.setting.key, TypeName(ParameterType(row.setting.kind)), Shown(row), Origin(row),
+                         OrDash(row.setting.getter), OrDash(row.setting.setter)});
     }
     std::array<std::size_t, std::tuple_size_v<CELLS>> widths{};
     for (auto const& cells : table) {
@@ -77,30 +82,39 @@ void PrintTable(std::vector<ROW> const& rows) {
     }
 }
 
-void PrintJson(std::vector<ROW> const& rows) {
-    using Json = nlohmann::ordered_json;
+Json ToJson(ROW const& row) {
     auto const orNull = [](char const* name) { return name == nullptr ? Json() : Json(name); };
-    Json array = Json::array();
-    for (auto const& row : rows) {
-        array.push_back({{"key", row.setting.key},
-                         {"type", TypeName(ParameterType(row.setting.kind))},
-                         {"value", row.value},
-                         {"from", row.fromFile ? "file" : "fallback"},
-                         {"getter", orNull(row.setting.getter)},
-                         {"setter", orNull(row.setting.setter)}});
+    Json object{{"key", row.setting.key}, {"type", TypeName(ParameterType(row.setting.kind))}};
+    if (row.hidden) {
+        object["value"] = kHidden;
+    } else if (IsFlag(row)) {
+        object["value"] = std::get<int32_t>(row.value) != 0;
+    } else {
+        PutJsonValue(object, row.value);
     }
-    std::cout << array.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    object["from"] = row.fromFile ? "file" : "fallback";
+    if (!row.stored.empty()) object["stored"] = row.stored;
+    object["getter"] = orNull(row.setting.getter);
+    object["setter"] = orNull(row.setting.setter);
+    return object;
+}
+
+void PrintJson(std::vector<ROW> const& rows) {
+    Json array = Json::array();
+    for (auto const& row : rows) array.push_back(ToJson(row));
+    std::cout << array.dump(2) << '\n';
 }
 
 }  // namespace
 
 int Settings(SettingsOptions const& options) {
-    RequireTicketFile(options.file);
-    auto const rows = Rows(options);
+    TicketFile const ticket(options.file);
+    std::vector<ROW> rows;
+    for (auto const& setting : SETTINGS) rows.push_back(Row(options, ticket, setting));
     if (options.json) {
         PrintJson(rows);
     } else {
         PrintTable(rows);
     }
-    return 0;
+    return kDone;
 }

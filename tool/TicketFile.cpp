@@ -1,102 +1,119 @@
-// Reads and writes tickets through their function table. Integral numbers beyond 32 bits are read again as doubles,
-// because a walk reports them cut to 32 bits.
+// Reads and writes tickets through their function table. Values are read one by one, because a walk reports whole
+// numbers beyond 32 bits cut to 32 bits.
 #include "TicketFile.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
+#include <filesystem>
 #include <limits>
+#include <utility>
 
 #include "ConfigurationControl/PartialMode.h"
+#include "XmlText.h"
 
 namespace {
 
-// What a walk's callback needs: where to put parameters, which to take, and where to read numbers again.
-struct COLLECTION {
-    Parameters parameters;
-    std::vector<std::string> wideNumbers;  // keys that hold an integral number beyond 32 bits
+constexpr double kLargestExact = 9007199254740992.0;  // 2^53
+
+struct KEYS {
     PARTIAL_MODE selection;
+    bool everything;
+    std::vector<std::string> found;
+
+    static bool Take(void* context, char const* key, PARAM_TYPE /*type*/, void const* /*value*/, int /*index*/) {
+        auto& keys = *static_cast<KEYS*>(context);
+        if (keys.everything || keys.selection.Selects(key)) keys.found.emplace_back(key);
+        return true;
+    }
 };
 
-bool Collect(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
-    auto& collection = *static_cast<COLLECTION*>(context);
-    if (!collection.selection.empty() && !collection.selection.Selects(key)) return true;
-    auto& parameter = collection.parameters[key];
-    parameter.isVector = index >= 0;
-    auto& values = parameter.values;
-    switch (type) {
-        case PARAM_INT:
-            values.emplace_back(*static_cast<int32_t const*>(value));
-            break;
-        case PARAM_DOUBLE:
-            values.emplace_back(*static_cast<double const*>(value));
-            break;
-        case PARAM_STRING:
-            values.emplace_back(std::string(static_cast<char const*>(value)));
-            break;
-        case PARAM_BINSTR: {
-            auto const& bytes = *static_cast<BIN_STRING const*>(value);
-            auto const* const data = static_cast<char const*>(bytes.data);
-            values.emplace_back(Bytes{data == nullptr ? std::string() : std::string(data, bytes.length)});
-            break;
-        }
-        case PARAM_INT64:
-            values.emplace_back(*static_cast<int64_t const*>(value));
-            break;
-        case PARAM_UINT64:
-            values.emplace_back(*static_cast<uint64_t const*>(value));
-            break;
-        default:
-            values.emplace_back(std::string());
-            break;  // pointers never come from a file
-    }
-    if (type == PARAM_INT && *static_cast<int32_t const*>(value) == std::numeric_limits<int32_t>::min()) {
-        collection.wideNumbers.emplace_back(key);
-    }
-    return true;
-}
-
-// The number itself: an int64 where that is exact, else a double.
-Value WideNumber(double number) {
+// A number as the narrowest type that holds it: whole numbers as integers.
+Value Narrowed(double number) {
+    if (std::trunc(number) != number || std::fabs(number) > kLargestExact) return number;
     if (number >= std::numeric_limits<int32_t>::min() && number <= std::numeric_limits<int32_t>::max()) {
         return static_cast<int32_t>(number);
     }
-    if (std::fabs(number) <= 9007199254740992.0) return static_cast<int64_t>(number);
-    return number;
+    return static_cast<int64_t>(number);
 }
 
 template <typename T>
-std::optional<Value> GetAs(STICKET_ACCESS const* table, std::string const& key, PARAM_TYPE type, int index) {
+std::optional<T> GetAs(STICKET_ACCESS const* table, std::string const& key, PARAM_TYPE type, int index) {
     T value{};
     if (table->GetParameter(table->pTicket, key.c_str(), type, &value, index) == 0) return std::nullopt;
-    return Value(value);
+    return value;
+}
+
+std::string ToString(BIN_STRING const& bytes) {
+    return bytes.data == nullptr ? std::string() : std::string(static_cast<char const*>(bytes.data), bytes.length);
 }
 
 void Check(int result, char const* what, std::string const& key) {
-    if (result == 0) throw Failure(std::string("the library refused to ") + what + " '" + key + "'");
+    if (result == 0) throw Failure(std::string("the library refused to ") + what + " " + Quoted(key));
+}
+
+// Identifies what a name leads to; a file that was replaced is another one.
+std::optional<std::pair<dev_t, ino_t>> IdentityOf(std::string const& path) {
+    struct stat found;
+    if (lstat(path.c_str(), &found) != 0) return std::nullopt;
+    return std::pair(found.st_dev, found.st_ino);
+}
+
+// The library does not report why; the most likely reasons can be seen from here.
+std::string WhyNotWritten(std::string const& path) {
+    auto directory = std::filesystem::path(path).parent_path();
+    if (directory.empty()) directory = ".";
+    if (access(directory.c_str(), W_OK) != 0) return directory.string() + ": " + std::strerror(errno);
+    return "is the disk full, or " + path + ".tmp in the way?";
+}
+
+bool Exists(std::string const& path) {
+    return access(path.c_str(), F_OK) == 0 || errno != ENOENT;
+}
+
+void RequirePlaceFor(std::string const& path) {
+    auto const directory = std::filesystem::path(path).parent_path();
+    if (!directory.empty() && !std::filesystem::is_directory(directory)) throw Failure(path + ": no such directory");
+}
+
+// Throws Failure for a file that cannot be read or does not parse.
+bool HoldsValues(std::string const& path) {
+    return !ParseTicketText(path, ReadTicketText(path))->find_node(StoresValue).empty();
 }
 
 }  // namespace
 
-TicketFile::TicketFile(std::string const& path) : m_table(hSTicketInstance->Create(path.c_str())) {
-    if (m_table == nullptr) throw Failure(path + ": cannot make a ticket");
+// Saves first what was changed.
+void TicketFile::DESTROY::operator()(STICKET_ACCESS const* table) const {
+    hSTicketInstance->Destroy(table);
 }
 
-TicketFile::~TicketFile() {
-    hSTicketInstance->Destroy(m_table);
+TicketFile::TicketFile(std::string const& path, MISSING missing) : m_path(path) {
+    if (path.empty()) throw Failure("the name of a ticket file is empty");
+    bool const isNew = missing == MISSING::IS_EMPTY && !Exists(path);
+    if (isNew) RequirePlaceFor(path);
+    bool const holdsValues = !isNew && HoldsValues(path);
+    m_table.reset(hSTicketInstance->Create(path.c_str()));
+    if (m_table == nullptr) throw Failure(path + ": cannot make a ticket");
+    if (holdsValues && Count() == 0) {
+        throw UnloadableFile(path + ": is not loaded: nested so deep that its keys would fill the memory");
+    }
 }
 
 Parameters TicketFile::Read(std::vector<std::string> const& selectors) const {
-    COLLECTION collection;
-    if (!selectors.empty()) collection.selection.set(KeyList(selectors).data());
-    m_table->WalkParameter(m_table->pTicket, Collect, &collection, "", WALK_EVERYTHING);
-    for (auto const& key : collection.wideNumbers) {
-        auto& parameter = collection.parameters[key];
-        for (std::size_t i = 0; i < parameter.values.size(); ++i) {
-            if (TypeOf(parameter.values[i]) != PARAM_INT) continue;
-            auto const number = Get(key, PARAM_DOUBLE, static_cast<int>(i));
-            if (number) parameter.values[i] = WideNumber(std::get<double>(*number));
-        }
+    KEYS keys{{}, selectors.empty(), {}};
+    keys.selection.set(KeyList(selectors).data());
+    Check(m_table->WalkParameter(m_table->pTicket, KEYS::Take, &keys, "", WALK_KEYS), "list", m_path);
+    Parameters parameters;
+    for (auto& key : keys.found) {
+        if (auto parameter = Read(key))
+            parameters.emplace_hint(parameters.end(), std::move(key), std::move(*parameter));
     }
-    return std::move(collection.parameters);
+    return parameters;
 }
 
 bool TicketFile::Has(std::string const& key, int index) const {
@@ -104,34 +121,51 @@ bool TicketFile::Has(std::string const& key, int index) const {
 }
 
 std::optional<Parameter> TicketFile::Read(std::string const& key) const {
-    auto parameters = Read();
-    auto const found = parameters.find(key);
-    if (found == parameters.end()) return std::nullopt;
-    return std::move(found->second);
+    auto const count = GetAs<uint64_t>(m_table.get(), key, PARAM_VECTOR, SCALAR_INDEX).value_or(0);
+    Parameter parameter;
+    for (uint64_t i = 0; i < count; ++i) {
+        if (auto value = ReadElement(key, static_cast<int>(i))) parameter.push_back(std::move(*value));
+    }
+    if (parameter.empty()) return std::nullopt;
+    return parameter;
+}
+
+std::optional<Value> TicketFile::ReadElement(std::string const& key, int index) const {
+    switch (GetAs<PARAM_TYPE>(m_table.get(), key, PARAM_NONE, index).value_or(PARAM_NONE)) {
+        case PARAM_DOUBLE:
+            return Narrowed(GetAs<double>(m_table.get(), key, PARAM_DOUBLE, index).value_or(0));
+        case PARAM_INT64:
+            return Get(key, PARAM_INT64, index);
+        case PARAM_UINT64:
+            return Get(key, PARAM_UINT64, index);
+        case PARAM_STRING:  // read as bytes, of which the ticket keeps no copy for its whole life
+            return ToString(GetAs<BIN_STRING>(m_table.get(), key, PARAM_BINSTR, index).value_or(BIN_STRING{}));
+        case PARAM_BINSTR:
+            return Get(key, PARAM_BINSTR, index);
+        default:
+            return std::nullopt;  // opaque pointers never come from a file
+    }
 }
 
 std::optional<Value> TicketFile::Get(std::string const& key, PARAM_TYPE type, int index) const {
+    auto const* const table = m_table.get();
     switch (type) {
         case PARAM_INT:
-            return GetAs<int32_t>(m_table, key, type, index);
+            return GetAs<int32_t>(table, key, type, index);
         case PARAM_UNSIGNED:
-            return GetAs<uint32_t>(m_table, key, type, index);
+            return GetAs<uint32_t>(table, key, type, index);
         case PARAM_INT64:
-            return GetAs<int64_t>(m_table, key, type, index);
+            return GetAs<int64_t>(table, key, type, index);
         case PARAM_UINT64:
-            return GetAs<uint64_t>(m_table, key, type, index);
+            return GetAs<uint64_t>(table, key, type, index);
         case PARAM_DOUBLE:
-            return GetAs<double>(m_table, key, type, index);
-        case PARAM_STRING: {
-            char const* text = nullptr;
-            if (m_table->GetParameter(m_table->pTicket, key.c_str(), type, &text, index) == 0) return std::nullopt;
-            return Value(std::string(text));
-        }
-        case PARAM_BINSTR: {
-            BIN_STRING bytes{};
-            if (m_table->GetParameter(m_table->pTicket, key.c_str(), type, &bytes, index) == 0) return std::nullopt;
-            return Value(Bytes{std::string(static_cast<char const*>(bytes.data), bytes.length)});
-        }
+            return GetAs<double>(table, key, type, index);
+        case PARAM_STRING:
+            if (auto const text = GetAs<char const*>(table, key, type, index)) return std::string(*text);
+            return std::nullopt;
+        case PARAM_BINSTR:
+            if (auto const bytes = GetAs<BIN_STRING>(table, key, type, index)) return Bytes{ToString(*bytes)};
+            return std::nullopt;
         default:
             return std::nullopt;
     }
@@ -141,12 +175,13 @@ void TicketFile::Set(std::string const& key, Value const& value, int index) {
     auto const set = [&](void const* pointer) {
         Check(m_table->SetParameter(m_table->pTicket, key.c_str(), TypeOf(value), pointer, index), "set", key);
     };
-    // An infinite number would stop every later save of this ticket, the one of its destructor included.
+    if (key.find('\0') != std::string::npos) throw Failure(Quoted(key) + ": a key cannot hold a NUL byte");
+    // An infinite number would stop every later save of this ticket, the one at its end included.
     if (auto const* number = std::get_if<double>(&value); number != nullptr && std::isinf(*number)) {
-        throw Failure("'" + key + "': a ticket file cannot hold an infinite number");
+        throw Failure(Quoted(key) + ": a ticket file cannot hold an infinite number");
     }
     if (auto const* text = std::get_if<std::string>(&value)) {
-        if (text->find('\0') != std::string::npos) throw Failure("'" + key + "': a string cannot hold a NUL byte");
+        if (text->find('\0') != std::string::npos) throw Failure(Quoted(key) + ": a string cannot hold a NUL byte");
         set(text->c_str());
     } else if (auto const* bytes = std::get_if<Bytes>(&value)) {
         BIN_STRING const view{bytes->data.data(), bytes->data.size()};
@@ -157,14 +192,11 @@ void TicketFile::Set(std::string const& key, Value const& value, int index) {
 }
 
 void TicketFile::Set(std::string const& key, Parameter const& parameter) {
-    Delete(key, SCALAR_INDEX);
-    for (std::size_t i = 0; i < parameter.values.size(); ++i) {
-        Set(key, parameter.values[i], parameter.isVector ? static_cast<int>(i) : SCALAR_INDEX);
-    }
+    int index = SCALAR_INDEX;
+    for (auto const& value : parameter) Set(key, value, std::exchange(index, APPEND_INDEX));
 }
 
 void TicketFile::Delete(std::string const& key, int index) {
-    if (index == SCALAR_INDEX && !Has(key)) return;
     Check(m_table->SetParameter(m_table->pTicket, key.c_str(), PARAM_NONE, nullptr, index), "delete", key);
 }
 
@@ -173,13 +205,30 @@ void TicketFile::Clear() {
 }
 
 void TicketFile::Save() {
-    if (m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) == 0)
-        throw Failure("the library refused to save");
+    // Even a refused set makes a ticket dirty, so that the save really writes.
+    m_table->SetParameter(m_table->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
+    auto const before = IdentityOf(m_path);
+    bool const saved = m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
+    auto const after = IdentityOf(m_path);
+    // A save replaces the file, or deletes it when there is nothing to keep.
+    bool const written = Count() == 0 ? !after : after && after != before;
+    if (!saved || !written) throw Failure(m_path + ": cannot be written: " + WhyNotWritten(m_path));
+}
+
+unsigned int TicketFile::Count() const {
+    uint32_t count = 0;
+    m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &count);
+    return count;
 }
 
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {
     std::vector<char const*> list;
-    for (auto const& selector : selectors) list.push_back(selector.c_str());
+    for (auto const& selector : selectors) {
+        if (selector.empty()) throw Failure("a selector is empty");
+        list.push_back(selector.c_str());
+    }
+    // Wide prefixes before the narrower ones that they cover: then a selection takes all that any of them names.
+    std::sort(list.begin(), list.end(), [](char const* a, char const* b) { return std::strcmp(a, b) < 0; });
     list.push_back(nullptr);
     return list;
 }

@@ -2,6 +2,7 @@
 // set again from what was shown.
 #include "Values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -27,9 +28,9 @@ Value ParseNumber(std::string const& text, PARAM_TYPE type) {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') ++begin;
     auto const [stop, error] = std::from_chars(begin, end, number);
     if (error == std::errc::result_out_of_range) {
-        throw Failure("'" + text + "' is out of the range of type " + TypeName(type));
+        throw Failure(Excerpt(text) + " is out of the range of type " + TypeName(type));
     }
-    if (error != std::errc() || stop != end) throw Failure("'" + text + "' is not a value of type " + TypeName(type));
+    if (error != std::errc() || stop != end) throw Failure(Excerpt(text) + " is not a value of type " + TypeName(type));
     return number;
 }
 
@@ -46,37 +47,59 @@ int HexDigit(char c) {
     throw Failure(std::string("'") + c + "' is not a hexadecimal digit");
 }
 
-std::string Quoted(std::string const& text) {
-    std::string result = "\"";
-    for (char const c : text) {
-        switch (c) {
-            case '"':
-                result += "\\\"";
-                break;
-            case '\\':
-                result += "\\\\";
-                break;
-            case '\n':
-                result += "\\n";
-                break;
-            case '\r':
-                result += "\\r";
-                break;
-            case '\t':
-                result += "\\t";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-                    result += "\\x" + ToHex({&c, 1});
-                } else {
-                    result += c;
-                }
-        }
+// The length of the UTF-8 sequence that `text` begins with; 0 if it begins with none.
+std::size_t SequenceLength(std::string_view text) {
+    auto const byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    unsigned char const first = byte(0);
+    if (first < 0x80) return 1;
+    std::size_t const length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (length == 0 || text.size() < length) return 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
     }
-    return result + '"';
+    // Longer than needed, halves of pairs, beyond the last character.
+    bool const wrong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
+                       (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
+    return wrong ? 0 : length;
 }
 
-}  // namespace
+bool IsControl(std::string_view character) {
+    auto const first = static_cast<unsigned char>(character[0]);
+    // U+0080 to U+009F are controls as well.
+    return first < 0x20 || first == 0x7F || (first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
+}
+
+// Puts a backslash before each character of `special` too.
+std::string Escaped(std::string_view text, std::string_view special) {
+    std::string result;
+    while (!text.empty()) {
+        std::size_t const length = SequenceLength(text);
+        auto const character = text.substr(0, length == 0 ? 1 : length);
+        text.remove_prefix(character.size());
+        if (character == "\n") {
+            result += "\\n";
+        } else if (character == "\r") {
+            result += "\\r";
+        } else if (character == "\t") {
+            result += "\\t";
+        } else if (length == 0 || IsControl(character)) {
+            for (char const byte : character) result += "\\x" + ToHex({&byte, 1});
+        } else {
+            if (special.find(character) != std::string_view::npos) result += '\\';
+            result += character;
+        }
+    }
+    return result;
+}
+
+// Messages are for people: the beginning of a long text says enough.
+std::string Cut(std::string line) {
+    constexpr std::size_t kLongest = 60;
+    if (line.size() <= kLongest) return line;
+    std::size_t length = kLongest;
+    while (length > 0 && (static_cast<unsigned char>(line[length]) & 0xC0) == 0x80) --length;
+    return line.replace(length, std::string::npos, "...");
+}
 
 bool SameValue(Value const& a, Value const& b) {
     if (auto const* x = std::get_if<double>(&a); x != nullptr && std::isnan(*x)) {
@@ -86,12 +109,10 @@ bool SameValue(Value const& a, Value const& b) {
     return a == b;
 }
 
-bool operator==(Parameter const& a, Parameter const& b) {
-    if (a.isVector != b.isVector || a.values.size() != b.values.size()) return false;
-    for (std::size_t i = 0; i < a.values.size(); ++i) {
-        if (!SameValue(a.values[i], b.values[i])) return false;
-    }
-    return true;
+}  // namespace
+
+bool SameParameter(Parameter const& a, Parameter const& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), SameValue);
 }
 
 char const* TypeName(PARAM_TYPE type) {
@@ -176,7 +197,28 @@ std::string PlainText(Value const& value) {
 }
 
 std::string OneLine(Value const& value) {
-    if (auto const* text = std::get_if<std::string>(&value)) return Quoted(*text);
+    if (auto const* text = std::get_if<std::string>(&value)) return '"' + Escaped(*text, "\"\\") + '"';
     if (auto const* bytes = std::get_if<Bytes>(&value)) return ToHex(bytes->data);
     return PlainText(value);
+}
+
+std::string Excerpt(Value const& value) {
+    return Cut(OneLine(value));
+}
+
+std::string Quoted(std::string_view key) {
+    return "'" + Cut(Printable(key)) + "'";
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        std::size_t const length = SequenceLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+std::string Printable(std::string_view text) {
+    return Escaped(text, {});
 }

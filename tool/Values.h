@@ -24,15 +24,11 @@ struct Bytes {
 
 using Value = std::variant<int32_t, uint32_t, int64_t, uint64_t, double, std::string, Bytes>;
 
-// Whether two values are the same to the bit; NaN equals NaN.
-bool SameValue(Value const& a, Value const& b);
+// What a key holds: one value, or a vector of several. To a file a vector of one is the same as its element.
+using Parameter = std::vector<Value>;
 
-// One key of a ticket: a scalar, or a vector with at least one element.
-struct Parameter {
-    bool isVector = false;
-    std::vector<Value> values;
-};
-bool operator==(Parameter const& a, Parameter const& b);
+// Whether two parameters are the same to the bit; NaN equals NaN.
+bool SameParameter(Parameter const& a, Parameter const& b);
 
 // In ascending key order, as the ticket has them.
 using Parameters = std::map<std::string, Parameter>;
@@ -58,3 +54,10 @@ std::string ToHex(std::string_view bytes);
 std::string PlainText(Value const& value);
 // On one line: text in double quotes with escapes, bytes in hexadecimal.
 std::string OneLine(Value const& value);
+// The beginning of a value or key on one line, for messages.
+std::string Excerpt(Value const& value);
+std::string Quoted(std::string_view key);
+
+bool IsUtf8(std::string_view text);
+// On one line and harmless to a terminal: control characters and bytes that are not UTF-8 as escapes.
+std::string Printable(std::string_view text);

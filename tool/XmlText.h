@@ -6,13 +6,44 @@
 #include <string>
 #include <string_view>
 
-// Reads a file; throws Failure when it cannot.
-std::string ReadWholeFile(std::string const& path);
+#include "Values.h"
 
-// "PATH:LINE:COLUMN: ", both counted from 1, columns in bytes.
-std::string PlaceOf(std::string const& path, std::string_view text, std::size_t offset);
+// A file that is there and that the library cannot load; when it does not parse, the message carries line and column.
+struct UnloadableFile : Failure {
+    using Failure::Failure;
+};
 
-// Parses as the library does; throws Failure with line and column when that fails. `decode` off leaves entities and
-// line ends as they stand, so that what decoding changes can be seen.
+// The bytes of a file or pipe; throws Failure when it cannot be read.
+std::string ReadBytes(std::string const& path);
+
+// The same for a ticket file, which the library accepts only as a regular file.
+std::string ReadTicketText(std::string const& path);
+
+// Lines and columns of a text, both counted from 1, columns in bytes. Ask for ascending offsets, so that the text is
+// passed over only once.
+class PLACES {
+ public:
+    PLACES(std::string const& path, std::string_view text) : m_path(path), m_text(text) {}
+    // "PATH:LINE:COLUMN: "
+    std::string Of(std::size_t offset);
+
+ private:
+    std::string const& m_path;
+    std::string_view m_text;
+    std::size_t m_line = 1;
+    std::size_t m_lineStart = 0;
+    std::size_t m_offset = 0;
+};
+
+// How the library parses a file.
+constexpr unsigned int kParseAsLibrary = pugi::parse_full | pugi::parse_ws_pcdata_single;
+
+// Throws UnloadableFile.
 std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
-                                                    bool decode = true);
+                                                    unsigned int options = kParseAsLibrary);
+
+// Whether a name is that of a type in a file.
+bool IsTypeInFiles(std::string_view name);
+
+// Whether loading makes a value of this element.
+bool StoresValue(pugi::xml_node element);

@@ -7,11 +7,10 @@
 
 #include "Commands.h"
 #include "ConfigurationControl/Version.h"
+#include "Terminal.h"
 #include "Values.h"
 
 namespace {
-
-constexpr int kFailed = 2;
 
 // A command with its example; `run` is filled in by whoever adds the options.
 CLI::App* AddCommand(CLI::App& app, char const* name, char const* what, char const* example) {
@@ -28,9 +27,9 @@ void AddType(CLI::App* command, std::string& type, char const* what) {
     command->add_option("--type", type, what)->check(CLI::IsMember(TypeNames()));
 }
 
-using Run = std::function<int()>;
+using RUN = std::function<int()>;
 
-void AddReadCommands(CLI::App& app, Run& run) {
+void AddReadCommands(CLI::App& app, RUN& run) {
     static ListOptions list;
     auto* command = AddCommand(app, "list", "Show keys with type and value, in order",
                                "ticket list settings.xml 'Log/*' Product/Name");
@@ -77,7 +76,7 @@ void AddReadCommands(CLI::App& app, Run& run) {
     command->callback([&run] { run = [] { return Settings(settings); }; });
 }
 
-void AddWriteCommands(CLI::App& app, Run& run) {
+void AddWriteCommands(CLI::App& app, RUN& run) {
     static SetOptions set;
     auto* command = AddCommand(app, "set", "Store one value; a key that exists keeps its type, a new one is a string",
                                "ticket set settings.xml Log/Level 4 --type int");
@@ -120,29 +119,40 @@ void AddWriteCommands(CLI::App& app, Run& run) {
     command->callback([&run] { run = [] { return Import(import); }; });
 }
 
+// What the command line asks for, done; an exit code. Throws what goes wrong.
+int Run(CLI::App& app, RUN const& run, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::Success const& help) {
+        return app.exit(help);  // --help, --version
+    } catch (CLI::ParseError const& error) {
+        auto const commands = app.get_subcommands();
+        auto const command = commands.empty() ? std::string() : commands.front()->get_name() + " ";
+        throw Failure(std::string(error.what()) + "; see ticket " + command + "--help");
+    }
+    return run();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    OccupyStandardStreams();
     CLI::App app("Looks into ticket settings files and mends them.", "ticket");
     app.set_version_flag("--version", std::string("ticket ") + ConfigurationControlVersionString);
     app.require_subcommand(1);
     app.footer("Exit codes: 0 done, 1 differs or found something, 2 usage or failure. See also: man ticket");
-    Run run;
+    RUN run;
     AddReadCommands(app, run);
     AddWriteCommands(app, run);
     try {
-        app.parse(argc, argv);
-        int const result = run();
+        int const result = Run(app, run, argc, argv);
         std::cout.flush();
         if (!std::cout) throw Failure("standard output cannot be written");
         return result;
-    } catch (CLI::ParseError const& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);  // --help, --version
-        std::cerr << "ticket: " << error.what() << "; see ticket --help\n";
     } catch (std::exception const& error) {
-        std::cerr << "ticket: " << error.what() << '\n';
+        Complain(error.what());
     } catch (char const* text) {
-        std::cerr << "ticket: " << text << '\n';
+        Complain(text);
     }
     return kFailed;
 }

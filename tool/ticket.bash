@@ -1,56 +1,70 @@
 # bash completion for ticket(1): commands, options, files, and the keys of the file named.
 
+# The keys of a file that begin with a text. The file is named as it was typed, so it may be quoted.
 _ticket_keys() {
-    local file=$1
+    local file=${1//\\/}
+    file=${file#[\'\"]}
+    file=${file%[\'\"]}
+    [[ $file == '~/'* ]] && file=$HOME/${file:2}
     [ -f "$file" ] || return 0
-    ticket list --keys -- "$file" 2>/dev/null
+    ticket list --keys -- "$file" "$2*" 2>/dev/null
+}
+
+_ticket_files() {
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$1")
+}
+
+_ticket_words() {
+    mapfile -t COMPREPLY < <(compgen -W "$2" -- "$1")
 }
 
 _ticket() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command='' file='' word i positional=0
     local -A options=(
-        [list]='--json --keys --help' [get]='--index --type --hex --help'
-        [set]='--type --index --append --hex --from-file --force --help' [delete]='--index --force --help'
-        [merge]='--clear --force --help' [diff]='--help' [export]='--help' [import]='--clear --force --help'
-        [check]='--help' [settings]='--json --show-secrets --help'
+        [list]='--json --keys' [get]='--index --type --hex'
+        [set]='--type --index --append --hex --from-file --force' [delete]='--index --force'
+        [merge]='--clear --force' [diff]='' [export]='' [import]='--clear --force'
+        [check]='' [settings]='--json --show-secrets'
     )
+    local current=${COMP_WORDS[COMP_CWORD]} previous='' command='' word
+    local positionals=() onlyPositionals='' i
     COMPREPLY=()
 
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
-        case $word in
-            --type | --index | --from-file) ((i++)) ;;
-            -*) ;;
-            *)
-                if [ -z "$command" ]; then
-                    command=$word
-                else
-                    ((++positional))
-                    [ "$positional" -eq 1 ] && file=$word
-                fi
-                ;;
-        esac
+        # "--type=int" comes as three words.
+        [[ $word == '=' && $previous == --* ]] && continue
+        if [[ $previous == --type || $previous == --index || $previous == --from-file ]]; then
+            previous=''
+        elif [[ $word == -- ]]; then
+            onlyPositionals=yes previous=''
+        elif [[ $word == -* && -z $onlyPositionals ]]; then
+            previous=$word
+        elif [ -z "$command" ]; then
+            command=$word previous=''
+        else
+            positionals+=("$word") previous=''
+        fi
     done
+    [[ $current == '=' ]] && current=''
 
-    local IFS=$'\n'
     case $previous in
-        --type) mapfile -t COMPREPLY < <(compgen -W $'int\nunsigned\nint64\nuint64\ndouble\nstring\nbinstr' -- "$current"); return ;;
-        --from-file) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
+        --type) _ticket_words "$current" 'int unsigned int64 uint64 double string binstr' && return ;;
+        --from-file) _ticket_files "$current" && return ;;
         --index) return ;;
     esac
     if [ -z "$command" ]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(printf '%s\n' "${!options[@]}" --help --version)" -- "$current")
-    elif [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "${options[$command]// /$'\n'}" -- "$current")
+        _ticket_words "$current" "${!options[*]} --help --version"
+    elif [[ $current == -* && -z $onlyPositionals ]]; then
+        _ticket_words "$current" "${options[$command]} --help"
     else
-        case $command:$positional in
-            get:1 | set:1 | delete:[1-9]* | list:[1-9]*)
-                mapfile -t COMPREPLY < <(compgen -W "$(_ticket_keys "${file/#\~/$HOME}")" -- "$current") ;;
-            merge:[2-9]*) mapfile -t COMPREPLY < <(compgen -W "$(_ticket_keys "${file/#\~/$HOME}")" -- "$current") ;;
-            set:*) ;;
-            *) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+        case $command:${#positionals[@]} in
+            get:1 | set:1 | delete:[1-9]* | list:[1-9]* | merge:[2-9]*)
+                mapfile -t COMPREPLY < <(_ticket_keys "${positionals[0]}" "$current")
+                ;;
+            *:0 | check:* | merge:1 | diff:1) _ticket_files "$current" ;;
         esac
     fi
 }
 
-complete -o filenames -o nospace -F _ticket ticket
+complete -F _ticket ticket
