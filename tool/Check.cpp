@@ -71,8 +71,22 @@ std::string Normalised(std::string const& text) {
     return result;
 }
 
+std::string Trimmed(std::string const& text) {
+    auto const end = std::find_if_not(text.rbegin(), text.rend(), IsSpace).base();
+    return {std::find_if_not(text.begin(), end, IsSpace), end};
+}
+
 bool IsText(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+// Text that is more than the layout of the file.
+bool IsMoreThanSpace(pugi::xml_node node) {
+    return IsText(node) && !Normalised(node.value()).empty();
+}
+
+bool HasElements(pugi::xml_node node) {
+    return !node.find_child([](pugi::xml_node child) { return child.type() == pugi::node_element; }).empty();
 }
 
 bool IsTop(pugi::xml_node element) {
@@ -165,7 +179,7 @@ void CHECKER::Look(pugi::xml_node document, pugi::xml_node raw) {
 void CHECKER::LookAtTop(pugi::xml_node document) {
     int elements = 0;
     for (auto const child : document.children()) {
-        if (IsText(child)) Say(child, "text outside the top-level element stores nothing");
+        if (IsMoreThanSpace(child)) Say(child, "text outside the top-level element stores nothing");
         if (child.type() == pugi::node_declaration) {
             std::string const encoding = child.attribute("encoding").value();
             if (!encoding.empty() && encoding != "UTF-8" && encoding != "utf-8") {
@@ -197,7 +211,7 @@ void CHECKER::LookAt(pugi::xml_node node, pugi::xml_node raw) {
 }
 
 void CHECKER::LookAtElement(pugi::xml_node element, pugi::xml_node raw) {
-    if (!IsTop(element) && IsLeftOut(element) && element.first_child()) {
+    if (!IsTop(element) && IsLeftOut(element) && HasElements(element)) {
         Say(element, "an element named 'ticket' is left out of the keys below it");
     }
     LookAtAttributes(element);
@@ -218,14 +232,10 @@ void CHECKER::LookAtAttributes(pugi::xml_node element) {
 }
 
 void CHECKER::LookAtBranch(pugi::xml_node element) {
-    if (!element.first_child()) {
-        if (!IsTop(element)) Say(element, "element " + Quoted(element.name()) + " holds nothing");
-        return;
-    }
-    for (auto const child : element.children()) {
-        if (!IsText(child)) continue;
-        Say(child, "text in element " + Quoted(element.name()) + ", which has no type, stores nothing");
-        return;
+    if (auto const text = element.find_child(IsMoreThanSpace)) {
+        Say(text, "text in element " + Quoted(element.name()) + ", which has no type, stores nothing");
+    } else if (!HasElements(element) && !IsTop(element)) {
+        Say(element, "element " + Quoted(element.name()) + " holds nothing");
     }
 }
 
@@ -248,7 +258,7 @@ void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
         Say(value, name + " takes its value from a comment or instruction");
     }
     for (auto later = value.next_sibling(); later; later = later.next_sibling()) {
-        if (IsText(later)) Say(later, "only the first piece of text of " + name + " is its value");
+        if (IsMoreThanSpace(later)) Say(later, "only the first piece of text of " + name + " is its value");
     }
     std::string const text = value.value();
     LookAtText(element, text, raw.first_child().value());
@@ -276,7 +286,8 @@ void CHECKER::LookAtText(pugi::xml_node element, std::string const& text, std::s
     if (text != rawText) {
         Say(element, name + " holds entities or line ends that are decoded: " + Excerpt(rawText));
     }
-    if (text != Normalised(text)) {
+    // Around the text of an element that holds others too, space is layout.
+    if ((HasElements(element) ? Trimmed(text) : text) != Normalised(text)) {
         Say(element, "white space of " + name + " changes: trimmed at the ends, inner runs become one space");
     }
 }

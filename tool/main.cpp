@@ -1,9 +1,14 @@
 // `ticket`: looks into ticket files and mends them. This file is the command line; the commands are in their own
 // sources.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Commands.h"
 #include "ConfigurationControl/Version.h"
@@ -119,16 +124,44 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     command->callback([&run] { run = [] { return Import(import); }; });
 }
 
+// The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list. A mark in front keeps
+// them as they are until the parser has passed them on.
+constexpr char kMark = '\x01';
+
+std::string Marked(std::string const& argument) {
+    bool const isSign = argument == "++" || argument[0] == '[' || argument[0] == kMark;
+    return isSign ? kMark + argument : argument;
+}
+
+std::string Unmarked(std::string const& argument) {
+    return argument[0] == kMark ? argument.substr(1) : argument;
+}
+
+void UnmarkWhatIsPassedOn(CLI::App& app) {
+    for (auto* const command : app.get_subcommands({})) {
+        for (auto* const option : command->get_options()) {
+            if (option->get_expected_max() > 0) option->transform(Unmarked);
+        }
+    }
+}
+
+std::string WrongUsage(CLI::App const& app, CLI::ParseError const& error) {
+    auto const commands = app.get_subcommands();
+    if (!commands.empty()) return std::string(error.what()) + "; see ticket " + commands[0]->get_name() + " --help";
+    auto const unknown = app.remaining();
+    return (unknown.empty() ? error.what() : "no command " + Quoted(unknown[0])) + "; see ticket --help";
+}
+
 // What the command line asks for, done; an exit code. Throws what goes wrong.
-int Run(CLI::App& app, RUN const& run, int argc, char** argv) {
+int Run(CLI::App& app, RUN const& run, std::vector<std::string> const& arguments) {
+    std::vector<std::string> lastFirst;
+    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(lastFirst), Marked);
     try {
-        app.parse(argc, argv);
+        app.parse(std::move(lastFirst));
     } catch (CLI::Success const& help) {
         return app.exit(help);  // --help, --version
     } catch (CLI::ParseError const& error) {
-        auto const commands = app.get_subcommands();
-        auto const command = commands.empty() ? std::string() : commands.front()->get_name() + " ";
-        throw Failure(std::string(error.what()) + "; see ticket " + command + "--help");
+        throw Failure(WrongUsage(app, error));
     }
     return run();
 }
@@ -144,8 +177,9 @@ int main(int argc, char** argv) {
     RUN run;
     AddReadCommands(app, run);
     AddWriteCommands(app, run);
+    UnmarkWhatIsPassedOn(app);
     try {
-        int const result = Run(app, run, argc, argv);
+        int const result = Run(app, run, {argv + std::min(argc, 1), argv + argc});
         std::cout.flush();
         if (!std::cout) throw Failure("standard output cannot be written");
         return result;

@@ -1,0 +1,69 @@
+// Programs run as a user runs them, and the fixture of all tests of the tool.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <future>
+#include <string>
+#include <vector>
+
+#include "support/Files.h"
+
+struct RESULT {
+    int code;  // the exit code, or 128 + the number of the signal that ended the program
+    std::string out;
+    std::string err;
+};
+
+using ARGUMENTS = std::vector<std::string>;
+
+// How a program is run.
+struct MANNER {
+    std::string directory;
+    std::string input;
+    std::vector<std::string> environment;  // "NAME=VALUE", added to the test's own
+    std::vector<int> closed;               // standard streams that are closed
+    bool asNobody = false;                 // as a user without rights; needs root
+};
+
+// A program that has been started; its output is collected until it ends.
+class PROCESS {
+ public:
+    PROCESS(ARGUMENTS const& command, MANNER const& manner);
+    void Signal(int number) const;
+    RESULT Wait();
+
+ private:
+    pid_t m_process;
+    std::future<RESULT> m_result;
+};
+
+// Runs a program on a terminal of its own; what appears there.
+std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner);
+
+class Tool : public testing::Test {
+ protected:
+    Tool() { m_manner.directory = m_scratch.Path(); }
+
+    // Runs the tool in the scratch directory.
+    RESULT Ticket(ARGUMENTS arguments) const { return Start(std::move(arguments)).Wait(); }
+    PROCESS Start(ARGUMENTS arguments) const;
+    RESULT TicketWithInput(std::string input, ARGUMENTS arguments) const;
+    // Its standard output; fails the test unless it succeeded without a word of complaint.
+    std::string Output(ARGUMENTS arguments) const;
+    // Fails the test unless the tool fails with exit code 2 and one line, which is returned without its "ticket: ".
+    std::string Error(ARGUMENTS arguments) const;
+
+    void Write(std::string const& name, std::string const& content) const { files::Write(m_scratch / name, content); }
+    // A ticket file with these elements inside.
+    void WriteTicket(std::string const& name, std::string const& elements) const;
+    std::string Content(std::string const& name) const { return files::Content(m_scratch / name); }
+
+    files::SCRATCH m_scratch;
+    MANNER m_manner;
+};
+
+// Whether tests run as root, whom permissions do not stop.
+bool IsRoot();

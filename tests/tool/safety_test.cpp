@@ -1,0 +1,361 @@
+// What the tool does about files, directories, streams and neighbours that do not behave.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "Program.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// The commands that write, each as it would change "s.xml".
+std::vector<ARGUMENTS> WriteCommands() {
+    return {{"set", "s.xml", "a", "x"},
+            {"set", "s.xml", "a", "x", "--force"},
+            {"delete", "s.xml", "a"},
+            {"delete", "s.xml", "a", "--force"},
+            {"merge", "from.xml", "s.xml"},
+            {"merge", "from.xml", "s.xml", "--clear", "--force"},
+            {"import", "s.xml"},
+            {"import", "s.xml", "--clear", "--force"}};
+}
+
+// The commands that read, each of "s.xml".
+std::vector<ARGUMENTS> ReadCommands() {
+    return {{"list", "s.xml"},
+            {"get", "s.xml", "a"},
+            {"export", "s.xml"},
+            {"settings", "s.xml"},
+            {"diff", "s.xml", "from.xml"}};
+}
+
+std::vector<ARGUMENTS> AllCommands() {
+    auto commands = ReadCommands();
+    for (auto const& command : WriteCommands()) commands.push_back(command);
+    return commands;
+}
+
+class ToolSafety : public Tool {
+ protected:
+    ToolSafety() {
+        WriteTicket("from.xml", "<a type='string'>new</a>");
+        m_manner.input = R"([{"key": "a", "type": "string", "value": "new"}])";
+    }
+
+    // Runs the rest of the test as a user whom permissions stop; false where that cannot be.
+    bool BecomeNobody() {
+        if (!IsRoot()) return true;
+        std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms::all);
+        m_manner.asNobody = true;
+        m_manner.environment.push_back("TMPDIR=/tmp");
+        return Ticket({"--version"}).code == 0;
+    }
+};
+
+TEST_F(ToolSafety, AFileThatDoesNotParseIsRefusedWithItsPlaceAndLeftAsItWas) {
+    std::string const broken = "<ticket>\n  <a type='string'>x</b>\n</ticket>\n";
+    Write("s.xml", broken);
+    for (auto const& command : AllCommands()) {
+        EXPECT_EQ(Error(command), "s.xml:2:23: does not parse: Start-end tags mismatch") << command[0];
+        EXPECT_EQ(Content("s.xml"), broken);
+    }
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml", "s.xml"));
+}
+
+TEST_F(ToolSafety, ADirectoryIsNoTicketFile) {
+    std::filesystem::create_directory(m_scratch / "s.xml");
+    for (auto const& command : AllCommands()) EXPECT_EQ(Error(command), "s.xml: not a regular file") << command[0];
+    EXPECT_EQ(Error({"check", "s.xml"}), "s.xml: not a regular file");
+}
+
+TEST_F(ToolSafety, APipeIsNotWaitedFor) {
+    ASSERT_EQ(mkfifo((m_scratch / "s.xml").c_str(), 0600), 0);
+    for (auto const& command : AllCommands()) EXPECT_EQ(Error(command), "s.xml: not a regular file") << command[0];
+}
+
+TEST_F(ToolSafety, AMissingFileIsMadeByWritingCommandsAndRefusedByOthers) {
+    for (auto const& command : ReadCommands()) EXPECT_EQ(Error(command), "s.xml: no such file") << command[0];
+    EXPECT_EQ(Error({"delete", "s.xml", "a"}), "s.xml: no such file");
+    EXPECT_EQ(Output({"import", "s.xml"}), "");
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "new\n");
+    EXPECT_EQ(Error({"set", "none/s.xml", "a", "x"}), "none/s.xml: no such directory");
+    EXPECT_EQ(Error({"set", "from.xml/s.xml", "a", "x"}), "from.xml/s.xml: no such file");
+}
+
+TEST_F(ToolSafety, AnEmptyNameIsRefusedAndLeavesNothing) {
+    EXPECT_EQ(Error({"set", "", "a", "x"}), "the name of a ticket file is empty");
+    EXPECT_EQ(Error({"list", ""}), "the name of a ticket file is empty");
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml"));
+}
+
+TEST_F(ToolSafety, AFileThatCannotBeReadIsRefused) {
+    WriteTicket("s.xml", "<a type='int'>1</a>");
+    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms::none);
+    if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
+    for (auto const& command : AllCommands()) {
+        EXPECT_EQ(Error(command), "s.xml: cannot be read: Permission denied") << command[0];
+    }
+    EXPECT_EQ(Error({"check", "s.xml"}), "s.xml: cannot be read: Permission denied");
+}
+
+TEST_F(ToolSafety, ADirectoryThatCannotBeEnteredIsTold) {
+    std::filesystem::create_directory(m_scratch / "closed");
+    WriteTicket("closed/s.xml", "<a type='int'>1</a>");
+    std::filesystem::permissions(m_scratch / "closed", std::filesystem::perms::none);
+    if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
+    EXPECT_EQ(Error({"list", "closed/s.xml"}), "closed/s.xml: cannot be read: Permission denied");
+    EXPECT_EQ(Error({"set", "closed/s.xml", "a", "1"}), "closed/s.xml: cannot be read: Permission denied");
+    std::filesystem::permissions(m_scratch / "closed", std::filesystem::perms::owner_all);
+}
+
+TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
+    WriteTicket("s.xml", "<a type='string'>1</a>");
+    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0644));
+    std::filesystem::permissions(m_scratch / "from.xml", std::filesystem::perms(0644));
+    auto const before = Content("s.xml");
+    if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
+    for (auto const& command : WriteCommands()) {
+        EXPECT_EQ(Error(command), "s.xml: cannot be written: .: Permission denied") << command[0];
+    }
+    EXPECT_EQ(Error({"set", "new.xml", "a", "x"}), "new.xml: cannot be written: .: Permission denied");
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
+    EXPECT_EQ(Content("s.xml"), before);
+    EXPECT_FALSE(files::Exists(m_scratch / "new.xml"));
+}
+
+TEST_F(ToolSafety, ASaveThatDoesNotGoThroughIsToldEvenWithForce) {
+    WriteTicket("s.xml", "<a type='string'>1</a><b type='int'>1</b>");
+    auto const before = Content("s.xml");
+    std::filesystem::create_directory(m_scratch / "s.xml.tmp");
+    for (auto const& command : WriteCommands()) {
+        EXPECT_EQ(Error(command), "s.xml: cannot be written: is the disk full, or s.xml.tmp in the way?") << command[0];
+        EXPECT_EQ(Content("s.xml"), before);
+    }
+}
+
+TEST_F(ToolSafety, WithoutAPlaceForACopyNothingIsWritten) {
+    WriteTicket("s.xml", "<a type='string'>1</a>");
+    auto const before = Content("s.xml");
+    m_manner.environment = {"TMPDIR=/does/not/exist"};
+    for (auto const& command : WriteCommands()) {
+        EXPECT_EQ(Error(command), "no place for a copy to rehearse on: is TMPDIR a directory that can be written?");
+    }
+    EXPECT_EQ(Content("s.xml"), before);
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "1\n");
+}
+
+TEST_F(ToolSafety, ALinkIsFollowedAndStays) {
+    std::filesystem::create_directory(m_scratch / "real");
+    WriteTicket("real/t.xml", "<a type='string'>1</a>");
+    std::filesystem::create_symlink("real/t.xml", m_scratch / "s.xml");
+    EXPECT_EQ(Output({"set", "s.xml", "a", "2"}), "");
+    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch / "s.xml"));
+    EXPECT_EQ(Output({"get", "real/t.xml", "a"}), "2\n");
+}
+
+TEST_F(ToolSafety, ALinkToNothingIsRefused) {
+    std::filesystem::create_symlink("nothing.xml", m_scratch / "s.xml");
+    EXPECT_EQ(Error({"set", "s.xml", "a", "2"}), "s.xml: a link to nothing");
+    EXPECT_EQ(Error({"list", "s.xml"}), "s.xml: no such file");
+    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch / "s.xml"));
+}
+
+TEST_F(ToolSafety, AFileKeepsItsOwnerAndPermissions) {
+    WriteTicket("s.xml", "<a type='string'>1</a>");
+    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0640));
+    constexpr uid_t other = 12345;
+    bool const given = !IsRoot() || chown((m_scratch / "s.xml").c_str(), other, other) == 0;
+    ASSERT_TRUE(given);
+    EXPECT_EQ(Output({"set", "s.xml", "a", "2"}), "");
+    struct stat found;
+    ASSERT_EQ(stat((m_scratch / "s.xml").c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 07777u, 0640u);
+    EXPECT_EQ(found.st_uid, IsRoot() ? other : geteuid());
+    EXPECT_EQ(found.st_gid, IsRoot() ? other : getegid());
+}
+
+TEST_F(ToolSafety, CommandsThatChangeOneFileAtTheSameTimeAllArrive) {
+    std::vector<PROCESS> all;
+    for (int i = 10; i < 22; ++i) all.push_back(Start({"set", "s.xml", "k" + std::to_string(i), "x"}));
+    for (auto& one : all) EXPECT_EQ(one.Wait().err, "");
+    auto const keys = Output({"list", "--keys", "s.xml"});
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), '\n'), 12) << keys;
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml", "s.xml"));
+}
+
+// Commands whose copies can be watched: there are enough keys to keep them busy for a while.
+class ToolCopies : public Tool {
+ protected:
+    ToolCopies() {
+        std::string elements;
+        for (int i = 0; i < 20000; ++i)
+            elements += "<k" + std::to_string(i) + " type='int'>1</k" + std::to_string(i) + ">";
+        WriteTicket("s.xml", elements);
+        std::filesystem::create_directory(m_temporary);
+        m_manner.environment = {"TMPDIR=" + m_temporary};
+    }
+
+    // The directory that the running tool has made for its copy.
+    std::filesystem::path WaitForCopy() const {
+        auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < end) {
+            for (auto const& entry : std::filesystem::directory_iterator(m_temporary)) return entry.path();
+            std::this_thread::yield();
+        }
+        return {};
+    }
+
+    std::string const m_temporary = m_scratch / "temporary";
+};
+
+TEST_F(ToolCopies, AreInADirectoryOfTheUserAndDoNotStay) {
+    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0644));
+    auto process = Start({"set", "s.xml", "a", "x"});
+    auto const directory = WaitForCopy();
+    ASSERT_FALSE(directory.empty());
+    auto const mode = files::Mode(directory);
+    EXPECT_EQ(process.Wait().err, "");
+    EXPECT_EQ(mode, 0700u);
+    EXPECT_TRUE(std::filesystem::is_empty(m_temporary));
+    EXPECT_EQ(Output({"check", "s.xml"}), "");
+    EXPECT_TRUE(std::filesystem::is_empty(m_temporary));
+}
+
+TEST_F(ToolCopies, DoNotStayWhenTheUserInterrupts) {
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+        auto process = Start({"set", "s.xml", "a", "x"});
+        ASSERT_FALSE(WaitForCopy().empty());
+        process.Signal(signal);
+        EXPECT_EQ(process.Wait().code, 128 + signal);
+        EXPECT_TRUE(std::filesystem::is_empty(m_temporary));
+    }
+    EXPECT_EQ(Output({"list", "s.xml", "a"}), "");
+}
+
+TEST_F(ToolCopies, DoNotStayAfterAFailure) {
+    EXPECT_THAT(Error({"set", "s.xml", "a b", "x"}), HasSubstr("would not parse"));
+    EXPECT_THAT(Error({"set", "s.xml", "a", "x "}), HasSubstr("would come back"));
+    EXPECT_THAT(Error({"set", "s.xml", "a", "x", "--type", "int"}), HasSubstr("not a value"));
+    EXPECT_TRUE(std::filesystem::is_empty(m_temporary));
+}
+
+class ToolStreams : public ToolSafety {
+ protected:
+    ToolStreams() { WriteTicket("s.xml", "<a type='string'>1</a>"); }
+};
+
+TEST_F(ToolStreams, AClosedStandardOutputIsAFailureForCommandsThatPrint) {
+    m_manner.closed = {STDOUT_FILENO};
+    auto const result = Ticket({"list", "s.xml"});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.err, "ticket: standard output cannot be written\n");
+    EXPECT_EQ(Ticket({"--help"}).code, 2);
+    EXPECT_EQ(Ticket({"check", "s.xml"}).code, 0);
+}
+
+TEST_F(ToolStreams, ClosedStandardStreamsDoNotReachTheFile) {
+    m_manner.closed = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+    EXPECT_EQ(Ticket({"set", "s.xml", "a", "2"}).code, 0);
+    EXPECT_EQ(Ticket({"import", "s.xml"}).code, 2);
+    EXPECT_EQ(Ticket({"set", "s.xml", "b c", "2"}).code, 2);
+    m_manner.closed.clear();
+    EXPECT_EQ(Output({"list", "s.xml"}), "a\tstring\t\"2\"\n");
+}
+
+TEST_F(ToolStreams, AFullDiskBehindStandardOutputIsAFailure) {
+    for (std::string const command : {"list s.xml", "export s.xml", "--help", "settings s.xml --json"}) {
+        auto const result =
+            PROCESS({"sh", "-c", "exec " TICKET_PROGRAM " " + command + " >/dev/full"}, m_manner).Wait();
+        EXPECT_EQ(result.code, 2) << command;
+        EXPECT_EQ(result.err, "ticket: standard output cannot be written\n");
+    }
+}
+
+TEST_F(ToolStreams, AReaderThatHasSeenEnoughEndsTheToolQuietly) {
+    std::string elements;
+    for (int i = 0; i < 20000; ++i) elements += "<k type='int'>1</k>";
+    WriteTicket("s.xml", elements);
+    auto const result = PROCESS({"sh", "-c", TICKET_PROGRAM " list s.xml | head -1"}, m_manner).Wait();
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "k[0]\tint\t1\n");
+    EXPECT_EQ(result.err, "");
+}
+
+// Files that are too much for something.
+class ToolExtremes : public Tool {
+ protected:
+    static std::string Repeated(std::string const& text, int count) {
+        std::string result;
+        for (int i = 0; i < count; ++i) result += text;
+        return result;
+    }
+};
+
+TEST_F(ToolExtremes, AMillionNestedElementsAreListedAndCheckedAndNotSaved) {
+    constexpr int levels = 1'000'000;
+    WriteTicket("s.xml", Repeated("<a>", levels) + "<v type='int'>1</v>" + Repeated("</a>", levels));
+    auto const before = Content("s.xml");
+    EXPECT_EQ(Output({"list", "s.xml"}), Repeated("a/", levels) + "v\tint\t1\n");
+    EXPECT_EQ(Output({"get", "s.xml", "other", "--help"}).empty(), false);
+    auto const checked = Ticket({"check", "s.xml"});
+    EXPECT_EQ(checked.code, 1);
+    EXPECT_THAT(checked.out, StartsWith("s.xml:1:3000009: key 'a/a/a/a/"));
+    EXPECT_THAT(checked.out, HasSubstr("...' nests 1000001 elements: too deep to be saved\n"));
+    for (auto const& force : {ARGUMENTS{}, ARGUMENTS{"--force"}}) {
+        ARGUMENTS set{"set", "s.xml", "b", "x"};
+        set.insert(set.end(), force.begin(), force.end());
+        EXPECT_THAT(Error(set), HasSubstr("too deep to be saved"));
+        EXPECT_EQ(Content("s.xml") == before, true);
+    }
+}
+
+TEST_F(ToolExtremes, AMillionNestedElementsWithoutAValueAreChecked) {
+    constexpr int levels = 1'000'000;
+    WriteTicket("s.xml", Repeated("<a>", levels) + Repeated("</a>", levels));
+    auto const checked = Ticket({"check", "s.xml"});
+    EXPECT_EQ(checked.code, 1);
+    EXPECT_EQ(checked.out, "s.xml:1:3000006: element 'a' holds nothing\n");
+}
+
+TEST_F(ToolExtremes, AFileWhoseKeysWouldFillTheMemoryIsRefusedAndNotTakenForEmpty) {
+    constexpr int levels = 30'000;
+    WriteTicket("s.xml", Repeated("<a type='int'>1", levels) + Repeated("</a>", levels));
+    auto const before = Content("s.xml");
+    std::string const reason = "s.xml: is not loaded: nested so deep that its keys would fill the memory";
+    EXPECT_EQ(Error({"list", "s.xml"}), reason);
+    EXPECT_EQ(Error({"set", "s.xml", "b", "x", "--force"}), reason);
+    auto const checked = Ticket({"check", "s.xml"});
+    EXPECT_EQ(checked.code, 1);
+    EXPECT_EQ(checked.out, reason + "\n");
+    EXPECT_EQ(Content("s.xml") == before, true);
+    EXPECT_THAT(m_scratch.Names(), ElementsAre("s.xml"));
+}
+
+TEST_F(ToolExtremes, AHundredThousandKeysAreServed) {
+    std::string elements;
+    for (int i = 0; i < 1000; ++i) {
+        auto const group = "g" + std::to_string(i);
+        elements += "<" + group + ">";
+        for (int j = 0; j < 100; ++j) {
+            auto const name = "k" + std::to_string(j);
+            elements += "<" + name + " type='int'>" + std::to_string(j) + "</" + name + ">\n";
+        }
+        elements += "</" + group + ">";
+    }
+    WriteTicket("s.xml", elements);
+    EXPECT_EQ(Output({"get", "s.xml", "g500/k50"}), "50\n");
+    EXPECT_EQ(Output({"set", "s.xml", "g500/k50", "7"}), "");
+    auto const list = Output({"list", "s.xml"});
+    EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 100'000);
+    EXPECT_THAT(list, HasSubstr("\ng500/k50\tint\t7\n"));
+    EXPECT_EQ(Output({"check", "s.xml"}), "");
+}
+
+}  // namespace
