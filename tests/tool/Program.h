@@ -56,12 +56,14 @@ class Tool : public testing::Test {
     // Fails the test unless the tool fails with exit code 2 and one line, which is returned without its "ticket: ".
     std::string Error(ARGUMENTS arguments) const;
 
-    void Write(std::string const& name, std::string const& content) const { files::Write(m_scratch / name, content); }
+    void Write(std::string const& name, std::string const& content) const {
+        files::Write(m_scratch.Path(name), content);
+    }
     // A ticket file with these elements inside.
     void WriteTicket(std::string const& name, std::string const& elements) const;
-    std::string Content(std::string const& name) const { return files::Content(m_scratch / name); }
+    std::string Content(std::string const& name) const { return FileContent(m_scratch.Path(name)); }
 
-    files::SCRATCH m_scratch;
+    SCRATCH_DIRECTORY m_scratch;
     MANNER m_manner;
 };
 

@@ -87,7 +87,7 @@ TEST_F(ToolHelp, AnErrorIsOneLineWhateverItIsAbout) {
 }
 
 TEST_F(ToolHelp, TheManPageHasEveryCommandAndOption) {
-    auto page = files::Content(TOOL_SOURCES "/ticket.1");
+    auto page = FileContent(TOOL_SOURCES "/ticket.1");
     page = std::regex_replace(page, std::regex("\\\\-"), "-");
     for (std::string const command : COMMANDS) {
         auto const begin = page.find("\n.BI \"" + command + " ");
@@ -148,7 +148,7 @@ TEST_F(ToolColour, IsNotUsedWhenTheUserWantsNone) {
 class ToolCompletion : public ToolHelp {
  protected:
     ToolCompletion() {
-        std::filesystem::create_directory(m_scratch / "my files");
+        std::filesystem::create_directory(m_scratch.Path("my files"));
         for (std::string const name : {"s.xml", "my files/s.xml"}) {
             WriteTicket(name,
                         "<Log><Level type='int'>3</Level><Mode type='int'>1</Mode></Log>"

@@ -65,17 +65,17 @@ TEST_F(ToolSafety, AFileThatDoesNotParseIsRefusedWithItsPlaceAndLeftAsItWas) {
         EXPECT_EQ(Error(command), "s.xml:2:23: does not parse: Start-end tags mismatch") << command[0];
         EXPECT_EQ(Content("s.xml"), broken);
     }
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml", "s.xml"));
+    EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml", "s.xml"));
 }
 
 TEST_F(ToolSafety, ADirectoryIsNoTicketFile) {
-    std::filesystem::create_directory(m_scratch / "s.xml");
+    std::filesystem::create_directory(m_scratch.Path("s.xml"));
     for (auto const& command : AllCommands()) EXPECT_EQ(Error(command), "s.xml: not a regular file") << command[0];
     EXPECT_EQ(Error({"check", "s.xml"}), "s.xml: not a regular file");
 }
 
 TEST_F(ToolSafety, APipeIsNotWaitedFor) {
-    ASSERT_EQ(mkfifo((m_scratch / "s.xml").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((m_scratch.Path("s.xml")).c_str(), 0600), 0);
     for (auto const& command : AllCommands()) EXPECT_EQ(Error(command), "s.xml: not a regular file") << command[0];
 }
 
@@ -91,12 +91,12 @@ TEST_F(ToolSafety, AMissingFileIsMadeByWritingCommandsAndRefusedByOthers) {
 TEST_F(ToolSafety, AnEmptyNameIsRefusedAndLeavesNothing) {
     EXPECT_EQ(Error({"set", "", "a", "x"}), "the name of a ticket file is empty");
     EXPECT_EQ(Error({"list", ""}), "the name of a ticket file is empty");
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml"));
+    EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml"));
 }
 
 TEST_F(ToolSafety, AFileThatCannotBeReadIsRefused) {
     WriteTicket("s.xml", "<a type='int'>1</a>");
-    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms::none);
+    std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms::none);
     if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
     for (auto const& command : AllCommands()) {
         EXPECT_EQ(Error(command), "s.xml: cannot be read: Permission denied") << command[0];
@@ -105,19 +105,19 @@ TEST_F(ToolSafety, AFileThatCannotBeReadIsRefused) {
 }
 
 TEST_F(ToolSafety, ADirectoryThatCannotBeEnteredIsTold) {
-    std::filesystem::create_directory(m_scratch / "closed");
+    std::filesystem::create_directory(m_scratch.Path("closed"));
     WriteTicket("closed/s.xml", "<a type='int'>1</a>");
-    std::filesystem::permissions(m_scratch / "closed", std::filesystem::perms::none);
+    std::filesystem::permissions(m_scratch.Path("closed"), std::filesystem::perms::none);
     if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
     EXPECT_EQ(Error({"list", "closed/s.xml"}), "closed/s.xml: cannot be read: Permission denied");
     EXPECT_EQ(Error({"set", "closed/s.xml", "a", "1"}), "closed/s.xml: cannot be read: Permission denied");
-    std::filesystem::permissions(m_scratch / "closed", std::filesystem::perms::owner_all);
+    std::filesystem::permissions(m_scratch.Path("closed"), std::filesystem::perms::owner_all);
 }
 
 TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
     WriteTicket("s.xml", "<a type='string'>1</a>");
-    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0644));
-    std::filesystem::permissions(m_scratch / "from.xml", std::filesystem::perms(0644));
+    std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms(0644));
+    std::filesystem::permissions(m_scratch.Path("from.xml"), std::filesystem::perms(0644));
     auto const before = Content("s.xml");
     if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
@@ -127,13 +127,13 @@ TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
     EXPECT_EQ(Error({"set", "new.xml", "a", "x"}), "new.xml: cannot be written: .: Permission denied");
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
     EXPECT_EQ(Content("s.xml"), before);
-    EXPECT_FALSE(files::Exists(m_scratch / "new.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("new.xml")));
 }
 
 TEST_F(ToolSafety, ASaveThatDoesNotGoThroughIsToldEvenWithForce) {
     WriteTicket("s.xml", "<a type='string'>1</a><b type='int'>1</b>");
     auto const before = Content("s.xml");
-    std::filesystem::create_directory(m_scratch / "s.xml.tmp");
+    std::filesystem::create_directory(m_scratch.Path("s.xml.tmp"));
     for (auto const& command : WriteCommands()) {
         EXPECT_EQ(Error(command), "s.xml: cannot be written: is the disk full, or s.xml.tmp in the way?") << command[0];
         EXPECT_EQ(Content("s.xml"), before);
@@ -152,30 +152,30 @@ TEST_F(ToolSafety, WithoutAPlaceForACopyNothingIsWritten) {
 }
 
 TEST_F(ToolSafety, ALinkIsFollowedAndStays) {
-    std::filesystem::create_directory(m_scratch / "real");
+    std::filesystem::create_directory(m_scratch.Path("real"));
     WriteTicket("real/t.xml", "<a type='string'>1</a>");
-    std::filesystem::create_symlink("real/t.xml", m_scratch / "s.xml");
+    std::filesystem::create_symlink("real/t.xml", m_scratch.Path("s.xml"));
     EXPECT_EQ(Output({"set", "s.xml", "a", "2"}), "");
-    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch / "s.xml"));
+    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch.Path("s.xml")));
     EXPECT_EQ(Output({"get", "real/t.xml", "a"}), "2\n");
 }
 
 TEST_F(ToolSafety, ALinkToNothingIsRefused) {
-    std::filesystem::create_symlink("nothing.xml", m_scratch / "s.xml");
+    std::filesystem::create_symlink("nothing.xml", m_scratch.Path("s.xml"));
     EXPECT_EQ(Error({"set", "s.xml", "a", "2"}), "s.xml: a link to nothing");
     EXPECT_EQ(Error({"list", "s.xml"}), "s.xml: no such file");
-    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch / "s.xml"));
+    EXPECT_TRUE(std::filesystem::is_symlink(m_scratch.Path("s.xml")));
 }
 
 TEST_F(ToolSafety, AFileKeepsItsOwnerAndPermissions) {
     WriteTicket("s.xml", "<a type='string'>1</a>");
-    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0640));
+    std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms(0640));
     constexpr uid_t other = 12345;
-    bool const given = !IsRoot() || chown((m_scratch / "s.xml").c_str(), other, other) == 0;
+    bool const given = !IsRoot() || chown((m_scratch.Path("s.xml")).c_str(), other, other) == 0;
     ASSERT_TRUE(given);
     EXPECT_EQ(Output({"set", "s.xml", "a", "2"}), "");
     struct stat found;
-    ASSERT_EQ(stat((m_scratch / "s.xml").c_str(), &found), 0);
+    ASSERT_EQ(stat((m_scratch.Path("s.xml")).c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 07777u, 0640u);
     EXPECT_EQ(found.st_uid, IsRoot() ? other : geteuid());
     EXPECT_EQ(found.st_gid, IsRoot() ? other : getegid());
@@ -187,7 +187,7 @@ TEST_F(ToolSafety, CommandsThatChangeOneFileAtTheSameTimeAllArrive) {
     for (auto& one : all) EXPECT_EQ(one.Wait().err, "");
     auto const keys = Output({"list", "--keys", "s.xml"});
     EXPECT_EQ(std::count(keys.begin(), keys.end(), '\n'), 12) << keys;
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("from.xml", "s.xml"));
+    EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml", "s.xml"));
 }
 
 // Commands whose copies can be watched: there are enough keys to keep them busy for a while.
@@ -212,11 +212,11 @@ class ToolCopies : public Tool {
         return {};
     }
 
-    std::string const m_temporary = m_scratch / "temporary";
+    std::string const m_temporary = m_scratch.Path("temporary");
 };
 
 TEST_F(ToolCopies, AreInADirectoryOfTheUserAndDoNotStay) {
-    std::filesystem::permissions(m_scratch / "s.xml", std::filesystem::perms(0644));
+    std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms(0644));
     auto process = Start({"set", "s.xml", "a", "x"});
     auto const directory = WaitForCopy();
     ASSERT_FALSE(directory.empty());
@@ -335,7 +335,7 @@ TEST_F(ToolExtremes, AFileWhoseKeysWouldFillTheMemoryIsRefusedAndNotTakenForEmpt
     EXPECT_EQ(checked.code, 1);
     EXPECT_EQ(checked.out, reason + "\n");
     EXPECT_EQ(Content("s.xml") == before, true);
-    EXPECT_THAT(m_scratch.Names(), ElementsAre("s.xml"));
+    EXPECT_THAT(files::Names(m_scratch), ElementsAre("s.xml"));
 }
 
 TEST_F(ToolExtremes, AHundredThousandKeysAreServed) {

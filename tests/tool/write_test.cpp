@@ -50,7 +50,7 @@ TEST_F(ToolSet, AValueThatIsNotOneOfItsTypeIsRefused) {
     }
     EXPECT_EQ(Error({"set", "s.xml", "a", "inf", "--type", "double"}),
               "'a': a ticket file cannot hold an infinite number");
-    EXPECT_FALSE(files::Exists(m_scratch / "s.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("s.xml")));
 }
 
 TEST_F(ToolSet, ANewKeyIsAStringAndAnExistingOneKeepsItsType) {
@@ -183,7 +183,7 @@ TEST_F(ToolSet, ALongValueIsCutInMessages) {
 
 TEST_F(ToolSet, ANewFileIsForItsOwnerOnly) {
     Output({"set", "s.xml", "a", "x"});
-    EXPECT_EQ(files::Mode(m_scratch / "s.xml"), 0600u);
+    EXPECT_EQ(files::Mode(m_scratch.Path("s.xml")), 0600u);
     EXPECT_EQ(Content("s.xml"),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket>\n\t<a type=\"string\">x</a>\n"
               "</ticket>\n");
@@ -234,7 +234,7 @@ TEST_F(ToolDelete, AKeyNamedTwiceIsDeletedOnce) {
 
 TEST_F(ToolDelete, AFileWithoutValuesIsRemoved) {
     EXPECT_EQ(Output({"delete", "s.xml", "a/b", "a/c", "v"}), "");
-    EXPECT_FALSE(files::Exists(m_scratch / "s.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("s.xml")));
 }
 
 class ToolMerge : public Tool {
@@ -286,13 +286,13 @@ TEST_F(ToolMerge, AnEmptyFileBringsNothingAndClearLeavesNothing) {
     EXPECT_EQ(Output({"merge", "empty.xml", "into.xml"}), "");
     EXPECT_EQ(Output({"export", "into.xml"}), before);
     EXPECT_EQ(Output({"merge", "empty.xml", "into.xml", "--clear"}), "");
-    EXPECT_FALSE(files::Exists(m_scratch / "into.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("into.xml")));
 }
 
 TEST_F(ToolMerge, AnEmptyFileMergedIntoNoneMakesNone) {
     WriteTicket("empty.xml", "");
     EXPECT_EQ(Output({"merge", "empty.xml", "new.xml"}), "");
-    EXPECT_FALSE(files::Exists(m_scratch / "new.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("new.xml")));
 }
 
 TEST_F(ToolMerge, ASelectionOfNothingIsRefusedBeforeAnythingIsCleared) {
@@ -393,7 +393,7 @@ TEST_F(ToolImport, KeepsOtherKeysUnlessCleared) {
     EXPECT_EQ(TicketWithInput("[]", {"import", "s.xml"}).code, 0);
     EXPECT_EQ(Output({"list", "s.xml"}), "b\tstring\t\"x\"\n");
     EXPECT_EQ(TicketWithInput("[]", {"import", "s.xml", "--clear"}).code, 0);
-    EXPECT_FALSE(files::Exists(m_scratch / "s.xml"));
+    EXPECT_FALSE(files::Exists(m_scratch.Path("s.xml")));
 }
 
 TEST_F(ToolImport, NumbersMayBeTextsAndVectorsOfOneAreTheirElement) {
