@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "support/FileTickets.h"
+#include "support/Misaligned.h"
 
 namespace {
 
@@ -35,6 +36,14 @@ TEST_F(FileTicketOperations, SaveAfterSecondsWaitsForMoreThanThatSinceTheTicketT
     m_open->Pass(1);
     EXPECT_EQ(Seconds(m_ticket, STICKET_OP_SAVE, 30), 1);
     EXPECT_TRUE(Exists(m_file));
+}
+
+TEST_F(FileTicketOperations, SecondsMayLieAtAnyAlignment) {
+    Set(m_ticket, "a", 1);
+    m_open->Pass(1);
+    MISALIGNED<int> seconds(30);
+    EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE, seconds.Address()), 1);
+    EXPECT_FALSE(Exists(m_file));
 }
 
 TEST_F(FileTicketOperations, OnlyTheFirstOfSeveralChangesCountsForTheSeconds) {

@@ -15,6 +15,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/SysLib.h"
 #include "support/FileTickets.h"
+#include "support/Misaligned.h"
 
 namespace {
 std::vector<std::string> g_log;
@@ -345,6 +346,14 @@ TEST_F(FileTicket, TextsOfABatchStayReadable) {
     EXPECT_TRUE(records[3].result);
     EXPECT_TRUE(records[4].result);  // behind the end of the batch: not touched
     EXPECT_EQ(ticket->GetMultiParameter(ticket->pTicket, nullptr), 0);
+}
+
+TEST_F(FileTicket, TextIsWrittenToBuffersOfAnyAlignment) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", "text");
+    MISALIGNED<char const*> text;
+    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "a", PARAM_STRING, text.Address(), SCALAR_INDEX), 1);
+    EXPECT_STREQ(text.Value(), "text");
 }
 
 TEST_F(FileTicket, RecordsOfABatchMayShareABuffer) {

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/Misaligned.h"
 #include "support/Tickets.h"
 
 namespace {
@@ -270,6 +271,23 @@ TEST(MemoryTicketOperation, HandsOutTheInstanceRecord) {
     EXPECT_EQ(Operate(ticket, STICKET_OP_INSTANCE, &record), 1);
     EXPECT_EQ(record, hSTicketInstance);
     EXPECT_EQ(Operate(ticket, STICKET_OP_INSTANCE), 0);
+}
+
+TEST(MemoryTicketOperation, TakesDataAtAnyAlignment) {
+    OWNER const ticket;
+    tickets::Set(ticket, "a", 1);
+    MISALIGNED<unsigned int> number(41);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_INCREMENT, number.Address()), 1);
+    EXPECT_EQ(number.Value(), 42u);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_FLUSH_NOTIFICATION, number.Address()), 0);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_COUNT, number.Address()), 1);
+    EXPECT_EQ(number.Value(), 1u);
+    MISALIGNED<STICKET_OPTION_WHOAMI> identity;
+    EXPECT_EQ(Operate(ticket, STICKET_OP_WHOAMI, identity.Address()), 1);
+    EXPECT_EQ(identity.Value().nIdB, -2);
+    MISALIGNED<void*> record;
+    EXPECT_EQ(Operate(ticket, STICKET_OP_INSTANCE, record.Address()), 1);
+    EXPECT_EQ(record.Value(), hSTicketInstance);
 }
 
 TEST(MemoryTicket, LocksThroughItsTable) {

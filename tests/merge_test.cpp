@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/Misaligned.h"
 #include "support/Tickets.h"
 
 namespace {
@@ -188,6 +189,23 @@ TEST_F(Merge, FromAForeignTableTakesWhatItKnows) {
     EXPECT_EQ(m_target->GetParameter(m_target->pTicket, "u", PARAM_DOUBLE, &natural, SCALAR_INDEX), 1);
     EXPECT_EQ(natural, 4000000000.0);
     EXPECT_EQ(tickets::Count(m_target), 2u) << "and the null text, which stores as an empty one";
+}
+
+TEST_F(Merge, TakesValuesOfAForeignTableFromAnyAlignment) {
+    STICKET_ACCESS foreign{};
+    foreign.WalkParameter = [](STICKET*, STICKET_WALK_CALLBACK callback, void* context, char const*, int) {
+        MISALIGNED<int> number(-5);
+        MISALIGNED<double> real(2.5);
+        MISALIGNED<int64_t> big(INT64_MIN);
+        MISALIGNED<BIN_STRING> bytes({"bytes", 5});
+        callback(context, "b", PARAM_BINSTR, bytes.Address(), SCALAR_INDEX);
+        callback(context, "d", PARAM_DOUBLE, real.Address(), SCALAR_INDEX);
+        callback(context, "i", PARAM_INT, number.Address(), SCALAR_INDEX);
+        callback(context, "l", PARAM_INT64, big.Address(), SCALAR_INDEX);
+        return 1;
+    };
+    EXPECT_EQ(m_target->MergeTicket(m_target->pTicket, &foreign, nullptr, true), 1);
+    EXPECT_EQ(Contents(m_target), (LINES{"b 5 bytes", "d 3 2.500000", "i 2 -5", "l 7 -9223372036854775808"}));
 }
 
 TEST_F(Merge, MayRunWhileAnotherThreadWritesTheSource) {

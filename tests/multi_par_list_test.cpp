@@ -15,6 +15,7 @@
 #include "ConfigurationControl/MathLib.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "support/FakeTicket.h"
+#include "support/Misaligned.h"
 #include "support/Records.h"
 
 namespace {
@@ -177,6 +178,25 @@ TEST(BatchList, CopiesTheKeyAndTheValueOfEveryType) {
                                            name + "[5] 8 4000000000", name + "[6] 9 18446744073709551615"));
 }
 
+TEST(BatchList, CopiesValuesFromAnyAlignment) {
+    SETMULTIPAR_LIST list;
+    MISALIGNED<int> number(-5);
+    MISALIGNED<unsigned int> natural(4000000000U);
+    MISALIGNED<double> real(2.5);
+    MISALIGNED<int64_t> big(-9007199254740993);
+    MISALIGNED<uint64_t> huge(18446744073709551615U);
+    MISALIGNED<BIN_STRING> bytes({"bytes", 5});
+    list.xSetParameter("k", PARAM_INT, number.Address(), SCALAR_INDEX);
+    list.xSetParameter("k", PARAM_UNSIGNED, natural.Address(), SCALAR_INDEX);
+    list.xSetParameter("k", PARAM_DOUBLE, real.Address(), SCALAR_INDEX);
+    list.xSetParameter("k", PARAM_INT64, big.Address(), SCALAR_INDEX);
+    list.xSetParameter("k", PARAM_UINT64, huge.Address(), SCALAR_INDEX);
+    list.xSetParameter("k", PARAM_BINSTR, bytes.Address(), SCALAR_INDEX);
+    EXPECT_THAT(Records(list),
+                ElementsAre("k[-1] 2 -5", "k[-1] 8 4000000000", "k[-1] 3 2.500000", "k[-1] 7 -9007199254740993",
+                            "k[-1] 9 18446744073709551615", "k[-1] 5 bytes"));
+}
+
 TEST(BatchList, KeepsTheCallersPointerOfTypesItCannotCopy) {
     SETMULTIPAR_LIST list;
     int object = 0;
@@ -220,10 +240,14 @@ TEST(BatchList, AByteStringWithoutDataIsEmpty) {
 
 TEST(BatchList, AValueTooLargeToCopyThrowsAndAddsNoRecord) {
     SETMULTIPAR_LIST list;
+    BIN_STRING const stored{"xyz", 3};
     BIN_STRING const bytes{"x", std::numeric_limits<uint64_t>::max()};
-    EXPECT_ANY_THROW(list.xSetParameter("k", PARAM_BINSTR, &bytes, SCALAR_INDEX));
-    EXPECT_EQ(list.Size(), 0u);
-    EXPECT_FALSE(list.ParameterExists("k"));
+    for (uint64_t before : {0u, 1u}) {
+        EXPECT_ANY_THROW(list.xSetParameter("k", PARAM_BINSTR, &bytes, SCALAR_INDEX));
+        EXPECT_EQ(list.Size(), before);
+        EXPECT_FALSE(list.ParameterExists("k"));
+        list.xSetParameter("stored", PARAM_BINSTR, &stored, SCALAR_INDEX);
+    }
 }
 
 TEST(BatchList, KnowsExactlyTheKeysAddedSinceTheLastClear) {

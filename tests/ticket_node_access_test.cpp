@@ -14,6 +14,7 @@
 
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
+#include "support/Misaligned.h"
 
 namespace {
 
@@ -345,11 +346,9 @@ TEST(GetParameter, RefusesUnknownTypesWithoutWriting) {
 
 TEST(GetParameter, WritesToBuffersOfAnyAlignment) {
     NODE const node = NodeWith(ENTRY(2.5));
-    char buffer[sizeof(double) + 1] = {};
-    EXPECT_TRUE(node.GetParameter(KEY, PARAM_DOUBLE, buffer + 1, SCALAR_INDEX));
-    double number = 0;
-    std::memcpy(&number, buffer + 1, sizeof number);
-    EXPECT_EQ(number, 2.5);
+    MISALIGNED<double> number;
+    EXPECT_TRUE(node.GetParameter(KEY, PARAM_DOUBLE, number.Address(), SCALAR_INDEX));
+    EXPECT_EQ(number.Value(), 2.5);
 }
 
 TEST(GetParameter, PointersStayValidWhileOtherKeysComeAndGoAndTheVectorGrows) {
@@ -463,6 +462,13 @@ TEST_P(SetParameterStores, AnElement) {
 
 INSTANTIATE_TEST_SUITE_P(Values, SetParameterStores, testing::ValuesIn(STORED_CASES),
                          [](auto const& test) { return test.param.name; });
+
+TEST(SetParameter, ReadsValuesOfAnyAlignment) {
+    NODE node;
+    MISALIGNED<int64_t> number(TWO_53 + 1);
+    EXPECT_TRUE(node.SetParameter(KEY, PARAM_INT64, number.Address(), SCALAR_INDEX));
+    EXPECT_EQ(node.GetEntry(KEY)->Int64(), TWO_53 + 1);
+}
 
 TEST(SetParameter, StoresOneNaNForAll) {
     uint64_t const bits = 0xFFF800000000BEEF;

@@ -30,6 +30,11 @@ std::string_view View(BIN_STRING const& bytes) {
     return {static_cast<char const*>(bytes.data), bytes.length};
 }
 
+// By length first: of a byte string with an absurd length no byte is looked at before copying it fails.
+bool Less(std::string_view a, std::string_view b) {
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+
 }  // namespace
 
 BIN_STRING_BUFFER::BIN_STRING_BUFFER(BIN_STRING const& bytes)
@@ -43,13 +48,13 @@ BIN_STRING const* BIN_STRING_CACHE::Add(BIN_STRING const& bytes) {
 }
 
 bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, BIN_STRING_BUFFER const& b) const {
-    return View(a.Get()) < View(b.Get());
+    return Less(View(a.Get()), View(b.Get()));
 }
 
 bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, std::string_view b) const {
-    return View(a.Get()) < b;
+    return Less(View(a.Get()), b);
 }
 
 bool BIN_STRING_CACHE::LESS::operator()(std::string_view a, BIN_STRING_BUFFER const& b) const {
-    return a < View(b.Get());
+    return Less(a, View(b.Get()));
 }

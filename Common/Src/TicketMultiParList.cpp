@@ -8,16 +8,12 @@
 #include "ConfigurationControl/MathLib.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/TicketAccess.h"
+#include "UntypedValue.h"
 
 namespace {
 
 bool IsSettable(PARAM_TYPE type) {
     return type != PARAM_NONE && type != PARAM_VECTOR && type <= PARAM_UINT64;
-}
-
-template <typename T>
-T const& At(void const* value) {
-    return *static_cast<T const*>(value);
 }
 
 bool KeyLess(SETMULTIPAR const& a, SETMULTIPAR const& b) {
@@ -115,23 +111,24 @@ void const* SETMULTIPAR_LIST::Stored(PARAM_TYPE type, void const* value) {
     if (!value) return nullptr;
     switch (type) {
         case PARAM_INT:
-            return m_ints.Add(At<int>(value));
-        case PARAM_DOUBLE:
-            if (MathLib::IsNotANumber(At<double>(value))) return &MathLib::NOT_A_DOUBLE_NUMBER;
-            return m_doubles.Add(At<double>(value));
+            return m_ints.Add(LoadValue<int>(value));
+        case PARAM_DOUBLE: {
+            double const number = LoadValue<double>(value);
+            return MathLib::IsNotANumber(number) ? &MathLib::NOT_A_DOUBLE_NUMBER : m_doubles.Add(number);
+        }
         case PARAM_STRING: {
             auto text = static_cast<char const*>(value);
             m_strings(text);
             return text;
         }
         case PARAM_BINSTR:
-            return m_binaries.Add(At<BIN_STRING>(value));
+            return m_binaries.Add(LoadValue<BIN_STRING>(value));
         case PARAM_INT64:
-            return m_int64s.Add(At<long long>(value));
+            return m_int64s.Add(LoadValue<long long>(value));
         case PARAM_UNSIGNED:
-            return m_unsigneds.Add(At<unsigned int>(value));
+            return m_unsigneds.Add(LoadValue<unsigned int>(value));
         case PARAM_UINT64:
-            return m_uint64s.Add(At<unsigned long long>(value));
+            return m_uint64s.Add(LoadValue<unsigned long long>(value));
         default:
             return value;
     }

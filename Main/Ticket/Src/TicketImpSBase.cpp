@@ -7,6 +7,7 @@
 
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
+#include "UntypedValue.h"
 
 // Made before any code runs, so that the constructors and destructors of other static objects may use it.
 constexpr STICKET_INSTANCE STicketInstance = {
@@ -63,7 +64,7 @@ namespace {
 template <typename T>
 bool Store(void* data, T value) {
     if (!data) return false;
-    *static_cast<T*>(data) = value;
+    StoreValue(data, value);
     return true;
 }
 
@@ -75,9 +76,9 @@ bool STICKET::CommonOperation(STICKET_OP code, void* data) {
         case STICKET_OP_COUNT_LOADED:
             return data && Store(data, static_cast<unsigned int>(m_content->parameters.Size()));
         case STICKET_OP_FLUSH_NOTIFICATION:
-            return data && FlushToNotification(GetNotification(*static_cast<int const*>(data)));
+            return data && FlushToNotification(GetNotification(LoadValue<int>(data)));
         case STICKET_OP_INCREMENT:
-            return data && Store(data, *static_cast<unsigned int const*>(data) + 1);
+            return data && Store(data, LoadValue<unsigned int>(data) + 1);
         case STICKET_OP_CONTEXT:
             return Store(data, m_whoAmI.pContext);
         case STICKET_OP_WHOAMI: {

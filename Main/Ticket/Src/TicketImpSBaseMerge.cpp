@@ -5,6 +5,7 @@
 
 #include "ConfigurationControl/MultiParList.h"
 #include "TicketImpSBase.h"
+#include "UntypedValue.h"
 
 namespace {
 
@@ -77,7 +78,7 @@ class COLLECTION {
     void const* Keep(T NUMBER::*member, void const* value) {
         if (!value) return nullptr;
         T& copy = m_numbers.emplace_back().*member;
-        copy = *static_cast<T const*>(value);
+        copy = LoadValue<T>(value);
         return &copy;
     }
 

@@ -11,6 +11,7 @@
 #include "TicketImpSFileSave.h"
 #include "TicketImpSFileStream.h"
 #include "TicketImpSFileWriter.h"
+#include "UntypedValue.h"
 
 STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOAMI const& whoAmI) {
     return (new STICKET_FILE(fileName, whoAmI))->GetInterface();
@@ -108,10 +109,10 @@ bool STICKET_FILE::Read(char const* key, PARAM_TYPE type, void* value, int index
     if (!m_content->parameters.GetParameter(key, type, value, index)) return false;
     if (type != PARAM_STRING || !value) return true;
     // The client keeps the pointer for longer than the tree keeps the text.
-    char const*& handedOut = *static_cast<char const**>(value);
-    char const* text = std::exchange(handedOut, nullptr);
+    auto text = LoadValue<char const*>(value);
+    StoreValue<char const*>(value, nullptr);  // what the buffer holds when memory is short
     m_strings(text);
-    handedOut = text;
+    StoreValue(value, text);
     return true;
 }
 
@@ -250,7 +251,7 @@ void STICKET_FILE::Save() {
 
 // Whether more than so many seconds have passed; no number means any time at all.
 bool STICKET_FILE::IsOver(std::time_t since, void const* seconds) const {
-    return !seconds || std::difftime(Now(), since) > *static_cast<int const*>(seconds);
+    return !seconds || std::difftime(Now(), since) > LoadValue<int>(seconds);
 }
 
 bool STICKET_FILE::Operation(STICKET_OP code, void* data) {

@@ -61,8 +61,8 @@ class clTICKETNODE {
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
-        long long const& Int64() const noexcept { return m_payload.int64; }
-        unsigned long long const& Uint64() const noexcept { return m_payload.uint64; }
+        int64_t const& Int64() const noexcept { return m_payload.int64; }
+        uint64_t const& Uint64() const noexcept { return m_payload.uint64; }
 
         static void _swap(clENTRY& a, clENTRY& b) noexcept;
 
@@ -72,8 +72,8 @@ class clTICKETNODE {
 
         union PAYLOAD {
             double number;
-            long long int64;
-            unsigned long long uint64;
+            int64_t int64;
+            uint64_t uint64;
             void* pointer;
             std::string* text;
             VECTOR* elements;

@@ -1,15 +1,13 @@
 // Converting access to a ticket's parameters: the typed getters, and the get and set operations that carry a type
 // number and an untyped pointer, one at a time or in batches.
-//
-// Values cross the untyped pointers by memcpy, so that a host's buffer may have any alignment and any 64-bit type.
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <exception>
 #include <utility>
 
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
+#include "UntypedValue.h"
 
 namespace {
 
@@ -67,9 +65,7 @@ ENTRY ToEntry(double value) {
 template <typename T>
 bool LoadAs(void const* source, ENTRY& entry) {
     if (!source) return false;
-    T value;
-    std::memcpy(&value, source, sizeof value);
-    entry = ToEntry(value);
+    entry = ToEntry(LoadValue<T>(source));
     return true;
 }
 
@@ -205,7 +201,7 @@ template <typename T>
 bool clTICKETNODE::ReadInto(clENTRY const* entry, void* buffer) {
     T value;
     bool const found = Read(entry, value);
-    std::memcpy(buffer, &value, sizeof value);
+    StoreValue(buffer, value);
     return found;
 }
 
@@ -230,7 +226,7 @@ bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, i
             if (index != SCALAR_INDEX) return false;
             uint64_t count = 0;
             bool const found = Count(entry, count);
-            std::memcpy(value, &count, sizeof count);
+            StoreValue(value, count);
             return found;
         }
         case PARAM_INT64:

@@ -1,0 +1,16 @@
+// Values behind the untyped pointers of hosts: at any alignment, and of any type that has the size.
+#pragma once
+
+#include <cstring>
+
+template <typename T>
+T LoadValue(void const* source) {
+    T value;
+    std::memcpy(&value, source, sizeof value);
+    return value;
+}
+
+template <typename T>
+void StoreValue(void* destination, T const& value) {
+    std::memcpy(destination, &value, sizeof value);
+}
