@@ -67,7 +67,8 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
 
     /**
      * Adds the parameters of `ticket` that `keys` selects (see PARTIAL_MODE); all of them when `keys` is null or has no
-     * strings; none for a first string of "". A null ticket adds nothing.
+     * strings; none for a first string of "". A null ticket adds nothing. The values are those that
+     * STICKET_ACCESS::WalkParameter reports; see its caution about large numbers.
      */
     void Merge(STICKET_ACCESS const* ticket, char const* const* keys);
     /** As above; an empty mode selects everything. */

@@ -23,7 +23,6 @@
 #include <cstddef>
 #include <cstdint>
 #else
-#include <assert.h>
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -176,6 +175,9 @@ typedef struct STICKET_ACCESS {
     /**
      * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
      * only, 1 types, 2 and 3 values (vectors by their count), 4 to 9 elements by type, from 10 elements with values.
+     * As a value, a number without a fraction is reported as PARAM_INT, any other as PARAM_DOUBLE, an integer beyond
+     * 2^53 as PARAM_INT64 or PARAM_UINT64; by type alone the first two are both PARAM_DOUBLE. CAUTION: of a number
+     * without a fraction that an int32_t cannot hold a walk reports INT32_MIN. Read such values by their key.
      * Runs on the calling thread, with the mutex held throughout. The callback may change this ticket: the walk goes on
      * with the next key after the last one. A C++ exception that leaves the callback ends the walk with 0.
      * @return non-zero, also when the callback ended the walk; 0 when `callback` is null or the ticket cannot be used
@@ -201,7 +203,8 @@ typedef struct STICKET_ACCESS {
     int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
     /**
      * Copies parameters of `source`, which may be this ticket, into this ticket. The mutex is not held between the
-     * steps (collect, clear, store): other threads may see a cleared target.
+     * steps (collect, clear, store): other threads may see a cleared target. CAUTION: the values are those that a walk
+     * reports, so a number without a fraction beyond 32 bits arrives as INT32_MIN.
      * @param ticket the target; null answers 0
      * @param source null answers 0. One that cannot be walked changes nothing
      * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or empty: everything
