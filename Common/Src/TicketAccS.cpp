@@ -2,9 +2,9 @@
 // taken apart again. File names get forward slashes on their way in and out.
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 
+#include "Attempt.h"
 #include "ConfigurationControl/CharSets.h"
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/TicketAccess.h"
@@ -42,16 +42,6 @@ struct FREE {
 using GET_BATCH = std::unique_ptr<GETMULTIPAR[], FREE>;
 using SET_BATCH = std::unique_ptr<SETMULTIPAR[], FREE>;
 
-// The containers of these functions are the caller's, and growing them may fail where the ticket did not.
-template <typename FUNCTION>
-bool FalseIfThrown(FUNCTION const& function) {
-    try {
-        return function();
-    } catch (std::exception const&) {
-        return false;
-    }
-}
-
 void NormaliseFilename(std::string& fileName) {
     CharSets::DBCS::ReplaceAll(fileName, '\\', '/');
 }
@@ -82,7 +72,7 @@ bool ReadElements(STICKET_ACCESS const& access, char const* key, std::vector<T>&
 
 template <typename T>
 bool xGetVectorParameter(STICKET_ACCESS const& access, char const* key, std::vector<T>& value) {
-    return FalseIfThrown([&] { return ReadElements(access, key, value) && !value.empty(); });
+    return Attempt([&] { return ReadElements(access, key, value) && !value.empty(); });
 }
 
 template <typename T>
@@ -123,7 +113,7 @@ bool xSetVectorParameter(STICKET_ACCESS const& access, char const* key, std::vec
 
 bool STICKET_READ::GetParameter(char const* key, std::string& value, int index) const {
     char const* text = nullptr;
-    bool const read = FalseIfThrown([&] {
+    bool const read = Attempt([&] {
         if (!m_access.GetParameter(m_access.pTicket, key, PARAM_STRING, &text, index) || !text) return false;
         value = text;
         return true;
@@ -145,7 +135,7 @@ bool STICKET_READ::WhoAmI(STICKET_OPTION_WHOAMI& who) const {
 }
 
 bool STICKET_READ::GetVectorParameter(char const* key, std::vector<bool>& value) const {
-    return FalseIfThrown([&] {
+    return Attempt([&] {
         std::vector<int> numbers;
         if (!ReadElements(m_access, key, numbers)) return false;
         value.resize(numbers.size());
@@ -155,7 +145,7 @@ bool STICKET_READ::GetVectorParameter(char const* key, std::vector<bool>& value)
 }
 
 bool STICKET_READ::GetVectorParameter(char const* key, std::vector<std::string>& value) const {
-    return FalseIfThrown([&] {
+    return Attempt([&] {
         std::vector<char const*> texts;
         if (!ReadElements(m_access, key, texts)) return false;
         texts.erase(std::remove(texts.begin(), texts.end(), nullptr), texts.end());
@@ -172,7 +162,7 @@ bool STICKET_READ::GetFilenameVectorParameter_C(char const* key, std::vector<std
 
 bool STICKET_READ::GetArrayParameter(char const* key, bool* array, unsigned long count) const {
     if (!array) return false;
-    return FalseIfThrown([&] {
+    return Attempt([&] {
         std::vector<int> numbers(count);
         bool const read = xGetArrayParameter(m_access, key, numbers.data(), count);
         std::transform(numbers.begin(), numbers.end(), array, [](int number) { return number != 0; });
@@ -181,12 +171,11 @@ bool STICKET_READ::GetArrayParameter(char const* key, bool* array, unsigned long
 }
 
 bool STICKET_MODIFY::SetVectorParameter(char const* key, std::vector<bool> const& value) const {
-    return FalseIfThrown(
-        [&] { return xSetVectorParameter(m_access, key, std::vector<int>(value.begin(), value.end())); });
+    return Attempt([&] { return xSetVectorParameter(m_access, key, std::vector<int>(value.begin(), value.end())); });
 }
 
 bool STICKET_MODIFY::SetVectorParameter(char const* key, std::vector<std::string> const& value) const {
-    return FalseIfThrown([&] {
+    return Attempt([&] {
         std::vector<char const*> texts;
         texts.reserve(value.size());
         for (std::string const& text : value) texts.push_back(text.c_str());
@@ -195,7 +184,7 @@ bool STICKET_MODIFY::SetVectorParameter(char const* key, std::vector<std::string
 }
 
 bool STICKET_MODIFY::SetFilenameVectorParameter(char const* key, std::vector<std::string> const& value) const {
-    return FalseIfThrown([&] {
+    return Attempt([&] {
         std::vector<std::string> fileNames;
         FilenamesToTicket(fileNames, value);
         return SetVectorParameter(key, fileNames);
@@ -204,7 +193,7 @@ bool STICKET_MODIFY::SetFilenameVectorParameter(char const* key, std::vector<std
 
 bool STICKET_MODIFY::SetArrayParameter(char const* key, bool const* array, unsigned long count) const {
     if (!array && count != 0) return false;
-    return FalseIfThrown([&] { return xSetVectorParameter(m_access, key, std::vector<int>(array, array + count)); });
+    return Attempt([&] { return xSetVectorParameter(m_access, key, std::vector<int>(array, array + count)); });
 }
 
 // The element types that need nothing of their own.

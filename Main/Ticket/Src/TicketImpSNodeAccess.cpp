@@ -2,9 +2,9 @@
 // number and an untyped pointer, one at a time or in batches.
 #include <climits>
 #include <cmath>
-#include <exception>
 #include <utility>
 
+#include "Attempt.h"
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
 #include "UntypedValue.h"
@@ -94,16 +94,6 @@ bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
             return LoadAs<unsigned long long>(source, entry);
         default:
             return false;
-    }
-}
-
-// Fails where memory is short or a byte string's length absurd.
-template <typename ACTION>
-bool Attempt(ACTION action) {
-    try {
-        return action();
-    } catch (std::exception const&) {
-        return false;
     }
 }
 
