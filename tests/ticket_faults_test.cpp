@@ -6,16 +6,14 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <new>
 #include <string>
 
+#include "support/FailingAllocations.h"
 #include "support/Tickets.h"
 
 namespace {
 
-constexpr int UNLIMITED = -1;
-thread_local int t_allocationsLeft = UNLIMITED;
 std::atomic<pthread_mutex_t*> g_failingLock{nullptr};
 std::atomic<bool> g_initFails{false};
 
@@ -25,20 +23,6 @@ FUNCTION* Next(char const* name) {
 }
 
 }  // namespace
-
-// Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (t_allocationsLeft == 0) throw std::bad_alloc();
-    if (t_allocationsLeft > 0) --t_allocationsLeft;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
@@ -63,9 +47,7 @@ char const LONG_TEXT[] = "a text that is too long for the small buffer of a stri
 template <typename ACTION, typename EXPECT>
 int StarveUntilSuccess(ACTION const& action, EXPECT const& expect) {
     for (int granted = 0; granted < 1000; ++granted) {
-        t_allocationsLeft = granted;
-        bool const done = action();
-        t_allocationsLeft = UNLIMITED;
+        bool const done = allocations::With(granted, action);
         if (done) return granted;
         expect();
     }
@@ -146,10 +128,9 @@ TEST(TicketWithoutMemory, FailsToFlushAsAlways) {
     ticket.Register(1, {LONG_KEY, "a prefix that is rather long/*"});
     for (int granted = 0; granted < 40; ++granted) {
         int number = 1;
-        t_allocationsLeft = granted;
-        int const result = tickets::Operate(access, STICKET_OP_FLUSH_NOTIFICATION, &number);
-        t_allocationsLeft = UNLIMITED;
-        EXPECT_EQ(result, 0);
+        EXPECT_EQ(allocations::With(granted,
+                                    [&] { return tickets::Operate(access, STICKET_OP_FLUSH_NOTIFICATION, &number); }),
+                  0);
     }
 }
 

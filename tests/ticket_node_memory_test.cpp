@@ -1,33 +1,12 @@
 // Exhausted memory: each allocation of each set is made to fail in turn, and the node must be as it was before.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "TicketImpSNode.h"
-
-namespace {
-
-int g_allocationsLeft = -1;  // negative: as many as wanted
-
-}  // namespace
-
-// Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (g_allocationsLeft == 0) throw std::bad_alloc();
-    if (g_allocationsLeft > 0) --g_allocationsLeft;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "support/FailingAllocations.h"
 
 namespace {
 
@@ -71,9 +50,7 @@ TEST_P(ShortOfMemory, FailsAndChangesNothing) {
     for (; !done; ++allowed) {
         ASSERT_LT(allowed, 100);
         clTICKETNODE node(original);
-        g_allocationsLeft = allowed;
-        done = GetParam().run(node);
-        g_allocationsLeft = -1;
+        done = allocations::With(allowed, [&] { return GetParam().run(node); });
         if (!done) {
             EXPECT_EQ(Contents(node), before) << allowed;
         }
@@ -113,9 +90,7 @@ TEST(ShortOfMemoryBatch, ResultsTellWhichRecordsWereStored) {
         SETMULTIPAR records[] = {{"a", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, true},
                                  {"b", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, true},
                                  {nullptr, PARAM_NONE, nullptr, 0, false}};
-        g_allocationsLeft = allowed;
-        node.SetMultiParameter(records);
-        g_allocationsLeft = -1;
+        allocations::With(allowed, [&] { return node.SetMultiParameter(records); });
         EXPECT_EQ(node.GetEntry("a") != nullptr, records[0].result);
         EXPECT_EQ(node.GetEntry("b") != nullptr, records[1].result);
         stored = records[0].result + records[1].result;
