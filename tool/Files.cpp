@@ -121,12 +121,21 @@ void CopyIfThere(std::string const& from, std::string const& to) {
     if (!fs::exists(from, error)) return;
     fs::copy_file(from, to, error);
     if (!error) fs::permissions(to, fs::perms::owner_read | fs::perms::owner_write, error);
-    if (error) throw Failure(to + ": cannot be copied to: " + error.message());
+    if (error) throw Failure(from + ": cannot be copied to rehearse on: " + error.message());
 }
 
 std::string Describe(Parameter const& parameter) {
     if (parameter.size() > 1) return "a vector of " + std::to_string(parameter.size());
     return std::string(TypeName(parameter.front())) + " " + Excerpt(parameter.front());
+}
+
+// What becomes of a key that comes back as another.
+std::string Change(Parameter const& before, Parameter const& after) {
+    if (before.size() != after.size()) return "(" + Describe(before) + ") would come back as " + Describe(after);
+    std::size_t first = 0;
+    while (SameParameter({before[first]}, {after[first]})) ++first;
+    auto const element = before.size() == 1 ? "" : "element " + std::to_string(first) + " ";
+    return element + "(" + Describe({before[first]}) + ") would come back as " + Describe({after[first]});
 }
 
 std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
@@ -136,7 +145,7 @@ std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
         if (found == after.end()) {
             losses.push_back({key, "would be gone after a save"});
         } else if (!SameParameter(found->second, parameter)) {
-            losses.push_back({key, "(" + Describe(parameter) + ") would come back as " + Describe(found->second)});
+            losses.push_back({key, Change(parameter, found->second)});
         }
     }
     for (auto const& [key, parameter] : after) {

@@ -149,7 +149,7 @@ TEST_F(ToolCheck, TellsValuesThatASaveWouldChange) {
     EXPECT_THAT(FindingsIn("<x type='string'>&amp;lt;</x>"),
                 HasSubstr("1:9: key 'x' (string \"&lt;\") would come back as string \"<\"\n"));
     EXPECT_EQ(FindingsIn("<v type='int'>1</v>\n<v type='double'>1e10</v>"),
-              "2:1: key 'v' (a vector of 2) would come back as a vector of 2\n");
+              "2:1: key 'v' element 1 (int64 10000000000) would come back as int -2147483648\n");
 }
 
 TEST_F(ToolCheck, TellsElementsThatChangeTheKeys) {

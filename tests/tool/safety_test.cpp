@@ -210,7 +210,8 @@ class ToolCopies : public Tool {
         bool done = false;
         while (!done && std::chrono::steady_clock::now() < end) {
             for (auto const& entry : std::filesystem::directory_iterator(m_temporary)) {
-                done = action(process, entry.path());
+                // A sanitizer may have files of its own there for a moment.
+                if (entry.path().filename().string().substr(0, 7) == "ticket-") done = action(process, entry.path());
             }
             std::this_thread::yield();
         }
