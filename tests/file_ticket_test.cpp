@@ -323,6 +323,66 @@ TEST_F(FileTicket, EqualTextsAreHandedOutAtOnePlace) {
     EXPECT_EQ(texts[0], texts[2]);
 }
 
+TEST_F(FileTicket, TextThatWasReadHasOnePlaceThroughChangesReloadsAndBatches) {
+    OWNER const ticket(m_file.c_str());
+    auto const read = [&](char const* key, int index = SCALAR_INDEX) {
+        char const* text = nullptr;
+        ticket->GetParameter(ticket->pTicket, key, PARAM_STRING, &text, index);
+        return text;
+    };
+    Set(ticket, "a", "first");
+    char const* const first = read("a");
+    EXPECT_EQ(read("a"), first);
+
+    Set(ticket, "a", "second");
+    char const* const second = read("a");
+    EXPECT_STREQ(second, "second");
+    EXPECT_EQ(read("a"), second);
+    EXPECT_STREQ(first, "first");
+    Set(ticket, "a", first);
+    EXPECT_EQ(read("a"), first);
+
+    Set(ticket, "a", second, APPEND_INDEX);
+    EXPECT_EQ(read("a", 0), first) << "moved into a vector";
+    EXPECT_EQ(read("a", 1), second);
+    Operate(ticket, STICKET_OP_RELEASE);
+    EXPECT_EQ(read("a", 0), first) << "loaded again";
+    EXPECT_EQ(read("a", 1), second);
+
+    SETMULTIPAR changes[] = {{"a", PARAM_STRING, second, SCALAR_INDEX, false},
+                             {"a", PARAM_STRING, first, 1, false},
+                             {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_EQ(ticket->SetMultiParameter(ticket->pTicket, changes), 1);
+    char const* texts[2] = {};
+    GETMULTIPAR records[] = {{"a", PARAM_STRING, &texts[0], 0, false},
+                             {"a", PARAM_STRING, &texts[1], 1, false},
+                             {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_EQ(ticket->GetMultiParameter(ticket->pTicket, records), 1);
+    EXPECT_THAT(texts, ElementsAre(second, first));
+    EXPECT_STREQ(first, "first");
+    EXPECT_STREQ(second, "second");
+}
+
+TEST_F(FileTicket, WalkedTextStaysThereWhileItsCallbackReadsIt) {
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", "same text");
+    Set(ticket, "b", "same text");
+    struct READER {
+        STICKET_ACCESS const* ticket;
+        std::vector<std::string> texts;
+
+        static bool Take(void* context, char const* key, PARAM_TYPE, void const* value, int) {
+            auto& self = *static_cast<READER*>(context);
+            char const* text = nullptr;
+            self.ticket->GetParameter(self.ticket->pTicket, key, PARAM_STRING, &text, SCALAR_INDEX);
+            self.texts.push_back(std::string(static_cast<char const*>(value)) + "=" + text);
+            return true;
+        }
+    } reader{ticket, {}};
+    EXPECT_EQ(ticket->WalkParameter(ticket->pTicket, &READER::Take, &reader, "", WALK_EVERYTHING), 1);
+    EXPECT_THAT(reader.texts, ElementsAre("same text=same text", "same text=same text"));
+}
+
 TEST_F(FileTicket, TextsOfABatchStayReadable) {
     OWNER const ticket(m_file.c_str());
     Set(ticket, "a", "first text");

@@ -99,6 +99,28 @@ std::string RandomKey(std::mt19937& random) {
     return key;
 }
 
+TEST(ParameterMap, TellsKeysOfEveryLengthApartByEachOfTheirBytes) {
+    for (std::size_t length = 0; length <= 40; ++length) {
+        PARAMETER_MAP<VALUE> map;
+        std::string key(length, 'k');
+        map.FindOrInsert(key) = VALUE(-2);
+        for (std::size_t i = 0; i < length; ++i) {
+            key[i] = 'x';
+            EXPECT_EQ(map.Find(key), nullptr) << length << " " << i;
+            map.FindOrInsert(key) = VALUE(static_cast<int>(i));
+            key[i] = 'k';
+        }
+        for (std::size_t i = 0; i < length; ++i) {
+            key[i] = 'x';
+            ASSERT_NE(map.Find(key), nullptr);
+            EXPECT_EQ(map.Find(key)->Number(), static_cast<int>(i));
+            key[i] = 'k';
+        }
+        EXPECT_EQ(map.Find(key)->Number(), -2);
+        EXPECT_EQ(map.Find(key + '\0'), nullptr);
+    }
+}
+
 TEST(ParameterMap, BehavesAsAnOrderedMapUnderRandomOperations) {
     std::mt19937 random(11);
     MAP map;

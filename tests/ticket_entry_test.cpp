@@ -178,9 +178,9 @@ TEST(TicketEntry, SurvivesAssignmentFromItselfAndFromItsOwnElement) {
 
 TEST(TicketEntry, MovesWithoutMovingTheCharacters) {
     ENTRY source = Text("a text that is too long for the small buffer of a string");
-    char const* const characters = source.Text().c_str();
+    char const* const characters = source.Text().data();
     ENTRY const target(std::move(source));
-    EXPECT_EQ(target.Text().c_str(), characters);
+    EXPECT_EQ(target.Text().data(), characters);
     EXPECT_EQ(source.Tag(), NODE::ENTRY_EMPTY);  // NOLINT: the moved-from state is promised
 }
 

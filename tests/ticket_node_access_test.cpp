@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ConfigurationControl/MathLib.h"
+#include "ConfigurationControl/MultiPar.h"
 #include "TicketImpSNode.h"
 #include "support/Misaligned.h"
 
@@ -695,6 +696,63 @@ TEST(Batch, AcceptsKeysThatItsOwnRecordsDelete) {
     EXPECT_EQ(node.GetEntry("names"), nullptr);
     ASSERT_NE(node.GetEntry(name), nullptr);
     EXPECT_EQ(node.GetEntry(name)->Elements().size(), 2u);
+}
+
+TEST(Batch, MakesAKeyAnewAfterItsOwnRecordsDeletedIt) {
+    NODE node;
+    int const values[] = {1, 2, 3};
+    SETMULTIPAR records[] = {{KEY, PARAM_INT, &values[0], SCALAR_INDEX, false},
+                             {KEY, PARAM_NONE, nullptr, 0, false},  // of a scalar: the key
+                             {KEY, PARAM_INT, &values[1], 0, false},
+                             {KEY, PARAM_NONE, nullptr, SCALAR_INDEX, false},
+                             {KEY, PARAM_INT, &values[2], APPEND_INDEX, false},
+                             {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_TRUE(node.SetMultiParameter(records));
+    EXPECT_TRUE(AllMultiParameterOk(records));
+    ASSERT_NE(node.GetEntry(KEY), nullptr);
+    EXPECT_EQ(node.GetEntry(KEY)->Tag(), NODE::ENTRY_NUMBER);
+    EXPECT_EQ(node.GetEntry(KEY)->Number(), 3);
+}
+
+TEST(Batch, FindsKeysThatTakeTurnsAndElementsOfOneKey) {
+    NODE node;
+    node.Set("a", 0, 1.0);
+    node.Set("a", 1, 2.0);
+    node.Set("b", 7);
+    char const again[] = "a";
+    int read[5] = {};
+    GETMULTIPAR records[] = {{"a", PARAM_INT, &read[0], 0, false},    {"a", PARAM_INT, &read[1], 1, false},
+                             {"a", PARAM_INT, &read[2], 2, true},     {"b", PARAM_INT, &read[3], SCALAR_INDEX, false},
+                             {again, PARAM_INT, &read[4], 1, false},  {"c", PARAM_NONE, nullptr, SCALAR_INDEX, true},
+                             {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_TRUE(node.GetMultiParameter(records));
+    EXPECT_THAT(read, testing::ElementsAre(1, 2, 0, 7, 2));
+    EXPECT_FALSE(records[2].result);
+    EXPECT_FALSE(records[5].result);
+}
+
+// Enough keys for the lookups of a batch to be prepared ahead.
+TEST(Batch, ReadsManyKeysOfALargeNode) {
+    constexpr int KEYS = 20000;
+    NODE node;
+    std::vector<std::string> keys;
+    for (int i = 0; i < KEYS; ++i) {
+        keys.push_back("Group/Key" + std::to_string(i));
+        if (i % 3 != 0) node.Set(keys.back(), static_cast<unsigned long long>(i));
+    }
+    for (std::size_t const size : {1u, 15u, 16u, 17u, 1000u}) {
+        std::vector<int> read(size, -1);
+        std::vector<GETMULTIPAR> records;
+        for (std::size_t i = 0; i < size; ++i)
+            records.push_back({keys[i * 17].c_str(), PARAM_INT, &read[i], SCALAR_INDEX, false});
+        records.push_back({});
+        EXPECT_TRUE(node.GetMultiParameter(records.data()));
+        for (std::size_t i = 0; i < size; ++i) {
+            int const number = static_cast<int>(i) * 17;
+            EXPECT_EQ(records[i].result, number % 3 != 0) << number;
+            EXPECT_EQ(read[i], number % 3 != 0 ? number : 0);
+        }
+    }
 }
 
 TEST(Batch, RefusesOnlyTheRecordWhoseByteStringIsAbsurd) {

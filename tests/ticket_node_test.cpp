@@ -96,7 +96,7 @@ TEST(TicketNode, SetVectorConvertsWhatIsThere) {
     ASSERT_TRUE(node.Get("scalar", before));
     ENTRY::VECTOR const& elements = *node.SetVector("scalar");
     ASSERT_EQ(elements.size(), 1u);
-    EXPECT_EQ(elements[0].Text().c_str(), before) << "the scalar is moved, not copied";
+    EXPECT_EQ(elements[0].Text().data(), before) << "the scalar is moved, not copied";
 }
 
 TEST(TicketNode, AddEntryThreeTimesGivesAScalarThenVectorsOfTwoAndThree) {

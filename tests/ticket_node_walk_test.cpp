@@ -208,7 +208,7 @@ TEST(Walk, PointsAtTheStoredPayloadAndForNaNAtTheConstant) {
     node.Walk(RECORDER::Record, &recorder, "", WALK_VALUES);
     EXPECT_THAT(values, ElementsAre(&node.GetEntry("a")->Number(), &node.GetEntry("b")->Number(),
                                     &MathLib::NOT_A_DOUBLE_NUMBER, &node.GetEntry("d")->Int64(),
-                                    &node.GetEntry("e")->Uint64(), node.GetEntry("f")->Text().c_str()));
+                                    &node.GetEntry("e")->Uint64(), node.GetEntry("f")->Text().data()));
 }
 
 TEST(Walk, GoesInByteOrderShorterFirst) {

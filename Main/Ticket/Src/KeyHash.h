@@ -44,23 +44,25 @@ inline uint64_t Seed() {
 
 inline uint64_t Hash(std::string_view key, uint64_t seed) {
     char const* bytes = key.data();
-    std::size_t left = key.size();
+    char const* const end = bytes + key.size();
     uint64_t state = seed;
-    for (; left > 16; bytes += 16, left -= 16)
-        state = Mix(Load<uint64_t>(bytes) ^ MIXER_A, Load<uint64_t>(bytes + 8) ^ state);
-
-    // The last 16 bytes or fewer, read as two words that may overlap.
     uint64_t first = 0;
     uint64_t last = 0;
-    if (left >= 8) {
+    // The last 16 bytes or fewer are read as two words that may overlap each other and what was read before.
+    if (key.size() >= 16) {
+        for (; end - bytes > 16; bytes += 16)
+            state = Mix(Load<uint64_t>(bytes) ^ MIXER_A, Load<uint64_t>(bytes + 8) ^ state);
+        first = Load<uint64_t>(end - 16);
+        last = Load<uint64_t>(end - 8);
+    } else if (key.size() >= 8) {
         first = Load<uint64_t>(bytes);
-        last = Load<uint64_t>(bytes + left - 8);
-    } else if (left >= 4) {
+        last = Load<uint64_t>(end - 8);
+    } else if (key.size() >= 4) {
         first = Load<uint32_t>(bytes);
-        last = Load<uint32_t>(bytes + left - 4);
-    } else if (left > 0) {
+        last = Load<uint32_t>(end - 4);
+    } else if (!key.empty()) {
         first = Load<uint8_t>(bytes);
-        last = Load<uint8_t>(bytes + left / 2) << 8 | Load<uint8_t>(bytes + left - 1);
+        last = Load<uint8_t>(bytes + key.size() / 2) << 8 | Load<uint8_t>(end - 1);
     }
     return Mix(Mix(first ^ MIXER_A, last ^ state), key.size() ^ MIXER_B);
 }

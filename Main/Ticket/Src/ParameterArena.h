@@ -22,6 +22,23 @@ struct PARAMETER_ENTRY : VALUE {
 
     char const* Text() const { return reinterpret_cast<char const*>(this) + sizeof(PARAMETER_ENTRY); }
     std::string_view Key() const { return {Text(), length}; }
+
+    // Keys are short, so that their words are compared in less time than a call takes.
+    bool HasKey(std::string_view key) const {
+        if (length != key.size()) return false;
+        if (length < sizeof(uint64_t)) return std::memcmp(Text(), key.data(), length) == 0;
+        std::size_t const last = length - sizeof(uint64_t);  // overlaps the word before it
+        for (std::size_t i = 0; i < last; i += sizeof(uint64_t))
+            if (Word(i, Text()) != Word(i, key.data())) return false;
+        return Word(last, Text()) == Word(last, key.data());
+    }
+
+ private:
+    static uint64_t Word(std::size_t at, char const* text) {
+        uint64_t word;
+        std::memcpy(&word, text + at, sizeof word);
+        return word;
+    }
 };
 
 template <typename VALUE>

@@ -52,16 +52,17 @@ class PARAMETER_MAP {
     VALUE const* Find(std::string_view key) const { return FindHashed(key, Hash(key)); }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
-    // Finds several keys at once, so that the waits for memory overlap: `values[i]` becomes the value of `keys[i]` or
-    // null.
-    void Find(std::string_view const* keys, std::size_t count, VALUE const** values) const {
-        constexpr std::size_t TOGETHER = 16;
-        for (; count > TOGETHER; keys += TOGETHER, values += TOGETHER, count -= TOGETHER) Find(keys, TOGETHER, values);
-        uint32_t hashes[TOGETHER];
-        for (std::size_t i = 0; i < count; ++i) m_slots.Prefetch(hashes[i] = Hash(keys[i]));
-        for (std::size_t i = 0; i < count; ++i)
-            if (ID const id = m_slots.Guess(hashes[i]); id != NONE) __builtin_prefetch(&m_arena[id]);
-        for (std::size_t i = 0; i < count; ++i) values[i] = FindHashed(keys[i], hashes[i]);
+    // For lookups that are known beforehand: Prepare all their keys, Prefetch what that returned, then Find each. Hints
+    // only, that make the waits for memory overlap; MayMissCaches tells whether they are worth their own time.
+    bool MayMissCaches() const { return m_slots.Count() > KEYS_IN_CACHE; }
+    uint32_t Prepare(std::string_view key) const {
+        uint32_t const hash = Hash(key);
+        m_slots.Prefetch(hash);
+        return hash;
+    }
+    void Prefetch(uint32_t hash) const {
+        ID const id = m_slots.Find(hash, [](ID) { return true; });
+        if (id != NONE) PARAMETER_SLOTS::Fetch(&m_arena[id]);
     }
 
     // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
@@ -117,13 +118,16 @@ class PARAMETER_MAP {
 
     uint32_t Hash(std::string_view key) const { return static_cast<uint32_t>(KEY_HASH::Hash(key, m_seed)); }
 
+    // More do not fit in a first-level cache.
+    static constexpr std::size_t KEYS_IN_CACHE = 1000;
+
     VALUE const* FindHashed(std::string_view key, uint32_t hash) const {
         ID const id = m_slots.Find(hash, IsKey(key));
         return id == NONE ? nullptr : &m_arena[id];
     }
 
     auto IsKey(std::string_view key) const {
-        return [this, key](ID id) { return m_arena[id].Key() == key; };
+        return [this, key](ID id) { return m_arena[id].HasKey(key); };
     }
     auto IsBefore(std::string_view key) const {
         return [this, key](ID id) { return m_arena[id].Key() < key; };

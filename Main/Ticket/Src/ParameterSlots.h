@@ -56,10 +56,12 @@ class PARAMETER_SLOTS {
 
     // Asks the processor for the place where a search will begin.
     void Prefetch(uint32_t hash) const {
-        if (m_slots) __builtin_prefetch(&m_slots[Home(hash)]);
+        if (m_slots) Fetch(&m_slots[Home(hash)]);
     }
-    // The id that a search will look at first, or NONE.
-    ID Guess(uint32_t hash) const { return m_slots ? m_slots[Home(hash)].id : NONE; }
+    static void Fetch(void const* address) {
+        __builtin_prefetch(address);
+        asm volatile("");  // compilers drop the calls of functions that do nothing but prefetch
+    }
 
  private:
     static constexpr unsigned FIRST_BITS = 4;

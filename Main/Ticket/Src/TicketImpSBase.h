@@ -49,7 +49,8 @@ struct STICKET::ENTRY {
     static int Run(STICKET* ticket, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;
         try {
-            TicketMutex::GUARD const guard(ticket->GetMutexInstance());
+            SysLib::MUTEX_INSTANCE* const mutex = ticket->m_whoAmI.pMutex;
+            TicketMutex::GUARD const guard(mutex ? *mutex : ticket->GetMutexInstance());  // which throws
             return static_cast<int>(work(static_cast<KIND&>(*ticket)));
         } catch (...) {
             PassCancellation();
@@ -67,7 +68,7 @@ struct STICKET::ENTRY {
             [&](KIND& self) {
                 if (!work(self)) return 0;
                 notify(self);
-                self.AfterNotification();
+                if (!self.m_content->deferred.empty()) self.AfterNotification();
                 return 1;
             },
             report);
@@ -84,7 +85,10 @@ struct STICKET::ENTRY {
                 if (key && IsWatched(self)) key = (copy = key).c_str();
                 return work(self);
             },
-            [&](KIND& self) { self.NotifySetParameter(key, type, value, index); }, report);
+            [&](KIND& self) {
+                if (IsWatched(self)) self.NotifySetParameter(key, type, value, index);
+            },
+            report);
     }
     template <typename KIND, typename WORK, typename REPORT>
     static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {

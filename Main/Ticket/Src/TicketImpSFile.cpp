@@ -26,10 +26,12 @@ STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& wh
       m_dirtySince(m_lastAccess) {}
 
 STICKET_FILE::~STICKET_FILE() {
-    if (!m_dirty) return;
-    std::optional<SysLib::MUTEX_LOCK> lock;
-    if (m_whoAmI.pMutex) lock.emplace(*m_whoAmI.pMutex);
-    Save();
+    if (m_dirty) {
+        std::optional<SysLib::MUTEX_LOCK> lock;
+        if (m_whoAmI.pMutex) lock.emplace(*m_whoAmI.pMutex);
+        Save();
+    }
+    m_content->parameters.Clear();  // before m_texts, which keeps some of their texts
 }
 
 // Table entries
@@ -40,7 +42,7 @@ int STICKET_FILE::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.KeyNotPartial(key));
             self.m_lastAccess = self.Now();
-            return self.Read(key, type, value, index);
+            return self.m_content->parameters.GetParameter(key, type, value, index, &self.m_texts);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::GetParameter(%d, %d) catch(...)", a, b); });
 }
@@ -51,7 +53,7 @@ int STICKET_FILE::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.AnyNotPartial(records));
             self.m_lastAccess = self.Now();
-            return self.ReadBatch(records);
+            return self.m_content->parameters.GetMultiParameter(records, &self.m_texts);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::GetMultiParameter(%d, %d) catch(...)", a, b); });
 }
@@ -101,27 +103,6 @@ int STICKET_FILE::Lock(STICKET* ticket, int number, int* owner, bool lock) {
     return ENTRY::Run<STICKET_FILE>(
         ticket, [&](STICKET_FILE& self) { return self.m_locks(number, owner, lock); },
         [&](int a, int b) { Log(0, "STICKET_FILE::Lock(%d, %d, %d) catch(...)", a, b, number); });
-}
-
-// Reading
-
-bool STICKET_FILE::Read(char const* key, PARAM_TYPE type, void* value, int index) {
-    if (!m_content->parameters.GetParameter(key, type, value, index)) return false;
-    if (type != PARAM_STRING || !value) return true;
-    // The client keeps the pointer for longer than the tree keeps the text.
-    auto text = LoadValue<char const*>(value);
-    StoreValue<char const*>(value, nullptr);  // what the buffer holds when memory is short
-    m_strings(text);
-    StoreValue(value, text);
-    return true;
-}
-
-// Record by record, so that a text is looked at before a later record writes to the same buffer.
-bool STICKET_FILE::ReadBatch(GETMULTIPAR* records) {
-    if (!records) return false;
-    for (; records->key && *records->key; ++records)
-        records->result = Read(records->key, records->type, records->value, records->index);
-    return true;
 }
 
 // A callback that drops the tree does not end the walk: what comes next is loaded again.

@@ -11,7 +11,6 @@
 #include <set>
 #include <string>
 
-#include "ConfigurationControl/ValueCaches.h"
 #include "TicketImpSBase.h"
 #include "TicketImpSFileMemory.h"
 
@@ -61,8 +60,6 @@ class STICKET_FILE : public STICKET {
     virtual std::time_t Now() const { return std::time(nullptr); }
 
  private:
-    bool Read(char const* key, PARAM_TYPE type, void* value, int index);
-    bool ReadBatch(GETMULTIPAR* records);
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     bool AnyNotPartial(GETMULTIPAR const* records) const;
     void MarkDirty();
@@ -74,7 +71,7 @@ class STICKET_FILE : public STICKET {
     TICKETLOCKS m_locks;
     std::string const m_fileName;
     std::set<std::string, std::less<>> m_partialKeys;
-    STRINGCACHE m_strings;  // every text that was read, for as long as the ticket lives
+    TICKET_TEXTS m_texts;  // every text that was read: clients keep the pointers for as long as the ticket lives
     bool m_partial = false;
     bool m_loaded = false;
     bool m_dirty = false;

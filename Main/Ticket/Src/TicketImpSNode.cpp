@@ -17,8 +17,9 @@ using ENTRY = clTICKETNODE::clENTRY;
 // Up to here every integer is exact as a double.
 constexpr long long EXACT = 1LL << 53;
 
-std::string ToText(BIN_STRING const& bytes) {
-    return bytes.data ? std::string(static_cast<char const*>(bytes.data), bytes.length) : std::string();
+std::string_view Characters(BIN_STRING const& bytes) {
+    if (!bytes.data) return {};
+    return {static_cast<char const*>(bytes.data), bytes.length};
 }
 
 // An empty vector with room for the first elements: who makes a vector is about to add to it, and must not fail then.
@@ -46,14 +47,6 @@ bool ReportType(ENTRY const* entry, int& type) {
 
 }  // namespace
 
-clTICKETNODE::clENTRY::clENTRY(double value) noexcept : m_tag(ENTRY_NUMBER) {
-    m_payload.number = value;
-}
-
-clTICKETNODE::clENTRY::clENTRY(int value) noexcept : clENTRY(static_cast<double>(value)) {}
-
-clTICKETNODE::clENTRY::clENTRY(unsigned int value) noexcept : clENTRY(static_cast<double>(value)) {}
-
 clTICKETNODE::clENTRY::clENTRY(long long value) noexcept {
     if (-EXACT <= value && value <= EXACT) {
         m_tag = ENTRY_NUMBER;
@@ -77,12 +70,12 @@ clTICKETNODE::clENTRY::clENTRY(unsigned long long value) noexcept {
     }
 }
 
-clTICKETNODE::clENTRY::clENTRY(std::string text) {
-    m_payload.text = new std::string(std::move(text));
+clTICKETNODE::clENTRY::clENTRY(std::string_view text) {
+    m_payload.text = TICKET_TEXT::Make(text);
     m_tag = ENTRY_STRING;
 }
 
-clTICKETNODE::clENTRY::clENTRY(BIN_STRING const& bytes) : clENTRY(ToText(bytes)) {
+clTICKETNODE::clENTRY::clENTRY(BIN_STRING const& bytes) : clENTRY(Characters(bytes)) {
     m_tag = ENTRY_BINARY;
 }
 
@@ -99,26 +92,12 @@ clTICKETNODE::clENTRY::clENTRY(clENTRY const& source) {
     _construct(source);
 }
 
-clTICKETNODE::clENTRY::clENTRY(clENTRY&& source) noexcept {
-    _swap(*this, source);
-}
-
 clTICKETNODE::clENTRY& clTICKETNODE::clENTRY::operator=(clENTRY const& source) {
     if (this != &source) {
         clENTRY copy(source);
         _swap(*this, copy);
     }
     return *this;
-}
-
-clTICKETNODE::clENTRY& clTICKETNODE::clENTRY::operator=(clENTRY&& source) noexcept {
-    clENTRY moved(std::move(source));
-    _swap(*this, moved);
-    return *this;
-}
-
-clTICKETNODE::clENTRY::~clENTRY() {
-    _destruct();
 }
 
 bool clTICKETNODE::clENTRY::TypeOf(PARAM_TYPE& type) const noexcept {
@@ -128,18 +107,13 @@ bool clTICKETNODE::clENTRY::TypeOf(PARAM_TYPE& type) const noexcept {
     return type != PARAM_NONE;
 }
 
-void clTICKETNODE::clENTRY::_swap(clENTRY& a, clENTRY& b) noexcept {
-    std::swap(a.m_payload, b.m_payload);
-    std::swap(a.m_tag, b.m_tag);
-}
-
 void clTICKETNODE::clENTRY::_construct(clENTRY const& source) {
     switch (source.m_tag) {
         case ENTRY_EMPTY:
             break;
         case ENTRY_STRING:
         case ENTRY_BINARY:
-            m_payload.text = new std::string(*source.m_payload.text);
+            m_payload.text = TICKET_TEXT::Make(source.Text());
             break;
         case ENTRY_VECTOR:
             m_payload.elements = new VECTOR(*source.m_payload.elements);
@@ -156,54 +130,66 @@ void clTICKETNODE::clENTRY::_construct(clENTRY const& source) {
 
 void clTICKETNODE::clENTRY::_destruct() noexcept {
     if (m_tag == ENTRY_STRING || m_tag == ENTRY_BINARY) {
-        delete m_payload.text;
+        TICKET_TEXT::Release(m_payload.text);
     } else if (m_tag == ENTRY_VECTOR) {
         while (!m_payload.elements->empty()) m_payload.elements->pop_back();
         delete m_payload.elements;
     }
     m_tag = ENTRY_EMPTY;
+    m_isKept = false;
 }
 
-bool clTICKETNODE::SetEntry(std::string_view key, clENTRY entry) {
-    clENTRY::_swap(m_map.FindOrInsert(key), entry);
+bool clTICKETNODE::Put(std::string_view key, clENTRY*& place, clENTRY&& value, int index) {
+    if (!place) {
+        bool const isWhole = index == SCALAR_INDEX || index == APPEND_INDEX;
+        place = isWhole ? &m_map.FindOrInsert(key) : &VectorEntry(key);
+    }
     ++m_changes;
-    return true;
-}
-
-bool clTICKETNODE::SetEntry(std::string_view key, int index, clENTRY entry) {
-    clENTRY::VECTOR& elements = *SetVector(key);
-    if (index < 0 || static_cast<std::size_t>(index) > elements.size()) return false;
-    auto const position = static_cast<std::size_t>(index);
+    if (index == SCALAR_INDEX || (index == APPEND_INDEX && place->Tag() == ENTRY_EMPTY)) {
+        clENTRY::_swap(*place, value);
+        return true;
+    }
+    clENTRY::VECTOR& elements = MakeVector(*place);
+    // A negative index is beyond every end.
+    std::size_t const position = index == APPEND_INDEX ? elements.size() : static_cast<std::size_t>(index);
+    if (position > elements.size()) return false;
     if (position == elements.size()) {
-        elements.push_back(std::move(entry));
+        elements.push_back(std::move(value));
     } else {
-        clENTRY::_swap(elements[position], entry);
+        clENTRY::_swap(elements[position], value);
     }
     return true;
 }
 
+bool clTICKETNODE::SetEntry(std::string_view key, clENTRY entry) {
+    clENTRY* place = nullptr;
+    return Put(key, place, std::move(entry), SCALAR_INDEX);
+}
+
+bool clTICKETNODE::SetEntry(std::string_view key, int index, clENTRY entry) {
+    clENTRY* place = &VectorEntry(key);
+    return index >= 0 && Put(key, place, std::move(entry), index);
+}
+
+bool clTICKETNODE::AddEntry(std::string_view key, clENTRY entry) {
+    clENTRY* place = nullptr;
+    return Put(key, place, std::move(entry), APPEND_INDEX);
+}
+
 clTICKETNODE::clENTRY::VECTOR* clTICKETNODE::SetVector(std::string_view key) {
+    return &VectorEntry(key).Elements();
+}
+
+clTICKETNODE::clENTRY& clTICKETNODE::VectorEntry(std::string_view key) {
+    ++m_changes;
     if (clENTRY* const found = m_map.Find(key)) {
-        clENTRY::VECTOR& elements = MakeVector(*found);
-        ++m_changes;
-        return &elements;
+        MakeVector(*found);
+        return *found;
     }
     clENTRY vector = NewVector();  // first, so that no key without a value is left when memory is short
     clENTRY& entry = m_map.FindOrInsert(key);
     clENTRY::_swap(entry, vector);
-    ++m_changes;
-    return &entry.Elements();
-}
-
-bool clTICKETNODE::AddEntry(std::string_view key, clENTRY entry) {
-    clENTRY& place = m_map.FindOrInsert(key);
-    if (place.Tag() == ENTRY_EMPTY) {
-        clENTRY::_swap(place, entry);
-    } else {
-        MakeVector(place).push_back(std::move(entry));
-    }
-    ++m_changes;
-    return true;
+    return entry;
 }
 
 bool clTICKETNODE::Del(std::string_view key) {
@@ -249,16 +235,16 @@ bool clTICKETNODE::Set(std::string_view key, unsigned long long value) {
     return SetEntry(key, clENTRY(value));
 }
 
-bool clTICKETNODE::Set(std::string_view key, std::string value) {
-    return SetEntry(key, clENTRY(std::move(value)));
+bool clTICKETNODE::Set(std::string_view key, std::string_view value) {
+    return SetEntry(key, clENTRY(value));
 }
 
 bool clTICKETNODE::Set(std::string_view key, int index, double value) {
     return SetEntry(key, index, clENTRY(value));
 }
 
-bool clTICKETNODE::Set(std::string_view key, int index, std::string value) {
-    return SetEntry(key, index, clENTRY(std::move(value)));
+bool clTICKETNODE::Set(std::string_view key, int index, std::string_view value) {
+    return SetEntry(key, index, clENTRY(value));
 }
 
 void clTICKETNODE::Clear() {

@@ -10,10 +10,12 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
 #include "ParameterMap.h"
+#include "TicketText.h"
 
 class clTICKETNODE {
  public:
@@ -36,37 +38,64 @@ class clTICKETNODE {
         using VECTOR = std::vector<clENTRY>;
 
         clENTRY() noexcept = default;
-        explicit clENTRY(double value) noexcept;              // stored as given, infinities and NaN too
-        explicit clENTRY(int value) noexcept;                 // ENTRY_NUMBER
-        explicit clENTRY(unsigned int value) noexcept;        // ENTRY_NUMBER
+        explicit clENTRY(double value) noexcept : m_tag(ENTRY_NUMBER) {  // stored as given, infinities and NaN too
+            m_payload.number = value;
+        }
+        explicit clENTRY(int value) noexcept : clENTRY(static_cast<double>(value)) {}
+        explicit clENTRY(unsigned int value) noexcept : clENTRY(static_cast<double>(value)) {}
         explicit clENTRY(long long value) noexcept;           // ENTRY_NUMBER within +-2^53
         explicit clENTRY(unsigned long long value) noexcept;  // ENTRY_NUMBER up to 2^53, ENTRY_INT64 below 2^63
-        explicit clENTRY(std::string text);                   // ENTRY_STRING
+        explicit clENTRY(std::string_view text);              // ENTRY_STRING
         explicit clENTRY(BIN_STRING const& bytes);            // ENTRY_BINARY; null data is empty whatever the length
         explicit clENTRY(void* pointer) noexcept;             // ENTRY_POINTER
         explicit clENTRY(VECTOR elements);
         clENTRY(clENTRY const& source);
-        clENTRY(clENTRY&& source) noexcept;
+        clENTRY(clENTRY&& source) noexcept
+            : m_payload(source.m_payload), m_tag(source.m_tag), m_isKept(source.m_isKept) {
+            source.m_tag = ENTRY_EMPTY;
+            source.m_isKept = false;
+        }
         // `source` may be this entry or one of its elements.
         clENTRY& operator=(clENTRY const& source);
-        clENTRY& operator=(clENTRY&& source) noexcept;
-        ~clENTRY();
+        clENTRY& operator=(clENTRY&& source) noexcept {
+            clENTRY moved(std::move(source));
+            _swap(*this, moved);
+            return *this;
+        }
+        ~clENTRY() {
+            if (OwnsPayload()) _destruct();
+        }
 
         TAG Tag() const noexcept { return m_tag; }
         // The PARAM_TYPE that stands for this entry; false and PARAM_NONE for ENTRY_EMPTY.
         bool TypeOf(PARAM_TYPE& type) const noexcept;
         // The payload; each only for the tags it belongs to. The references live as long as the payload.
         double const& Number() const noexcept { return m_payload.number; }
-        std::string const& Text() const noexcept { return *m_payload.text; }  // ENTRY_STRING and ENTRY_BINARY
+        std::string_view Text() const noexcept { return m_payload.text->View(); }  // ENTRY_STRING and ENTRY_BINARY
+        // The characters of an ENTRY_STRING, kept by its ticket beyond this entry. Throws std::bad_alloc.
+        char const* StableText(TICKET_TEXTS& texts) const {
+            if (m_isKept) return m_payload.text->Characters();
+            char const* const stable = texts.Stable(*m_payload.text);
+            m_isKept = stable == m_payload.text->Characters();
+            return stable;
+        }
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
         int64_t const& Int64() const noexcept { return m_payload.int64; }
         uint64_t const& Uint64() const noexcept { return m_payload.uint64; }
 
-        static void _swap(clENTRY& a, clENTRY& b) noexcept;
+        // Member by member: what lies between the tag and the end of an entry in the map is not the entry's.
+        static void _swap(clENTRY& a, clENTRY& b) noexcept {
+            std::swap(a.m_payload, b.m_payload);
+            std::swap(a.m_tag, b.m_tag);
+            std::swap(a.m_isKept, b.m_isKept);
+        }
 
      private:
+        bool OwnsPayload() const noexcept {
+            return m_tag == ENTRY_STRING || m_tag == ENTRY_BINARY || m_tag == ENTRY_VECTOR;
+        }
         void _construct(clENTRY const& source);  // this entry must be ENTRY_EMPTY
         void _destruct() noexcept;
 
@@ -75,10 +104,11 @@ class clTICKETNODE {
             int64_t int64;
             uint64_t uint64;
             void* pointer;
-            std::string* text;
+            TICKET_TEXT* text;
             VECTOR* elements;
         } m_payload{};
         TAG m_tag = ENTRY_EMPTY;
+        mutable bool m_isKept = false;  // the text is kept itself, as most are: known without a look at it
     };
 
     clTICKETNODE() = default;
@@ -100,9 +130,9 @@ class clTICKETNODE {
     bool GetType(std::string_view key, int index, int& type) const;
 
     bool Set(std::string_view key, unsigned long long value);
-    bool Set(std::string_view key, std::string value);
+    bool Set(std::string_view key, std::string_view value);
     bool Set(std::string_view key, int index, double value);
-    bool Set(std::string_view key, int index, std::string value);
+    bool Set(std::string_view key, int index, std::string_view value);
 
     // Typed getters for double, int, unsigned int, long long, unsigned long long, char const*, BIN_STRING and,
     // un-indexed only, void*. A failure writes 0, null or {null, 0} and returns false. Get refuses vectors.
@@ -117,10 +147,11 @@ class clTICKETNODE {
     bool GetV(std::string_view key, int index, void*& value) const = delete;
     bool GetV(std::string_view key, unsigned long& count) const;  // elements; 1 for any scalar
 
-    // Converting access, as the table entries of the same names offer it.
-    bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index) const;
+    // Converting access, as the table entries of the same names offer it. With `texts` those read as PARAM_STRING
+    // are kept there and so outlive their entries: always the same set, and only then it may throw.
+    bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const;
+    bool GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts = nullptr) const;
     bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
-    bool GetMultiParameter(GETMULTIPAR* records) const;
     // Reads every key and value before it changes anything. False, with every result false, also when memory is short.
     bool SetMultiParameter(SETMULTIPAR* records);
 
@@ -157,7 +188,17 @@ class clTICKETNODE {
     static bool Read(clENTRY const* entry, PARAM_TYPE& type);
     template <typename T>
     static bool ReadInto(clENTRY const* entry, void* buffer);
-    bool Apply(std::string_view key, PARAM_TYPE type, clENTRY value, int index);
+    static bool ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts);
+    // What GetParameter does with the entry of the key, null if there is none.
+    static bool ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
+    // Begins the lookups of the next records of a batch; the first record that was left out.
+    GETMULTIPAR const* PrepareLookups(GETMULTIPAR const* records) const;
+    // One change. `place`: the key's entry, or null if it has yet to be searched; afterwards the same for the next
+    // change of this key.
+    bool Apply(std::string_view key, clENTRY*& place, PARAM_TYPE type, clENTRY&& value, int index);
+    // Stores at SCALAR_INDEX, at APPEND_INDEX or in an element; what does not exist is made.
+    bool Put(std::string_view key, clENTRY*& place, clENTRY&& value, int index);
+    clENTRY& VectorEntry(std::string_view key);
 
     PARAMETER_MAP<clENTRY> m_map;
     uint64_t m_changes = 0;  // counts modifications, so that a walk notices them

@@ -2,6 +2,7 @@
 // number and an untyped pointer, one at a time or in batches.
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "Attempt.h"
@@ -35,6 +36,12 @@ template <typename T>
 bool ReadRounded(ENTRY const* entry, T& value, T notANumber, T (*round)(double)) {
     double number = 0;
     bool const found = ToNumber(entry, number);
+    // Most numbers are integers that fit, and need no call.
+    if (number >= static_cast<double>(std::numeric_limits<T>::min()) &&
+        number < static_cast<double>(std::numeric_limits<T>::max())) {
+        value = static_cast<T>(number);
+        if (static_cast<double>(value) == number) return found;
+    }
     value = std::isnan(number) ? notANumber : round(number);
     return found;
 }
@@ -82,7 +89,7 @@ bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
         case PARAM_DOUBLE:
             return LoadAs<double>(source, entry);
         case PARAM_STRING:
-            entry = ENTRY(std::string(source ? static_cast<char const*>(source) : ""));
+            entry = ENTRY(std::string_view(source ? static_cast<char const*>(source) : ""));
             return true;
         case PARAM_BINSTR:
             return LoadAs<BIN_STRING>(source, entry);
@@ -157,7 +164,7 @@ bool clTICKETNODE::Read(clENTRY const* entry, unsigned long long& value) {
 
 bool clTICKETNODE::Read(clENTRY const* entry, char const*& value) {
     bool const found = entry && entry->Tag() == ENTRY_STRING;
-    value = found ? entry->Text().c_str() : nullptr;
+    value = found ? entry->Text().data() : nullptr;
     return found;
 }
 
@@ -195,8 +202,18 @@ bool clTICKETNODE::ReadInto(clENTRY const* entry, void* buffer) {
     return found;
 }
 
-bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, int index) const {
-    clENTRY const* entry = key ? m_map.Find(key) : nullptr;
+bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts) {
+    char const* text = nullptr;
+    std::memcpy(buffer, &text, sizeof text);  // in case memory is short
+    if (!entry || entry->Tag() != ENTRY_STRING) return false;
+    text = entry->StableText(texts);
+    std::memcpy(buffer, &text, sizeof text);
+    return true;
+}
+
+// Part of both its callers, which have no other call to make for most values.
+[[gnu::always_inline]] inline bool clTICKETNODE::ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index,
+                                                        TICKET_TEXTS* texts) {
     if (index != SCALAR_INDEX) entry = Element(entry, index);
     if (!value) return entry != nullptr;
     switch (type) {
@@ -209,7 +226,7 @@ bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, i
         case PARAM_DOUBLE:
             return ReadInto<double>(entry, value);
         case PARAM_STRING:
-            return ReadInto<char const*>(entry, value);
+            return texts ? ReadStable(entry, value, *texts) : ReadInto<char const*>(entry, value);
         case PARAM_BINSTR:
             return ReadInto<BIN_STRING>(entry, value);
         case PARAM_VECTOR: {
@@ -230,38 +247,67 @@ bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, i
     }
 }
 
+bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts) const {
+    return ReadAs(key ? m_map.Find(key) : nullptr, type, value, index, texts);
+}
+
 // A deletion with any negative index but SCALAR_INDEX finds no element and so fails without converting anything.
-bool clTICKETNODE::Apply(std::string_view key, PARAM_TYPE type, clENTRY value, int index) {
-    if (type == PARAM_NONE) return index == SCALAR_INDEX ? Del(key) : Del(key, index);
-    if (index == SCALAR_INDEX) return SetEntry(key, std::move(value));
-    if (index == APPEND_INDEX) return AddEntry(key, std::move(value));
-    return SetEntry(key, index, std::move(value));
+bool clTICKETNODE::Apply(std::string_view key, clENTRY*& place, PARAM_TYPE type, clENTRY&& value, int index) {
+    if (type != PARAM_NONE) return Put(key, place, std::move(value), index);
+    place = nullptr;
+    return index == SCALAR_INDEX ? Del(key) : Del(key, index);
 }
 
 bool clTICKETNODE::SetParameter(char const* key, PARAM_TYPE type, void const* value, int index) {
     if (!key) return false;
     return Attempt([&] {
         clENTRY entry;
-        return Load(type, value, entry) && Apply(key, type, std::move(entry), index);
+        clENTRY* place = nullptr;
+        return Load(type, value, entry) && Apply(key, place, type, std::move(entry), index);
     });
 }
 
-bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records) const {
+bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) const {
     if (!records) return false;
+    GETMULTIPAR const* prepared = m_map.MayMissCaches() ? records : nullptr;  // the records before this one
+    char const* key = nullptr;
+    clENTRY const* entry = nullptr;
     for (; IsRecord(*records); ++records) {
-        records->result = GetParameter(records->key, records->type, records->value, records->index);
+        if (records == prepared) prepared = PrepareLookups(records);
+        if (records->key != key) {  // the elements of one vector share their key
+            key = records->key;
+            entry = m_map.Find(key);
+        }
+        records->result = ReadAs(entry, records->type, records->value, records->index, texts);
     }
     return true;
+}
+
+// The keys are hashed again when it is their turn: a record may write to the text of a later one's key.
+GETMULTIPAR const* clTICKETNODE::PrepareLookups(GETMULTIPAR const* records) const {
+    constexpr std::size_t GROUP = 16;
+    uint32_t hints[GROUP];
+    std::size_t count = 0;
+    for (char const* last = nullptr; count < GROUP && IsRecord(*records); ++records) {
+        if (records->key != last) hints[count++] = m_map.Prepare(records->key);
+        last = records->key;
+    }
+    for (std::size_t i = 0; i < count; ++i) m_map.Prefetch(hints[i]);
+    return records;
 }
 
 bool clTICKETNODE::SetMultiParameter(SETMULTIPAR* records) {
     if (!records) return false;
     return Attempt([&] {
         std::string keys;
+        std::string_view last;
+        clENTRY* place = nullptr;
         for (CHANGE& change : ReadBatch(records, keys)) {
             std::string_view const key(keys.data() + change.keyBegin, change.keyLength);
+            if (key.data() != last.data()) place = nullptr;
+            last = key;
             records->result = change.readable && Attempt([&, record = records] {
-                                  return Apply(key, record->type, std::move(change.value), record->index);
+                                  return Apply(key, place, record->type, std::move(change.value), record->index);
                               });
             ++records;
         }

@@ -74,7 +74,7 @@ class clTICKETNODE::WALK {
             case ENTRY_NUMBER:
                 return Number(entry.Number(), index);
             case ENTRY_STRING:
-                return Report(PARAM_STRING, entry.Text().c_str(), index);
+                return Report(PARAM_STRING, entry.Text().data(), index);
             case ENTRY_BINARY: {
                 BIN_STRING const bytes{entry.Text().data(), entry.Text().size()};
                 return Report(PARAM_BINSTR, &bytes, index);

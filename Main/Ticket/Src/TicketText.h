@@ -1,0 +1,73 @@
+// The payload of a stored text or byte string, and the set of those texts that clients may keep pointers to.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <unordered_set>
+
+#include "KeyHash.h"
+
+// One heap block: a short header, then the characters with a NUL. Half of what a pointer to a std::string costs.
+class TICKET_TEXT {
+ public:
+    // Throws std::bad_alloc, for an absurd length too. Ends with Release.
+    static TICKET_TEXT* Make(std::string_view characters) {
+        if (characters.size() > PTRDIFF_MAX - sizeof(TICKET_TEXT) - 1) throw std::bad_alloc();
+        void* const room = ::operator new(sizeof(TICKET_TEXT) + characters.size() + 1);
+        auto* const text = new (room) TICKET_TEXT(characters.size());
+        auto* const begin = static_cast<char*>(room) + sizeof(TICKET_TEXT);
+        if (!characters.empty()) std::memcpy(begin, characters.data(), characters.size());
+        begin[characters.size()] = '\0';
+        return text;
+    }
+
+    // What the entry does that owned it: frees it unless a TICKET_TEXTS keeps it.
+    static void Release(TICKET_TEXT* text) noexcept {
+        if (text->m_stable != text) ::operator delete(text);
+    }
+
+    TICKET_TEXT(TICKET_TEXT const&) = delete;
+    TICKET_TEXT& operator=(TICKET_TEXT const&) = delete;
+
+    char const* Characters() const { return reinterpret_cast<char const*>(this) + sizeof(TICKET_TEXT); }
+    std::string_view View() const { return {Characters(), m_length}; }
+
+ private:
+    friend class TICKET_TEXTS;
+    explicit TICKET_TEXT(std::size_t length) : m_length(length) {}
+
+    std::size_t const m_length;
+    TICKET_TEXT const* m_stable = nullptr;  // the text of the same characters that a TICKET_TEXTS keeps
+};
+
+// One stable text for each distinct text that a file ticket has handed out, for as long as the ticket lives. It keeps
+// the first entry's own block instead of a copy, and every entry remembers the outcome: reading a text again costs no
+// search and touches no other memory. Must outlive the entries whose texts went through it.
+class TICKET_TEXTS {
+ public:
+    TICKET_TEXTS() = default;
+    ~TICKET_TEXTS() {
+        for (TICKET_TEXT* const text : m_texts) ::operator delete(text);
+    }
+    TICKET_TEXTS(TICKET_TEXTS const&) = delete;
+    TICKET_TEXTS& operator=(TICKET_TEXTS const&) = delete;
+
+    // The characters that stay. Throws std::bad_alloc.
+    char const* Stable(TICKET_TEXT& text) {
+        if (!text.m_stable) text.m_stable = *m_texts.insert(&text).first;
+        return text.m_stable->Characters();
+    }
+
+ private:
+    struct HASH {
+        std::size_t operator()(TICKET_TEXT const* text) const { return KEY_HASH::Hash(text->View(), KEY_HASH::Seed()); }
+    };
+    struct EQUAL {
+        bool operator()(TICKET_TEXT const* a, TICKET_TEXT const* b) const { return a->View() == b->View(); }
+    };
+
+    std::unordered_set<TICKET_TEXT*, HASH, EQUAL> m_texts;
+};
