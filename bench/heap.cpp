@@ -4,7 +4,11 @@
 // functions are replaced for the whole process, so that libraries are counted as well. A block counts with what the
 // allocator really uses for it.
 #include <malloc.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -28,6 +32,21 @@ void* Count(void* block) {
 
 void Discount(void* block) {
     if (block) g_live -= malloc_usable_size(block) + OVERHEAD;
+}
+
+// How many bytes of a mapping were ever touched and so taken from the system.
+std::size_t Resident(void* begin, std::size_t size) {
+    constexpr std::size_t PAGE = 4096;
+    constexpr std::size_t AT_ONCE = 256;
+    unsigned char pages[AT_ONCE];
+    std::size_t resident = 0;
+    for (std::size_t done = 0; done < size; done += AT_ONCE * PAGE) {
+        std::size_t const part = std::min(AT_ONCE * PAGE, size - done);
+        if (mincore(static_cast<char*>(begin) + done, part, pages) != 0) continue;
+        resident += PAGE * static_cast<std::size_t>(std::count_if(pages, pages + (part + PAGE - 1) / PAGE,
+                                                                  [](auto page) { return page & 1; }));
+    }
+    return resident;
 }
 
 }  // namespace
@@ -67,6 +86,12 @@ __attribute__((visibility("default"))) int posix_memalign(void** block, std::siz
 __attribute__((visibility("default"))) void free(void* block) {
     Discount(block);
     __libc_free(block);
+}
+// A mapping that a library made for itself counts with what was touched of it, and is largest when it is given back.
+// The allocator's own mappings do not come here.
+__attribute__((visibility("default"))) int munmap(void* begin, std::size_t size) {
+    g_peak = std::max(g_peak.load(), g_live + Resident(begin, size));
+    return static_cast<int>(syscall(SYS_munmap, begin, size));
 }
 }
 
