@@ -1,4 +1,5 @@
 #include <ConfigurationControl/ConfigurationControl.h>
+
 #include <iostream>
 
 int main() {

@@ -79,7 +79,7 @@ struct SETTING_ROW {
     int readFailed;       // and when the key is absent or of another type
     char const* logText;  // printf format of the setter's message, with one conversion for the value unless the row is
                           // a FLAG; null: no message
-    char const* getter;  // the accessors' names; null: there is none
+    char const* getter;   // the accessors' names; null: there is none
     char const* setter;
 };
 

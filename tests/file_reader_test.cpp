@@ -228,7 +228,8 @@ TEST(TicketReader, LosesASingleSpaceAtEitherEnd) {
     for (auto const& [text, read] : {std::pair{" a", "a"}, {"a ", "a"}, {" ", ""}, {"  ", " "}, {"  a  ", " a  "}}) {
         TICKET_DOCUMENT document(nullptr, nullptr);
         document.CreateSubElem("x", PARAM_STRING, text);
-        EXPECT_THAT(TicketText::Read(std::string(document.Serialise().View())).values, ElementsAre("x 4 "s + read)) << '"' << text << '"';
+        EXPECT_THAT(TicketText::Read(std::string(document.Serialise().View())).values, ElementsAre("x 4 "s + read))
+            << '"' << text << '"';
     }
 }
 

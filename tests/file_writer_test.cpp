@@ -323,8 +323,8 @@ TEST_F(TicketDocument, ConvertsEveryTextAndNothingElse) {
     BIN_STRING const bytes{"y", 1};
     document.CreateSubElem("c", PARAM_BINSTR, &bytes);
     EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a type=\"string\">\\x3Cx\\x3E</a>\n"
-                                                       "\t<b type=\"string\">\\x3C\\x3E</b>\n"
-                                                       "\t<c type=\"binstr\">y</c>\n"));
+                                                              "\t<b type=\"string\">\\x3C\\x3E</b>\n"
+                                                              "\t<c type=\"binstr\">y</c>\n"));
 }
 
 TEST_F(TicketDocument, LetsAFailingConversionThrough) {
