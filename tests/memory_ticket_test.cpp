@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "support/Misaligned.h"
@@ -455,28 +456,32 @@ TEST(MemoryTicketThreads, AnotherThreadWaitsUntilTheCallbacksAreDone) {
     EXPECT_TRUE(state.readAfterwards);
 }
 
+struct CANCELLED {
+    STICKET_ACCESS const* access;
+    std::atomic<bool> inside{false};
+    std::atomic<bool> survived{false};
+
+    // What a callback does: waits for the cancellation.
+    static void Await(void* context) {
+        static_cast<CANCELLED*>(context)->inside = true;
+        for (;;) pthread_testcancel();
+    }
+};
+
 // A cancelled thread unwinds through the entry, which must neither stop it nor keep the mutex.
-TEST(MemoryTicketThreads, CanBeCancelledInsideACallback) {
+void ExpectCancellable(void (*useTicket)(CANCELLED&)) {
     OWNER const ticket;
     tickets::Set(ticket, "a", 1);
-    struct STATE {
-        STICKET_ACCESS const* access;
-        std::atomic<bool> inside{false};
-        std::atomic<bool> survived{false};
-    } state{ticket};
-    auto const walk = [](void* argument) -> void* {
-        auto& shared = *static_cast<STATE*>(argument);
-        auto const wait = [](void* context, char const*, PARAM_TYPE, void const*, int) {
-            static_cast<STATE*>(context)->inside = true;
-            for (;;) pthread_testcancel();
-            return true;
-        };
-        shared.access->WalkParameter(shared.access->pTicket, wait, &shared, "", WALK_VALUES);
-        shared.survived = true;
+    CANCELLED state{ticket};
+    std::pair<CANCELLED*, void (*)(CANCELLED&)> start{&state, useTicket};
+    auto const run = [](void* argument) -> void* {
+        auto const [shared, use] = *static_cast<decltype(start)*>(argument);
+        use(*shared);
+        shared->survived = true;
         return nullptr;
     };
     pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, walk, &state), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, &start), 0);
     while (!state.inside) std::this_thread::yield();
     pthread_cancel(thread);
     void* result = nullptr;
@@ -484,6 +489,35 @@ TEST(MemoryTicketThreads, CanBeCancelledInsideACallback) {
     EXPECT_EQ(result, PTHREAD_CANCELED);
     EXPECT_FALSE(state.survived);
     EXPECT_EQ(tickets::GetInt(ticket, "a"), 1) << "the mutex is free";
+}
+
+TEST(MemoryTicketThreads, CanBeCancelledInAWalksCallback) {
+    ExpectCancellable([](CANCELLED& state) {
+        auto const wait = [](void* context, char const*, PARAM_TYPE, void const*, int) {
+            CANCELLED::Await(context);
+            return true;
+        };
+        state.access->WalkParameter(state.access->pTicket, wait, &state, "", WALK_VALUES);
+    });
+}
+
+TEST(MemoryTicketThreads, CanBeCancelledInADeferredCallback) {
+    ExpectCancellable([](CANCELLED& state) {
+        state.access->QueueAfterNotification(state.access->pTicket, &CANCELLED::Await, &state);
+        tickets::Set(state.access, "a", 1);
+    });
+}
+
+TEST(MemoryTicketThreads, CanBeCancelledInAMerge) {
+    ExpectCancellable([](CANCELLED& state) {
+        STICKET_ACCESS foreign{};
+        foreign.pTicket = reinterpret_cast<STICKET*>(&state);
+        foreign.WalkParameter = [](STICKET* context, STICKET_WALK_CALLBACK, void*, char const*, int) {
+            CANCELLED::Await(context);
+            return 0;
+        };
+        state.access->MergeTicket(state.access->pTicket, &foreign, nullptr, false);
+    });
 }
 
 }  // namespace

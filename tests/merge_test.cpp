@@ -191,6 +191,18 @@ TEST_F(Merge, FromAForeignTableTakesWhatItKnows) {
     EXPECT_EQ(tickets::Count(m_target), 2u) << "and the null text, which stores as an empty one";
 }
 
+TEST_F(Merge, FromATableWhoseValueCannotBeCopiedChangesNothing) {
+    STICKET_ACCESS foreign{};
+    foreign.WalkParameter = [](STICKET*, STICKET_WALK_CALLBACK callback, void* context, char const*, int) {
+        BIN_STRING const absurd{"x", UINT64_MAX};
+        if (callback(context, "a", PARAM_STRING, "new", SCALAR_INDEX))
+            callback(context, "b", PARAM_BINSTR, &absurd, SCALAR_INDEX);
+        return 1;
+    };
+    EXPECT_EQ(m_target->MergeTicket(m_target->pTicket, &foreign, nullptr, true), 0);
+    EXPECT_EQ(Contents(m_target), (LINES{"a 4 old", "z 4 old"}));
+}
+
 TEST_F(Merge, TakesValuesOfAForeignTableFromAnyAlignment) {
     STICKET_ACCESS foreign{};
     foreign.WalkParameter = [](STICKET*, STICKET_WALK_CALLBACK callback, void* context, char const*, int) {

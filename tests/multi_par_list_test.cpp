@@ -102,8 +102,10 @@ TEST(BatchList, ASortedTableStaysAndLaterRecordsFollowIt) {
     AddInt(list, "a", 2);
     SETMULTIPAR const* const sorted = list.Table(true);
     EXPECT_THAT(Keys(sorted), ElementsAre("a", "b"));
+    list.Table(false)[0].result = true;
     EXPECT_EQ(list.Table(true), sorted);
     EXPECT_EQ(list.Table(false), sorted);
+    EXPECT_TRUE(sorted[0].result) << "not made anew";
     AddInt(list, "c", 3);
     EXPECT_THAT(Keys(list.Table(false)), ElementsAre("a", "b", "c"));
 }
@@ -125,6 +127,15 @@ TEST(BatchList, SortingIsStableByByteOrderWithNullKeysLast) {
     for (char const* key : keys) AddInt(list, key, order++);
     EXPECT_THAT(Records(list, true), ElementsAre("[-1] 2 6", "a[-1] 2 3", "ab[-1] 2 7", "b[-1] 2 0", "b[-1] 2 4",
                                                  "\x80[-1] 2 2", "(null)[-1] 2 1", "(null)[-1] 2 5"));
+}
+
+TEST(BatchList, SortingKeepsTheOrderOfManyRecordsOfEachKey) {
+    SETMULTIPAR_LIST list;
+    for (int i = 0; i < 100; ++i) AddInt(list, i % 2 ? "a" : "b", i);
+    std::vector<std::string> expected;
+    for (int i = 1; i < 100; i += 2) expected.push_back("a[-1] 2 " + std::to_string(i));
+    for (int i = 0; i < 100; i += 2) expected.push_back("b[-1] 2 " + std::to_string(i));
+    EXPECT_EQ(Records(list, true), expected);
 }
 
 TEST(BatchList, ResultsWrittenIntoATableDoNotReachTheNextOne) {

@@ -1,5 +1,5 @@
-// Objects with a thread of their own. Thread creation is replaced by a forwarder that can fail, and that can hold a new
-// thread back.
+// Objects with a thread of their own. Thread creation is replaced by a forwarder that can fail, return late, and hold a
+// new thread back.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -19,6 +19,7 @@
 namespace {
 
 std::atomic<bool> g_creationFails{false};
+std::atomic<bool> g_returnsLate{false};  // creation returns when the new thread is well under way
 std::atomic<int> g_created{0};
 std::atomic<int> g_ended{0};
 std::atomic<int> g_detached{0};
@@ -54,7 +55,9 @@ extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attribute
     static auto* const next = Next<CREATE>("pthread_create");
     if (g_creationFails) return EAGAIN;
     ++g_created;
-    return next(thread, attributes, ENTRANCE::Enter, new ENTRANCE{g_heldBack, routine, argument});
+    int const result = next(thread, attributes, ENTRANCE::Enter, new ENTRANCE{g_heldBack, routine, argument});
+    if (g_returnsLate) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return result;
 }
 
 extern "C" int pthread_detach(pthread_t thread) noexcept {
@@ -104,6 +107,7 @@ class ThreadBase : public testing::Test {
     }
     void TearDown() override {
         g_creationFails = false;
+        g_returnsLate = false;
         g_heldBack = {};
     }
 };
@@ -129,7 +133,8 @@ TEST_F(ThreadBase, StartRunsTheWorkOnADetachedThreadOfItsOwn) {
 }
 
 TEST_F(ThreadBase, HandleIsInTheObjectBeforeTheWorkBegins) {
-    for (int i = 0; i < 50; ++i) {
+    g_returnsLate = true;
+    for (int i = 0; i < 5; ++i) {
         pthread_t seen = 0;
         WORKER worker([&](WORKER& self) { seen = Handle(self); });
         worker.Start();

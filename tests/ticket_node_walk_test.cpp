@@ -406,6 +406,18 @@ TEST_F(ChangingWalk, AnInnerVectorThatGoesAwayIsLeft) {
                 ElementsAre("a", "b0", "b0", "b1", "b2", "c"));
 }
 
+TEST_F(ChangingWalk, AnInnerVectorWhoseElementIsDeletedIsFoundAgain) {
+    node.SetEntry(LONG_B, Vector({Vector({Text("1"), Text("2")}), Vector({Text("3"), Text("4")}), Text("5")}));
+    bool first = true;
+    EXPECT_THAT(Calls([&](char const* key, int index) {
+                    if (index == 0 && first) {
+                        node.Del(key, 0);  // the second inner vector takes the place of the first
+                        first = false;
+                    }
+                }),
+                ElementsAre("a", "b0", "b1", "b1", "c"));
+}
+
 TEST_F(ChangingWalk, AWalkInsideAWalkMayChangeTheNodeToo) {
     int inner = 0;
     auto const calls = Calls([&](char const*, int index) {
