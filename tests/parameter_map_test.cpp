@@ -281,6 +281,30 @@ TEST(ParameterMap, HoldsKeysOfAMegabyte) {
     EXPECT_EQ(walked, 26u);
 }
 
+TEST(ParameterMap, HoldsSoManyKeysThatItsMemoryComesInHugePages) {
+    constexpr int COUNT = 250000;
+    auto const name = [](int number) { return "a name of some length " + KeyNumber(number); };
+    MAP map;
+    VALUE const* const first = &map.FindOrInsert(name(0));
+    for (int number = 0; number < COUNT; ++number) map.FindOrInsert(name(number)) = VALUE(number);
+    for (int number = 0; number < COUNT; ++number) ASSERT_EQ(map.Find(name(number))->Number(), number);
+    EXPECT_EQ(map.Find(name(0)), first);
+    for (int number = 0; number < COUNT; number += 3) ASSERT_TRUE(map.Erase(name(number)));
+    for (int number = 0; number < COUNT; number += 6) map.FindOrInsert(name(number)) = VALUE(-number);
+    int count = 0;
+    std::string last;
+    for (auto position = map.First(); position; position = map.Next(position), ++count) {
+        ASSERT_GT(position.Key(), last);
+        last = position.Key();
+    }
+    EXPECT_EQ(count, COUNT - (COUNT + 2) / 3 + (COUNT + 5) / 6);
+    MAP moved(std::move(map));
+    EXPECT_EQ(moved.Find(name(1))->Number(), 1);
+    EXPECT_EQ(VALUE::Living(), count);
+    moved.Clear();
+    EXPECT_EQ(VALUE::Living(), 0);
+}
+
 TEST(ParameterMap, ErasesByAViewOfTheErasedKey) {
     MAP map;
     for (int number = 0; number < 10; ++number) map.FindOrInsert(KeyNumber(number));

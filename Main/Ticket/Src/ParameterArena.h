@@ -8,11 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "SystemMemory.h"
 
 // A value with its key. The value is a base class so that the length may lie in its trailing padding; the characters of
 // the key and a NUL follow the entry.
@@ -56,9 +57,9 @@ class PARAMETER_ARENA {
         std::size_t const size = EntrySize(key.size());
         if (m_freed.empty()) m_freed.resize(LARGE / GRANULE + 1, NONE);
         ID const id = size > LARGE ? AddChunk(size) : Carve(size);
-        std::byte* const room = Room(id);
+        char* const room = Room(id);
         (new (room) ENTRY())->length = static_cast<uint32_t>(key.size());
-        auto* const text = reinterpret_cast<char*>(room + sizeof(ENTRY));
+        char* const text = room + sizeof(ENTRY);
         if (!key.empty()) std::memcpy(text, key.data(), key.size());
         text[key.size()] = '\0';
         return id;
@@ -70,7 +71,7 @@ class PARAMETER_ARENA {
         entry.~ENTRY();
         if (size > LARGE) {
             CHUNK& chunk = m_chunks[id >> OFFSET_BITS];
-            chunk.room.reset();
+            chunk.memory.reset();
             chunk.nextEmpty = std::exchange(m_emptyChunk, id);
         } else {
             // The list of freed entries runs through their own room.
@@ -87,6 +88,7 @@ class PARAMETER_ARENA {
     static constexpr std::size_t GRANULE = 8;
     static constexpr std::size_t MAX_CHUNK = GRANULE << OFFSET_BITS;
     static constexpr std::size_t MAX_CHUNKS = std::size_t{1} << (32 - OFFSET_BITS);
+    static constexpr std::size_t HUGE_PAGES_FROM = std::size_t{4} << 20;  // from where a part of one is no great waste
     static constexpr std::size_t LARGE = 1024;  // entries above this many bytes have a chunk of their own
     static constexpr std::size_t MAX_KEY = UINT32_MAX;
     static_assert(alignof(ENTRY) <= GRANULE);
@@ -96,13 +98,12 @@ class PARAMETER_ARENA {
     }
 
     struct CHUNK {
-        std::unique_ptr<std::byte[]> room;
+        SYSTEM_MEMORY::BYTES memory;  // of this chunk, or of all chunks of a huge page if this is its first
+        char* room;
         ID nextEmpty;  // of a chunk whose large entry was freed
     };
 
-    std::byte* Room(ID id) const {
-        return m_chunks[id >> OFFSET_BITS].room.get() + (id & ((ID{1} << OFFSET_BITS) - 1)) * GRANULE;
-    }
+    char* Room(ID id) const { return m_chunks[id >> OFFSET_BITS].room + (id & ((ID{1} << OFFSET_BITS) - 1)) * GRANULE; }
 
     ID Carve(std::size_t size) {
         if (ID const freed = m_freed[size / GRANULE]; freed != NONE) {
@@ -124,23 +125,47 @@ class PARAMETER_ARENA {
 
     // The id of the first granule of a new chunk.
     ID AddChunk(std::size_t size) {
-        CHUNK chunk{std::unique_ptr<std::byte[]>(new std::byte[size]), NONE};
-        if (m_emptyChunk != NONE) {
-            ID const id = m_emptyChunk;
-            m_emptyChunk = m_chunks[id >> OFFSET_BITS].nextEmpty;
-            m_chunks[id >> OFFSET_BITS] = std::move(chunk);
-            return id;
+        if (m_emptyChunk == NONE) {
+            if (m_chunks.empty()) m_chunks.push_back(NewChunk(0));  // never used, so that no entry has the id NONE
+            if (m_chunks.size() == MAX_CHUNKS) throw std::bad_alloc();
+            if (m_chunks.size() == m_chunks.capacity()) m_chunks.reserve(2 * m_chunks.size());
         }
-        if (m_chunks.empty()) m_chunks.emplace_back();  // never used, so that no entry has the id NONE
-        if (m_chunks.size() == MAX_CHUNKS) throw std::bad_alloc();
-        m_chunks.push_back(std::move(chunk));
-        return static_cast<ID>(m_chunks.size() - 1) << OFFSET_BITS;
+        CHUNK chunk = size == MAX_CHUNK && m_carved >= HUGE_PAGES_FROM ? NextOfHugePage() : NewChunk(size);
+        if (m_emptyChunk == NONE) {
+            m_chunks.push_back(std::move(chunk));
+            return static_cast<ID>(m_chunks.size() - 1) << OFFSET_BITS;
+        }
+        ID const id = m_emptyChunk;
+        m_emptyChunk = std::exchange(m_chunks[id >> OFFSET_BITS], std::move(chunk)).nextEmpty;
+        return id;
+    }
+
+    static CHUNK NewChunk(std::size_t size) {
+        SYSTEM_MEMORY::BYTES memory = SYSTEM_MEMORY::Allocate(size);
+        if (!memory) throw std::bad_alloc();
+        char* const room = memory.get();
+        return {std::move(memory), room, NONE};
+    }
+
+    CHUNK NextOfHugePage() {
+        SYSTEM_MEMORY::BYTES memory = SYSTEM_MEMORY::Nothing();
+        if (m_hugePageLeft == 0) {
+            memory = SYSTEM_MEMORY::Map(SYSTEM_MEMORY::HUGE_PAGE);
+            if (!memory) throw std::bad_alloc();
+            m_hugePage = memory.get();
+            m_hugePageLeft = SYSTEM_MEMORY::HUGE_PAGE;
+        }
+        char* const room = std::exchange(m_hugePage, m_hugePage + MAX_CHUNK);
+        m_hugePageLeft -= MAX_CHUNK;
+        return {std::move(memory), room, NONE};
     }
 
     std::vector<CHUNK> m_chunks;
     ID m_emptyChunk = NONE;
     ID m_next = NONE;  // where the next entry is carved
     std::size_t m_left = 0;
+    char* m_hugePage = nullptr;  // where the next chunk of it begins
+    std::size_t m_hugePageLeft = 0;
     std::size_t m_carved = 0;
     std::vector<ID> m_freed;  // by size in granules; made with the first entry, so that an empty arena is small
 };

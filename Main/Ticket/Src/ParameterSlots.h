@@ -7,7 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <utility>
+
+#include "SystemMemory.h"
 
 class PARAMETER_SLOTS {
  public:
@@ -85,7 +88,8 @@ class PARAMETER_SLOTS {
     void Grow() {
         PARAMETER_SLOTS larger;
         std::size_t const size = m_slots ? 2 * (m_mask + 1) : std::size_t{1} << FIRST_BITS;
-        larger.m_slots.reset(new SLOT[size]());
+        larger.m_memory = NewSlots(size);
+        larger.m_slots = reinterpret_cast<SLOT*>(larger.m_memory.get());
         larger.m_mask = size - 1;
         larger.m_shift = m_slots ? m_shift - 1 : 32 - FIRST_BITS;
         larger.m_limit = size / 16 * 13;
@@ -94,7 +98,16 @@ class PARAMETER_SLOTS {
         *this = std::move(larger);
     }
 
-    std::unique_ptr<SLOT[]> m_slots;
+    static SYSTEM_MEMORY::BYTES NewSlots(std::size_t count) {
+        std::size_t const size = count * sizeof(SLOT);
+        auto memory = size < SYSTEM_MEMORY::HUGE_PAGE ? SYSTEM_MEMORY::Allocate(size) : SYSTEM_MEMORY::Map(size);
+        if (!memory) throw std::bad_alloc();
+        std::uninitialized_value_construct_n(reinterpret_cast<SLOT*>(memory.get()), count);
+        return memory;
+    }
+
+    SYSTEM_MEMORY::BYTES m_memory = SYSTEM_MEMORY::Nothing();
+    SLOT* m_slots = nullptr;
     std::size_t m_mask = 0;
     std::size_t m_count = 0;
     std::size_t m_limit = 0;  // of m_count, before searches become long

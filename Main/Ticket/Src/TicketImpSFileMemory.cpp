@@ -2,10 +2,7 @@
 // set here concerns nobody else in the process.
 #include "TicketImpSFileMemory.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -15,11 +12,9 @@
 
 namespace {
 
-constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
 // A leaf's line of about 45 bytes makes nodes of 168 bytes. Where that is too much, the rest is never touched.
 constexpr std::size_t DOCUMENT_PER_TEXT = 4;
 constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
-constexpr std::size_t PAGE = 4096;
 constexpr std::size_t FIRST_TEXT = 8192;
 constexpr std::size_t LARGEST_ALLOCATED_TEXT = std::size_t{128} << 10;
 constexpr std::size_t FIRST_MAPPED_TEXT = std::size_t{32} << 20;
@@ -31,42 +26,17 @@ constexpr std::size_t RoundedUp(std::size_t size, std::size_t unit) {
     return (size + unit - 1) / unit * unit;
 }
 
-FILE_BYTES Allocated(std::size_t size) {
-    return FILE_BYTES(static_cast<char*>(std::malloc(std::max<std::size_t>(size, 1))), GIVE_BACK_BYTES{0});
-}
-
-// A mapping that begins where a huge page may begin. Null when memory is short. A system without huge pages brings in
-// small ones.
-FILE_BYTES Mapped(std::size_t least) {
-    std::size_t const size = RoundedUp(least, PAGE);
-    void* const mapped = mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapped == MAP_FAILED) return NoBytes();
-    char* const bytes = static_cast<char*>(mapped);
-    std::size_t const gap = HUGE_PAGE - reinterpret_cast<std::uintptr_t>(bytes) % HUGE_PAGE;
-    munmap(bytes, gap);
-    if (gap < HUGE_PAGE) munmap(bytes + gap + size, HUGE_PAGE - gap);
-    madvise(bytes + gap, size, MADV_HUGEPAGE);
-    return FILE_BYTES(bytes + gap, GIVE_BACK_BYTES{size});
-}
-
 }  // namespace
-
-void GIVE_BACK_BYTES::operator()(char* bytes) const {
-    if (mapped > 0)
-        munmap(bytes, mapped);
-    else
-        std::free(bytes);
-}
 
 FILE_ROOM FILE_ROOM::WithDocument(std::size_t size) {
     return {size, size < LARGEST_TEXT ? DOCUMENT_PER_TEXT * size : 0};
 }
 
 FILE_ROOM::FILE_ROOM(std::size_t size, std::size_t rest) : m_textSize(size) {
-    if (size + rest >= HUGE_PAGE) m_bytes = Mapped(size + rest);
+    if (size + rest >= SYSTEM_MEMORY::HUGE_PAGE) m_bytes = SYSTEM_MEMORY::Map(size + rest);
     if (m_bytes) m_restSize = rest;
     // Also when there is no room for both: the document then lies with the allocator.
-    if (!m_bytes) m_bytes = Allocated(size);
+    if (!m_bytes) m_bytes = SYSTEM_MEMORY::Allocate(size);
     if (!m_bytes) throw std::bad_alloc();
 }
 
@@ -108,7 +78,7 @@ void FILE_TEXT::Grow(std::size_t size) {
     // Of a mapping only what is written to is ever taken from the system, so it may be generous.
     bool const isLarge = m_size + size > LARGEST_ALLOCATED_TEXT;
     std::size_t const capacity = std::max({m_size + size, 2 * m_capacity, isLarge ? FIRST_MAPPED_TEXT : FIRST_TEXT});
-    FILE_BYTES larger = isLarge ? Mapped(capacity) : Allocated(capacity);
+    SYSTEM_MEMORY::BYTES larger = isLarge ? SYSTEM_MEMORY::Map(capacity) : SYSTEM_MEMORY::Allocate(capacity);
     if (!larger) throw std::bad_alloc();
     if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
     m_bytes = std::move(larger);

@@ -8,18 +8,9 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
-// Bytes of the allocator's, or of a mapping.
-struct GIVE_BACK_BYTES {
-    std::size_t mapped;  // 0: the allocator's
-    void operator()(char* bytes) const;
-};
-using FILE_BYTES = std::unique_ptr<char, GIVE_BACK_BYTES>;
-inline FILE_BYTES NoBytes() {
-    return {nullptr, GIVE_BACK_BYTES{0}};
-}
+#include "SystemMemory.h"
 
 class FILE_ROOM {
  public:
@@ -40,7 +31,7 @@ class FILE_ROOM {
  private:
     FILE_ROOM(std::size_t size, std::size_t rest);
 
-    FILE_BYTES m_bytes = NoBytes();
+    SYSTEM_MEMORY::BYTES m_bytes = SYSTEM_MEMORY::Nothing();
     std::size_t m_textSize = 0;
     std::size_t m_restSize = 0;
 };
@@ -85,7 +76,7 @@ class FILE_TEXT {
     // Makes room for so many bytes more. Throws std::bad_alloc.
     void Grow(std::size_t size);
 
-    FILE_BYTES m_bytes = NoBytes();
+    SYSTEM_MEMORY::BYTES m_bytes = SYSTEM_MEMORY::Nothing();
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;
 };
