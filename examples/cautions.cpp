@@ -79,8 +79,9 @@ void Values(char const* fileName) {
     tell("", PARAM_STRING, "no name");
     tell("Folder/", PARAM_STRING, "no last name");
     tell("A/ticket/B", PARAM_STRING, "loads as A/B");
-    tell("Two Words", PARAM_STRING, "no XML");
-    tell("2nd", PARAM_STRING, "no XML either");
+    tell("Two Words", PARAM_STRING, "comes back");
+    tell("End ", PARAM_STRING, "loses its blank");
+    tell("12\" wide", PARAM_STRING, "no file holds it");
     //! [keys]
 }
 
@@ -94,10 +95,10 @@ unsigned int CountInFile(char const* fileName) {
 void Misread(char const* fileName) {
     std::remove(fileName);
     //! [misread]
-    // A key that makes no XML name spoils the whole file: nothing of it is loaded.
+    // A key with <, >, " or a control byte spoils the whole file: nothing of it is loaded.
     TICKET ticket(STICKET::Create(fileName));
     ticket->SetParameter(ticket->pTicket, "Name", PARAM_STRING, "good", SCALAR_INDEX);
-    ticket->SetParameter(ticket->pTicket, "Two Words", PARAM_STRING, "bad", SCALAR_INDEX);
+    ticket->SetParameter(ticket->pTicket, "12\" wide", PARAM_STRING, "bad", SCALAR_INDEX);
     ticket.reset();
     ticket.reset(STICKET::Create(fileName));
     std::printf("the name is %s\n", Show(*ticket, "Name").c_str());

@@ -214,6 +214,11 @@ void CHECKER::LookAtElement(pugi::xml_node element, pugi::xml_node raw) {
     if (!IsTop(element) && IsLeftOut(element) && HasElements(element)) {
         Say(element, "an element named 'ticket' is left out of the keys below it");
     }
+    std::string_view const name = element.name();
+    if (std::any_of(name.begin(), name.end(), IsControlByte)) {
+        Say(element,
+            "the name " + Quoted(std::string(name)) + " holds a control byte, which other files may not bring back");
+    }
     LookAtAttributes(element);
     if (std::strcmp(element.first_attribute().name(), "type") == 0) {
         LookAtLeaf(element, raw);

@@ -196,7 +196,8 @@ std::vector<LOSS> Rehearse(std::string const& path, std::function<void(TicketFil
     try {
         return Compare(intended, TicketFile(scratch.File(), MISSING::IS_EMPTY).Read());
     } catch (UnloadableFile const&) {
-        throw Failure(path + ": not written: the file would not parse any more; is each part of each key an XML name?");
+        throw Failure(path +
+                      ": not written: the file would not parse any more; does a key hold <, >, \" or a control byte?");
     }
 }
 

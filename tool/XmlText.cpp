@@ -6,14 +6,38 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <new>
+
+#include "TicketImpSFileNames.h"
 
 namespace {
 
-std::string Hint(std::string_view text) {
+// Whether the tag at an offset is one that a save makes of a key that no file can hold.
+bool IsOfAnImpossibleKey(std::string_view text, std::size_t offset) {
+    auto const end = text.find(" type=\"", text.rfind('\n', offset) + 1);
+    auto const start = text.substr(0, end).rfind("\t<");
+    if (end == std::string_view::npos || start == std::string_view::npos) return false;
+    auto const name = text.substr(start + 2, end - start - 2);
+    return std::any_of(name.begin(), name.end(), [](char c) { return c == '<' || c == '"' || IsControlByte(c); });
+}
+
+std::string Hint(std::string_view text, std::size_t offset) {
     auto const begins = [&](std::string_view mark) { return text.substr(0, mark.size()) == mark; };
     using namespace std::string_view_literals;
     bool const wide = begins("\xFF\xFE"sv) || begins("\xFE\xFF"sv) || begins("<\0"sv) || begins("\0<"sv);
-    return wide ? " (it looks like UTF-16; only UTF-8 is read)" : "";
+    if (wide) return " (it looks like UTF-16; only UTF-8 is read)";
+    return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a control byte)" : "";
+}
+
+// The library's second attempt, for names of elements that are none in XML.
+pugi::xml_parse_result ParseAnyNames(std::string const& text, unsigned int options, pugi::xml_document& document) {
+    auto* const copy = static_cast<char*>(pugi::get_memory_allocation_function()(text.size() + 1));
+    if (copy == nullptr) throw std::bad_alloc();
+    std::copy(text.begin(), text.end(), copy);
+    TICKET_NAMES::Replace(text, copy);
+    auto const result = document.load_buffer_inplace_own(copy, text.size(), options, pugi::encoding_utf8);
+    if (result) TICKET_NAMES::Restore(text, copy);
+    return result;
 }
 
 }  // namespace
@@ -51,12 +75,18 @@ std::string PLACES::Of(std::size_t offset) {
 std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
                                                     unsigned int options) {
     auto document = std::make_unique<pugi::xml_document>();
-    auto const result = document->load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
+    auto result = document->load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
+    if (!result) result = ParseAnyNames(text, options, *document);
     if (!result) {
-        throw UnloadableFile(PLACES(path, text).Of(static_cast<std::size_t>(result.offset)) +
-                             "does not parse: " + result.description() + Hint(text));
+        auto const offset = static_cast<std::size_t>(result.offset);
+        throw UnloadableFile(PLACES(path, text).Of(offset) + "does not parse: " + result.description() +
+                             Hint(text, offset));
     }
     return document;
+}
+
+bool IsControlByte(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
 bool IsTypeInFiles(std::string_view name) {

@@ -35,10 +35,13 @@ class PLACES {
     std::size_t m_offset = 0;
 };
 
+// Keys with such bytes are not promised to come back from a file.
+bool IsControlByte(char c);
+
 // How the library parses a file.
 constexpr unsigned int kParseAsLibrary = pugi::parse_full | pugi::parse_ws_pcdata_single;
 
-// Throws UnloadableFile.
+// As the library, makes a second attempt for names that are none in XML. Throws UnloadableFile.
 std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
                                                     unsigned int options = kParseAsLibrary);
 

@@ -22,11 +22,18 @@ struct TicketText {
         return result;
     }
 
+    // The same for a text that need not be XML.
+    static TicketText ReadAnyNames(std::string const& text) {
+        TicketText result{};
+        result.parsed = ReadTicketOfAnyNames(text, &Set, &result) == READING::DONE;
+        return result;
+    }
+
     // ReadTicket of a copy of the text.
     static bool Read(std::string const& text, xml_outline::SET set, void* context) {
         FILE_ROOM const room(text.size());
         std::copy(text.begin(), text.end(), room.Text());
-        return ReadTicket(room, text.size(), set, context);
+        return ReadTicket(room, text.size(), set, context) == READING::DONE;
     }
 
     // The text of a file with these elements below the root.

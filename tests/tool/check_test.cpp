@@ -5,6 +5,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class ToolCheck : public Tool {
@@ -51,6 +52,27 @@ TEST_F(ToolCheck, TellsWhereAFileDoesNotParse) {
     EXPECT_EQ(Findings(""), "1:1: does not parse: No document element found\n");
     EXPECT_EQ(Findings("<ticket>\n<a b=1/></ticket>"), "2:6: does not parse: Error parsing element attribute\n");
     EXPECT_EQ(Findings(std::string("<ticket>\0</ticket>", 18)), "1:9: does not parse: Start-end tags mismatch\n");
+}
+
+TEST_F(ToolCheck, LooksAtAFileWithNamesThatAreNoneInXml) {
+    EXPECT_EQ(Findings("<ticket>\n\t<HP 4000 type=\"int\">4x</HP 4000>\n\t<1>\n\t\t<2/>\n\t</1>\n</ticket>\n"),
+              "2:2: 'HP 4000': \"4x\" is read only up to \"x\"\n"
+              "4:3: element '2' holds nothing\n");
+    EXPECT_EQ(Findings("<ticket>\n\t<HP 4000 type=\"int\">4</HP 4000>\n\t<a>\n\t</b>\n</ticket>\n"),
+              "4:4: does not parse: Start-end tags mismatch\n");
+    EXPECT_EQ(Findings("<ticket>\n<a\tb type=\"int\">4</a\tb>\n</ticket>\n"),
+              "2:1: the name 'a\\tb' holds a control byte, which other files may not bring back\n");
+}
+
+TEST_F(ToolCheck, TellsKeysThatNoFileCanHold) {
+    for (std::string const name : {"a<b", "a\"b", "a\nb", "\""}) {
+        EXPECT_THAT(Findings("<ticket>\n\t<" + name + " type=\"int\">1</" + name + ">\n</ticket>\n"),
+                    HasSubstr("(no file can hold a key with <, >, \" or a control byte)\n"))
+            << name;
+    }
+    EXPECT_THAT(Findings("<ticket>\n\t<a>b type=\"int\">1</a>b>\n</ticket>\n"),
+                HasSubstr("2:5: text in element 'a', which has no type, stores nothing\n"));
+    EXPECT_THAT(Findings("<ticket>\n\t<a type=\"int\">1</b>\n</ticket>\n"), Not(HasSubstr("no file can hold")));
 }
 
 TEST_F(ToolCheck, TellsAFileOfWideCharacters) {

@@ -256,7 +256,7 @@ TEST_F(ToolCopies, DoNotStayWhenTheUserInterrupts) {
 }
 
 TEST_F(ToolCopies, DoNotStayAfterAFailure) {
-    EXPECT_THAT(Error({"set", "s.xml", "a b", "x"}), HasSubstr("would not parse"));
+    EXPECT_THAT(Error({"set", "s.xml", "a<b", "x"}), HasSubstr("would not parse"));
     EXPECT_THAT(Error({"set", "s.xml", "a", "x "}), HasSubstr("would come back"));
     EXPECT_THAT(Error({"set", "s.xml", "a", "x", "--type", "int"}), HasSubstr("not a value"));
     EXPECT_TRUE(std::filesystem::is_empty(m_temporary));
@@ -280,7 +280,7 @@ TEST_F(ToolStreams, ClosedStandardStreamsDoNotReachTheFile) {
     m_manner.closed = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
     EXPECT_EQ(Ticket({"set", "s.xml", "a", "2"}).code, 0);
     EXPECT_EQ(Ticket({"import", "s.xml"}).code, 2);
-    EXPECT_EQ(Ticket({"set", "s.xml", "b c", "2"}).code, 2);
+    EXPECT_EQ(Ticket({"set", "s.xml", "b<c", "2"}).code, 2);
     m_manner.closed.clear();
     EXPECT_EQ(Output({"list", "s.xml"}), "a\tstring\t\"2\"\n");
 }

@@ -143,12 +143,10 @@ STICKET_FILE::DROPPED STICKET_FILE::MakeReady(bool everything) {
 }
 
 void STICKET_FILE::Load() {
-    using TICKETFILE::CONTENT;
-    CONTENT file = TICKETFILE::Read(m_fileName);
-    m_misread = file.state == CONTENT::UNREADABLE;
+    m_misread = false;
     m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
-        if (file.state == CONTENT::READ && !ReadTicket(file.room, file.size, &LocalSetParameter, this)) {
+        if (!ReadFile()) {
             m_content->parameters.Clear();
             m_misread = true;
         }
@@ -158,6 +156,22 @@ void STICKET_FILE::Load() {
         throw;
     }
     m_lastAccess = Now();
+}
+
+// False for a file that is there and cannot be read; then what is in the tree is worth nothing. Parsing uses up the
+// text, so that a second attempt reads the file again: only files that fail pay for it.
+bool STICKET_FILE::ReadFile() {
+    using TICKETFILE::CONTENT;
+    CONTENT file = TICKETFILE::Read(m_fileName);
+    if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
+    READING reading = ReadTicket(file.room, file.size, &LocalSetParameter, this);
+    if (reading == READING::NO_DOCUMENT) {
+        file = {};
+        file = TICKETFILE::Read(m_fileName);
+        if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
+        reading = ReadTicketOfAnyNames({file.room.Text(), file.size}, &LocalSetParameter, this);
+    }
+    return reading == READING::DONE;
 }
 
 int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {

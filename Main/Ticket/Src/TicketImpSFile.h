@@ -60,6 +60,7 @@ class STICKET_FILE : public STICKET {
     virtual std::time_t Now() const { return std::time(nullptr); }
 
  private:
+    bool ReadFile();
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     bool AnyNotPartial(GETMULTIPAR const* records) const;
     void MarkDirty();

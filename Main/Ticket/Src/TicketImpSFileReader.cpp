@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "TicketImpSFileFormat.h"
+#include "TicketImpSFileNames.h"
 #include "TicketImpSFileNumbers.h"
 #include "TicketImpSFileText.h"
 
@@ -31,6 +32,19 @@ PARAM_TYPE TypeOf(char const* name) {
     for (auto const& known : TICKET_FORMAT::TYPE_NAMES)
         if (Equals(name, known.name)) return known.type;
     return PARAM_NONE;
+}
+
+// `whenParsed` may still change names in the text.
+template <typename WHEN_PARSED>
+READING Read(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context, WHEN_PARSED whenParsed) {
+    std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
+    DOCUMENT_MEMORY const memory(room);
+    pug::xml_document document;
+    if (!document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8))
+        return READING::NO_DOCUMENT;
+    whenParsed();
+    xml_outline outline(set, context, maximum);
+    return document.traverse(outline) ? READING::DONE : READING::OUT_OF_PROPORTION;
 }
 
 }  // namespace
@@ -103,11 +117,13 @@ void xml_outline::Store(PARAM_TYPE type, char const* text) {
     m_set(m_context, m_key.data(), type, bytes.data, APPEND_INDEX);
 }
 
-bool ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context) {
-    std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
-    DOCUMENT_MEMORY const memory(room);
-    pug::xml_document document;
-    if (!document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8)) return false;
-    xml_outline outline(set, context, maximum);
-    return document.traverse(outline);
+READING ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context) {
+    return Read(room, size, set, context, [] {});
+}
+
+READING ReadTicketOfAnyNames(std::string_view text, xml_outline::SET set, void* context) {
+    FILE_ROOM const room = FILE_ROOM::WithDocument(text.size());
+    std::copy(text.begin(), text.end(), room.Text());
+    TICKET_NAMES::Replace(text, room.Text());
+    return Read(room, text.size(), set, context, [&] { TICKET_NAMES::Restore(text, room.Text()); });
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
@@ -38,8 +39,15 @@ class xml_outline : public pug::xml_tree_walker {
     std::string m_value;                 // scratch
 };
 
+enum class READING {
+    DONE,
+    NO_DOCUMENT,       // what is no XML; nothing was set
+    OUT_OF_PROPORTION  // deep nesting would make keys longer than 256 MiB and 16 times the text: to be dropped again
+};
+
 // Parses the text of a ticket file, the first `size` bytes of the room, and walks it with an xml_outline. The text is
-// used as working space: its content is lost. Exceptions of the set function pass through. False: the text is not a
-// document that could be parsed, and nothing was set; or its deep nesting would make keys out of all proportion to it
-// (more than 256 MiB and 16 times its size), and the caller drops what was set so far.
-bool ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context);
+// used as working space: its content is lost. Exceptions of the set function pass through.
+READING ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context);
+
+// The same for a text that was no document: takes it for one with element names that are none in XML. Leaves the text.
+READING ReadTicketOfAnyNames(std::string_view text, xml_outline::SET set, void* context);

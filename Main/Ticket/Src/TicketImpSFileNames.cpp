@@ -1,0 +1,185 @@
+// Finds names line by line. What could be a comment, an instruction or the like is taken for a tag only where that is
+// certain, so that a file to which somebody added them reads the same.
+#include "TicketImpSFileNames.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <unordered_set>
+
+#include "TicketImpSFileFormat.h"
+
+namespace TICKET_NAMES {
+namespace {
+
+constexpr std::string_view IN_NO_NAME{"<>\"/\0", 5};
+
+bool IsSpace(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r';
+}
+
+// What the parser takes for the first byte of a name, and for any other.
+bool IsFirst(char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' || byte == ':' ||
+           static_cast<unsigned char>(byte) >= 0x80;
+}
+
+bool IsLater(char byte) {
+    return IsFirst(byte) || (byte >= '0' && byte <= '9') || byte == '-' || byte == '.';
+}
+
+bool IsXml(std::string_view name) {
+    return IsFirst(name.front()) && std::all_of(name.begin(), name.end(), IsLater);
+}
+
+bool BeginsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+std::string_view Trimmed(std::string_view line) {
+    while (!line.empty() && IsSpace(line.front())) line.remove_prefix(1);
+    while (!line.empty() && IsSpace(line.back())) line.remove_suffix(1);
+    return line;
+}
+
+// The line that begins at `at`, without its end.
+std::string_view LineAt(std::string_view text, std::size_t at) {
+    return text.substr(at, text.find('\n', at) - at);
+}
+
+// A line of the writer's form.
+struct LINE {
+    enum KIND { OTHER, OPENING, CLOSING, EMPTY, WHOLE };
+    KIND kind = OTHER;
+    std::string_view name;
+    std::string_view closing;  // the name again, at its second place, of a WHOLE element
+};
+
+LINE Known(LINE::KIND kind, std::string_view name, std::string_view closing = {}) {
+    bool const isName = !name.empty() && name.find_first_of(IN_NO_NAME) == std::string_view::npos;
+    return isName ? LINE{kind, name, closing} : LINE{};
+}
+
+// A line that begins with <NAME type="TYPE">; `quote` is where TYPE begins.
+LINE TypedLine(std::string_view line, std::size_t quote) {
+    constexpr std::string_view MARK = " type=\"";
+    std::size_t const end = line.find('"', quote);
+    if (quote < MARK.size() + 1 || end == std::string_view::npos) return {};
+    auto const& types = TICKET_FORMAT::TYPE_NAMES;
+    std::string_view const type = line.substr(quote, end - quote);
+    bool const isType =
+        std::any_of(std::begin(types), std::end(types), [&](auto const& known) { return known.name == type; });
+    std::string_view const start = line.substr(0, quote);
+    if (!isType || !EndsWith(start, MARK) || line.substr(end, 2) != "\">") return {};
+    std::string_view const name = start.substr(1, start.size() - MARK.size() - 1);
+
+    std::string_view const rest = line.substr(end + 2);
+    if (rest.empty()) return Known(LINE::OPENING, name);
+    std::size_t const tag = rest.rfind("</");
+    if (tag == std::string_view::npos || tag != rest.find('<')) return {};
+    std::string_view const closing = rest.substr(tag + 2, rest.size() - tag - 3);
+    return closing == name ? Known(LINE::WHOLE, name, closing) : LINE{};
+}
+
+LINE Parse(std::string_view line) {
+    line = Trimmed(line);
+    if (line.size() < 3 || line.front() != '<' || line.back() != '>') return {};
+    std::size_t const quote = line.find('"');
+    if (quote != std::string_view::npos) return TypedLine(line, quote + 1);
+    std::string_view const inner = line.substr(1, line.size() - 2);
+    if (inner.front() == '/') return Known(LINE::CLOSING, inner.substr(1));
+    if (inner.back() == '/') return Known(LINE::EMPTY, inner.substr(0, inner.size() - 1));
+    return Known(LINE::OPENING, inner);
+}
+
+// Other things than elements, which may stretch over lines.
+struct MARKUP {
+    std::string_view begin;
+    std::string_view end;
+};
+constexpr MARKUP MARKUPS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+
+constexpr std::string_view OTHER_STARTS[] = {"!--", "![CDATA[", "!DOCTYPE"};
+
+// Where the next line begins after one that is not the writer's, and after what begins on it.
+std::size_t BehindOther(std::string_view text, std::size_t at) {
+    while ((at = text.find_first_of("<\n", at)) < text.size()) {
+        if (text[at] == '\n') return at + 1;
+        auto const markup = std::find_if(std::begin(MARKUPS), std::end(MARKUPS),
+                                         [&](MARKUP const& known) { return BeginsWith(text.substr(at), known.begin); });
+        at = markup == std::end(MARKUPS) ? at + 1 : text.find(markup->end, at + markup->begin.size());
+    }
+    return text.size();
+}
+
+class SCAN {
+ public:
+    explicit SCAN(std::string_view text) : m_text(text) {}
+
+    // Calls `take` for each name that is none in XML, in its opening and in its closing tag.
+    template <typename TAKE>
+    void ForEach(TAKE const& take) {
+        FindClosings();
+        for (std::size_t at = 0; at < m_text.size();) {
+            std::string_view const whole = LineAt(m_text, at);
+            LINE const line = Parse(whole);
+            if (line.kind == LINE::OTHER || MayBeMarkup(line)) {
+                at = BehindOther(m_text, at);
+                continue;
+            }
+            at += whole.size() + 1;
+            if (IsXml(line.name)) continue;
+            take(line.name);
+            if (line.kind == LINE::WHOLE) take(line.closing);
+        }
+    }
+
+ private:
+    // What begins as a comment or the like does is an opening tag only if it has a closing one.
+    bool MayBeMarkup(LINE const& line) const {
+        if (line.kind == LINE::WHOLE || line.kind == LINE::CLOSING) return false;
+        bool const isInstruction = line.kind == LINE::OPENING && line.name.front() == '?';
+        bool const isOther = std::any_of(std::begin(OTHER_STARTS), std::end(OTHER_STARTS),
+                                         [&](std::string_view start) { return BeginsWith(line.name, start); });
+        return (isInstruction || isOther) && m_closings.count(line.name) == 0;
+    }
+
+    void FindClosings() {
+        for (std::size_t at = 0; at < m_text.size();) {
+            std::string_view const whole = LineAt(m_text, at);
+            at += whole.size() + 1;
+            LINE const line = Parse(whole);
+            bool const isDoubtful =
+                line.kind == LINE::CLOSING && (line.name.front() == '?' || line.name.front() == '!');
+            if (isDoubtful) m_closings.insert(line.name);
+        }
+    }
+
+    std::string_view m_text;
+    std::unordered_set<std::string_view> m_closings;
+};
+
+}  // namespace
+
+// With its highest bit set, any byte may stand anywhere in a name. Different bytes stay different, so that tags that do
+// not match still do not.
+void Replace(std::string_view text, char* copy) {
+    SCAN(text).ForEach([&](std::string_view name) {
+        char* const place = copy + (name.data() - text.data());
+        for (std::size_t i = 0; i < name.size(); ++i) {
+            bool const isXml = i == 0 ? IsFirst(name[i]) : IsLater(name[i]);
+            if (!isXml) place[i] = static_cast<char>(static_cast<unsigned char>(name[i]) | 0x80u);
+        }
+    });
+}
+
+void Restore(std::string_view text, char* copy) {
+    SCAN(text).ForEach(
+        [&](std::string_view name) { std::memcpy(copy + (name.data() - text.data()), name.data(), name.size()); });
+}
+
+}  // namespace TICKET_NAMES
