@@ -1,44 +1,143 @@
-// Feeds arbitrary bytes to a file ticket: it must load or refuse them, walk, save and load again without a fault, and
-// what was saved must save to the same bytes again.
+// Feeds arbitrary bytes as a file to tickets: whole, partial, and through a text conversion. Each must load or refuse
+// them; what it then saves, and reads from that again, is told beforehand.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <map>
+#include <optional>
+#include <pugixml.hpp>
 #include <string>
 
 #include "../support/Files.h"
-#include "ConfigurationControl/Ticket.h"
+#include "../support/Tickets.h"
+#include "ConfigurationControl/StringConversion.h"
+#include "FuzzFile.h"
+#include "FuzzInput.h"
 
 namespace {
 
-bool Touch(void* sum, char const* key, PARAM_TYPE type, void const* value, int) {
-    *static_cast<std::size_t*>(sum) += std::string(key).size() + (type == PARAM_STRING ? 1U : value != nullptr);
-    return true;
+constexpr char KEPT[] = ".bad";
+
+// Its own inverse. It makes no NUL and takes none away.
+class MIRRORED : public STICKET_STRING_CONVERSION {
+ public:
+    std::string ToFile(std::string const& text) override { return Mirror(text); }
+    std::string FromFile(std::string const& text, int /*reserved*/) override { return Mirror(text); }
+
+    static std::string Mirror(std::string text) {
+        for (char& byte : text) byte = static_cast<char>(-byte);
+        return text;
+    }
+};
+
+// What a ticket makes of the file, and of its values when they have gone through the file again.
+struct CYCLE {
+    VALUES values;
+    std::string saved;
+};
+
+void Save(STICKET_ACCESS const* ticket) {
+    // Refused, but the ticket counts as changed.
+    MUST_HOLD(ticket->SetParameter(ticket->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX) == 0);
+    MUST_HOLD(tickets::Operate(ticket, STICKET_OP_SAVE) == 1);
 }
 
-// Loads a file, makes the ticket dirty by a refused set, saves it, and returns the bytes then.
-std::string LoadAndSave(std::string const& file) {
-    STICKET_ACCESS const* ticket = STICKET::Create(file.c_str());
-    std::size_t sum = 0;
-    ticket->WalkParameter(ticket->pTicket, Touch, &sum, "", WALK_EVERYTHING);
-    ticket->SetParameter(ticket->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
-    ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
-    STICKET::Destroy(ticket);
-    return files::Content(file);
+CYCLE LoadAndSave(std::string const& file, STICKET_STRING_CONVERSION* conversion = nullptr) {
+    STICKET_WHOAMI whoAmI = tickets::NOBODY;
+    whoAmI.pContext = conversion;
+    tickets::OWNER const ticket(STICKET::CCreate(file.c_str(), whoAmI));
+    VALUES const values = Walked(ticket);
+    Save(ticket);
+    return {values, FileContent(file)};
+}
+
+std::string FileOf(VALUES const& values) {
+    return values.empty() ? "" : FILE_MODEL(values).Text();
+}
+
+// The values of one key stand together, so the order in the file is the order of the next walk but for the keys.
+std::string Reloaded(VALUES const& values) {
+    std::map<std::string, VALUES> byKey;
+    for (VALUE const& value : FILE_MODEL(values).Reloaded()) byKey[value.key].push_back(value);
+    VALUES sorted;
+    for (auto& [key, elements] : byKey) {
+        int index = elements.size() > 1 ? 0 : SCALAR_INDEX;
+        for (VALUE& element : elements) {
+            element.index = index++;
+            sorted.push_back(element);
+        }
+    }
+    return Spelled(sorted);
+}
+
+bool Parses(std::string content) {
+    pugi::xml_document document;
+    return document.load_buffer_inplace(content.data(), content.size(), pugi::parse_full | pugi::parse_ws_pcdata_single,
+                                        pugi::encoding_utf8);
+}
+
+// What could not be read stays beside the file, and nothing else does.
+void CheckKept(std::string const& file, std::string const& content, VALUES const& values) {
+    bool const isKept = files::Exists(file + KEPT);
+    MUST_HOLD(isKept != Parses(content));
+    if (!isKept) return;
+    MUST_HOLD(values.empty());
+    MustBeSame(FileContent(file + KEPT), content, "kept file");
+    std::remove((file + KEPT).c_str());
+}
+
+void CheckConversion(std::string const& file, std::string const& content, CYCLE const& plain) {
+    files::Write(file, content);
+    MIRRORED conversion;
+    CYCLE const converted = LoadAndSave(file, &conversion);
+    MustBeSame(converted.saved, plain.saved, "saved through a conversion");
+    VALUES expected = plain.values;
+    for (VALUE& value : expected)
+        if (value.type == PARAM_STRING) value.content = MIRRORED::Mirror(value.content);
+    MustBeSame(Spelled(converted.values), Spelled(expected), "values of a conversion");
+    std::remove((file + KEPT).c_str());
+}
+
+// The file is what has been saved from `values`.
+void CheckPartial(std::string const& file, VALUES const& values) {
+    if (values.empty()) return;
+    std::string const before = FileContent(file);
+    tickets::OWNER const ticket(file.c_str());
+    std::string const& key = values[values.size() / 2].key;
+    char const* const keys[] = {key.c_str(), nullptr};
+    MUST_HOLD(tickets::Operate(ticket, STICKET_OP_PARTIAL_KEYS, const_cast<char const**>(keys)) == 1);
+    unsigned int type = 0;
+    MUST_HOLD(ticket->GetParameter(ticket->pTicket, key.c_str(), PARAM_NONE, &type, SCALAR_INDEX) == 1);
+    unsigned int loaded = 0;
+    MUST_HOLD(tickets::Operate(ticket, STICKET_OP_COUNT_LOADED, &loaded) == 1);
+    auto const isKey = [&](VALUE const& value) { return value.key == key; };
+    MUST_HOLD(loaded == std::count_if(values.begin(), values.end(), isKey));
+    MustBeSame(Spelled(Walked(ticket)), Reloaded(values), "values after a partial load");
+    MUST_HOLD(tickets::Operate(ticket, STICKET_OP_RELEASE) == 1);
+    MustBeSame(FileContent(file), before, "file after a partial load");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    // Faster by far with TMPDIR on a file system in memory: every save is flushed.
-    static files::SCRATCH const scratch;
-    std::string const file = scratch / "ticket.xml";
-    files::Write(file, {reinterpret_cast<char const*>(data), size});
-    std::string const once = LoadAndSave(file);
-    // A text may lose a space at its ends at each of the first saves, never later.
-    LoadAndSave(file);
-    std::string const settled = LoadAndSave(file);
-    if (LoadAndSave(file) != settled) std::abort();
+    static SCRATCH_DIRECTORY const scratch;
+    std::string const file = scratch.Path("ticket.xml");
+    std::string const content(reinterpret_cast<char const*>(data), size);
+    files::Write(file, content);
+
+    CYCLE const first = LoadAndSave(file);
+    CheckKept(file, content, first.values);
+    MustBeSame(first.saved, FileOf(first.values), "first saved file");
+    CYCLE const second = LoadAndSave(file);
+    MustBeSame(Spelled(second.values), Reloaded(first.values), "values read again");
+    MustBeSame(second.saved, FileOf(second.values), "second saved file");
+    // Each save may take a space from either end of a text, and nothing else.
+    CYCLE const third = LoadAndSave(file);
+    MustBeSame(Spelled(third.values), Reloaded(second.values), "values read a third time");
+    if (third.values == second.values) MustBeSame(third.saved, second.saved, "third saved file");
+
+    CheckPartial(file, third.values);
+    CheckConversion(file, content, first);
     std::remove(file.c_str());
-    std::remove((file + ".bad").c_str());
     return 0;
 }

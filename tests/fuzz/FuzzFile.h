@@ -1,0 +1,210 @@
+// What the rules make of a ticket's values in a file: the file's text, and the values that are read from it again.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+#include <vector>
+
+#include "ConfigurationControl/TicketRecords.h"
+#include "FuzzArgument.h"
+#include "FuzzText.h"
+#include "FuzzWildcard.h"
+#include "TicketImpSFileNumbers.h"
+#include "TicketImpSFileText.h"
+
+// One call of a walk.
+struct VALUE {
+    std::string key;
+    PARAM_TYPE type;
+    std::string content;  // as in ARGUMENT; the bits of a pointer
+    int index;
+
+    bool operator==(VALUE const& other) const {
+        return key == other.key && type == other.type && content == other.content && index == other.index;
+    }
+};
+using VALUES = std::vector<VALUE>;
+
+inline std::string Spelled(VALUES const& values) {
+    std::string lines;
+    for (VALUE const& value : values) {
+        lines += value.key + "[" + std::to_string(value.index) + "] " + std::to_string(value.type) + " ";
+        lines += value.content + "\n";
+    }
+    return lines;
+}
+
+// STICKET_WALK_CALLBACK whose context is a VALUES.
+inline bool AddValue(void* values, char const* key, PARAM_TYPE type, void const* value, int index) {
+    std::string content;
+    if (type == PARAM_POINTER)
+        content.assign(reinterpret_cast<char const*>(&value), sizeof value);
+    else if (value != nullptr)
+        content = ARGUMENT::ContentOf(type, value);
+    static_cast<VALUES*>(values)->push_back({key, type, content, index});
+    return true;
+}
+
+inline VALUES Walked(STICKET_ACCESS const* ticket) {
+    VALUES values;
+    MUST_HOLD(ticket->WalkParameter(ticket->pTicket, &AddValue, &values, "", WALK_EVERYTHING) != 0);
+    return values;
+}
+
+class FILE_MODEL {
+ public:
+    // `values`: all of a ticket, as a walk reports them.
+    explicit FILE_MODEL(VALUES const& values) {
+        for (VALUE const& value : values)
+            if (*TypeName(value.type) != '\0') Place(m_ticket, value.key, value);
+    }
+
+    std::string Text() const {
+        std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+        Write(m_ticket, 0, text);
+        return text;
+    }
+
+    // Whether all elements have names that XML allows.
+    bool IsReadable() const { return IsReadable(m_ticket); }
+
+    // What a load finds, in its order, each to be appended to its key.
+    VALUES Reloaded() const {
+        VALUES values;
+        for (auto const& child : m_ticket.children) Read(*child, "", values);
+        return values;
+    }
+
+    // A single space at either end is lost, and what looks like an entity of XML becomes what that stands for.
+    static std::string ReloadedText(std::string const& text) {
+        std::string const encoded = text.empty() ? "\\" : EncodeString(text);
+        return DecodeString(Normalised(encoded.find('&') != std::string::npos ? Parsed(encoded) : encoded));
+    }
+
+ private:
+    struct ELEMENT {
+        std::string name;
+        VALUE const* value = nullptr;
+        std::string text;
+        std::vector<std::unique_ptr<ELEMENT>> children;
+    };
+
+    static char const* TypeName(PARAM_TYPE type) {
+        switch (type) {
+            case PARAM_INT:
+                return "int";
+            case PARAM_DOUBLE:
+                return "double";
+            case PARAM_STRING:
+                return "string";
+            case PARAM_BINSTR:
+                return "binstr";
+            case PARAM_INT64:
+                return "int64";
+            case PARAM_UINT64:
+                return "uint64";
+            default:
+                return "";
+        }
+    }
+
+    static std::string Parsed(std::string const& text) {
+        pugi::xml_document document;
+        MUST_HOLD(
+            document.load_string(("<a>" + text + "</a>").c_str(), pugi::parse_full | pugi::parse_ws_pcdata_single));
+        return document.first_child().child_value();
+    }
+
+    static ELEMENT& Add(ELEMENT& parent, std::string const& name) {
+        parent.children.push_back(std::make_unique<ELEMENT>());
+        parent.children.back()->name = name;
+        return *parent.children.back();
+    }
+
+    static ELEMENT& FindOrAdd(ELEMENT& parent, std::string const& component) {
+        for (auto const& child : parent.children)
+            if (!child->name.empty() && wildcards::Matches(component, child->name)) return *child;
+        return Add(parent, component);
+    }
+
+    static void Place(ELEMENT& parent, std::string const& key, VALUE const& value) {
+        std::size_t const end = key.find('/');
+        if (end != std::string::npos) return Place(FindOrAdd(parent, key.substr(0, end)), key.substr(end + 1), value);
+        if (key.empty()) return;
+        ELEMENT& leaf = Add(parent, key);
+        leaf.value = &value;
+        leaf.text = TextOf(value);
+        if (leaf.text.empty()) leaf.text = "\\";
+    }
+
+    template <typename NUMBER>
+    static NUMBER As(std::string const& content) {
+        NUMBER number;
+        std::memcpy(&number, content.data(), sizeof number);
+        return number;
+    }
+
+    static std::string TextOf(VALUE const& value) {
+        std::string text;
+        switch (value.type) {
+            case PARAM_INT:
+                return std::to_string(As<int>(value.content));
+            case PARAM_INT64:
+                return std::to_string(As<long long>(value.content));
+            case PARAM_UINT64:
+                return std::to_string(As<unsigned long long>(value.content));
+            case PARAM_DOUBLE:
+                AppendNumber(text, BestDouble{As<double>(value.content), BestDouble::FILE_LIMIT});
+                return text;
+            default:
+                return EncodeString(value.content);
+        }
+    }
+
+    static std::string NameOf(ELEMENT const& element) { return element.name.empty() ? "anonymous" : element.name; }
+
+    static void Write(ELEMENT const& element, std::size_t depth, std::string& text) {
+        std::string const tabs(depth, '\t');
+        text += tabs + "<" + NameOf(element);
+        if (element.value != nullptr) text += std::string(" type=\"") + TypeName(element.value->type) + "\"";
+        if (element.children.empty()) {
+            text += element.value != nullptr ? ">" + element.text + "</" + NameOf(element) + ">\n" : "/>\n";
+            return;
+        }
+        text += ">\n";
+        if (element.value != nullptr) text += tabs + "\t" + element.text + "\n";
+        for (auto const& child : element.children) Write(*child, depth + 1, text);
+        text += tabs + "</" + NameOf(element) + ">\n";
+    }
+
+    static bool IsName(std::string const& name) {
+        auto const isLetter = [](char byte) {
+            return byte < 0 || (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' ||
+                   byte == ':';
+        };
+        auto const isOther = [](char byte) { return (byte >= '0' && byte <= '9') || byte == '-' || byte == '.'; };
+        if (!isLetter(name.front())) return false;
+        return std::all_of(name.begin(), name.end(), [&](char byte) { return isLetter(byte) || isOther(byte); });
+    }
+    static bool IsReadable(ELEMENT const& element) {
+        return IsName(NameOf(element)) && std::all_of(element.children.begin(), element.children.end(),
+                                                      [](auto const& child) { return IsReadable(*child); });
+    }
+
+    static void Read(ELEMENT const& element, std::string const& path, VALUES& values) {
+        std::string const name = NameOf(element);
+        if (element.value != nullptr) {
+            VALUE value = *element.value;
+            value.key = path + name;
+            value.index = APPEND_INDEX;
+            if (value.type == PARAM_STRING || value.type == PARAM_BINSTR) value.content = ReloadedText(value.content);
+            values.push_back(value);
+        }
+        for (auto const& child : element.children) Read(*child, name == "ticket" ? path : path + name + "/", values);
+    }
+
+    ELEMENT m_ticket{"ticket", nullptr, {}, {}};
+};

@@ -1,0 +1,78 @@
+// What the fuzzers share: arguments out of the input's bytes, and the end of a run in which a promise was broken.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+// Not assert: it must hold in every build.
+#define MUST_HOLD(condition)                                                                    \
+    do {                                                                                        \
+        if (!(condition)) {                                                                     \
+            std::fprintf(stderr, "%s:%d: does not hold: %s\n", __FILE__, __LINE__, #condition); \
+            std::abort();                                                                       \
+        }                                                                                       \
+    } while (false)
+
+// Text of which every byte is seen.
+inline std::string Visible(std::string const& text) {
+    std::string visible;
+    for (char const byte : text) {
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "{%02X}", static_cast<unsigned int>(static_cast<unsigned char>(byte)));
+        byte >= ' ' && byte < 0x7F ? visible += byte : visible += hex;
+    }
+    return visible;
+}
+
+inline void MustBeSame(std::string const& actual, std::string const& expected, char const* what) {
+    if (actual == expected) return;
+    std::fprintf(stderr, "%s\n  is:       %s\n  expected: %s\n", what, Visible(actual).c_str(),
+                 Visible(expected).c_str());
+    std::abort();
+}
+
+// Reads the input from its front; behind its end everything is zero.
+class INPUT {
+ public:
+    INPUT(std::uint8_t const* data, std::size_t size) : m_data(data), m_left(size) {}
+
+    bool IsEmpty() const { return m_left == 0; }
+
+    unsigned int Byte() { return Number<std::uint8_t>(); }
+    // From 0 up to, but without, `end`, which is at most 256.
+    std::size_t Below(std::size_t end) { return Byte() % end; }
+    bool Flag() { return Byte() % 2 == 1; }
+
+    template <typename NUMBER>
+    NUMBER Number() {
+        NUMBER number{};
+        std::size_t const size = m_left < sizeof number ? m_left : sizeof number;
+        if (size > 0) std::memcpy(&number, m_data, size);
+        Skip(size);
+        return number;
+    }
+
+    // A length, which is one byte, and so many bytes.
+    std::string Bytes() {
+        std::size_t const length = Byte();
+        std::size_t const size = m_left < length ? m_left : length;
+        std::string const bytes(reinterpret_cast<char const*>(m_data), size);
+        Skip(size);
+        return bytes;
+    }
+    // The same up to the first NUL.
+    std::string Text() { return Bytes().c_str(); }
+
+ private:
+    void Skip(std::size_t size) {
+        m_data += size;
+        m_left -= size;
+    }
+
+    std::uint8_t const* m_data;
+    std::size_t m_left;
+};

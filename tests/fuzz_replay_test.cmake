@@ -1,0 +1,2 @@
+# The inputs that fuzzers started from or stumbled over, in an ordinary build.
+add_subdirectory(fuzz)
