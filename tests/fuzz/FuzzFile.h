@@ -54,6 +54,22 @@ inline VALUES Walked(STICKET_ACCESS const* ticket) {
     return values;
 }
 
+// Whether a file surely brings back a component of a key. Others may be taken for something else, as the page about the
+// file's format tells.
+inline bool IsSure(std::string const& component) {
+    if (component.empty()) return true;
+    bool const mayBeMarkup = component.front() == '!' || (component.front() == '?' && component.size() > 1);
+    return !mayBeMarkup && component.back() != ' ' && std::none_of(component.begin(), component.end(), [](char byte) {
+        return (byte >= 0 && byte < ' ') || byte == '<' || byte == '>' || byte == '"' || byte == '=';
+    });
+}
+
+inline bool IsSureKey(std::string key) {
+    for (std::size_t end; (end = key.find('/')) != std::string::npos; key.erase(0, end + 1))
+        if (!IsSure(key.substr(0, end))) return false;
+    return IsSure(key);
+}
+
 class FILE_MODEL {
  public:
     // `values`: all of a ticket, as a walk reports them.
@@ -67,9 +83,6 @@ class FILE_MODEL {
         Write(m_ticket, 0, text);
         return text;
     }
-
-    // Whether all elements have names that XML allows.
-    bool IsReadable() const { return IsReadable(m_ticket); }
 
     // What a load finds, in its order, each to be appended to its key.
     VALUES Reloaded() const {
@@ -178,20 +191,6 @@ class FILE_MODEL {
         if (element.value != nullptr) text += tabs + "\t" + element.text + "\n";
         for (auto const& child : element.children) Write(*child, depth + 1, text);
         text += tabs + "</" + NameOf(element) + ">\n";
-    }
-
-    static bool IsName(std::string const& name) {
-        auto const isLetter = [](char byte) {
-            return byte < 0 || (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' ||
-                   byte == ':';
-        };
-        auto const isOther = [](char byte) { return (byte >= '0' && byte <= '9') || byte == '-' || byte == '.'; };
-        if (!isLetter(name.front())) return false;
-        return std::all_of(name.begin(), name.end(), [&](char byte) { return isLetter(byte) || isOther(byte); });
-    }
-    static bool IsReadable(ELEMENT const& element) {
-        return IsName(NameOf(element)) && std::all_of(element.children.begin(), element.children.end(),
-                                                      [](auto const& child) { return IsReadable(*child); });
     }
 
     static void Read(ELEMENT const& element, std::string const& path, VALUES& values) {

@@ -294,7 +294,7 @@ void TICKET_RULES::Save() {
     VALUES const values = Everything();
     FILE_MODEL const file(values);
     m_fileText = values.empty() ? "" : file.Text();
-    m_fileValues = file.IsReadable() ? file.Reloaded() : VALUES();
+    m_fileValues = file.Reloaded();
     m_dirty = false;
 }
 

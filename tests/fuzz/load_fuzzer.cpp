@@ -76,10 +76,10 @@ bool Parses(std::string content) {
                                         pugi::encoding_utf8);
 }
 
-// What could not be read stays beside the file, and nothing else does.
+// What could not be read stays beside the file, and no document of XML does.
 void CheckKept(std::string const& file, std::string const& content, VALUES const& values) {
     bool const isKept = files::Exists(file + KEPT);
-    MUST_HOLD(isKept != Parses(content));
+    MUST_HOLD(!isKept || !Parses(content));
     if (!isKept) return;
     MUST_HOLD(values.empty());
     MustBeSame(FileContent(file + KEPT), content, "kept file");
@@ -95,7 +95,6 @@ void CheckConversion(std::string const& file, std::string const& content, CYCLE 
     for (VALUE& value : expected)
         if (value.type == PARAM_STRING) value.content = MIRRORED::Mirror(value.content);
     MustBeSame(Spelled(converted.values), Spelled(expected), "values of a conversion");
-    std::remove((file + KEPT).c_str());
 }
 
 // The file is what has been saved from `values`.
@@ -117,6 +116,12 @@ void CheckPartial(std::string const& file, VALUES const& values) {
     MustBeSame(FileContent(file), before, "file after a partial load");
 }
 
+int Finish(std::string const& file) {
+    std::remove(file.c_str());
+    std::remove((file + KEPT).c_str());
+    return 0;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -128,6 +133,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     CYCLE const first = LoadAndSave(file);
     CheckKept(file, content, first.values);
     MustBeSame(first.saved, FileOf(first.values), "first saved file");
+    auto const isSure = [](VALUE const& value) { return IsSureKey(value.key); };
+    if (!std::all_of(first.values.begin(), first.values.end(), isSure)) return Finish(file);
     CYCLE const second = LoadAndSave(file);
     MustBeSame(Spelled(second.values), Reloaded(first.values), "values read again");
     MustBeSame(second.saved, FileOf(second.values), "second saved file");
@@ -138,6 +145,5 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
 
     CheckPartial(file, third.values);
     CheckConversion(file, content, first);
-    std::remove(file.c_str());
-    return 0;
+    return Finish(file);
 }

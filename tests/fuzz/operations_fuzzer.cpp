@@ -135,7 +135,9 @@ std::string Key(INPUT& input) {
         "a",          "a/b", "a/b/c", "a/b/d", "ab",       "B",        "b/",  "/x",       "a//c", "ticket", "ticket/x",
         "x/ticket/y", "q",   "z/y",   "?/b",   "[a-c]b/e", "\xC3\xA4", "a.b", "a-1/b_:2", "*/d",  "a/b/?",  ""};
     std::size_t const number = input.Below(std::size(KEYS) + 2);
-    return number < std::size(KEYS) ? KEYS[number] : input.Text();
+    if (number < std::size(KEYS)) return KEYS[number];
+    std::string const key = input.Text();
+    return IsSureKey(key) ? key : "2nd key";
 }
 
 int Index(INPUT& input) {
