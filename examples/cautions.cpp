@@ -106,7 +106,8 @@ void Misread(char const* fileName) {
     // The first save over such a file keeps it.
     ticket->SetParameter(ticket->pTicket, "Name", PARAM_STRING, "new", SCALAR_INDEX);
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
-    std::printf("the file with the old name is %s\n", std::ifstream(std::string(fileName) + ".bad") ? "kept" : "lost");
+    std::printf("the file with the old name is %s\n",
+                std::ifstream(std::string(fileName) + ".unreadable") ? "kept" : "lost");
     //! [misread]
 }
 

@@ -108,7 +108,7 @@ void Misfit(char const* fileName) {
     std::printf("the city has %zu bytes, the price is %s\n", City(*ticket).size(), found ? "there" : "missing");
     ticket->SetParameter(ticket->pTicket, "Price", PARAM_STRING, "5 euro", SCALAR_INDEX);
     ticket.reset();
-    PrintFile((std::string(fileName) + ".bad").c_str());
+    PrintFile((std::string(fileName) + ".unreadable").c_str());
     //! [misfit]
 }
 

@@ -29,7 +29,7 @@ class FileRobustness : public testing::Test {
  protected:
     SCRATCH_DIRECTORY m_scratch;
     std::string const m_file = m_scratch.Path("t.xml");
-    std::string const m_bad = m_file + ".bad";
+    std::string const m_unreadable = m_file + ".unreadable";
 };
 
 using UnreadableFile = FileRobustness;
@@ -71,10 +71,10 @@ bool Succeeded(pid_t child) {
 
 TEST_F(UnreadableFile, FileThatIsNoXmlReadsAsEmptyAndIsKeptBesideTheFirstSave) {
     for (std::string const& content : {std::string("settings: none"), std::string("<ticket><a type=\"int\">1</ticket>"),
-                                       std::string("<ticket><a type=\"int\">1</a>"), std::string(),
+                                       std::string("<ticket><a type=\"int\">1</a>"), std::string(" "),
                                        std::string("\0", 1), Document({"<a type=\"int\">1</a>"}).substr(0, 60)}) {
         SCOPED_TRACE(content);
-        std::filesystem::remove(m_bad);
+        std::filesystem::remove(m_unreadable);
         Write(m_file, content);
         {
             OWNER const ticket(m_file.c_str());
@@ -82,15 +82,26 @@ TEST_F(UnreadableFile, FileThatIsNoXmlReadsAsEmptyAndIsKeptBesideTheFirstSave) {
             EXPECT_EQ(Set(ticket, "b", 2), 1);
             EXPECT_EQ(FileContent(m_file), content);
             EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-            EXPECT_EQ(FileContent(m_bad), content);
+            EXPECT_EQ(FileContent(m_unreadable), content);
             EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
 
             EXPECT_EQ(Set(ticket, "b", 3), 1);
             EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-            EXPECT_EQ(FileContent(m_bad), content);  // the second save has nothing to keep
+            EXPECT_EQ(FileContent(m_unreadable), content);  // the second save has nothing to keep
         }
-        EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.bad"));
+        EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.unreadable"));
     }
+}
+
+TEST_F(UnreadableFile, IsNotReplacedByAnEmptyOne) {
+    Write(m_file, "");
+    Write(m_unreadable, "earlier");
+    OWNER const ticket(m_file.c_str());
+    EXPECT_THAT(Contents(ticket), IsEmpty());
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+    EXPECT_EQ(FileContent(m_unreadable), "earlier");
 }
 
 TEST_F(UnreadableFile, IsLeftAloneWhileNothingIsSaved) {
@@ -114,12 +125,12 @@ TEST_F(UnreadableFile, IsKeptByWhateverSavesFirst) {
              SAVE([](auto& t) { Operate(t, STICKET_OP_PARTIAL_KEYS); }),
              SAVE([](auto& t) { STICKET::Destroy(t); }),
          }) {
-        std::filesystem::remove(m_bad);
+        std::filesystem::remove(m_unreadable);
         Write(m_file, "broken");
         STICKET_ACCESS const* ticket = STICKET::Create(m_file.c_str());
         Set(ticket, "a", 1);
         save(ticket);
-        EXPECT_EQ(FileContent(m_bad), "broken");
+        EXPECT_EQ(FileContent(m_unreadable), "broken");
         EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
         STICKET::Destroy(ticket);
     }
@@ -131,8 +142,8 @@ TEST_F(UnreadableFile, IsKeptWhenTheTicketIsEmptiedInsteadOfWritten) {
     Set(ticket, "a", 1);
     Operate(ticket, STICKET_OP_CLEAR);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.bad"));
-    EXPECT_EQ(FileContent(m_bad), "broken");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.unreadable"));
+    EXPECT_EQ(FileContent(m_unreadable), "broken");
 }
 
 TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {
@@ -145,7 +156,7 @@ TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {
     std::filesystem::remove(m_file + ".tmp");
     Set(ticket, "a", 2);
     Operate(ticket, STICKET_OP_SAVE);
-    EXPECT_EQ(FileContent(m_bad), "broken");
+    EXPECT_EQ(FileContent(m_unreadable), "broken");
     EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">2</a>"}));
 }
 
@@ -167,7 +178,7 @@ TEST_F(UnreadableFile, PipeNeitherHoldsTheTicketUpNorIsLost) {
     EXPECT_THAT(Contents(ticket), IsEmpty());
     Set(ticket, "a", 1);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_TRUE(std::filesystem::is_fifo(m_bad));
+    EXPECT_TRUE(std::filesystem::is_fifo(m_unreadable));
     EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
 }
 
@@ -180,7 +191,7 @@ TEST_F(UnreadableFile, DirectoryIsNeverReplacedMovedOrDeleted) {
     Operate(ticket, STICKET_OP_CLEAR);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
-    EXPECT_FALSE(Exists(m_bad));
+    EXPECT_FALSE(Exists(m_unreadable));
 }
 
 TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
@@ -192,7 +203,7 @@ TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
         EXPECT_EQ(Count(ticket), 0u);
         Set(ticket, "b", 1);
     });
-    EXPECT_TRUE(FileContent(m_bad) == content);
+    EXPECT_TRUE(FileContent(m_unreadable) == content);
     EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
 }
 

@@ -171,7 +171,7 @@ class FileSave : public testing::Test {
     SCRATCH_DIRECTORY m_scratch;
     std::string const m_file = m_scratch.Path("t.xml");
     std::string const m_temporary = m_file + ".tmp";
-    std::string const m_bad = m_file + ".bad";
+    std::string const m_unreadable = m_file + ".unreadable";
     USUAL_SYSTEM m_usual;
 };
 
@@ -384,7 +384,7 @@ TEST_F(FileSave, DirectoryAtTheFileNameStays) {
     std::filesystem::create_directory(m_file);
     for (OLD const old : {OLD::DISCARD, OLD::KEEP}) Replace(m_file, "new", old);
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
-    EXPECT_FALSE(Exists(m_bad));
+    EXPECT_FALSE(Exists(m_unreadable));
 }
 
 TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
@@ -576,39 +576,6 @@ TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
-// Keeping a file that was never understood
-
-TEST_F(FileSave, KeptFileLiesBesideTheNewOne) {
-    Write(m_file, "not understood");
-    std::filesystem::permissions(m_file, std::filesystem::perms(0644));
-    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_EQ(Mode(m_file), 0644u);
-    EXPECT_EQ(FileContent(m_bad), "not understood");
-}
-
-TEST_F(FileSave, KeptFileReplacesAnEarlierOne) {
-    Write(m_file, "not understood");
-    Write(m_bad, "earlier");
-    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(FileContent(m_bad), "not understood");
-}
-
-TEST_F(FileSave, KeepingNothingIsNoFailure) {
-    EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_FALSE(Exists(m_bad));
-}
-
-TEST_F(FileSave, FileThatCannotBeKeptIsNeitherReplacedNorDeleted) {
-    Write(m_file, "not understood");
-    std::filesystem::create_directory(m_bad);
-    EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP));
-    EXPECT_FALSE(Delete(m_file, OLD::KEEP));
-    EXPECT_EQ(FileContent(m_file), "not understood");
-    EXPECT_FALSE(Exists(m_temporary));
-}
-
 // Deleting
 
 TEST_F(FileDelete, RemovesTheFileForGood) {
@@ -623,13 +590,6 @@ TEST_F(FileDelete, RemovesTheFileForGood) {
 TEST_F(FileDelete, FileThatIsNotThereIsDeletedAlready) {
     EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
     EXPECT_TRUE(Delete(m_file, OLD::KEEP));
-}
-
-TEST_F(FileDelete, KeptFileMovesAside) {
-    Write(m_file, "not understood");
-    EXPECT_TRUE(Delete(m_file, OLD::KEEP));
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.bad"));
-    EXPECT_EQ(FileContent(m_bad), "not understood");
 }
 
 TEST_F(FileDelete, DirectoryStays) {

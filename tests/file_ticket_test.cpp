@@ -587,7 +587,28 @@ TEST_F(FileTicket, ValueWhoseConversionFailsOnTheWayInIsSkippedLoggedAndKeptAsid
     Set(ticket, "b", 2);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
     EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
-    EXPECT_EQ(FileContent(m_file + ".bad"), old);
+    EXPECT_EQ(FileContent(m_file + ".unreadable"), old);
+}
+
+TEST_F(FileTicket, KeepingAFileThatCannotBeReadIsToldInTheLog) {
+    Write(m_file, "broken");
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    Set(ticket, "a", 2);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_THAT(g_log, ElementsAre("2000 STICKET_FILE kept unreadable \"" + m_file + ".unreadable\""));
+    EXPECT_EQ(FileContent(m_file + ".unreadable"), "broken");
+}
+
+TEST_F(FileTicket, FileThatCanNeitherBeReadNorKeptIsReplacedAndTheLogTells) {
+    Write(m_file, "broken");
+    std::filesystem::create_directory(m_file + ".unreadable");
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_THAT(g_log, ElementsAre("0 STICKET_FILE cannot keep unreadable \"" + m_file + "\""));
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
 }
 
 TEST_F(FileTicket, ConversionThatReadsTheTicketWhileItLoadsEndsAllTheSame) {

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr char KEPT[] = ".bad";
+constexpr char KEPT[] = ".unreadable";
 
 // Its own inverse. It makes no NUL and takes none away.
 class MIRRORED : public STICKET_STRING_CONVERSION {

@@ -381,6 +381,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         }
     }
     std::remove(file.c_str());
-    std::remove((file + ".bad").c_str());
+    std::remove((file + ".unreadable").c_str());
     return 0;
 }

@@ -164,6 +164,7 @@ bool STICKET_FILE::ReadFile() {
     using TICKETFILE::CONTENT;
     CONTENT file = TICKETFILE::Read(m_fileName);
     if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
+    if (file.size == 0) return true;  // there is nothing to misread
     READING reading = ReadTicket(file.room, file.size, &LocalSetParameter, this);
     if (reading == READING::NO_DOCUMENT) {
         file = {};
@@ -231,14 +232,18 @@ FILE_TEXT STICKET_FILE::FileText() const {
 }
 
 void STICKET_FILE::Save() {
+    using TICKETFILE::KEPT;
     using TICKETFILE::OLD;
     OLD const old = m_misread ? OLD::KEEP : OLD::DISCARD;
+    KEPT kept = KEPT::NOTHING;
     if (m_content->parameters.NonEmpty()) {
-        if (TICKETFILE::Replace(m_fileName, FileText().View(), old)) m_misread = false;
+        if (TICKETFILE::Replace(m_fileName, FileText().View(), old, &kept)) m_misread = false;
     } else {
-        if (TICKETFILE::Delete(m_fileName, old)) m_misread = false;
+        if (TICKETFILE::Delete(m_fileName, old, &kept)) m_misread = false;
         Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());
     }
+    if (kept == KEPT::YES) Log(2000, "STICKET_FILE kept unreadable \"%s.unreadable\"", m_fileName.c_str());
+    if (kept == KEPT::NO) Log(0, "STICKET_FILE cannot keep unreadable \"%s\"", m_fileName.c_str());
     m_dirty = false;
 }
 

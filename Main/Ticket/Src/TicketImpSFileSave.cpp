@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -164,11 +165,71 @@ bool WriteOut(DESCRIPTOR& file, std::string_view bytes) {
     return flushed && closed;
 }
 
-// Moves the old file aside. A directory stays, since nothing here replaces or deletes it.
-bool KeepAside(std::string const& fileName) {
+// Keeping an old file
+
+std::string KeptName(std::string const& fileName) {
+    return fileName + ".unreadable";
+}
+
+// Leaves no `from` behind, also where both are names of one file, which a rename leaves alone.
+bool MoveOver(std::string const& from, std::string const& to) {
+    bool const moved = rename(from.c_str(), to.c_str()) == 0;
+    unlink(from.c_str());
+    return moved;
+}
+
+// A second name for the file itself, or for a link if that is what it is.
+bool KeepByLink(std::string const& fileName, std::string const& kept) {
+    TEMPORARY const free = OpenPrivate(kept, OWNER_ONLY);  // its name is what matters
+    if (!free.file || unlink(free.name.c_str()) != 0) return false;
+    return link(fileName.c_str(), free.name.c_str()) == 0 && MoveOver(free.name, kept);
+}
+
+bool CopyAll(int from, int to) {
+    std::array<char, 16384> bytes;
+    for (;;) {
+        ssize_t const count = Retried([&] { return read(from, bytes.data(), bytes.size()); });
+        if (count <= 0) return count == 0;
+        if (!WriteAll(to, {bytes.data(), static_cast<std::size_t>(count)})) return false;
+    }
+}
+
+bool KeepByCopy(std::string const& fileName, std::string const& kept) {
+    DESCRIPTOR const file = Open(fileName, O_RDONLY | O_NONBLOCK);
+    struct stat found;
+    if (!file || fstat(file.Number(), &found) != 0 || !S_ISREG(found.st_mode)) return false;
+    TEMPORARY copy = OpenPrivate(kept, found.st_mode & PERMISSION_BITS);
+    if (!copy.file) return false;
+    bool const whole = CopyAll(file.Number(), copy.file.Number()) && WriteOut(copy.file, {});
+    if (whole) return MoveOver(copy.name, kept);
+    unlink(copy.name.c_str());
+    return false;
+}
+
+// Keeps a file that is about to be replaced, and leaves it where it is. Only somebody else's file, which may be neither
+// linked nor read, is moved away first: to be without a file for a moment is better than to lose it. A directory is
+// never replaced.
+KEPT Keep(std::string const& fileName) {
+    std::string const kept = KeptName(fileName);
+    struct stat old;
+    struct stat earlier;
+    if (lstat(fileName.c_str(), &old) != 0 || S_ISDIR(old.st_mode)) return KEPT::NOTHING;
+    bool const isKept =
+        lstat(kept.c_str(), &earlier) == 0 && earlier.st_dev == old.st_dev && earlier.st_ino == old.st_ino;
+    bool const done = isKept || KeepByLink(fileName, kept) || KeepByCopy(fileName, kept) ||
+                      rename(fileName.c_str(), kept.c_str()) == 0;
+    if (!done) return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
+    FlushDirectoryOf(fileName);
+    return KEPT::YES;
+}
+
+// Keeps a file that is to go.
+KEPT MoveAside(std::string const& fileName) {
     struct stat found;
     bool const directory = lstat(fileName.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-    return directory || rename(fileName.c_str(), (fileName + ".bad").c_str()) == 0 || errno == ENOENT;
+    if (directory) return KEPT::NOTHING;
+    if (rename(fileName.c_str(), KeptName(fileName).c_str()) == 0) return KEPT::YES;
+    return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
 }
 
 }  // namespace
@@ -189,12 +250,14 @@ CONTENT Read(std::string const& fileName) {
     return content;
 }
 
-bool Replace(std::string const& fileName, std::string_view bytes, OLD old) {
+bool Replace(std::string const& fileName, std::string_view bytes, OLD old, KEPT* kept) {
     UNCANCELLED const uncancelled;
     TEMPORARY temporary = OpenTemporary(fileName + ".tmp", ModeFor(fileName));
-    bool const complete =
-        temporary.file && WriteOut(temporary.file, bytes) && (old == OLD::DISCARD || KeepAside(fileName));
-    if (!complete) {
+    bool const complete = temporary.file && WriteOut(temporary.file, bytes);
+    if (complete) {
+        KEPT const done = old == OLD::KEEP ? Keep(fileName) : KEPT::NOTHING;
+        if (kept != nullptr) *kept = done;
+    } else {
         // The rename must find nothing, or what it finds would pass for a saved ticket.
         bool const removed = unlink(temporary.name.c_str()) == 0 || errno == ENOENT;
         if (!removed) return false;
@@ -204,9 +267,11 @@ bool Replace(std::string const& fileName, std::string_view bytes, OLD old) {
     return complete;
 }
 
-bool Delete(std::string const& fileName, OLD old) {
+bool Delete(std::string const& fileName, OLD old, KEPT* kept) {
     UNCANCELLED const uncancelled;
-    bool const gone = old == OLD::KEEP ? KeepAside(fileName) : unlink(fileName.c_str()) == 0 || errno == ENOENT;
+    KEPT const done = old == OLD::KEEP ? MoveAside(fileName) : KEPT::NOTHING;
+    if (kept != nullptr) *kept = done;
+    bool const gone = old == OLD::KEEP ? done != KEPT::NO : unlink(fileName.c_str()) == 0 || errno == ENOENT;
     if (gone) FlushDirectoryOf(fileName);
     return gone;
 }

@@ -29,16 +29,21 @@ struct CONTENT {
 // Does not wait for whoever should write to a pipe of that name.
 CONTENT Read(std::string const& fileName);
 
-// What becomes of the old file. KEEP is for one whose content never reached the ticket: it is renamed to the file name
-// with ".bad" appended, where it replaces an earlier one. If that fails it is neither replaced nor deleted.
+// What becomes of the old file. KEEP is for one whose content never reached the ticket: it is kept as the file name
+// with
+// ".unreadable" appended, where it replaces an earlier one.
 enum class OLD { DISCARD, KEEP };
+
+// What came of that.
+enum class KEPT { NOTHING, YES, NO };
 
 // Replaces the file, which keeps its permission bits; a new file is the owner's alone (0600), since it may hold a
 // password. Processes and threads that save the same file wait for each other, for two seconds at most. Returns false
-// if it gave up before it touched the old file.
-bool Replace(std::string const& fileName, std::string_view bytes, OLD old);
+// if it gave up before it touched the old file. An old file that cannot be kept is replaced all the same.
+bool Replace(std::string const& fileName, std::string_view bytes, OLD old, KEPT* kept = nullptr);
 
-// Deletes the file; a directory of that name stays. Returns false if it could not.
-bool Delete(std::string const& fileName, OLD old);
+// Deletes the file; a directory of that name stays, and so does a file that is to be kept and cannot be. Returns false
+// if it could not.
+bool Delete(std::string const& fileName, OLD old, KEPT* kept = nullptr);
 
 }  // namespace TICKETFILE

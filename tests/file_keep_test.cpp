@@ -1,0 +1,278 @@
+// Keeping a file that could not be read beside the one that replaces it: by a link, a copy or a rename, whichever the
+// system allows, and what becomes of both names at every moment.
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "TicketImpSFileSave.h"
+#include "support/Files.h"
+
+namespace {
+
+using files::Exists;
+using files::Mode;
+using files::Names;
+using files::Write;
+using testing::ElementsAre;
+using TICKETFILE::Delete;
+using TICKETFILE::KEPT;
+using TICKETFILE::OLD;
+using TICKETFILE::Replace;
+
+// How the system behaves while a test runs; one thread only.
+struct SYSTEM {
+    int linkError = 0;
+    int readError = 0;
+    int renameError = 0;                   // of what is not the temporary file
+    std::function<void()> beforeLink{};    // called once
+    std::function<void()> beforeChange{};  // called before each change of a directory
+};
+SYSTEM g_system;
+
+struct USUAL_SYSTEM {
+    ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
+};
+
+template <typename FUNCTION>
+FUNCTION Next(char const* name) {
+    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
+}
+
+int Fail(int error) {
+    errno = error;
+    return -1;
+}
+
+void BeforeChange() {
+    if (g_system.beforeChange) g_system.beforeChange();
+}
+
+bool IsTemporary(std::string const& name) {
+    return name.size() > 4 && name.compare(name.size() - 4, 4, ".tmp") == 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int link(char const* from, char const* to) noexcept {
+    static auto const next = Next<int (*)(char const*, char const*)>("link");
+    BeforeChange();
+    if (auto const once = std::exchange(g_system.beforeLink, nullptr)) once();
+    return g_system.linkError ? Fail(g_system.linkError) : next(from, to);
+}
+
+int rename(char const* from, char const* to) noexcept {
+    static auto const next = Next<int (*)(char const*, char const*)>("rename");
+    BeforeChange();
+    return g_system.renameError && !IsTemporary(from) ? Fail(g_system.renameError) : next(from, to);
+}
+
+int unlink(char const* name) noexcept {
+    static auto const next = Next<int (*)(char const*)>("unlink");
+    BeforeChange();
+    return next(name);
+}
+
+ssize_t read(int file, void* bytes, size_t size) {
+    static auto const next = Next<ssize_t (*)(int, void*, size_t)>("read");
+    return g_system.readError ? Fail(g_system.readError) : next(file, bytes, size);
+}
+
+}  // extern "C"
+
+namespace {
+
+class FileKeep : public testing::Test {
+ protected:
+    // Replaces the file by "new" and tells what came of the old one.
+    KEPT Save() {
+        KEPT kept = KEPT::NOTHING;
+        EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP, &kept));
+        g_system = SYSTEM{};
+        EXPECT_EQ(FileContent(m_file), "new");
+        return kept;
+    }
+
+    // As Save; expects that the name leads to a file at every moment.
+    KEPT SaveWithoutAGap() {
+        g_system.beforeChange = [this] { EXPECT_TRUE(Exists(m_file)); };
+        return Save();
+    }
+
+    // Expects the new file and the kept one, and nothing else.
+    void ExpectKept(std::string const& content) const {
+        EXPECT_EQ(FileContent(m_unreadable), content);
+        EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.unreadable"));
+    }
+
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+    std::string const m_unreadable = m_file + ".unreadable";
+    USUAL_SYSTEM m_usual;
+};
+
+using FileKeepDelete = FileKeep;
+
+}  // namespace
+
+TEST_F(FileKeep, KeptFileIsTheOldOneUnderASecondName) {
+    Write(m_file, "old");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0644));
+    struct stat before;
+    struct stat after;
+    ASSERT_EQ(stat(m_file.c_str(), &before), 0);
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+    ExpectKept("old");
+    ASSERT_EQ(stat(m_unreadable.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(Mode(m_file), 0644u);
+}
+
+TEST_F(FileKeep, EarlierKeptFileIsReplacedAtOnce) {
+    Write(m_file, "old");
+    Write(m_unreadable, "earlier");
+    g_system.beforeChange = [this] { EXPECT_TRUE(Exists(m_unreadable)); };
+    EXPECT_EQ(Save(), KEPT::YES);
+    ExpectKept("old");
+}
+
+TEST_F(FileKeep, FileThatIsKeptAlreadyStaysKept) {
+    Write(m_file, "old");
+    std::filesystem::create_hard_link(m_file, m_unreadable);
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+    ExpectKept("old");
+}
+
+TEST_F(FileKeep, OnlyTheSaveThatWasAskedToKeeps) {
+    Write(m_file, "old");
+    KEPT kept = KEPT::YES;
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD, &kept));
+    EXPECT_EQ(kept, KEPT::NOTHING);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(FileKeep, NothingIsKeptWhereNothingWas) {
+    EXPECT_EQ(Save(), KEPT::NOTHING);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(FileKeep, FileThatVanishesMeanwhileIsNoFailure) {
+    Write(m_file, "old");
+    Write(m_unreadable, "earlier");
+    g_system.beforeLink = [this] { std::filesystem::remove(m_file); };
+    EXPECT_EQ(Save(), KEPT::NOTHING);
+    ExpectKept("earlier");
+}
+
+TEST_F(FileKeep, FileIsCopiedWhereThereAreNoLinks) {
+    for (int const error : {EPERM, EOPNOTSUPP, EMLINK}) {
+        std::string const content = std::string(100000, 'x') + "\0end";
+        Write(m_file, content);
+        std::filesystem::permissions(m_file, std::filesystem::perms(0440));
+        Write(m_unreadable, "earlier");
+        g_system.linkError = error;
+        EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+        ExpectKept(content);
+        EXPECT_EQ(Mode(m_unreadable), 0440u);
+        std::filesystem::remove(m_file);
+    }
+}
+
+TEST_F(FileKeep, FileThatCanNeitherBeLinkedNorReadIsMoved) {
+    Write(m_file, "old");
+    g_system.linkError = EPERM;
+    g_system.readError = EIO;
+    EXPECT_EQ(Save(), KEPT::YES);
+    ExpectKept("old");
+}
+
+TEST_F(FileKeep, SymbolicLinkIsKeptAsWhatItIs) {
+    Write(m_scratch.Path("elsewhere"), "old");
+    std::filesystem::create_symlink("elsewhere", m_file);
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+    EXPECT_EQ(std::filesystem::read_symlink(m_unreadable), "elsewhere");
+    EXPECT_EQ(FileContent(m_unreadable), "old");
+    EXPECT_FALSE(std::filesystem::is_symlink(m_file));
+}
+
+TEST_F(FileKeep, WhatASymbolicLinkLeadsToIsCopiedWhereThereAreNoLinks) {
+    Write(m_scratch.Path("elsewhere"), "old");
+    std::filesystem::create_symlink("elsewhere", m_file);
+    g_system.linkError = EPERM;
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+    EXPECT_FALSE(std::filesystem::is_symlink(m_unreadable));
+    EXPECT_EQ(FileContent(m_unreadable), "old");
+}
+
+TEST_F(FileKeep, LinkToNowhereAndPipeAreKeptToo) {
+    std::filesystem::create_symlink("nowhere", m_file);
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+    EXPECT_EQ(std::filesystem::read_symlink(m_unreadable), "nowhere");
+    for (int const linkError : {0, EPERM}) {
+        std::filesystem::remove(m_file);
+        ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
+        g_system.linkError = linkError;
+        EXPECT_EQ(Save(), KEPT::YES);
+        EXPECT_TRUE(std::filesystem::is_fifo(m_unreadable));
+    }
+}
+
+TEST_F(FileKeep, SaveGoesOnWhenTheOldFileCannotBeKept) {
+    Write(m_file, "old");
+    std::filesystem::create_directory(m_unreadable);
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::NO);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.unreadable"));
+
+    std::filesystem::remove(m_unreadable);
+    g_system.linkError = g_system.readError = g_system.renameError = EIO;
+    EXPECT_EQ(SaveWithoutAGap(), KEPT::NO);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(FileKeep, SaveThatFailsKeepsNothing) {
+    Write(m_file, "old");
+    Write(m_unreadable, "earlier");
+    std::filesystem::create_directory(m_file + ".tmp");
+    KEPT kept = KEPT::NOTHING;
+    EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP, &kept));
+    EXPECT_EQ(kept, KEPT::NOTHING);
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_EQ(FileContent(m_unreadable), "earlier");
+}
+
+TEST_F(FileKeepDelete, FileIsMoved) {
+    Write(m_file, "old");
+    Write(m_unreadable, "earlier");
+    KEPT kept = KEPT::NOTHING;
+    EXPECT_TRUE(Delete(m_file, OLD::KEEP, &kept));
+    EXPECT_EQ(kept, KEPT::YES);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.unreadable"));
+    EXPECT_EQ(FileContent(m_unreadable), "old");
+}
+
+TEST_F(FileKeepDelete, FileThatCannotBeKeptStays) {
+    Write(m_file, "old");
+    std::filesystem::create_directory(m_unreadable);
+    KEPT kept = KEPT::NOTHING;
+    EXPECT_FALSE(Delete(m_file, OLD::KEEP, &kept));
+    EXPECT_EQ(kept, KEPT::NO);
+    EXPECT_EQ(FileContent(m_file), "old");
+}
+
+TEST_F(FileKeepDelete, NothingIsKeptOfAFileThatIsNotThereAndOfADirectory) {
+    KEPT kept = KEPT::YES;
+    EXPECT_TRUE(Delete(m_file, OLD::KEEP, &kept));
+    EXPECT_EQ(kept, KEPT::NOTHING);
+    std::filesystem::create_directory(m_file);
+    Delete(m_file, OLD::KEEP, &kept);
+    EXPECT_EQ(kept, KEPT::NOTHING);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
