@@ -172,6 +172,18 @@ TEST_F(UnreadableFile, FileThatWasMendedAndReadAgainIsNotKept) {
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
+TEST_F(UnreadableFile, FileThatGoesOnBehindANulLoadsAndIsKept) {
+    std::string const loaded = Document({"<a type=\"int\">1</a>"});
+    std::string const content = loaded + std::string("\0<b type=\"int\">2</b>", 20);
+    Write(m_file, content);
+    OWNER const ticket(m_file.c_str());
+    EXPECT_THAT(Contents(ticket), ElementsAre("a 2 1"));
+    Set(ticket, "a", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(m_file), loaded);
+    EXPECT_EQ(FileContent(m_unreadable), content);
+}
+
 TEST_F(UnreadableFile, PipeNeitherHoldsTheTicketUpNorIsLost) {
     ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
     OWNER const ticket(m_file.c_str());

@@ -165,6 +165,8 @@ bool STICKET_FILE::ReadFile() {
     CONTENT file = TICKETFILE::Read(m_fileName);
     if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
     if (file.size == 0) return true;  // there is nothing to misread
+    // Behind a NUL the parser looks at nothing, which it does not mind where a document is complete before.
+    m_misread = std::string_view(file.room.Text(), file.size).find('\0') != std::string_view::npos;
     READING reading = ReadTicket(file.room, file.size, &LocalSetParameter, this);
     if (reading == READING::NO_DOCUMENT) {
         file = {};
