@@ -1,6 +1,6 @@
 # Each public header is complete in itself and free of warnings for the compiler at hand, in every standard that a host
-# may use. The sanitizers add nothing to that.
-if(CONFIGURATIONCONTROL_SANITIZE)
+# may use. The sanitizers add nothing to that, but with those for addresses comes the other compiler.
+if(CONFIGURATIONCONTROL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     return()
 endif()
 
