@@ -13,9 +13,15 @@
 #include <vector>
 
 #include "TicketImpSFileNames.h"
+#include "TicketImpSFileWildcard.h"
 #include "support/FileTickets.h"
 #include "support/SmallStack.h"
 #include "support/TicketText.h"
+
+// Nothing here is about power loss, and on a busy machine thousands of flushed saves would take minutes.
+extern "C" int fsync(int /*file*/) {
+    return 0;
+}
 
 namespace {
 
@@ -134,8 +140,11 @@ TEST_F(AnyNames, EveryPrintableCharacterMayStandAnywhereInAComponent) {
         for (std::string const& name : {one, one + "a", "a" + one + "b", "a" + one, one + one}) {
             SCOPED_TRACE("\"" + name + "\"");
             if (name == "a ") continue;  // see below
-            for (std::string const& key : {name, "0/" + name + "/z", name + "/z", "z/" + name})
-                EXPECT_THAT(SavedAndLoaded({key, "zzz", "zzz/z"}), ElementsAreArray(Held({key, "zzz", "zzz/z"})));
+            // As a pattern an inner component may take in others.
+            std::vector<std::string> keys = {name, "z/" + name, "zzz"};
+            if (!WILDCARD::IsPattern(name)) keys.insert(keys.end(), {name + "/z", "0/" + name + "/z"});
+            EXPECT_THAT(SavedAndLoaded(keys), ElementsAreArray(Held(keys)));
+            EXPECT_THAT(SavedAndLoaded({"0/" + name + "/z"}), ElementsAre("0/" + name + "/z 2 1"));
         }
     }
 }
@@ -290,7 +299,7 @@ using RANDOM = std::mt19937;
 
 std::size_t Rounds() {
     char const* const asked = std::getenv("ROUNDS");
-    return asked ? std::strtoul(asked, nullptr, 10) : 1000;
+    return asked ? std::strtoul(asked, nullptr, 10) : 300;
 }
 
 std::string Pick(RANDOM& random, std::vector<std::string> const& from) {
@@ -403,7 +412,7 @@ TEST_F(FileThatIsXml, LoadsAsWithoutASecondAttempt) {
         ASSERT_FALSE(HasFailure());
     }
     for (char const* outcome : {"with values", "without values", "second attempt", "unreadable"})
-        EXPECT_GT(outcomes[outcome], 20) << outcome;
+        EXPECT_GT(outcomes[outcome], 10) << outcome;
 }
 
 TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
@@ -419,7 +428,7 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
         ++compared;
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(compared, 400);
+    EXPECT_GT(compared, 100);
 }
 
 TEST_F(FileThatIsXml, IsTakenAsItIsAlsoWhenItsKeysWereOthers) {
