@@ -29,7 +29,7 @@ using TICKETFILE::Replace;
 // How the system behaves while a test runs; one thread only.
 struct SYSTEM {
     int linkError = 0;
-    int readError = 0;
+    int copyError = 0;
     int renameError = 0;                   // of what is not the temporary file
     std::function<void()> beforeLink{};    // called once
     std::function<void()> beforeChange{};  // called before each change of a directory
@@ -81,9 +81,9 @@ int unlink(char const* name) noexcept {
     return next(name);
 }
 
-ssize_t read(int file, void* bytes, size_t size) {
-    static auto const next = Next<ssize_t (*)(int, void*, size_t)>("read");
-    return g_system.readError ? Fail(g_system.readError) : next(file, bytes, size);
+int mkostemp(char* name, int flags) {
+    static auto const next = Next<int (*)(char*, int)>("mkostemp");
+    return g_system.copyError ? Fail(g_system.copyError) : next(name, flags);
 }
 
 }  // extern "C"
@@ -186,10 +186,10 @@ TEST_F(FileKeep, FileIsCopiedWhereThereAreNoLinks) {
     }
 }
 
-TEST_F(FileKeep, FileThatCanNeitherBeLinkedNorReadIsMoved) {
+TEST_F(FileKeep, FileThatCanNeitherBeLinkedNorCopiedIsMoved) {
     Write(m_file, "old");
     g_system.linkError = EPERM;
-    g_system.readError = EIO;
+    g_system.copyError = EACCES;
     EXPECT_EQ(Save(), KEPT::YES);
     ExpectKept("old");
 }
@@ -232,7 +232,7 @@ TEST_F(FileKeep, SaveGoesOnWhenTheOldFileCannotBeKept) {
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.unreadable"));
 
     std::filesystem::remove(m_unreadable);
-    g_system.linkError = g_system.readError = g_system.renameError = EIO;
+    g_system.linkError = g_system.copyError = g_system.renameError = EIO;
     EXPECT_EQ(SaveWithoutAGap(), KEPT::NO);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
