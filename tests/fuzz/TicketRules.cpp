@@ -104,6 +104,13 @@ REQUEST::REQUEST(VALUE const& walked) {
     }
 }
 
+VALUES TICKET_RULES::LoadedFrom(VALUES const& file) {
+    TICKET_RULES rules(true);
+    rules.m_fileValues = file;
+    rules.Load();
+    return rules.Everything();
+}
+
 // ---- The table
 
 bool TICKET_RULES::Set(std::string const* key, REQUEST const& request, int index) try {

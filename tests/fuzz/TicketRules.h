@@ -30,6 +30,9 @@ class TICKET_RULES {
 
     explicit TICKET_RULES(bool isFile) : m_isFile(isFile) {}
 
+    // What a walk of everything reports after a load of these values.
+    static VALUES LoadedFrom(VALUES const& file);
+
     // The answers of the table's entries. Null: no key.
     bool Set(std::string const* key, REQUEST const& request, int index);
     std::string Get(std::string const* key, PARAM_TYPE type, int index, bool isTest);

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
-#include <optional>
 #include <pugixml.hpp>
 #include <string>
 
@@ -13,6 +12,9 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "FuzzFile.h"
 #include "FuzzInput.h"
+#include "FuzzReader.h"
+#include "TicketImpSFileReader.h"
+#include "TicketRules.h"
 
 namespace {
 
@@ -70,22 +72,29 @@ std::string Reloaded(VALUES const& values) {
     return Spelled(sorted);
 }
 
-bool Parses(std::string content) {
-    pugi::xml_document document;
-    return document.load_buffer_inplace(content.data(), content.size(), pugi::parse_full | pugi::parse_ws_pcdata_single,
-                                        pugi::encoding_utf8);
-}
-
-// What could not be read stays beside the file, and no document of XML does. Of a file with a NUL the part before it
-// may have been read.
-void CheckKept(std::string const& file, std::string const& content, VALUES const& values) {
-    bool const isKept = files::Exists(file + KEPT);
+// What could not be read stays beside the file, and nothing else does. Behind a NUL nothing is read.
+void CheckKept(std::string const& file, std::string const& content, bool isRead) {
     bool const hasNul = content.find('\0') != std::string::npos;
-    MUST_HOLD(isKept ? hasNul || !Parses(content) : !hasNul);
-    if (!isKept) return;
-    MUST_HOLD(hasNul || values.empty());
+    MUST_HOLD(files::Exists(file + KEPT) == (!content.empty() && (hasNul || !isRead)));
+    if (!files::Exists(file + KEPT)) return;
     MustBeSame(FileContent(file + KEPT), content, "kept file");
     std::remove((file + KEPT).c_str());
+}
+
+void CheckFirst(std::string const& file, std::string const& content, VALUES const& values) {
+    pugi::xml_document document;
+    std::string text = content;
+    bool const parses = document.load_buffer_inplace(
+        text.data(), text.size(), pugi::parse_full | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
+    if (parses) {
+        CheckKept(file, content, true);
+        return MustBeSame(Spelled(values), Spelled(TICKET_RULES::LoadedFrom(DOCUMENT_READER::Read(document))),
+                          "values");
+    }
+    auto const ignore = [](void*, char const*, PARAM_TYPE, void const*, int) { return 1; };
+    bool const isRead = ReadTicketOfAnyNames(content, ignore, nullptr) == READING::DONE;
+    CheckKept(file, content, isRead);
+    MUST_HOLD(isRead || values.empty());
 }
 
 void CheckConversion(std::string const& file, std::string const& content, CYCLE const& plain) {
@@ -133,7 +142,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     files::Write(file, content);
 
     CYCLE const first = LoadAndSave(file);
-    CheckKept(file, content, first.values);
+    CheckFirst(file, content, first.values);
     MustBeSame(first.saved, FileOf(first.values), "first saved file");
     auto const isSure = [](VALUE const& value) { return IsSureKey(value.key); };
     if (!std::all_of(first.values.begin(), first.values.end(), isSure)) return Finish(file);
