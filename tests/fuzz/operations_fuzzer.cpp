@@ -181,7 +181,7 @@ void SetFromItself(PAIR& pair, INPUT& input) {
     MUST_HOLD((found != 0) == (answer[0] == '1'));
     if (found == 0) return;
     pair.Keep(text);
-    std::string const key = input.Flag() ? std::string(text) : from;
+    std::string const key = input.Flag() && IsSureKey(text) ? std::string(text) : from;
     std::string const value = text;
     char const* const keyPointer = key == value ? text : key.c_str();
     int const result = pair->SetParameter(pair.Ticket(), keyPointer, PARAM_STRING, text, index);
