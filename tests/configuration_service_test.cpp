@@ -11,6 +11,7 @@
 #include "ConfigurationControl/ConfigurationCtrl.h"
 #include "support/RecordingLogger.h"
 #include "support/ScratchDirectory.h"
+#include "support/Threads.h"
 
 // The next allocation of at least this size on this thread fails; 0: none does.
 static thread_local size_t t_failingSize = 0;
@@ -511,26 +512,11 @@ TEST_F(ConfigurationService, ARefusedWriteIsReportedAndMarksForSavingAllTheSame)
 
 // Threads
 
-// Runs `work(n)` on as many threads at once and waits for them.
-template <typename WORK>
-void OnThreads(int count, WORK work) {
-    std::atomic<int> waiting{count};
-    std::vector<std::thread> threads;
-    for (int n = 0; n < count; ++n) {
-        threads.emplace_back([&, n] {
-            --waiting;
-            while (waiting) std::this_thread::yield();
-            work(n);
-        });
-    }
-    for (auto& thread : threads) thread.join();
-}
-
 TEST_F(ConfigurationService, FirstCreationUnderThreadsGivesAllTheSameObject) {
     for (int round = 0; round < 50; ++round) {
         m_service->Release();
         IConfigurationControl* seen[4] = {};
-        OnThreads(4, [&](int n) { seen[n] = GetConfigurationControl(); });
+        Together(4, [&](int n) { seen[n] = GetConfigurationControl(); });
         m_service = CConfigurationControl::GetInstance();
         EXPECT_THAT(seen, testing::Each(m_service));
     }
@@ -538,7 +524,7 @@ TEST_F(ConfigurationService, FirstCreationUnderThreadsGivesAllTheSameObject) {
 
 TEST_F(ConfigurationService, ServesSettersAndGettersOfManyThreads) {
     Open();
-    OnThreads(4, [this](int n) {
+    Together(4, [this](int n) {
         std::string const text(static_cast<size_t>(20 + n), static_cast<char>('a' + n));
         for (int i = 0; i < 300; ++i) {
             m_service->SetLoginServer(text);

@@ -1,11 +1,8 @@
 // What hosts, disks, other processes and broken files can do to a file ticket, all of it through the table.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <functional>
@@ -35,7 +32,6 @@ class FileRobustness : public testing::Test {
 using UnreadableFile = FileRobustness;
 using DeepFile = FileRobustness;
 using WideFile = FileRobustness;
-using FileOfProcesses = FileRobustness;
 using FileDisk = FileRobustness;
 using FileLocale = FileRobustness;
 using FileAliasing = FileRobustness;
@@ -51,18 +47,6 @@ std::string Repeated(std::string const& text, std::size_t count) {
 // "a/a/…/a"
 std::string DeepKey(std::size_t components) {
     return Repeated("a/", components - 1) + "a";
-}
-
-// Runs `work` in a child process and returns its pid.
-pid_t Spawn(std::function<bool()> const& work) {
-    pid_t const child = fork();
-    if (child == 0) _exit(work() ? 0 : 1);
-    return child;
-}
-
-bool Succeeded(pid_t child) {
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace
@@ -291,53 +275,6 @@ TEST_F(WideFile, LongTextIsSavedAndReloaded) {
     }
     OWNER const ticket(m_file.c_str());
     EXPECT_TRUE(GetText(ticket, "text") == text);
-}
-
-// Several processes
-
-TEST_F(FileOfProcesses, TwoSaveTheSameFileAndAThirdNeverReadsHalfOfIt) {
-    constexpr int VALUES = 50;
-    constexpr int SAVES = 25;
-    auto const fill = [](STICKET_ACCESS const* ticket, int value) {
-        bool ok = true;
-        for (int i = 0; i < VALUES; ++i) ok = Set(ticket, ("values/v" + std::to_string(i)).c_str(), value) && ok;
-        return ok && Operate(ticket, STICKET_OP_SAVE);
-    };
-    auto const saveOften = [&](int first) {
-        OWNER const ticket(m_file.c_str());
-        bool ok = true;
-        for (int i = 0; i < SAVES; ++i) ok = fill(ticket, first + i) && ok;
-        return ok;
-    };
-    auto const isWhole = [&] {
-        OWNER const ticket(m_file.c_str());
-        LINES const lines = Contents(ticket);
-        if (lines.size() != VALUES) return false;
-        std::string const value = lines[0].substr(lines[0].rfind(' '));
-        for (std::string const& line : lines) {
-            if (line.substr(line.rfind(' ')) != value) return false;
-        }
-        return true;
-    };
-
-    {
-        OWNER const ticket(m_file.c_str());
-        ASSERT_TRUE(fill(ticket, 1));
-    }
-    pid_t savers[] = {Spawn([&] { return saveOften(1000); }), Spawn([&] { return saveOften(2000); })};
-    int reads = 0;
-    for (pid_t const saver : savers) {
-        siginfo_t ended{};
-        do {
-            EXPECT_TRUE(isWhole());
-            ++reads;
-            waitid(P_PID, static_cast<id_t>(saver), &ended, WEXITED | WNOHANG | WNOWAIT);
-        } while (ended.si_pid == 0);
-        EXPECT_TRUE(Succeeded(saver));
-    }
-    EXPECT_GT(reads, 2);
-    EXPECT_TRUE(isWhole());
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 // The disk

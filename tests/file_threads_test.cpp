@@ -5,28 +5,14 @@
 #include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/FileTickets.h"
+#include "support/Threads.h"
 
 namespace {
 
 using namespace tickets;
-
-// Starts all of `work` together and waits for its end.
-void Together(std::vector<std::function<void()>> const& work) {
-    std::atomic<bool> go{false};
-    std::vector<std::thread> threads;
-    for (auto const& one : work) {
-        threads.emplace_back([&] {
-            while (!go) std::this_thread::yield();
-            one();
-        });
-    }
-    go = true;
-    for (std::thread& thread : threads) thread.join();
-}
 
 std::function<void()> Times(int count, std::function<void(int)> const& work) {
     return [=] {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/Misaligned.h"
+#include "support/Threads.h"
 #include "support/Tickets.h"
 
 namespace {
@@ -379,12 +380,6 @@ TEST(MemoryTicketAliasing, TheKeysOfABatchMayBeTextsOfTheTicket) {
 
 // Threads
 
-void InThreads(int count, std::function<void(int)> const& work) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
-    for (auto& thread : threads) thread.join();
-}
-
 // One round of everything that a table offers, on keys shared by all threads.
 void Hammer(STICKET_ACCESS const* access, int thread, int round) {
     int value = round;
@@ -410,7 +405,7 @@ void Hammer(STICKET_ACCESS const* access, int thread, int round) {
 
 TEST(MemoryTicketThreads, MayAllUseEveryEntryAtOnce) {
     OWNER const ticket;
-    InThreads(4, [&](int thread) {
+    Together(4, [&](int thread) {
         for (int round = 0; round < 500; ++round) Hammer(ticket, thread, round);
     });
 }
@@ -419,7 +414,7 @@ TEST(MemoryTicketThreads, SerialiseWithTheTicketsThatShareAServersMutex) {
     OPEN_TICKET server;
     OWNER const first(STICKET::PCreate({&server, 1, 1, nullptr, &server.GetMutexInstance()}));
     OWNER const second(STICKET::PCreate({&server, 2, 2, nullptr, &server.GetMutexInstance()}));
-    InThreads(4, [&](int thread) {
+    Together(4, [&](int thread) {
         for (int round = 0; round < 200; ++round) {
             Hammer(thread % 2 ? first : second, thread, round);
             Hammer(server.GetInterface(), thread, round);
