@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <limits>
 #include <memory>
@@ -59,6 +58,12 @@ constexpr CONFIGURATION_SETTING Following(CONFIGURATION_SETTING setting, int dis
 
 bool Exists(std::string const& path) {
     return access(path.c_str(), F_OK) == 0;
+}
+
+// Null if it cannot be opened. Not a stream of the standard library, whose descriptor a program would inherit that
+// another thread starts meanwhile.
+std::unique_ptr<FILE, int (*)(FILE*)> OpenToRead(std::string const& path) {
+    return {fopen(path.c_str(), "rbe"), fclose};
 }
 
 }  // namespace
@@ -147,7 +152,7 @@ std::string CConfigurationControl::ConfigFilePath() const {
 }
 
 bool CConfigurationControl::IsConfigFileAvailable() {
-    return std::ifstream(ConfigFilePath()).good();
+    return OpenToRead(ConfigFilePath()) != nullptr;
 }
 
 void CConfigurationControl::SetConfigFileDefaults(int language) {
@@ -189,7 +194,7 @@ void CConfigurationControl::CreateSubDirectory(std::string const& path) {
 }
 
 bool CConfigurationControl::GetModifiedFileTime(std::string& path, long& mtime) {
-    std::unique_ptr<FILE, int (*)(FILE*)> const file(fopen(path.c_str(), "rbe"), fclose);
+    auto const file = OpenToRead(path);
     if (!file) return false;
     struct stat status;
     if (fstat(fileno(file.get()), &status) == 0 && status.st_size >= 1) mtime = status.st_mtime;

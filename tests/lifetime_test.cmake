@@ -1,0 +1,13 @@
+# The library's stay in a process. The test opens the shared library at run time, and starts hosts that end in all ways.
+add_executable(lifetime_host ${CMAKE_CURRENT_LIST_DIR}/lifetime/host.cpp)
+target_link_libraries(lifetime_host PRIVATE ConfigurationControl Threads::Threads ${CMAKE_DL_LIBS})
+add_executable(lifetime_test ${CMAKE_CURRENT_LIST_DIR}/lifetime/lifetime_test.cpp)
+target_include_directories(lifetime_test PRIVATE ${CMAKE_CURRENT_LIST_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_compile_definitions(lifetime_test PRIVATE HOST="$<TARGET_FILE:lifetime_host>")
+target_link_libraries(lifetime_test PRIVATE GTest::gtest GTest::gmock GTest::gtest_main pugixml::static Threads::Threads ${CMAKE_DL_LIBS})
+add_dependencies(lifetime_test lifetime_host)
+foreach(program lifetime_host lifetime_test)
+    target_compile_options(${program} PRIVATE ${CONFIGURATIONCONTROL_WARNINGS})
+    target_compile_definitions(${program} PRIVATE TICKET_LIBRARY="$<TARGET_FILE:ConfigurationControl>")
+endforeach()
+gtest_discover_tests(lifetime_test DISCOVERY_TIMEOUT 60 PROPERTIES LABELS lifetime)
