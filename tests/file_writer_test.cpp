@@ -358,9 +358,16 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
     std::vector<std::string> keys;
     for (int number = 0; number < 1500; ++number) {
         std::string const name = "k" + std::to_string(random() % 500);
-        std::string const patterns[] = {name, name, "k[" + std::to_string(random() % 500) + "]", "k?" + name.substr(1),
-                                        name + "*"};
-        keys.push_back(patterns[random() % 5] + "/x");
+        std::string const patterns[] = {name,
+                                        name,
+                                        "k[" + std::to_string(random() % 500) + "]",
+                                        "k?" + name.substr(1),
+                                        name + "*",
+                                        "*" + name.substr(1),
+                                        "*" + name.substr(2) + "*",
+                                        "k*" + name.substr(2),
+                                        "[!a-c]*" + name.substr(2)};
+        keys.push_back(patterns[random() % std::size(patterns)] + "/x" + std::to_string(random() % 3));
     }
     ExpectSameBytesAsPlainSearch(keys);
     std::sort(keys.begin(), keys.end());

@@ -97,6 +97,24 @@ bool WILDCARD::Matches(std::string_view name) const {
                        [](PIECE const& rest) { return rest.anyRun; });
 }
 
+// The bytes of the pieces up to the first one that stands for more than one.
+template <typename ITERATOR>
+std::string WILDCARD::SingleBytes(ITERATOR piece, ITERATOR end) {
+    std::vector<std::string> text(1);
+    for (; piece != end && !piece->anyRun && piece->bytes.count() == 1; ++piece) AppendByteOf(piece->bytes, text);
+    return text.front();
+}
+
+std::string WILDCARD::Beginning() const {
+    return SingleBytes(m_pieces.begin(), m_pieces.end());
+}
+
+std::string WILDCARD::End() const {
+    std::string bytes = SingleBytes(m_pieces.rbegin(), m_pieces.rend());
+    std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+}
+
 bool WILDCARD::ListNames(std::size_t limit, std::vector<std::string>& names) const {
     names.clear();
     if (!m_matchable) return true;

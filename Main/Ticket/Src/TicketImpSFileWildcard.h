@@ -19,6 +19,10 @@ class WILDCARD {
     // Takes time linear in the product of both lengths at worst.
     bool Matches(std::string_view name) const;
 
+    // The bytes with which every name that matches begins, and those with which it ends.
+    std::string Beginning() const;
+    std::string End() const;
+
     // Lists all names that match, if these are at most `limit` (which is at least 1); otherwise returns false and
     // leaves something in `names`. Cheap where a pattern is hardly one, as in "list[0]".
     bool ListNames(std::size_t limit, std::vector<std::string>& names) const;
@@ -28,6 +32,9 @@ class WILDCARD {
         bool anyRun;             // "*"
         std::bitset<256> bytes;  // otherwise: the bytes that fit
     };
+
+    template <typename ITERATOR>
+    static std::string SingleBytes(ITERATOR piece, ITERATOR end);
 
     bool m_matchable = true;  // no "[" is unclosed
     std::vector<PIECE> m_pieces;

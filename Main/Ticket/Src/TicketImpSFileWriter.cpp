@@ -1,6 +1,6 @@
 // Builds the document of a ticket file and turns it into text. An inner element of a key is the first child in document
 // order whose name matches; three ways lead to it, all to the same one: the path of the last key, an index of names,
-// and, for names with wildcards, a search.
+// and, for names with wildcards, searches.
 #include "TicketImpSFileWriter.h"
 
 #include <algorithm>
@@ -15,11 +15,12 @@ namespace {
 
 constexpr std::size_t FIRST_BLOCK = 8192;
 // Patterns that stand for few names, and are short, are looked up name by name.
-constexpr std::size_t FEW_NAMES = 256;
+constexpr std::size_t FEW_NAMES = 64;
 constexpr std::size_t SHORT_PATTERN = 256;
 
-bool IsReusable(std::string_view component) {
-    return !component.empty() && !WILDCARD::IsPattern(component);
+// Whether a search for `component` finds the element of that name which it has just made.
+bool FindsItself(std::string_view component) {
+    return !component.empty() && (!WILDCARD::IsPattern(component) || WILDCARD(component).Matches(component));
 }
 
 }  // namespace
@@ -113,7 +114,7 @@ bool TICKET_DOCUMENT::CreateSubElem(std::string_view key, PARAM_TYPE type, void 
         std::string_view const component = key.substr(begin, end - begin);
         ELEMENT* const found = FindChild(*parent, component);
         parent = found != nullptr ? found : &AddElement(*parent, component);
-        isStep = isStep && IsReusable(component);
+        isStep = isStep && (found != nullptr || FindsItself(component));
         if (isStep) m_steps.push_back({end, parent});
     }
     std::string_view const name = key.substr(begin);
@@ -141,42 +142,94 @@ void TICKET_DOCUMENT::KeepSharedSteps(std::string_view key) {
 // The first child of `parent` in document order whose name matches `component`; null if there is none.
 TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindChild(ELEMENT& parent, std::string_view component) {
     if (component.empty() || parent.greatestChild == nullptr) return nullptr;
-    if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, UpToDateIndex(parent), component);
+    if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, component);
     // Ascending keys make ascending names, nearly always: most new names are found to be new right here.
     if (component > parent.greatestChild->name) return nullptr;
-    INDEX const& index = UpToDateIndex(parent);
-    auto const found = index.firstByName.find(component);
-    return found != index.firstByName.end() ? found->second.element : nullptr;
+    auto& names = m_indexes[&parent].byName;
+    names.Update(parent);
+    auto const found = names.first.find(component);
+    return found != names.first.end() ? found->second.element : nullptr;
 }
 
-TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindMatchingChild(ELEMENT const& parent, INDEX const& index,
-                                                             std::string_view pattern) {
+TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindMatchingChild(ELEMENT const& parent, std::string_view pattern) {
     WILDCARD const wildcard(pattern);
+    INDEX& index = m_indexes[&parent];
+    index.byName.Update(parent);
     std::vector<std::string> names;
-    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(std::min(index.count, FEW_NAMES), names)) {
-        ELEMENT* child = parent.firstChild;
-        while (child != nullptr && (child->name.empty() || !wildcard.Matches(child->name))) child = child->next;
-        return child;
-    }
-    INDEX::CHILD const* first = nullptr;
+    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(std::min(index.byName.count, FEW_NAMES), names))
+        return FindFirstMatch(parent, index, wildcard);
+    CHILD const* first = nullptr;
     for (std::string const& name : names) {
-        auto const found = index.firstByName.find(name);
-        if (found != index.firstByName.end() && (first == nullptr || found->second.order < first->order))
+        auto const found = index.byName.first.find(name);
+        if (found != index.byName.first.end() && (first == nullptr || found->second.order < first->order))
             first = &found->second;
     }
     return first != nullptr ? first->element : nullptr;
 }
 
-TICKET_DOCUMENT::INDEX& TICKET_DOCUMENT::UpToDateIndex(ELEMENT& parent) {
-    INDEX& index = m_indexes[&parent];
-    for (ELEMENT* child = index.last != nullptr ? index.last->next : parent.firstChild; child != nullptr;
-         child = child->next) {
-        if (!child->name.empty())
-            index.firstByName.emplace_hint(index.firstByName.end(), child->name, INDEX::CHILD{index.count, child});
-        ++index.count;
-        index.last = child;
+// A search among those names that lie inside a part of their order, one a step.
+template <typename LESS, typename IS_INSIDE>
+class TICKET_DOCUMENT::SEARCH {
+ public:
+    // `from`: the least text inside; if it is empty, all names are, and there is no point in this search.
+    SEARCH(NAMES<LESS> const& names, WILDCARD const& wildcard, std::string_view from, IS_INSIDE isInside)
+        : m_place(names.first.lower_bound(from)),
+          m_end(names.first.end()),
+          m_wildcard(wildcard),
+          m_isInside(isInside),
+          m_isOn(!from.empty()) {}
+
+    // False: there are no more names, and Result is known.
+    bool Step() {
+        if (!m_isOn) return true;
+        if (m_place == m_end || !m_isInside(m_place->first)) return false;
+        auto const& [name, child] = *m_place++;
+        if ((m_first == nullptr || child.order < m_first->order) && m_wildcard.Matches(name)) m_first = &child;
+        return true;
     }
-    return index;
+    ELEMENT* Result() const { return m_first != nullptr ? m_first->element : nullptr; }
+
+ private:
+    typename std::map<std::string_view, CHILD, LESS>::const_iterator m_place;
+    typename std::map<std::string_view, CHILD, LESS>::const_iterator m_end;
+    WILDCARD const& m_wildcard;
+    IS_INSIDE m_isInside;
+    bool m_isOn;
+    CHILD const* m_first = nullptr;
+};
+
+// Three searches take turns, and the one that is done first has the answer: in document order, among the names of the
+// same beginning, and among those of the same end. So it is enough that the pattern matches an early element, or has a
+// beginning or an end that few names share.
+TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindFirstMatch(ELEMENT const& parent, INDEX& index,
+                                                          WILDCARD const& wildcard) {
+    std::string const beginning = wildcard.Beginning();
+    std::string const end = wildcard.End();
+    if (!end.empty()) index.byEnd.Update(parent);
+    SEARCH byName(index.byName, wildcard, beginning,
+                  [&](std::string_view name) { return name.substr(0, beginning.size()) == beginning; });
+    SEARCH byEnd(index.byEnd, wildcard, end, [&](std::string_view name) {
+        return name.size() >= end.size() && name.substr(name.size() - end.size()) == end;
+    });
+    for (ELEMENT* child = parent.firstChild; child != nullptr; child = child->next) {
+        if (!child->name.empty() && wildcard.Matches(child->name)) return child;
+        if (!byName.Step()) return byName.Result();
+        if (!byEnd.Step()) return byEnd.Result();
+    }
+    return nullptr;
+}
+
+bool TICKET_DOCUMENT::FROM_BEHIND::operator()(std::string_view a, std::string_view b) const {
+    return std::lexicographical_compare(a.rbegin(), a.rend(), b.rbegin(), b.rend());
+}
+
+template <typename LESS>
+void TICKET_DOCUMENT::NAMES<LESS>::Update(ELEMENT const& parent) {
+    for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
+        if (!child->name.empty()) first.emplace_hint(first.end(), child->name, CHILD{count, child});
+        ++count;
+        last = child;
+    }
 }
 
 TICKET_DOCUMENT::ELEMENT& TICKET_DOCUMENT::AddElement(ELEMENT& parent, std::string_view name) {

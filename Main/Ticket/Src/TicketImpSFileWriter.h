@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory_resource>
 #include <string>
@@ -12,9 +13,11 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
 #include "TicketImpSFileMemory.h"
+#include "TicketImpSFileWildcard.h"
 
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
+// Only a component with wildcards at both its ends, or such ends as many others have, may take up to n by itself.
 class TICKET_DOCUMENT {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
@@ -49,27 +52,41 @@ class TICKET_DOCUMENT {
         std::string_view typeName{};  // of a leaf, otherwise empty
         std::string_view text{};      // of a leaf
     };
-    // Children of one element by name, brought up to date when a search needs it. Nameless ones are left out.
-    struct INDEX {
-        struct CHILD {
-            std::size_t order;
-            ELEMENT* element;
-        };
+    // The first child of each name, in an order of names. Nameless ones are left out.
+    struct CHILD {
+        std::size_t order;
+        ELEMENT* element;
+    };
+    template <typename LESS>
+    struct NAMES {
         ELEMENT* last = nullptr;  // the last child that was looked at
         std::size_t count = 0;
-        std::map<std::string_view, CHILD> firstByName;
+        std::map<std::string_view, CHILD, LESS> first;
+
+        void Update(ELEMENT const& parent);
     };
-    // One inner element on the way to the last key. Only such elements as the same name always leads to: no wildcards.
+    // Compares from the last byte on.
+    struct FROM_BEHIND {
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    // The children of one element, brought up to date when a search needs it.
+    struct INDEX {
+        NAMES<std::less<>> byName;
+        NAMES<FROM_BEHIND> byEnd;
+    };
+    // One inner element on the way to the last key. Only such elements as the same name always leads to.
     struct STEP {
         std::size_t end;  // where its name ends in m_lastKey
         ELEMENT* element;
     };
     class SERIALISER;
+    template <typename LESS, typename IS_INSIDE>
+    class SEARCH;
 
     void KeepSharedSteps(std::string_view key);
     ELEMENT* FindChild(ELEMENT& parent, std::string_view component);
-    static ELEMENT* FindMatchingChild(ELEMENT const& parent, INDEX const& index, std::string_view pattern);
-    INDEX& UpToDateIndex(ELEMENT& parent);
+    ELEMENT* FindMatchingChild(ELEMENT const& parent, std::string_view pattern);
+    static ELEMENT* FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard);
     ELEMENT& AddElement(ELEMENT& parent, std::string_view name);
     bool FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value);
     std::string_view Keep(std::string_view text);
