@@ -30,8 +30,6 @@ class FileRobustness : public testing::Test {
 };
 
 using UnreadableFile = FileRobustness;
-using DeepFile = FileRobustness;
-using WideFile = FileRobustness;
 using FileDisk = FileRobustness;
 using FileLocale = FileRobustness;
 using FileAliasing = FileRobustness;
@@ -42,11 +40,6 @@ std::string Repeated(std::string const& text, std::size_t count) {
     all.reserve(text.size() * count);
     while (count--) all += text;
     return all;
-}
-
-// "a/a/…/a"
-std::string DeepKey(std::size_t components) {
-    return Repeated("a/", components - 1) + "a";
 }
 
 }  // namespace
@@ -201,80 +194,6 @@ TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
     });
     EXPECT_TRUE(FileContent(m_unreadable) == content);
     EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
-}
-
-// Deep and wide
-
-TEST_F(DeepFile, KeyOfManyComponentsIsSetWalkedAndReadOnASmallStack) {
-    RunOnSmallStack([&] {
-        std::string const key = DeepKey(100000);
-        OWNER const ticket(m_file.c_str());
-        EXPECT_EQ(Set(ticket, key.c_str(), 42), 1);
-        EXPECT_EQ(GetInt(ticket, key.c_str()), 42);
-        EXPECT_EQ(Contents(ticket).size(), 1u);
-        EXPECT_EQ(Delete(ticket, key.c_str()), 1);  // its lines would take ten gigabytes of indentation
-    });
-}
-
-TEST_F(DeepFile, KeyOfManyComponentsIsSavedAndReloadedOnASmallStack) {
-    RunOnSmallStack([&] {
-        std::string const key = DeepKey(3000);
-        {
-            OWNER const ticket(m_file.c_str());
-            Set(ticket, key.c_str(), 42);
-            EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-        }
-        OWNER const ticket(m_file.c_str());
-        EXPECT_EQ(GetInt(ticket, key.c_str()), 42);
-        EXPECT_EQ(Count(ticket), 1u);
-    });
-}
-
-TEST_F(DeepFile, MillionNestedElementsAreLoadedOnASmallStack) {
-    constexpr std::size_t LEVELS = 1000000;
-    Write(m_file, "<ticket>" + Repeated("<a>", LEVELS) + "<b type=\"int\">42</b>" + Repeated("</a>", LEVELS) +
-                      "<c type=\"int\">43</c></ticket>");
-    RunOnSmallStack([&] {
-        OWNER const ticket(m_file.c_str());
-        EXPECT_EQ(GetInt(ticket, (Repeated("a/", LEVELS) + "b").c_str()), 42);
-        EXPECT_EQ(GetInt(ticket, "c"), 43);
-        EXPECT_EQ(Count(ticket), 2u);
-    });
-}
-
-TEST_F(WideFile, ManyDifferentFirstComponentsAreSavedAndReloaded) {
-    constexpr int KEYS = 100000;
-    auto const key = [](int number) { return "component" + std::to_string(number * 7919 % KEYS) + "/value"; };
-    {
-        OWNER const ticket(m_file.c_str());
-        for (int i = 0; i < KEYS; ++i) Set(ticket, key(i).c_str(), i);
-    }
-    OWNER const ticket(m_file.c_str());
-    EXPECT_EQ(Count(ticket), static_cast<unsigned int>(KEYS));
-    for (int i = 0; i < KEYS; i += 997) EXPECT_EQ(GetInt(ticket, key(i).c_str()), i);
-}
-
-TEST_F(WideFile, LongVectorsAreSavedAndReloaded) {
-    constexpr int ELEMENTS = 100000;
-    {
-        OWNER const ticket(m_file.c_str());
-        for (int i = 0; i < ELEMENTS; ++i) Set(ticket, "v", i, APPEND_INDEX);
-    }
-    OWNER const ticket(m_file.c_str());
-    uint64_t count = 0;
-    EXPECT_EQ(ticket->GetParameter(ticket->pTicket, "v", PARAM_VECTOR, &count, SCALAR_INDEX), 1);
-    EXPECT_EQ(count, static_cast<uint64_t>(ELEMENTS));
-    EXPECT_EQ(GetInt(ticket, "v", ELEMENTS - 1), ELEMENTS - 1);
-}
-
-TEST_F(WideFile, LongTextIsSavedAndReloaded) {
-    std::string const text = Repeated("<\\ \x01 caf\xC3\xA9>", 500000);
-    {
-        OWNER const ticket(m_file.c_str());
-        Set(ticket, "text", text.c_str());
-    }
-    OWNER const ticket(m_file.c_str());
-    EXPECT_TRUE(GetText(ticket, "text") == text);
 }
 
 // The disk

@@ -11,6 +11,7 @@
 
 #include "ConfigurationControl/MultiPar.h"
 #include "support/FileTickets.h"
+#include "support/Sanitizers.h"
 #include "support/Threads.h"
 
 namespace {
@@ -221,7 +222,8 @@ TEST_P(TicketThreads, MixedWorkKeepsWhatEachThreadWroteAndLocksAndCallsBackExact
     WORKER::SHARED shared{m_ticket};
     std::vector<WORKER> workers;
     for (int thread = 0; thread < THREADS; ++thread) workers.emplace_back(shared, thread);
-    Together(THREADS, [&](int thread) { workers[static_cast<std::size_t>(thread)].Run(IsFile() ? 300 : 2000); });
+    Together(THREADS,
+             [&](int thread) { workers[static_cast<std::size_t>(thread)].Run(IsFile() || SANITIZED ? 300 : 2000); });
     Set(m_ticket, "last", 1);  // runs what was queued after the last change
     EXPECT_GT(shared.queued, 0);
     EXPECT_EQ(shared.called, shared.queued);
@@ -233,7 +235,7 @@ TEST_P(TicketThreads, MixedWorkKeepsWhatEachThreadWroteAndLocksAndCallsBackExact
 }
 
 TEST_P(TicketThreads, ValuesAppendedToOneVectorAreAllThereInTheOrderOfTheirThread) {
-    constexpr int EACH = 5000;
+    constexpr int EACH = SANITIZED ? 2000 : 5000;
     Together(THREADS, [&](int thread) {
         for (int i = 0; i < EACH; ++i) {
             EXPECT_EQ(Set(m_ticket, "list", thread * PER_THREAD + i, APPEND_INDEX), 1);
@@ -273,7 +275,7 @@ TEST_P(TicketThreads, ValuesAppendedByOneBatchStandSideBySide) {
 }
 
 TEST_P(TicketThreads, PairsOfOneBatchAreNeverReadApart) {
-    constexpr int ROUNDS = 5000;
+    constexpr int ROUNDS = SANITIZED ? 1000 : 5000;
     SetPair(m_ticket, 0);
     std::atomic<int> differing{0};
     std::atomic<int> unfinished{THREADS};  // nobody stops before all had their rounds

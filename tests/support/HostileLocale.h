@@ -44,7 +44,8 @@ class HostileLocale {
                                         m_directory.Path(NAME) + "' >/dev/null 2>&1";
             // It complains about the categories that are missing; whether it worked is seen when the locale is used.
             static_cast<void>(std::system(command.c_str()) == 0);
-            setenv("LOCPATH", m_directory.Path().c_str(), 1);
+            char const* const others = std::getenv("LOCPATH");
+            setenv("LOCPATH", (m_directory.Path() + (others ? std::string(":") + others : "")).c_str(), 1);
         }
     };
 

@@ -2,6 +2,7 @@
 // is known to the reader and the writer, how it is replaced to the save module.
 #include "TicketImpSFile.h"
 
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -29,7 +30,7 @@ STICKET_FILE::~STICKET_FILE() {
     if (m_dirty) {
         std::optional<SysLib::MUTEX_LOCK> lock;
         if (m_whoAmI.pMutex) lock.emplace(*m_whoAmI.pMutex);
-        Save();
+        SaveWhatCanBe();
     }
     m_content->parameters.Clear();  // before m_texts, which keeps some of their texts
 }
@@ -247,6 +248,16 @@ void STICKET_FILE::Save() {
     if (kept == KEPT::YES) Log(2000, "STICKET_FILE kept unreadable \"%s.unreadable\"", m_fileName.c_str());
     if (kept == KEPT::NO) Log(0, "STICKET_FILE cannot keep unreadable \"%s\"", m_fileName.c_str());
     m_dirty = false;
+}
+
+// The last save: nobody is left who could try again or be told. When memory does not suffice for the text, the old file
+// stays, as when the disk refuses; to end the process would cost the host more.
+void STICKET_FILE::SaveWhatCanBe() {
+    try {
+        Save();
+    } catch (std::bad_alloc const&) {
+        Log(0, "STICKET_FILE could not be saved \"%s\"", m_fileName.c_str());
+    }
 }
 
 // Operation codes

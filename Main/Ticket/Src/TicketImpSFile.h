@@ -17,7 +17,8 @@
 class STICKET_FILE : public STICKET {
  public:
     STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI);
-    // Saves if dirty. An exception out of that save (an infinite number, a failing text conversion) ends the process.
+    // Saves if dirty. An exception out of that save (an infinite number, a failing text conversion) ends the process;
+    // exhausted memory leaves the old file.
     ~STICKET_FILE() override;
 
     STICKET_ACCESS const* GetInterface() const override { return &m_access; }
@@ -64,6 +65,7 @@ class STICKET_FILE : public STICKET {
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     bool AnyNotPartial(GETMULTIPAR const* records) const;
     void MarkDirty();
+    void SaveWhatCanBe();
     void ChangePartialKeys(char const* const* keys);
     bool IsOver(std::time_t since, void const* seconds) const;
     FILE_TEXT FileText() const;

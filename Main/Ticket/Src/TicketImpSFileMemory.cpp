@@ -18,6 +18,7 @@ constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
 constexpr std::size_t FIRST_TEXT = 8192;
 constexpr std::size_t LARGEST_ALLOCATED_TEXT = std::size_t{128} << 10;
 constexpr std::size_t FIRST_MAPPED_TEXT = std::size_t{32} << 20;
+constexpr std::size_t INDENTATION_PER_TEXT = 16;
 constexpr std::size_t ALIGNMENT = alignof(std::max_align_t);
 
 thread_local DOCUMENT_MEMORY* innermost = nullptr;
@@ -83,4 +84,8 @@ void FILE_TEXT::Grow(std::size_t size) {
     if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
     m_bytes = std::move(larger);
     m_capacity = capacity;
+}
+
+void FILE_TEXT::CheckIndentation() const {
+    if (m_indentation > INDENTATION_PER_TEXT * (m_size - std::min(m_size, m_indentation))) throw std::bad_alloc();
 }

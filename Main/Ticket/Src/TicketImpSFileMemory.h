@@ -65,18 +65,26 @@ class FILE_TEXT {
         std::memcpy(m_bytes.get() + m_size, text.data(), text.size());
         m_size += text.size();
     }
-    void Put(std::size_t count, char byte) {
-        if (count > m_capacity - m_size) Grow(count);
-        std::memset(m_bytes.get() + m_size, byte, count);
-        m_size += count;
+    // So many tabs. Indentation may be as long as the square of the keys: throws std::bad_alloc where it comes to more
+    // than 512 MiB and 16 times all the rest, which no disk need ever see.
+    void Indent(std::size_t depth) {
+        m_indentation += depth;
+        if (m_indentation > LARGEST_INDENTATION) CheckIndentation();
+        if (depth > m_capacity - m_size) Grow(depth);
+        std::memset(m_bytes.get() + m_size, '\t', depth);
+        m_size += depth;
     }
     std::string_view View() const { return {m_bytes.get(), m_size}; }
 
  private:
+    static constexpr std::size_t LARGEST_INDENTATION = std::size_t{512} << 20;
+
     // Makes room for so many bytes more. Throws std::bad_alloc.
     void Grow(std::size_t size);
+    void CheckIndentation() const;
 
     SYSTEM_MEMORY::BYTES m_bytes = SYSTEM_MEMORY::Nothing();
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;
+    std::size_t m_indentation = 0;
 };

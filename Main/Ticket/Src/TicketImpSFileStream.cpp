@@ -81,7 +81,7 @@ bool TICKET_STREAM::OpenTo(std::string_view key) {
         std::string_view const name = key.substr(begin, end - begin);
         if (name.empty() || WILDCARD::IsPattern(name)) return false;
         m_steps.push_back(end);
-        m_text.Put(m_steps.size(), '\t');
+        m_text.Indent(m_steps.size());
         m_text.Put("<");
         m_text.Put(name);
         m_text.Put(">\n");
@@ -92,7 +92,7 @@ bool TICKET_STREAM::OpenTo(std::string_view key) {
 void TICKET_STREAM::CloseDownTo(std::size_t steps) {
     for (; m_steps.size() > steps; m_steps.pop_back()) {
         std::size_t const begin = m_steps.size() > 1 ? m_steps[m_steps.size() - 2] + 1 : 0;
-        m_text.Put(m_steps.size(), '\t');
+        m_text.Indent(m_steps.size());
         m_text.Put("</");
         m_text.Put(std::string_view(m_lastKey).substr(begin, m_steps.back() - begin));
         m_text.Put(">\n");
@@ -102,7 +102,7 @@ void TICKET_STREAM::CloseDownTo(std::size_t steps) {
 void TICKET_STREAM::PutLeaf(std::string_view name, PARAM_TYPE type, void const* value) {
     m_value.clear();
     AppendValue(m_value, type, value, m_conversion);
-    m_text.Put(m_steps.size() + 1, '\t');
+    m_text.Indent(m_steps.size() + 1);
     m_text.Put("<");
     m_text.Put(name);
     m_text.Put(" type=\"");

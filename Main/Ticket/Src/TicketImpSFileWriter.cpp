@@ -53,7 +53,7 @@ class TICKET_DOCUMENT::SERIALISER {
 
  private:
     void Open(ELEMENT const& element) {
-        m_output.Put(m_depth, '\t');
+        m_output.Indent(m_depth);
         m_output.Put("<");
         PutName(element);
         if (!element.typeName.empty()) {
@@ -64,7 +64,7 @@ class TICKET_DOCUMENT::SERIALISER {
         if (element.firstChild != nullptr) {
             m_output.Put(">\n");
             if (element.typeName.empty()) return;
-            m_output.Put(m_depth + 1, '\t');
+            m_output.Indent(m_depth + 1);
             m_output.Put(element.text);
             m_output.Put("\n");
         } else if (element.typeName.empty()) {
@@ -77,7 +77,7 @@ class TICKET_DOCUMENT::SERIALISER {
     }
 
     void Close(ELEMENT const& element) {
-        m_output.Put(m_depth, '\t');
+        m_output.Indent(m_depth);
         PutClosingTag(element);
     }
 

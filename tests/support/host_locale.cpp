@@ -1,0 +1,43 @@
+// Preloaded into test programs by scripts/locale_and_char_suite: takes the locale TEST_LOCALE for C and C++ before
+// main, as a host does that serves users of that language. "grouping": decimal comma and grouped digits, for C++ only.
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <locale>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+struct COMMAS_AND_DOTS : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+// Programs of the system, like the one that runs the tests, keep their own.
+bool IsTested() {
+    char const* const root = std::getenv("TEST_PROGRAMS");
+    char* const program = realpath("/proc/self/exe", nullptr);
+    bool const tested = root && program && std::string(program).rfind(root, 0) == 0;
+    free(program);
+    return tested;
+}
+
+struct HOST {
+    HOST() {
+        char const* const name = std::getenv("TEST_LOCALE");
+        if (!name || !IsTested()) return;
+        try {
+            if (std::string(name) == "grouping")
+                std::locale::global(std::locale(std::locale::classic(), new COMMAS_AND_DOTS));
+            else
+                std::locale::global(std::locale(name));
+        } catch (std::runtime_error const&) {
+            std::fprintf(stderr, "no locale %s\n", name);
+            std::_Exit(2);
+        }
+    }
+} const g_host;
+
+}  // namespace
