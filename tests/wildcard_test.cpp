@@ -111,6 +111,19 @@ TEST(Wildcard, AgreesWithTheRulesToldSlowly) {
     }
 }
 
+TEST(Wildcard, KnowsHowEveryNameThatMatchesBeginsAndEnds) {
+    struct CASE {
+        char const* pattern;
+        char const* beginning;
+        char const* end;
+    };
+    for (auto const& [pattern, beginning, end] : {CASE{"ab*cd", "ab", "cd"}, CASE{"*", "", ""}, CASE{"a?", "a", ""},
+                                                  CASE{"[ab]cd", "", "cd"}, CASE{"plain", "plain", "plain"}}) {
+        EXPECT_EQ(WILDCARD(pattern).Beginning(), beginning);
+        EXPECT_EQ(WILDCARD(pattern).End(), end);
+    }
+}
+
 TEST(Wildcard, ListsTheNamesOfAPatternThatStandsForFew) {
     EXPECT_THAT(Names("list[0]"), ElementsAre("list0"));
     EXPECT_THAT(Names("[ab]x[10]"), ElementsAre("ax0", "ax1", "bx0", "bx1"));

@@ -62,6 +62,8 @@ WILDCARD::WILDCARD(std::string_view pattern) {
             }
         } else {
             piece.anyRun = pattern.front() == '*';
+            piece.isPlain = pattern.front() != '*' && pattern.front() != '?';
+            piece.plain = pattern.front();
             if (pattern.front() == '?')
                 piece.bytes.set();
             else
@@ -97,20 +99,19 @@ bool WILDCARD::Matches(std::string_view name) const {
                        [](PIECE const& rest) { return rest.anyRun; });
 }
 
-// The bytes of the pieces up to the first one that stands for more than one.
 template <typename ITERATOR>
-std::string WILDCARD::SingleBytes(ITERATOR piece, ITERATOR end) {
-    std::vector<std::string> text(1);
-    for (; piece != end && !piece->anyRun && piece->bytes.count() == 1; ++piece) AppendByteOf(piece->bytes, text);
-    return text.front();
+std::string WILDCARD::PlainBytes(ITERATOR piece, ITERATOR end) {
+    std::string bytes;
+    for (; piece != end && piece->isPlain; ++piece) bytes += piece->plain;
+    return bytes;
 }
 
 std::string WILDCARD::Beginning() const {
-    return SingleBytes(m_pieces.begin(), m_pieces.end());
+    return PlainBytes(m_pieces.begin(), m_pieces.end());
 }
 
 std::string WILDCARD::End() const {
-    std::string bytes = SingleBytes(m_pieces.rbegin(), m_pieces.rend());
+    std::string bytes = PlainBytes(m_pieces.rbegin(), m_pieces.rend());
     std::reverse(bytes.begin(), bytes.end());
     return bytes;
 }

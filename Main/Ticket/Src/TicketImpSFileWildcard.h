@@ -19,7 +19,7 @@ class WILDCARD {
     // Takes time linear in the product of both lengths at worst.
     bool Matches(std::string_view name) const;
 
-    // The bytes with which every name that matches begins, and those with which it ends.
+    // The plain bytes with which the pattern begins, and so every name that matches; and those with which it ends.
     std::string Beginning() const;
     std::string End() const;
 
@@ -30,11 +30,13 @@ class WILDCARD {
  private:
     struct PIECE {
         bool anyRun;             // "*"
-        std::bitset<256> bytes;  // otherwise: the bytes that fit
+        bool isPlain;            // a byte that stands for itself
+        char plain;              // this one
+        std::bitset<256> bytes;  // unless it is "*": the bytes that fit
     };
 
     template <typename ITERATOR>
-    static std::string SingleBytes(ITERATOR piece, ITERATOR end);
+    static std::string PlainBytes(ITERATOR piece, ITERATOR end);
 
     bool m_matchable = true;  // no "[" is unclosed
     std::vector<PIECE> m_pieces;

@@ -1,0 +1,205 @@
+// Runs pieces of work of one size and of ten times that size for callgrind, which counts their instructions: one dump
+// for each, named "work size". Times would tell of caches, too; instructions tell how the work grows.
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ConfigurationControl/MultiParList.h"
+#include "ConfigurationControl/Ticket.h"
+
+namespace {
+
+std::string g_file;
+
+class TICKET {
+ public:
+    explicit TICKET(char const* name = nullptr) : m_access(STICKET::Create(name)) {}
+    ~TICKET() { STICKET::Destroy(m_access); }
+    TICKET(TICKET const&) = delete;
+    TICKET& operator=(TICKET const&) = delete;
+
+    void Set(std::string const& key, int value, int index = SCALAR_INDEX) const {
+        m_access->SetParameter(m_access->pTicket, key.c_str(), PARAM_INT, &value, index);
+    }
+    void Set(std::string const& key, std::string const& text) const {
+        m_access->SetParameter(m_access->pTicket, key.c_str(), PARAM_STRING, text.c_str(), SCALAR_INDEX);
+    }
+    void Get(std::string const& key) const {
+        int value = 0;
+        m_access->GetParameter(m_access->pTicket, key.c_str(), PARAM_INT, &value, SCALAR_INDEX);
+    }
+    void Delete(std::string const& key) const {
+        m_access->SetParameter(m_access->pTicket, key.c_str(), PARAM_NONE, nullptr, SCALAR_INDEX);
+    }
+    void Operate(STICKET_OP code, void* data = nullptr) const { m_access->Operation(m_access->pTicket, code, data); }
+    void Load() const {
+        unsigned int count = 0;
+        Operate(STICKET_OP_COUNT, &count);
+    }
+    STICKET_ACCESS const* Access() const { return m_access; }
+
+ private:
+    STICKET_ACCESS const* m_access;
+};
+
+std::string Repeated(std::string const& text, int count) {
+    std::string all;
+    while (count-- > 0) all += text;
+    return all;
+}
+
+std::string Numbered(char const* name, int number) {
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%07d", number);
+    return name + std::string(digits);
+}
+
+// A place of each number below `size` that has no order.
+int Shuffled(int number, int size) {
+    return static_cast<int>(number * 7919LL % size);
+}
+
+using WORK = std::function<void()>;
+
+WORK Load(std::string const& elements) {
+    std::ofstream(g_file) << "<ticket>" << elements << "</ticket>";
+    return [] { TICKET(g_file.c_str()).Load(); };
+}
+
+WORK Save(int count, std::function<std::string(int)> const& key) {
+    auto const ticket = std::make_shared<TICKET>(g_file.c_str());
+    ticket->Operate(STICKET_OP_CLEAR);
+    for (int i = 0; i < count; ++i) ticket->Set(key(i), i);
+    return [ticket] { ticket->Operate(STICKET_OP_SAVE); };
+}
+
+std::shared_ptr<TICKET> Filled(int count) {
+    auto ticket = std::make_shared<TICKET>();
+    for (int i = 0; i < count; ++i) ticket->Set(Numbered("key", i), i);
+    return ticket;
+}
+
+struct CASE {
+    char const* name;
+    int size;
+    WORK (*prepare)(int size);
+};
+
+constexpr CASE CASES[] = {
+    {"load_nested_elements", 10000,
+     [](int n) { return Load(Repeated("<a>", n) + "<b type=\"int\">1</b>" + Repeated("</a>", n)); }},
+    {"load_keys", 5000,
+     [](int n) {
+         std::string text;
+         for (int i = 0; i < n; ++i) text += "<k" + Numbered("", i) + " type=\"int\">1</k" + Numbered("", i) + ">\n";
+         return Load(text);
+     }},
+    {"load_entities", 5000,
+     [](int n) { return Load("<a type=\"string\">" + Repeated("&e;&#1;", n) + "</a>" + Repeated("<!-- -->", n)); }},
+    {"load_escapes", 20000, [](int n) { return Load("<a type=\"binstr\">" + Repeated("\\xFF ", n) + "</a>"); }},
+    {"load_digits", 20000, [](int n) { return Load("<a type=\"double\">0." + Repeated("7", n) + "</a>"); }},
+    {"load_vector", 5000, [](int n) { return Load(Repeated("<v type=\"int\">1</v>", n)); }},
+    {"save_keys", 5000, [](int n) { return Save(n, [](int i) { return Numbered("g", i / 50) + Numbered("/k", i); }); }},
+    {"save_value", 20000,
+     [](int n) -> WORK {
+         auto const ticket = std::make_shared<TICKET>(g_file.c_str());
+         ticket->Operate(STICKET_OP_CLEAR);
+         ticket->Set("text", Repeated("<\xFF ", n));
+         return [ticket] { ticket->Operate(STICKET_OP_SAVE); };
+     }},
+    {"save_long_keys", 5,
+     [](int n) { return Save(n, [](int i) { return std::string(65000, 'k') + Numbered("", i) + "/v"; }); }},
+    {"save_wildcards_at_the_end", 500, [](int n) { return Save(n, [](int i) { return Numbered("", i) + "*?/v"; }); }},
+    {"save_wildcards_in_front", 500, [](int n) { return Save(n, [](int i) { return Numbered("*?", i) + "/v"; }); }},
+    {"save_sets_of_bytes", 500, [](int n) { return Save(n, [](int i) { return Numbered("list[", i) + "]/v"; }); }},
+    {"save_twelve_stars", 500,
+     [](int n) { return Save(n, [](int i) { return Numbered("*a*b*c*d*e*f*g*h*i*j*k*", i) + "/v"; }); }},
+    {"save_below_one_wildcard", 1000,
+     [](int n) { return Save(n, [](int i) { return i % 2 ? Numbered("a!", i) + "/v" : Numbered("a*b/", i); }); }},
+    {"save_below_leaves", 1000,
+     [](int n) { return Save(n, [](int i) { return Numbered("a", i / 2) + (i % 2 ? "/b" : ""); }); }},
+    {"match_twelve_stars_with_a_long_name", 10000,
+     [](int n) {
+         return Save(2, [n](int i) {
+             return i ? std::string("*a*a*a*a*a*a*a*a*a*a*a*ab/v")
+                      : "!" + std::string(static_cast<std::size_t>(n), 'a') + "/v";
+         });
+     }},
+    {"set_keys_in_no_order", 5000,
+     [](int n) -> WORK {
+         return [n] {
+             TICKET const ticket;
+             for (int i = 0; i < n; ++i) ticket.Set(Numbered("key", Shuffled(i, n)), i);
+         };
+     }},
+    {"get_keys", 5000,
+     [](int n) -> WORK {
+         return [n, ticket = Filled(n)] {
+             for (int i = 0; i < n; ++i) ticket->Get(Numbered("key", Shuffled(i, n)));
+         };
+     }},
+    {"delete_keys", 5000,
+     [](int n) -> WORK {
+         return [n, ticket = Filled(n)] {
+             for (int i = 0; i < n; ++i) ticket->Delete(Numbered("key", i));
+         };
+     }},
+    {"key_of_many_components", 10000,
+     [](int n) -> WORK {
+         return [n, key = Repeated("a/", n) + "b"] {
+             TICKET const ticket;
+             ticket.Set(key, 1);
+             ticket.Get(key);
+             ticket.Delete(key);
+         };
+     }},
+    {"append_elements", 5000,
+     [](int n) -> WORK {
+         return [n] {
+             TICKET const ticket;
+             for (int i = 0; i < n; ++i) ticket.Set("v", i, APPEND_INDEX);
+         };
+     }},
+    {"merge", 5000,
+     [](int n) -> WORK {
+         return [source = Filled(n)] {
+             TICKET const target;
+             target.Access()->MergeTicket(target.Access()->pTicket, source->Access(), nullptr, true);
+         };
+     }},
+    {"sort_a_batch", 5000,
+     [](int n) -> WORK {
+         return [n] {
+             SETMULTIPAR_LIST list(false);
+             for (int i = 0; i < n; ++i)
+                 list.xSetParameter(Numbered("key", Shuffled(i, n)).c_str(), PARAM_INT, &i, SCALAR_INDEX);
+             list.Table(true);
+         };
+     }},
+};
+
+}  // namespace
+
+// usage: growth FILE: the name of a ticket file, which is written and removed
+int main(int count, char** arguments) {
+    if (count != 2) return 1;
+    g_file = arguments[1];
+    for (CASE const& one : CASES) {
+        for (int const size : {one.size, 10 * one.size}) {
+            WORK const work = one.prepare(size);
+            CALLGRIND_TOGGLE_COLLECT;
+            work();
+            CALLGRIND_TOGGLE_COLLECT;
+            char label[80];
+            std::snprintf(label, sizeof label, "%s %d", one.name, size);
+            CALLGRIND_DUMP_STATS_AT(label);
+        }
+    }
+    std::remove(g_file.c_str());
+    return 0;
+}
