@@ -17,7 +17,6 @@ foreach(name locale_test file_golden_test wildcard_test)
     add_executable(${name}_of_other_char ${CMAKE_CURRENT_LIST_DIR}/${name}.cpp)
     target_compile_options(${name}_of_other_char PRIVATE -O0 -g0 -U_FORTIFY_SOURCE ${other_char})
     target_include_directories(${name}_of_other_char PRIVATE $<TARGET_PROPERTY:core,INCLUDE_DIRECTORIES>)
-    target_compile_definitions(${name}_of_other_char PRIVATE TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name}_of_other_char PRIVATE core_of_other_char GTest::gtest GTest::gmock GTest::gtest_main)
     gtest_discover_tests(${name}_of_other_char DISCOVERY_TIMEOUT 60 TEST_PREFIX OtherChar.
         PROPERTIES ENVIRONMENT LOCPATH=${test_locales} LABELS locale)
