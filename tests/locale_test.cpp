@@ -17,7 +17,7 @@
 #include "support/HostileLocale.h"
 
 // The C library keeps its copy of LOCPATH whenever it opens a locale by name; that is no leak of ours.
-extern "C" char const* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) char const* __lsan_default_suppressions();
 extern "C" char const* __lsan_default_suppressions() {
     return "leak:argz_add_sep";
 }
