@@ -278,10 +278,14 @@ TEST_P(TicketThreads, PairsOfOneBatchAreNeverReadApart) {
     constexpr int ROUNDS = SANITIZED ? 1000 : 5000;
     SetPair(m_ticket, 0);
     std::atomic<int> differing{0};
-    std::atomic<int> unfinished{THREADS};  // nobody stops before all had their rounds
+    // Nobody stops before all had their rounds and the readers have seen the pair change.
+    std::atomic<int> unfinished{THREADS};
+    auto const goesOn = [&](int round) {
+        return round <= ROUNDS || unfinished > 0 || (differing <= THREADS && round < 1000 * ROUNDS);
+    };
     Together(THREADS, [&](int thread) {
         int last = -1;
-        for (int i = 1; i <= ROUNDS || unfinished > 0; ++i) {
+        for (int i = 1; goesOn(i); ++i) {
             if (i == ROUNDS) --unfinished;
             if (thread < 3) {
                 EXPECT_EQ(SetPair(m_ticket, thread * PER_THREAD + i), 1);
