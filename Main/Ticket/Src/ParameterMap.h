@@ -106,6 +106,11 @@ class PARAMETER_MAP {
 
     POSITION First() const { return At(m_order.First()); }
     POSITION Next(POSITION const& position) const { return At(m_order.Next(position.m_place)); }
+    // A value that a walk will come to soon, so that what it points to can be fetched; null if there is none near.
+    VALUE const* Ahead(POSITION const& position) const {
+        ID const id = m_order.Ahead(position.m_place, STEPS_AHEAD);
+        return id == NONE ? nullptr : &m_arena[id];
+    }
     // The first key that is greater than `key`, whether that is here or not.
     POSITION After(std::string_view key) const {
         return At(m_order.PartitionPoint([&](ID id) { return m_arena[id].Key() <= key; }));
@@ -120,6 +125,9 @@ class PARAMETER_MAP {
 
     // More do not fit in a first-level cache.
     static constexpr std::size_t KEYS_IN_CACHE = 1000;
+
+    // As many steps of a walk take as long as memory does to answer.
+    static constexpr std::size_t STEPS_AHEAD = 8;
 
     VALUE const* FindHashed(std::string_view key, uint32_t hash) const {
         ID const id = m_slots.Find(hash, IsKey(key));

@@ -31,6 +31,12 @@ class PARAMETER_ORDER {
                                                             : PLACE{place.page + 1, 0};
     }
 
+    // The id that stands so many places further on the same page; 0 if none does.
+    ID Ahead(PLACE place, std::size_t steps) const {
+        PAGE const& page = *m_pages[place.page];
+        return place.index + steps < page.count ? page.ids[place.index + steps] : 0;
+    }
+
     // The first place for whose id `isBefore` does not hold. It must hold for the ids of all earlier places.
     template <typename IS_BEFORE>
     PLACE PartitionPoint(IS_BEFORE isBefore) const {

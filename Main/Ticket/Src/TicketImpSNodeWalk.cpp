@@ -44,6 +44,7 @@ class clTICKETNODE::WALK {
         PARAMETER_MAP<clENTRY> const& map = m_node.m_map;
         for (auto position = map.First(); position;) {
             uint64_t const changes = m_node.m_changes;
+            if (clENTRY const* const ahead = map.Ahead(position)) ahead->Prefetch();
             m_key = position.Key();
             bool const goOn = level < 1 ? Report(PARAM_NONE, nullptr, SCALAR_INDEX)
                                         : Entry(position.Value(), nullptr, SCALAR_INDEX, level);
