@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <iomanip>
 #include <limits>
@@ -10,6 +12,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "TicketImpSFileNumbers.h"
 #include "support/HostileLocale.h"
@@ -37,6 +40,23 @@ double RandomDouble(std::mt19937_64& random) {
     double value;
     std::memcpy(&value, &bits, sizeof value);
     return value;
+}
+
+// Digits without zeros at their end, and the exponent of the first: what is left of a spelling without its shape.
+std::pair<std::string, int> DigitsOf(std::string const& text) {
+    std::size_t const end = std::min(text.find('e'), text.size());
+    int const exponent = end < text.size() ? std::stoi(text.substr(end + 1)) : 0;
+    std::string digits = text.substr(0, text.find('.')) + text.substr(text.find('.') + 1, end - text.find('.') - 1);
+    digits.resize(digits.find_last_not_of('0') + 1);
+    return {digits, exponent + static_cast<int>(text.find('.')) - 1};
+}
+
+// The C library is the judge.
+void ExpectDigitsOfPrintf(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.16e", value);
+    ASSERT_EQ(DigitsOf(Spell(value)), DigitsOf(text)) << text;
+    ASSERT_EQ(Spell(-value), '-' + Spell(value));
 }
 
 template <typename NUMBER>
@@ -159,6 +179,23 @@ TEST(BestDouble, KeepsEveryBitAndItsShape) {
             ASSERT_EQ(std::stoi(text.substr(mark + 1)) % 3, 0) << text;
         }
     }
+}
+
+TEST(BestDouble, RoundsAsTheCLibraryDoes) {
+    std::mt19937_64 random(2);
+    for (int round = 0; round < 100000; ++round)
+        ExpectDigitsOfPrintf(
+            std::ldexp(1 + static_cast<double>(random() >> 11), static_cast<int>(random() % 200) - 150));
+    // Around powers of ten, where the number of digits changes.
+    for (double power = 1e-15; power < 1e20; power *= 10)
+        for (double value : {power, std::nextafter(power, 0), std::nextafter(power, INFINITE)})
+            ExpectDigitsOfPrintf(value);
+    // In the middle between two numbers of 17 digits, where an even one wins.
+    for (int places = 8; places < 25; ++places)
+        for (int round = 0; round < 1000; ++round)
+            ExpectDigitsOfPrintf(std::ldexp(static_cast<double>(2 * (random() >> 20) + 1), -places));
+    for (int round = 0; round < 10000; ++round)  // 18 digits, the last of them 5
+        ExpectDigitsOfPrintf(std::ldexp(static_cast<double>(2 * (random() % (4 << 17)) + (1 << 17) + 1), -17));
 }
 
 TEST(FileIntegers, AreDecimal) {
