@@ -13,6 +13,7 @@
 
 #include "TicketImpSFileSave.h"
 #include "support/Files.h"
+#include "support/Replace.h"
 
 namespace {
 
@@ -24,7 +25,6 @@ using testing::ElementsAre;
 using TICKETFILE::Delete;
 using TICKETFILE::KEPT;
 using TICKETFILE::OLD;
-using TICKETFILE::Replace;
 
 // How the system behaves while a test runs; one thread only.
 struct SYSTEM {

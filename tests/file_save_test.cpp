@@ -22,6 +22,7 @@
 
 #include "TicketImpSFileSave.h"
 #include "support/Files.h"
+#include "support/Replace.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ using TICKETFILE::CONTENT;
 using TICKETFILE::Delete;
 using TICKETFILE::OLD;
 using TICKETFILE::Read;
-using TICKETFILE::Replace;
+using TICKETFILE::REPLACEMENT;
 
 // How the system behaves while a test runs; one thread only.
 struct SYSTEM {
@@ -220,6 +221,41 @@ TEST_F(FileSave, NoBytesMakeAnEmptyFile) {
     EXPECT_EQ(FileContent(m_file), "");
 }
 
+TEST_F(FileSave, PiecesFollowEachOther) {
+    REPLACEMENT file(m_file);
+    EXPECT_THAT(Names(m_scratch), IsEmpty());
+    std::string whole;
+    for (char byte = 'a'; byte <= 'f'; ++byte) {
+        std::string const piece(byte == 'c' ? 1 : 100000, byte);
+        file.Take(piece);
+        whole += piece;
+    }
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.tmp"));
+    EXPECT_TRUE(file.Commit(OLD::DISCARD));
+    EXPECT_EQ(FileContent(m_file), whole);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(FileSave, RestartForgetsThePieces) {
+    REPLACEMENT file(m_file);
+    file.Restart();
+    file.Take("something longer");
+    file.Restart();
+    file.Take("new");
+    EXPECT_TRUE(file.Commit(OLD::DISCARD));
+    EXPECT_EQ(FileContent(m_file), "new");
+}
+
+TEST_F(FileSave, WithoutACommitNothingHasHappened) {
+    Write(m_file, "old");
+    {
+        REPLACEMENT file(m_file);
+        file.Take("new");
+    }
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
 TEST_F(FileSave, NameWithoutADirectoryIsInTheWorkingDirectory) {
     auto const before = std::filesystem::current_path();
     std::filesystem::current_path(m_scratch.Path());
@@ -332,6 +368,21 @@ TEST_F(FileSave, FailureOfTheDiskLeavesTheOldFileAndNoTemporaryFile) {
             EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
         }
     }
+}
+
+TEST_F(FileSave, NoPieceIsWrittenBehindOneThatFailed) {
+    Write(m_file, "old");
+    REPLACEMENT file(m_file);
+    file.Take("first");
+    g_system.roomLeft = 2;
+    file.Take("second");
+    g_system.roomLeft = -1;
+    file.Take("third");
+    file.Restart();
+    file.Take("fourth");
+    EXPECT_FALSE(file.Commit(OLD::DISCARD));
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(FileSave, FailureWithoutAnOldFileLeavesNothing) {

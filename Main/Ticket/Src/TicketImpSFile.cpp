@@ -9,7 +9,6 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "TicketImpSFileReader.h"
-#include "TicketImpSFileSave.h"
 #include "TicketImpSFileStream.h"
 #include "TicketImpSFileWriter.h"
 #include "UntypedValue.h"
@@ -223,15 +222,16 @@ void STICKET_FILE::MarkDirty() {
     m_dirtySince = m_lastAccess;
 }
 
-FILE_TEXT STICKET_FILE::FileText() const {
+void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
     auto* const conversion = static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext);
     clTICKETNODE const& parameters = m_content->parameters;
-    TICKET_STREAM stream(conversion);
+    TICKET_STREAM stream(conversion, &file);
     parameters.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
-    if (!stream.IsRefused()) return stream.Finish();
+    if (!stream.IsRefused()) return file.Take(stream.Finish().View());
+    file.Restart();
     TICKET_DOCUMENT document(conversion, &Log);
     parameters.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
-    return document.Serialise();
+    file.Take(document.Serialise(&file).View());
 }
 
 void STICKET_FILE::Save() {
@@ -240,7 +240,9 @@ void STICKET_FILE::Save() {
     OLD const old = m_misread ? OLD::KEEP : OLD::DISCARD;
     KEPT kept = KEPT::NOTHING;
     if (m_content->parameters.NonEmpty()) {
-        if (TICKETFILE::Replace(m_fileName, FileText().View(), old, &kept)) m_misread = false;
+        TICKETFILE::REPLACEMENT file(m_fileName);
+        WriteTo(file);
+        if (file.Commit(old, &kept)) m_misread = false;
     } else {
         if (TICKETFILE::Delete(m_fileName, old, &kept)) m_misread = false;
         Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "TicketImpSBase.h"
-#include "TicketImpSFileMemory.h"
+#include "TicketImpSFileSave.h"
 
 class STICKET_FILE : public STICKET {
  public:
@@ -68,7 +68,7 @@ class STICKET_FILE : public STICKET {
     void SaveWhatCanBe();
     void ChangePartialKeys(char const* const* keys);
     bool IsOver(std::time_t since, void const* seconds) const;
-    FILE_TEXT FileText() const;
+    void WriteTo(TICKETFILE::REPLACEMENT& file) const;
 
     STICKET_ACCESS const m_access;
     TICKETLOCKS m_locks;

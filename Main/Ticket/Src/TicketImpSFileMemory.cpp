@@ -16,9 +16,8 @@ namespace {
 constexpr std::size_t DOCUMENT_PER_TEXT = 4;
 constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
 constexpr std::size_t FIRST_TEXT = 8192;
-constexpr std::size_t LARGEST_ALLOCATED_TEXT = std::size_t{128} << 10;
-constexpr std::size_t FIRST_MAPPED_TEXT = std::size_t{32} << 20;
 constexpr std::size_t INDENTATION_PER_TEXT = 16;
+constexpr std::size_t LARGEST_PIECE = std::size_t{64} << 10;
 constexpr std::size_t ALIGNMENT = alignof(std::max_align_t);
 
 thread_local DOCUMENT_MEMORY* innermost = nullptr;
@@ -74,12 +73,15 @@ bool DOCUMENT_MEMORY::Holds(void const* memory) const {
     return m_room.RestSize() > 0 && !before(memory, rest) && before(memory, rest + m_room.RestSize());
 }
 
-void FILE_TEXT::Grow(std::size_t size) {
+void FILE_TEXT::MakeRoom(std::size_t size) {
     if (size > SIZE_MAX / 2 - m_size) throw std::bad_alloc();
-    // Of a mapping only what is written to is ever taken from the system, so it may be generous.
-    bool const isLarge = m_size + size > LARGEST_ALLOCATED_TEXT;
-    std::size_t const capacity = std::max({m_size + size, 2 * m_capacity, isLarge ? FIRST_MAPPED_TEXT : FIRST_TEXT});
-    SYSTEM_MEMORY::BYTES larger = isLarge ? SYSTEM_MEMORY::Map(capacity) : SYSTEM_MEMORY::Allocate(capacity);
+    if (m_sink != nullptr && m_size + size > LARGEST_PIECE) {
+        m_sink->Take(View());
+        m_handedOn += std::exchange(m_size, 0);
+        if (size <= m_capacity) return;
+    }
+    std::size_t const capacity = std::max({m_size + size, 2 * m_capacity, FIRST_TEXT});
+    SYSTEM_MEMORY::BYTES larger = SYSTEM_MEMORY::Allocate(capacity);
     if (!larger) throw std::bad_alloc();
     if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
     m_bytes = std::move(larger);
@@ -87,5 +89,6 @@ void FILE_TEXT::Grow(std::size_t size) {
 }
 
 void FILE_TEXT::CheckIndentation() const {
-    if (m_indentation > INDENTATION_PER_TEXT * (m_size - std::min(m_size, m_indentation))) throw std::bad_alloc();
+    std::size_t const whole = m_handedOn + m_size;
+    if (m_indentation > INDENTATION_PER_TEXT * (whole - std::min(whole, m_indentation))) throw std::bad_alloc();
 }

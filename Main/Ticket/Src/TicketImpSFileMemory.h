@@ -57,11 +57,23 @@ class DOCUMENT_MEMORY {
     std::size_t m_used;
 };
 
-// The text of a file that is being made. It grows at its end.
+// Takes the pieces of a text, in their order.
+class FILE_SINK {
+ public:
+    virtual void Take(std::string_view piece) = 0;
+
+ protected:
+    ~FILE_SINK() = default;
+};
+
+// The text of a file that is being made. It grows at its end; with a sink, what is complete is handed on in pieces,
+// which stay in the processor's caches.
 class FILE_TEXT {
  public:
+    explicit FILE_TEXT(FILE_SINK* sink = nullptr) : m_sink(sink) {}
+
     void Put(std::string_view text) {
-        if (text.size() > m_capacity - m_size) Grow(text.size());
+        if (text.size() > m_capacity - m_size) MakeRoom(text.size());
         std::memcpy(m_bytes.get() + m_size, text.data(), text.size());
         m_size += text.size();
     }
@@ -70,21 +82,24 @@ class FILE_TEXT {
     void Indent(std::size_t depth) {
         m_indentation += depth;
         if (m_indentation > LARGEST_INDENTATION) CheckIndentation();
-        if (depth > m_capacity - m_size) Grow(depth);
+        if (depth > m_capacity - m_size) MakeRoom(depth);
         std::memset(m_bytes.get() + m_size, '\t', depth);
         m_size += depth;
     }
+    // What has not been handed on.
     std::string_view View() const { return {m_bytes.get(), m_size}; }
 
  private:
     static constexpr std::size_t LARGEST_INDENTATION = std::size_t{512} << 20;
 
-    // Makes room for so many bytes more. Throws std::bad_alloc.
-    void Grow(std::size_t size);
+    // For so many bytes more. Throws std::bad_alloc, and what the sink throws.
+    void MakeRoom(std::size_t size);
     void CheckIndentation() const;
 
+    FILE_SINK* m_sink;
     SYSTEM_MEMORY::BYTES m_bytes = SYSTEM_MEMORY::Nothing();
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;
+    std::size_t m_handedOn = 0;
     std::size_t m_indentation = 0;
 };

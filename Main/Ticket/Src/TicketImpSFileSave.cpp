@@ -110,12 +110,18 @@ void FlushDirectoryOf(std::string const& fileName) {
     if (opened) fsync(opened.Number());
 }
 
+}  // namespace
+
 // The temporary file while it is being written; without `file` if there could be none.
 struct TEMPORARY {
     std::string name;
     DESCRIPTOR file;
-    DESCRIPTOR lock;  // holds the lock until after the rename, when `file` has long been closed
+    DESCRIPTOR lock;          // holds the lock until after the rename, when `file` has long been closed
+    std::size_t waiting = 0;  // bytes that the disk has not been asked to write
+    bool failed = false;
 };
+
+namespace {
 
 // Whether `file` is what `name` leads to; `found` describes it.
 bool IsNamed(int file, std::string const& name, struct stat& found) {
@@ -157,9 +163,16 @@ TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
     return OpenPrivate(name, mode);
 }
 
-// Writes, flushes and closes.
-bool WriteOut(DESCRIPTOR& file, std::string_view bytes) {
-    bool const written = WriteAll(file.Number(), bytes);
+// Lets the disk work while the next pieces are being made. Only a hint: the flush at the end counts.
+void BeginWriteBack(TEMPORARY& temporary) {
+    constexpr std::size_t WORTH_A_CALL = std::size_t{128} << 10;
+    if (temporary.waiting < WORTH_A_CALL) return;
+    sync_file_range(temporary.file.Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    temporary.waiting = 0;
+}
+
+// Flushes what was written whole, and closes.
+bool Finish(DESCRIPTOR& file, bool written) {
     bool const flushed = written && Retried([&] { return fsync(file.Number()); }) == 0;
     bool const closed = file.Close();
     return flushed && closed;
@@ -200,7 +213,7 @@ bool KeepByCopy(std::string const& fileName, std::string const& kept) {
     if (!file || fstat(file.Number(), &found) != 0 || !S_ISREG(found.st_mode)) return false;
     TEMPORARY copy = OpenPrivate(kept, found.st_mode & PERMISSION_BITS);
     if (!copy.file) return false;
-    bool const whole = CopyAll(file.Number(), copy.file.Number()) && WriteOut(copy.file, {});
+    bool const whole = Finish(copy.file, CopyAll(file.Number(), copy.file.Number()));
     if (whole) return MoveOver(copy.name, kept);
     unlink(copy.name.c_str());
     return false;
@@ -250,20 +263,51 @@ CONTENT Read(std::string const& fileName) {
     return content;
 }
 
-bool Replace(std::string const& fileName, std::string_view bytes, OLD old, KEPT* kept) {
+REPLACEMENT::REPLACEMENT(std::string fileName) : m_fileName(std::move(fileName)) {}
+
+REPLACEMENT::~REPLACEMENT() {
     UNCANCELLED const uncancelled;
-    TEMPORARY temporary = OpenTemporary(fileName + ".tmp", ModeFor(fileName));
-    bool const complete = temporary.file && WriteOut(temporary.file, bytes);
+    if (m_temporary && m_temporary->file) unlink(m_temporary->name.c_str());
+}
+
+void REPLACEMENT::Open() {
+    m_temporary = std::make_unique<TEMPORARY>();
+    *m_temporary = OpenTemporary(m_fileName + ".tmp", ModeFor(m_fileName));
+}
+
+void REPLACEMENT::Take(std::string_view piece) {
+    UNCANCELLED const uncancelled;
+    if (!m_temporary) Open();
+    TEMPORARY& temporary = *m_temporary;
+    if (temporary.failed) return;
+    temporary.failed = !temporary.file || !WriteAll(temporary.file.Number(), piece);
+    temporary.waiting += piece.size();
+    if (!temporary.failed) BeginWriteBack(temporary);
+}
+
+void REPLACEMENT::Restart() {
+    UNCANCELLED const uncancelled;
+    if (!m_temporary || m_temporary->failed) return;
+    int const file = m_temporary->file.Number();
+    m_temporary->failed = lseek(file, 0, SEEK_SET) != 0 || ftruncate(file, 0) != 0;
+}
+
+bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
+    UNCANCELLED const uncancelled;
+    if (!m_temporary) Open();
+    TEMPORARY temporary = std::move(*m_temporary);
+    m_temporary.reset();
+    bool const complete = temporary.file && Finish(temporary.file, !temporary.failed);
     if (complete) {
-        KEPT const done = old == OLD::KEEP ? Keep(fileName) : KEPT::NOTHING;
+        KEPT const done = old == OLD::KEEP ? Keep(m_fileName) : KEPT::NOTHING;
         if (kept != nullptr) *kept = done;
     } else {
         // The rename must find nothing, or what it finds would pass for a saved ticket.
         bool const removed = unlink(temporary.name.c_str()) == 0 || errno == ENOENT;
         if (!removed) return false;
     }
-    SysLib::ForceRename(temporary.name, fileName);
-    FlushDirectoryOf(fileName);
+    SysLib::ForceRename(temporary.name, m_fileName);
+    FlushDirectoryOf(m_fileName);
     return complete;
 }
 

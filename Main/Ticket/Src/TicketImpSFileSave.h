@@ -8,6 +8,8 @@
 // std::bad_alloc, and a thread that is being cancelled finishes what it does here.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -30,17 +32,39 @@ struct CONTENT {
 CONTENT Read(std::string const& fileName);
 
 // What becomes of the old file. KEEP is for one whose content never reached the ticket: it is kept as the file name
-// with
-// ".unreadable" appended, where it replaces an earlier one.
+// with ".unreadable" appended, where it replaces an earlier one.
 enum class OLD { DISCARD, KEEP };
 
 // What came of that.
 enum class KEPT { NOTHING, YES, NO };
 
-// Replaces the file, which keeps its permission bits; a new file is the owner's alone (0600), since it may hold a
-// password. Processes and threads that save the same file wait for each other, for two seconds at most. Returns false
-// if it gave up before it touched the old file. An old file that cannot be kept is replaced all the same.
-bool Replace(std::string const& fileName, std::string_view bytes, OLD old, KEPT* kept = nullptr);
+struct TEMPORARY;
+
+// A new content of a file on its way, taken in pieces. The file keeps its permission bits; a new one is the owner's
+// alone (0600), since it may hold a password. Processes and threads that save the same file wait for each other, for
+// two seconds at most.
+class REPLACEMENT final : public FILE_SINK {
+ public:
+    explicit REPLACEMENT(std::string fileName);
+    // Without a Commit nothing has happened to the file.
+    ~REPLACEMENT();
+    REPLACEMENT(REPLACEMENT const&) = delete;
+    REPLACEMENT& operator=(REPLACEMENT const&) = delete;
+
+    // Opens the temporary file at the first piece. What goes wrong with it is told by Commit.
+    void Take(std::string_view piece) override;
+    // Forgets all pieces.
+    void Restart();
+    // Replaces the file. Returns false if it gave up before it touched the old file. An old file that cannot be kept is
+    // replaced all the same.
+    bool Commit(OLD old, KEPT* kept = nullptr);
+
+ private:
+    void Open();
+
+    std::string const m_fileName;
+    std::unique_ptr<TEMPORARY> m_temporary;  // null until the first piece and after Commit
+};
 
 // Deletes the file; a directory of that name stays, and so does a file that is to be kept and cannot be. Returns false
 // if it could not.

@@ -18,16 +18,17 @@
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the stream as context, Finish.
 class TICKET_STREAM {
  public:
-    // Texts pass through `conversion` unless it is null.
-    explicit TICKET_STREAM(STICKET_STRING_CONVERSION* conversion) : m_conversion(conversion) {}
+    // Texts pass through `conversion`, and the file's bytes go to `sink` as they come, unless these are null.
+    explicit TICKET_STREAM(STICKET_STRING_CONVERSION* conversion, FILE_SINK* sink = nullptr)
+        : m_conversion(conversion), m_text(sink) {}
 
     // Walk callback: adds one parameter, skips the types that files do not keep; false once a key was refused. Throws
     // as TICKET_DOCUMENT::CreateSubElem.
     static bool SaveOne(void* stream, char const* key, PARAM_TYPE type, void const* value, int index);
 
-    // Whether a key was refused: then there is no text, and a TICKET_DOCUMENT must make it.
+    // Whether a key was refused: then what the sink has is worthless, and a TICKET_DOCUMENT must make the text.
     bool IsRefused() const { return m_refused; }
-    // The bytes of the file.
+    // The bytes of the file that the sink has not taken.
     FILE_TEXT Finish();
 
  private:

@@ -124,8 +124,8 @@ bool TICKET_DOCUMENT::CreateSubElem(std::string_view key, PARAM_TYPE type, void 
     return true;
 }
 
-FILE_TEXT TICKET_DOCUMENT::Serialise() const {
-    FILE_TEXT text;
+FILE_TEXT TICKET_DOCUMENT::Serialise(FILE_SINK* sink) const {
+    FILE_TEXT text(sink);
     SERIALISER(text).Write(m_ticket);
     return text;
 }

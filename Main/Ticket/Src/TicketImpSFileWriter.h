@@ -36,8 +36,8 @@ class TICKET_DOCUMENT {
     // document is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
-    // The bytes of the file. Throws std::bad_alloc where they do not fit into memory.
-    FILE_TEXT Serialise() const;
+    // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, and what the sink throws.
+    FILE_TEXT Serialise(FILE_SINK* sink = nullptr) const;
 
  private:
     // Elements, and all that they view, live in m_memory as long as the document. They are only ever added, each behind

@@ -1,0 +1,115 @@
+// Saves that are larger than the piece of text that is kept in memory.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "TicketImpSFileStream.h"
+#include "TicketImpSFileWriter.h"
+#include "TicketImpSNode.h"
+#include "support/FileTickets.h"
+#include "support/Files.h"
+#include "support/Tickets.h"
+
+namespace {
+
+using files::Names;
+using testing::ElementsAre;
+using tickets::Operate;
+using tickets::OWNER;
+using tickets::Set;
+
+constexpr int LINES = 5000;  // some 150 KB
+
+class PIECES final : public FILE_SINK {
+ public:
+    void Take(std::string_view piece) override {
+        m_text += piece;
+        ++m_count;
+    }
+    std::string With(FILE_TEXT const& rest) const { return m_text + std::string(rest.View()); }
+    int Count() const { return m_count; }
+
+ private:
+    std::string m_text;
+    int m_count = 0;
+};
+
+std::string KeyOf(int line) {
+    return "Group" + std::to_string(line / 10 + 10000) + "/Key" + std::to_string(line % 10);
+}
+
+clTICKETNODE LargeNode(std::size_t longest) {
+    clTICKETNODE node;
+    for (int line = 0; line < LINES; ++line) node.Set(KeyOf(line), static_cast<unsigned long long>(line));
+    node.Set("Long", std::string(longest, 'x'));
+    return node;
+}
+
+class LargeSave : public testing::Test {
+ protected:
+    static void Fill(STICKET_ACCESS const* ticket) {
+        for (int line = 0; line < LINES; ++line) Set(ticket, KeyOf(line).c_str(), line);
+    }
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+};
+
+}  // namespace
+
+TEST(FilePieces, MakeTheTextThatIsMadeAtOnce) {
+    for (std::size_t const longest : {1u, 65536u, 1000000u}) {
+        clTICKETNODE const node = LargeNode(longest);
+        TICKET_DOCUMENT document(nullptr, nullptr);
+        node.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+        std::string const whole(document.Serialise().View());
+
+        PIECES ofDocument;
+        EXPECT_EQ(ofDocument.With(document.Serialise(&ofDocument)), whole);
+        EXPECT_GT(ofDocument.Count(), 1);
+
+        PIECES ofStream;
+        TICKET_STREAM stream(nullptr, &ofStream);
+        node.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
+        EXPECT_EQ(ofStream.With(stream.Finish()), whole);
+        EXPECT_GT(ofStream.Count(), 1);
+    }
+}
+
+TEST_F(LargeSave, ComesBackWhole) {
+    {
+        OWNER const ticket(m_file.c_str());
+        Fill(ticket);
+    }
+    OWNER const ticket(m_file.c_str());
+    unsigned int count = 0;
+    EXPECT_EQ(Operate(ticket, STICKET_OP_COUNT, &count), 1);
+    EXPECT_EQ(count, static_cast<unsigned int>(LINES));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(LargeSave, BeginsAnewWhenALateKeyNeedsTheDocument) {
+    OWNER const ticket(m_file.c_str());
+    Fill(ticket);
+    Set(ticket, "Z*/last", 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    std::string const text = FileContent(m_file);
+    EXPECT_EQ(text.find("<ticket>"), text.rfind("<ticket>"));
+    std::string const end =
+        "\t\t<Key9 type=\"int\">4999</Key9>\n\t</Group10499>\n"
+        "\t<Z*>\n\t\t<last type=\"int\">1</last>\n\t</Z*>\n</ticket>\n";
+    EXPECT_EQ(text.substr(text.size() - end.size()), end);
+}
+
+TEST_F(LargeSave, ThatAnInfiniteNumberStopsLeavesTheOldFileAlone) {
+    files::Write(m_file, "<ticket><a type=\"int\">1</a></ticket>");
+    OWNER const ticket(m_file.c_str());
+    Fill(ticket);
+    Set(ticket, "Z", std::numeric_limits<double>::infinity());
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 0);
+    EXPECT_EQ(FileContent(m_file), "<ticket><a type=\"int\">1</a></ticket>");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+    Set(ticket, "Z", 1);
+}
