@@ -85,6 +85,39 @@ int WriteText(STORE& store, KEY const& key) {
     return 0;
 }
 
+void ReadAll(STORE& store, std::vector<KEY const*> const& keys) {
+    for (KEY const* const key : keys) benchmark::DoNotOptimize(store.GetText(*key));
+}
+
+// The texts of a store that has just been loaded. The time of one.
+void FirstReads(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::vector<KEY const*> const& keys) {
+    for (auto _ : state) {
+        auto const store = kind.make(workload, SharedFile(kind, workload));
+        store->Load();
+        double const begin = ThreadSeconds();
+        ReadAll(*store, keys);
+        state.SetIterationTime((ThreadSeconds() - begin) / static_cast<double>(keys.size()));
+    }
+}
+
+// Each text has been read before: a file ticket keeps a text when it is first read, which is a figure of its own.
+void RegisterTextReads(STORE_KIND const& kind, std::size_t count) {
+    WORKLOAD const& workload = SharedWorkload(count);
+    auto const keys = workload.Shuffled(VALUE_TYPE::TEXT);
+    std::string const suffix = "/" + std::to_string(count);
+    benchmark::RegisterBenchmark(("get_string/" + kind.name + suffix).c_str(),
+                                 [store = &SharedStore(kind, workload), keys](State& state) {
+                                     ReadAll(*store, keys);
+                                     Access(state, *store, keys, ReadText);
+                                 });
+    if (kind.name != "file ticket") return;
+    constexpr int ROUNDS = 3;
+    benchmark::RegisterBenchmark(("get_string/file ticket, first read" + suffix).c_str(),
+                                 [&kind, &workload, keys](State& state) { FirstReads(state, kind, workload, keys); })
+        ->UseManualTime()
+        ->Iterations(ROUNDS);
+}
+
 void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
     bool const isMap = kind.name == "F2 std::map";
     RegisterAccess("get_int", kind, count, VALUE_TYPE::INT, ReadInt);
@@ -92,7 +125,7 @@ void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
     RegisterAccess("read_by_2_threads", kind, count, VALUE_TYPE::INT, ReadInt)->Threads(2)->UseRealTime();
     RegisterAccess("set_int", kind, count, VALUE_TYPE::INT, WriteInt);
     if (isMap) return;
-    RegisterAccess("get_string", kind, count, VALUE_TYPE::TEXT, ReadText);
+    RegisterTextReads(kind, count);
     RegisterAccess("set_string", kind, count, VALUE_TYPE::TEXT, WriteText);
 }
 

@@ -68,11 +68,20 @@ class PARAMETER_MAP {
     // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
     VALUE& FindOrInsert(std::string_view key) {
         uint32_t const hash = Hash(key);
-        if (VALUE const* const found = FindHashed(key, hash)) return const_cast<VALUE&>(*found);
+        // Files hold their keys in order: those that come last need no search, and memory gets time to answer.
+        bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
+        if (isLast) {
+            m_slots.Prefetch(hash);
+        } else if (VALUE const* const found = FindHashed(key, hash)) {
+            m_isAppending = false;
+            return const_cast<VALUE&>(*found);
+        }
         m_slots.Reserve();
         ID const id = m_arena.Make(key);
         try {
-            m_order.Insert(m_order.PartitionPoint(IsBefore(key)), id);
+            auto const place = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
+            m_isAppending = m_order.AtEnd(place);
+            m_order.Insert(place, id);
         } catch (...) {
             m_arena.Free(id);
             throw;
@@ -149,4 +158,5 @@ class PARAMETER_MAP {
     PARAMETER_ORDER m_order;
     PARAMETER_SLOTS m_slots;
     uint64_t m_seed = KEY_HASH::Seed();
+    bool m_isAppending = true;  // the last change was a key at the end
 };

@@ -26,6 +26,9 @@ class PARAMETER_ORDER {
     ID operator[](PLACE place) const { return m_pages[place.page]->ids[place.index]; }
 
     PLACE First() const { return {0, 0}; }
+    PLACE End() const { return {m_pages.size(), 0}; }
+    // Not when empty.
+    ID Last() const { return m_pages.back()->Last(); }
     PLACE Next(PLACE place) const {
         return place.index + 1 < m_pages[place.page]->count ? PLACE{place.page, place.index + 1}
                                                             : PLACE{place.page + 1, 0};

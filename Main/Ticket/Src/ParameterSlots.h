@@ -100,9 +100,12 @@ class PARAMETER_SLOTS {
 
     static SYSTEM_MEMORY::BYTES NewSlots(std::size_t count) {
         std::size_t const size = count * sizeof(SLOT);
-        auto memory = size < SYSTEM_MEMORY::HUGE_PAGE ? SYSTEM_MEMORY::Allocate(size) : SYSTEM_MEMORY::Map(size);
+        bool const isLarge = size >= SYSTEM_MEMORY::HUGE_PAGE;
+        auto memory = isLarge ? SYSTEM_MEMORY::Map(size) : SYSTEM_MEMORY::Allocate(size);
         if (!memory) throw std::bad_alloc();
-        std::uninitialized_value_construct_n(reinterpret_cast<SLOT*>(memory.get()), count);
+        auto* const slots = reinterpret_cast<SLOT*>(memory.get());
+        isLarge ? std::uninitialized_default_construct_n(slots, count)  // a mapping is zero
+                : std::uninitialized_value_construct_n(slots, count);
         return memory;
     }
 
