@@ -177,6 +177,36 @@ std::optional<std::vector<std::string>> TICKET_RULES::Walk(int level) try {
     return std::nullopt;
 }
 
+// After a change the next key, or the next element of the same vector, is looked for anew; what a vector has gained is
+// not reported.
+std::optional<VALUES> TICKET_RULES::WalkChanging(std::size_t at, std::function<void()> const& change) try {
+    MakeReady(true);
+    m_lastAccess = m_now;
+    auto const& parameters = m_parameters.Parameters();
+    VALUES seen;
+    auto const report = [&](VALUE const& value) {
+        seen.push_back(value);
+        if (seen.size() == at + 1) change();
+    };
+    for (auto next = parameters.begin(); next != parameters.end();) {
+        std::string const key = next->first;
+        if (next->second.isVector) {
+            std::size_t const size = next->second.values.size();
+            for (std::size_t i = 0; i < size; ++i) {
+                auto const found = parameters.find(key);
+                if (found == parameters.end() || !found->second.isVector || i >= found->second.values.size()) break;
+                report(Reported(key, found->second.values[i], static_cast<int>(i)));
+            }
+        } else {
+            report(Reported(key, next->second.values[0], SCALAR_INDEX));
+        }
+        next = parameters.upper_bound(key);
+    }
+    return seen;
+} catch (STOPPED) {
+    return std::nullopt;
+}
+
 bool TICKET_RULES::Operation(STICKET_OP code, int const* seconds) try {
     if (!Operate(code, seconds)) return false;
     if (code == STICKET_OP_CLEAR || code == STICKET_OP_INCREMENT) m_registrations.clear();

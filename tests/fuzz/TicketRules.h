@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -50,6 +51,8 @@ class TICKET_RULES {
     };
     std::optional<std::vector<std::string>> GetBatch(std::vector<QUESTION> const& questions);
     std::optional<std::vector<std::string>> Walk(int level);
+    // A walk of everything during which `change` happens in call number `at`.
+    std::optional<VALUES> WalkChanging(std::size_t at, std::function<void()> const& change);
     bool Operation(STICKET_OP code, int const* seconds);
     bool ChangePartialKeys(TEXTS const* keys);
     std::optional<std::size_t> Count(bool load);

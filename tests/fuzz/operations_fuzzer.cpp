@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -263,6 +264,8 @@ void GetBatch(PAIR& pair, INPUT& input) {
             return records[i].result;
         };
         MustBeSame(ticket_model::Ask(questions[i].type, ask), answer, "value read in a batch");
+        char const* text = nullptr;
+        if (questions[i].type == PARAM_STRING && ask(&text)) pair.Keep(text);
     }
 }
 
@@ -286,6 +289,36 @@ void Walk(PAIR& pair, INPUT& input) {
     if (!expected) return;
     if (expected->size() > most) expected->resize(most);
     MUST_HOLD(walk.calls == *expected);
+}
+
+// A callback sets, replaces or deletes something in the middle of the walk.
+void WalkAndChange(PAIR& pair, INPUT& input) {
+    std::size_t const at = input.Below(6);
+    std::string const key = Key(input);
+    int const index = Index(input);
+    ARGUMENT const argument(input);
+    struct WALK {
+        std::size_t at;
+        std::function<void()> change;
+        VALUES values;
+
+        static bool Take(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
+            auto& self = *static_cast<WALK*>(context);
+            AddValue(&self.values, key, type, value, index);
+            if (self.values.size() == self.at + 1) self.change();
+            return true;
+        }
+    };
+    int result = -1;
+    WALK walk{
+        at,
+        [&] { result = pair->SetParameter(pair.Ticket(), key.c_str(), argument.Type(), argument.Pointer(), index); },
+        {}};
+    int const walked = pair->WalkParameter(pair.Ticket(), &WALK::Take, &walk, "", WALK_EVERYTHING);
+    auto const expected =
+        pair.Rules().WalkChanging(at, [&] { MUST_HOLD(result == pair.Rules().Set(&key, REQUEST(argument), index)); });
+    MUST_HOLD((walked != 0) == expected.has_value());
+    if (expected) MustBeSame(Spelled(walk.values), Spelled(*expected), "walk with a change");
 }
 
 void Operate(PAIR& pair, INPUT& input) {
@@ -344,7 +377,7 @@ void Step(PAIR& pair, PAIR& other, INPUT& input) {
         case 7:
             return GetBatch(pair, input);
         case 8:
-            return Walk(pair, input);
+            return input.Flag() ? WalkAndChange(pair, input) : Walk(pair, input);
         case 9:
             return Operate(pair, input);
         case 10:
