@@ -20,3 +20,9 @@ constexpr bool SANITIZED = true;
 #else
 constexpr bool SANITIZED = THREAD_SANITIZED;
 #endif
+
+// For what must not even be compiled then.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(BUILT_WITH_ADDRESS_SANITIZER) && !defined(__SANITIZE_THREAD__) && \
+    !defined(BUILT_WITH_THREAD_SANITIZER)
+#define NOT_SANITIZED
+#endif

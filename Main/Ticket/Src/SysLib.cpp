@@ -1,4 +1,4 @@
-// The ticket mutex, and the two file system calls that the file ticket makes through this library's own interface.
+// The ticket mutex, and two file system helpers for hosts.
 // How a thread waits for a busy ticket is decided here.
 
 #include "ConfigurationControl/SysLib.h"

@@ -11,12 +11,11 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
 #include <utility>
-
-#include "ConfigurationControl/SysLib.h"
 
 namespace TICKETFILE {
 namespace {
@@ -123,11 +122,14 @@ struct TEMPORARY {
 
 namespace {
 
+enum class NAMED { NO, YES, UNKNOWN };
+
 // Whether `file` is what `name` leads to; `found` describes it.
-bool IsNamed(int file, std::string const& name, struct stat& found) {
+NAMED IsNamed(int file, std::string const& name, struct stat& found) {
     struct stat named;
-    return fstat(file, &found) == 0 && lstat(name.c_str(), &named) == 0 && found.st_dev == named.st_dev &&
-           found.st_ino == named.st_ino;
+    if (fstat(file, &found) != 0) return NAMED::UNKNOWN;
+    if (lstat(name.c_str(), &named) != 0) return errno == ENOENT ? NAMED::NO : NAMED::UNKNOWN;
+    return found.st_dev == named.st_dev && found.st_ino == named.st_ino ? NAMED::YES : NAMED::NO;
 }
 
 // A temporary file of a name that nobody else uses.
@@ -151,12 +153,16 @@ TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
         struct stat found;
         if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK) break;
-        } else if (IsNamed(file.Number(), name, found)) {
-            DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-            bool const usable = lock && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
-                                fchmod(file.Number(), mode) == 0 && ftruncate(file.Number(), 0) == 0;
-            if (!usable) break;
-            return {name, std::move(file), std::move(lock)};
+        } else {
+            NAMED const named = IsNamed(file.Number(), name, found);
+            if (named == NAMED::UNKNOWN) break;
+            if (named == NAMED::YES) {
+                DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
+                bool const usable = lock && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
+                                    fchmod(file.Number(), mode) == 0 && ftruncate(file.Number(), 0) == 0;
+                if (!usable) break;
+                return {name, std::move(file), std::move(lock)};
+            }
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     } while (std::chrono::steady_clock::now() < deadline);
@@ -226,11 +232,12 @@ KEPT Keep(std::string const& fileName) {
     std::string const kept = KeptName(fileName);
     struct stat old;
     struct stat earlier;
-    if (lstat(fileName.c_str(), &old) != 0 || S_ISDIR(old.st_mode)) return KEPT::NOTHING;
+    bool const isKnown = lstat(fileName.c_str(), &old) == 0;
+    if (isKnown ? S_ISDIR(old.st_mode) : errno == ENOENT) return KEPT::NOTHING;
     bool const isKept =
-        lstat(kept.c_str(), &earlier) == 0 && earlier.st_dev == old.st_dev && earlier.st_ino == old.st_ino;
+        isKnown && lstat(kept.c_str(), &earlier) == 0 && earlier.st_dev == old.st_dev && earlier.st_ino == old.st_ino;
     bool const done = isKept || KeepByLink(fileName, kept) || KeepByCopy(fileName, kept) ||
-                      rename(fileName.c_str(), kept.c_str()) == 0;
+                      (isKnown && rename(fileName.c_str(), kept.c_str()) == 0);
     if (!done) return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
     FlushDirectoryOf(fileName);
     return KEPT::YES;
@@ -306,9 +313,11 @@ bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
         bool const removed = unlink(temporary.name.c_str()) == 0 || errno == ENOENT;
         if (!removed) return false;
     }
-    SysLib::ForceRename(temporary.name, m_fileName);
+    // SysLib::ForceRename, but for the result.
+    bool const replaced = rename(temporary.name.c_str(), m_fileName.c_str()) == 0 && complete;
+    if (complete && !replaced) unlink(temporary.name.c_str());
     FlushDirectoryOf(m_fileName);
-    return complete;
+    return replaced;
 }
 
 bool Delete(std::string const& fileName, OLD old, KEPT* kept) {

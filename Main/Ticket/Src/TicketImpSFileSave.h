@@ -55,8 +55,8 @@ class REPLACEMENT final : public FILE_SINK {
     void Take(std::string_view piece) override;
     // Forgets all pieces.
     void Restart();
-    // Replaces the file. Returns false if it gave up before it touched the old file. An old file that cannot be kept is
-    // replaced all the same.
+    // Replaces the file. Returns false if the old file is still there. An old file that cannot be kept is replaced all
+    // the same.
     bool Commit(OLD old, KEPT* kept = nullptr);
 
  private:

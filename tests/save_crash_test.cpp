@@ -1,0 +1,366 @@
+// Saves that are cut off: the process is killed before and after each system call of a save and at random moments, and
+// the power fails. Whatever happens, the file is the complete old one or the complete new one.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/DiskModel.h"
+#include "support/Figures.h"
+#include "support/FileEvents.h"
+#include "support/FileTickets.h"
+#include "support/Files.h"
+#include "support/Sanitizers.h"
+#include "support/TracedProcess.h"
+
+namespace {
+
+using namespace tickets;
+using CONTENT = DISK_MODEL::CONTENT;
+
+constexpr int VALUES = 200;
+constexpr int RANDOM_KILLS = SANITIZED ? 100 : 1000;
+
+int RandomKills() {
+    char const* const wanted = std::getenv("CONFIGURATIONCONTROL_KILLS");
+    return wanted ? std::max(RANDOM_KILLS, std::atoi(wanted)) : RANDOM_KILLS;
+}
+
+CONTENT ContentOf(std::string const& path) {
+    if (!std::filesystem::is_regular_file(path)) return {};
+    return FileContent(path);
+}
+
+void SetAll(STICKET_ACCESS const* ticket, int value) {
+    for (int i = 0; i < VALUES; ++i) Set(ticket, ("values/v" + std::to_string(i)).c_str(), value);
+}
+
+// The file as it is found by the process that saves.
+struct STATE {
+    char const* name;
+    std::function<void(std::string const& file)> make;
+    bool empties = false;  // the save deletes the file
+
+    friend std::ostream& operator<<(std::ostream& stream, STATE const& state) { return stream << state.name; }
+};
+
+class CutOffSave : public testing::TestWithParam<STATE> {
+ protected:
+    CutOffSave() {
+        std::string const whole = m_scratch.Path("whole");
+        {
+            OWNER const ticket(whole.c_str());
+            SetAll(ticket, 1);
+        }
+        m_whole = FileContent(whole);
+        std::filesystem::remove(whole);
+        if (!GetParam().empties) m_new = Changed(m_whole);
+    }
+
+    void SetUp() override {
+        if (!TRACED_PROCESS::IsPossible()) GTEST_SKIP() << "this system lets no process be traced";
+    }
+
+    static std::string Changed(std::string text) {
+        for (std::size_t at = 0; (at = text.find(">1<", at)) != std::string::npos; ++at) text[at + 1] = '2';
+        return text;
+    }
+
+    // An empty directory but for what the state puts there.
+    void MakeState() {
+        for (std::string const& name : files::Names(m_scratch)) std::filesystem::remove_all(m_scratch.Path(name));
+        m_precious = m_whole;
+        files::Write(m_scratch.Path("precious"), m_precious);
+        GetParam().make(m_file);
+        m_old = ContentOf(m_file);
+        m_before = files::Names(m_scratch);
+    }
+
+    // What the process that will be killed does before the save, and the save.
+    void Prepare() {
+        m_ticket = STICKET::Create(m_file.c_str());
+        Count(m_ticket);
+        SetAll(m_ticket, 2);
+        if (GetParam().empties) Operate(m_ticket, STICKET_OP_CLEAR);
+    }
+    void Save() { Operate(m_ticket, STICKET_OP_SAVE); }
+
+    // The file is old or new, all that was there is still there, and the next save works.
+    void Check() {
+        CONTENT const found = ContentOf(m_file);
+        EXPECT_TRUE(found == m_old || found == m_new) << "neither old nor new: " << found.value_or("(no file)");
+        m_olds += found == m_old;
+        m_news += found == m_new;
+        EXPECT_EQ(FileContent(m_scratch.Path("precious")), m_precious);
+        if (!IsReadable()) {
+            EXPECT_TRUE(IsKept());
+        }
+
+        SaveAgain();
+        EXPECT_EQ(ContentOf(m_file), Changed(m_whole));
+        std::string const temporary = "t.xml.tmp.";
+        for (std::string const& name : files::Names(m_scratch)) {
+            bool const isLeft = name.compare(0, temporary.size(), temporary) == 0;  // of the one that was killed
+            EXPECT_TRUE(m_before.count(name) || name == "t.xml" || isLeft || !IsReadable()) << name;
+        }
+        std::string const left = m_file + ".tmp";
+        bool const isOurs = files::Exists(left) && std::filesystem::hard_link_count(left) == 1;
+        EXPECT_FALSE(isOurs);
+    }
+
+    bool IsReadable() const { return !m_old || *m_old == m_whole; }
+
+    // Whether a file that could not be read is somewhere.
+    bool IsKept() const {
+        auto const names = files::Names(m_scratch);
+        return std::any_of(names.begin(), names.end(),
+                           [&](std::string const& name) { return ContentOf(m_scratch.Path(name)) == m_old; });
+    }
+
+    void SaveAgain() {
+        OWNER const ticket(m_file.c_str());
+        SetAll(ticket, 2);
+        Operate(ticket, STICKET_OP_SAVE);
+    }
+
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+    std::string m_whole;  // the usual old content
+    std::string m_precious;
+    CONTENT m_old;
+    CONTENT m_new;
+    std::set<std::string> m_before;
+    STICKET_ACCESS const* m_ticket = nullptr;
+    int m_olds = 0;
+    int m_news = 0;
+};
+
+TEST_P(CutOffSave, LeavesTheOldFileOrTheNewOneWhereverTheProcessIsKilled) {
+    int points = 0;
+    for (bool done = false; !done; ++points) {
+        SCOPED_TRACE("killed at point " + std::to_string(points));
+        MakeState();
+        {
+            TRACED_PROCESS process([this] { Prepare(); }, [this] { Save(); });
+            for (int i = 0; i <= points && !done; ++i) done = !process.Step();
+        }
+        Check();
+    }
+    EXPECT_GT(m_olds, 0);
+    EXPECT_GT(m_news, 0);
+    Figure(std::string(GetParam().name) + ": kill points", points);
+    Figure(std::string(GetParam().name) + ": found neither old nor new", points - std::min(points, m_olds + m_news));
+}
+
+// The record of a save, and what the model makes of it.
+struct RECORD {
+    std::map<std::string, std::string> before;  // files
+    std::vector<FILE_EVENT> events;
+};
+
+// The events after which the file may be neither old nor new if the power fails; -1: before all of them. The last
+// element of a record is the end of the save, after which only the new file will do.
+std::vector<int> Losses(RECORD const& record, std::string const& file, CONTENT const& old, CONTENT const& saved) {
+    std::vector<int> losses;
+    DISK_MODEL disk(record.before);
+    int const last = static_cast<int>(record.events.size()) - 1;
+    for (int i = -1; i <= last; ++i) {
+        if (i >= 0) disk.Happen(record.events[static_cast<std::size_t>(i)]);
+        for (CONTENT const& found : disk.AfterPowerLoss(file)) {
+            if (found == saved || (found == old && i < last)) continue;
+            losses.push_back(i);
+            break;
+        }
+    }
+    return losses;
+}
+
+class PowerLoss : public CutOffSave {
+ protected:
+    RECORD RecordSave() {
+        MakeState();
+        RECORD record;
+        for (std::string const& name : files::Names(m_scratch)) {
+            if (CONTENT const content = ContentOf(m_scratch.Path(name))) record.before[m_scratch.Path(name)] = *content;
+        }
+        FILE_EVENTS events;
+        TRACED_PROCESS process([this] { Prepare(); }, [this] { Save(); });
+        while (process.Step()) {
+            if (!process.IsAfter()) continue;
+            if (auto event = events.Of(process)) record.events.push_back(*event);
+        }
+        EXPECT_THAT(events.Unknown(), testing::IsEmpty()) << "numbers of calls of which this test knows nothing";
+        EXPECT_EQ(ContentOf(m_file), m_new) << "the save was not disturbed";
+        return record;
+    }
+};
+
+TEST_P(PowerLoss, LeavesTheOldFileOrTheNewOneAndAfterTheSaveTheNewOne) {
+    RECORD const record = RecordSave();
+    EXPECT_THAT(Losses(record, m_file, m_old, m_new), testing::IsEmpty());
+    Figure(std::string(GetParam().name) + ": moments of power loss", record.events.size() + 1);
+}
+
+// Otherwise the test above could not fail.
+TEST_P(PowerLoss, WouldHarmWithoutAnyOneOfTheFlushes) {
+    RECORD const record = RecordSave();
+    std::size_t last = 0;  // the flush of the directory that makes the new name last; earlier ones are for other names
+    for (std::size_t i = 0; i < record.events.size(); ++i) {
+        if (record.events[i].kind == FILE_EVENT::FLUSH_DIRECTORY) last = i;
+    }
+    int flushes = 0;
+    for (std::size_t i = 0; i < record.events.size(); ++i) {
+        if (record.events[i].kind != FILE_EVENT::FLUSH && i != last) continue;
+        RECORD without = record;
+        without.events.erase(without.events.begin() + static_cast<std::ptrdiff_t>(i));
+        EXPECT_THAT(Losses(without, m_file, m_old, m_new), testing::Not(testing::IsEmpty())) << "event " << i;
+        ++flushes;
+    }
+    EXPECT_GE(flushes, GetParam().empties ? 1 : 2);
+}
+
+TEST_P(PowerLoss, IsProvidedForByTheOrderOfWritingFlushingAndRenaming) {
+    std::vector<std::string> order;
+    for (FILE_EVENT const& event : RecordSave().events) {
+        if (event.kind == FILE_EVENT::WRITE && (order.empty() || order.back() != "write")) order.push_back("write");
+        if (event.kind == FILE_EVENT::FLUSH) order.push_back("flush");
+        if (event.kind == FILE_EVENT::RENAME && event.target == m_file) order.push_back("rename");
+        bool const isRenamed = GetParam().empties || (!order.empty() && order.back() == "rename");
+        if (event.kind == FILE_EVENT::FLUSH_DIRECTORY && isRenamed) order.push_back("flush directory");
+    }
+    if (GetParam().empties)
+        EXPECT_THAT(order, testing::ElementsAre("flush directory"));
+    else
+        EXPECT_THAT(order, testing::ElementsAre("write", "flush", "rename", "flush directory"));
+}
+
+class KilledSave : public CutOffSave {
+ protected:
+    // How long a save takes, undisturbed.
+    std::chrono::microseconds Duration() {
+        std::vector<std::chrono::microseconds> durations;
+        for (int i = 0; i < 11; ++i) {
+            MakeState();
+            Prepare();
+            auto const begin = std::chrono::steady_clock::now();
+            Save();
+            durations.push_back(
+                std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin));
+            STICKET::Destroy(m_ticket);
+        }
+        std::nth_element(durations.begin(), durations.begin() + 5, durations.end());
+        return durations[5];
+    }
+
+    // A process that tells when it is about to save.
+    pid_t Spawn(int const (&ready)[2]) {
+        pid_t const child = fork();
+        if (child != 0) return child;
+        Prepare();
+        if (write(ready[1], "", 1) == 1) Save();
+        for (;;) pause();
+    }
+
+    void KillAfter(std::chrono::microseconds delay) {
+        int ready[2];
+        ASSERT_EQ(pipe(ready), 0);
+        pid_t const child = Spawn(ready);
+        ASSERT_GT(child, 0);
+        char byte;
+        ASSERT_EQ(read(ready[0], &byte, 1), 1);
+        auto const end = std::chrono::steady_clock::now() + delay;
+        while (std::chrono::steady_clock::now() < end) std::this_thread::yield();
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        for (int const file : ready) close(file);
+    }
+};
+
+TEST_P(KilledSave, LeavesTheOldFileOrTheNewOneAtRandomMoments) {
+    auto const longest = 3 * Duration() / 2;
+    std::mt19937 random(1);
+    std::uniform_int_distribution<long> delays(0, longest.count());
+    int const kills = RandomKills();
+    for (int i = 0; i < kills && !HasFailure(); ++i) {
+        std::chrono::microseconds const delay(delays(random));
+        SCOPED_TRACE("killed after " + std::to_string(delay.count()) + " us");
+        MakeState();
+        KillAfter(delay);
+        CONTENT const found = ContentOf(m_file);
+        EXPECT_TRUE(found == m_old || found == m_new) << found.value_or("(no file)");
+        m_olds += found == m_old;
+        m_news += found == m_new;
+    }
+    Figure("random kills", kills);
+    Figure("random kills: old files found", m_olds);
+    Figure("random kills: new files found", m_news);
+    Figure("random kills: found neither old nor new", kills - m_olds - m_news);
+    EXPECT_GT(m_olds, 0);
+    EXPECT_GT(m_news, 0);
+}
+
+std::string Beside(std::string const& file, char const* name) {
+    return file.substr(0, file.rfind('/') + 1) + name;
+}
+
+void CopyPrecious(std::string const& file) {
+    std::filesystem::copy_file(Beside(file, "precious"), file);
+}
+
+STATE const STATES[] = {
+    {"NoFile", [](std::string const&) {}},
+    {"File", CopyPrecious},
+    {"ReadOnlyFile",
+     [](std::string const& file) {
+         CopyPrecious(file);
+         std::filesystem::permissions(file, std::filesystem::perms(0400));
+     }},
+    {"StaleTemporary",
+     [](std::string const& file) {
+         CopyPrecious(file);
+         files::Write(file + ".tmp", std::string(100000, 'x'));
+     }},
+    {"TemporaryOfTwoNames",
+     [](std::string const& file) {
+         CopyPrecious(file);
+         std::filesystem::create_hard_link(Beside(file, "precious"), file + ".tmp");
+     }},
+    {"SymbolicLink", [](std::string const& file) { std::filesystem::create_symlink("precious", file); }},
+    {"DanglingSymbolicLink", [](std::string const& file) { std::filesystem::create_symlink("nowhere", file); }},
+    {"UnreadableFile", [](std::string const& file) { files::Write(file, "<ticket><a type=\"int\">1</ticket>"); }},
+    {"EmptiedTicket", CopyPrecious, true},
+};
+
+auto const Name = [](auto const& test) { return std::string(test.param.name); };
+INSTANTIATE_TEST_SUITE_P(States, CutOffSave, testing::ValuesIn(STATES), Name);
+INSTANTIATE_TEST_SUITE_P(States, PowerLoss, testing::ValuesIn(STATES), Name);
+INSTANTIATE_TEST_SUITE_P(States, KilledSave, testing::Values(STATES[1]), Name);
+
+TEST(TracedProcess, MakesNoCallAtWhichItWasKilled) {
+    if (!TRACED_PROCESS::IsPossible()) GTEST_SKIP() << "this system lets no process be traced";
+    SCRATCH_DIRECTORY const scratch;
+    std::string const made = scratch.Path("made");
+    for (bool const before : {true, false}) {
+        TRACED_PROCESS process([] {}, [&] { syscall(SYS_mkdirat, AT_FDCWD, made.c_str(), 0700); });
+        do ASSERT_TRUE(process.Step());
+        while (process.Call().number != SYS_mkdirat || process.IsAfter() == before);
+        process.Kill();
+        EXPECT_EQ(files::Exists(made), !before);
+    }
+}
+
+}  // namespace

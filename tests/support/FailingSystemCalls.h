@@ -1,0 +1,138 @@
+// Failing system calls. Replaces the calls that load and save make by forwarders which can be told to fail, in one
+// source of a program.
+#pragma once
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace system_calls {
+
+// What fails while it is armed.
+struct FAULT {
+    enum SCOPE { THAT_KIND, EVERYTHING };
+    int at = -1;                     // the call that fails first, counted from 0; -1: none
+    int error = 0;                   // what it fails with
+    int times = 1;                   // how often
+    SCOPE scope = THAT_KIND;         // whether other kinds of calls fail as well from then on
+    std::size_t longest = SIZE_MAX;  // what one read or write moves at most
+};
+
+struct STATE {
+    bool isArmed = false;
+    FAULT fault;
+    std::string failing;  // the kind of call that failed first
+    int failures = 0;
+    std::vector<std::string> calls;  // all of them, by kind
+};
+inline STATE g_state;
+
+// Whether this call fails; errno is then set.
+inline bool Fails(char const* kind) {
+    STATE& state = g_state;
+    if (!state.isArmed) return false;
+    int const number = static_cast<int>(state.calls.size());
+    state.calls.emplace_back(kind);
+    FAULT const& fault = state.fault;
+    if (number == fault.at) state.failing = kind;
+    bool const isMeant = !state.failing.empty() && (fault.scope == FAULT::EVERYTHING || state.failing == kind);
+    if (!isMeant || state.failures >= fault.times) return false;
+    ++state.failures;
+    errno = fault.error;
+    return true;
+}
+
+inline std::size_t Portion(std::size_t size) {
+    return g_state.isArmed ? std::min(size, g_state.fault.longest) : size;
+}
+
+// Runs `action` with a fault; returns what happened.
+template <typename ACTION>
+STATE With(FAULT const& fault, ACTION const& action) {
+    g_state = STATE{true, fault, {}, 0, {}};
+    action();
+    g_state.isArmed = false;
+    return g_state;
+}
+
+template <typename FUNCTION>
+FUNCTION Next(char const* name) {
+    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace system_calls
+
+// The names are given apart from the functions: the system's headers have inline functions of some of these names.
+#define FAILING_SYSTEM_CALL(result, name, parameters, arguments)                      \
+    extern "C" [[gnu::used]] result failing_##name parameters __asm__(#name);         \
+    result failing_##name parameters {                                                \
+        static auto const next = system_calls::Next<result(*) parameters>(#name);     \
+        return system_calls::Fails(#name) ? static_cast<result>(-1) : next arguments; \
+    }
+
+FAILING_SYSTEM_CALL(int, fstat, (int file, struct stat* found), (file, found))
+FAILING_SYSTEM_CALL(int, stat, (char const* name, struct stat* found), (name, found))
+FAILING_SYSTEM_CALL(int, lstat, (char const* name, struct stat* found), (name, found))
+FAILING_SYSTEM_CALL(int, fchmod, (int file, mode_t mode), (file, mode))
+FAILING_SYSTEM_CALL(int, ftruncate, (int file, off_t size), (file, size))
+FAILING_SYSTEM_CALL(int, flock, (int file, int operation), (file, operation))
+FAILING_SYSTEM_CALL(int, rename, (char const* from, char const* to), (from, to))
+FAILING_SYSTEM_CALL(int, link, (char const* from, char const* to), (from, to))
+FAILING_SYSTEM_CALL(int, unlink, (char const* name), (name))
+FAILING_SYSTEM_CALL(int, mkostemp, (char* name, int flags), (name, flags))
+FAILING_SYSTEM_CALL(ssize_t, read, (int file, void* bytes, size_t size), (file, bytes, system_calls::Portion(size)))
+FAILING_SYSTEM_CALL(ssize_t, write, (int file, void const* bytes, size_t size),
+                    (file, bytes, system_calls::Portion(size)))
+
+extern "C" {
+
+[[gnu::used]] int failing_open(char const* name, int flags, ...) __asm__("open");
+int failing_open(char const* name, int flags, ...) {
+    static auto const next = system_calls::Next<int (*)(char const*, int, ...)>("open");
+    std::va_list more;
+    va_start(more, flags);
+    mode_t const mode = flags & O_CREAT ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    return system_calls::Fails("open") ? -1 : next(name, flags, mode);
+}
+
+[[gnu::used]] int failing_fcntl(int file, int command, ...) __asm__("fcntl");
+int failing_fcntl(int file, int command, ...) {
+    static auto const next = system_calls::Next<int (*)(int, int, ...)>("fcntl");
+    std::va_list more;
+    va_start(more, command);
+    void* const argument = va_arg(more, void*);
+    va_end(more);
+    return system_calls::Fails("fcntl") ? -1 : next(file, command, argument);
+}
+
+// While a fault is armed nothing is really flushed: what fails here is no disk.
+[[gnu::used]] int failing_fsync(int file) __asm__("fsync");
+int failing_fsync(int file) {
+    static auto const next = system_calls::Next<int (*)(int)>("fsync");
+    if (!system_calls::g_state.isArmed) return next(file);
+    return system_calls::Fails("fsync") ? -1 : 0;
+}
+
+// The descriptor is gone whatever it reports, as the system has it.
+[[gnu::used]] int failing_close(int file) __asm__("close");
+int failing_close(int file) {
+    static auto const next = system_calls::Next<int (*)(int)>("close");
+    bool const fails = system_calls::Fails("close");
+    int const error = errno;
+    int const result = next(file);
+    if (fails) errno = error;
+    return fails ? -1 : result;
+}
+
+}  // extern "C"
