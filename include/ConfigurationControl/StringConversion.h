@@ -11,8 +11,9 @@
  * it must outlive the ticket, whose destruction may still save. Called with the ticket's mutex held, on the thread
  * whose call saves or loads; it must not use that ticket. An exception from `ToFile` stops the save and leaves the file
  * as it was (in the ticket's destruction it ends the process); one from `FromFile` skips that value, and the first save
- * then keeps the old file as its name with ".unreadable" appended. Only text is converted, neither keys nor byte
- * strings. The order of the two operations is part of the binary interface.
+ * then keeps the old file as its name with ".unreadable" appended, but std::bad_alloc ends the load, which the next
+ * access tries again. Only text is converted, neither keys nor byte strings. The order of the two operations is part of
+ * the binary interface.
  */
 class STICKET_STRING_CONVERSION {
  public:

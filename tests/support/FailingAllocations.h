@@ -1,40 +1,146 @@
-// Exhausted memory. Replaces the allocation functions of the program that includes this, in one of its sources.
+// Exhausted memory. Replaces the allocation functions of the program that includes this, in one of its sources: new,
+// mmap and, but for programs that a sanitizer gives an allocator of its own, malloc with its kin.
 #pragma once
 
+#include <dlfcn.h>
+#include <sys/mman.h>
+
+#include <cstddef>
 #include <cstdlib>
 #include <new>
+
+#include "Sanitizers.h"
 
 namespace allocations {
 
 constexpr int UNLIMITED = -1;
-// How many more allocations this thread gets.
+// How many more allocations this thread gets before they fail, and how many then do.
 inline thread_local int t_left = UNLIMITED;
+inline thread_local int t_failures = UNLIMITED;
+// How many did fail since With began.
+inline thread_local int t_failed = 0;
+// What this thread holds: pieces that it took and has not given back.
+inline thread_local long t_held = 0;
+
+// Counts an allocation; false if it must fail.
+inline bool IsGranted() {
+    if (t_left == UNLIMITED) return true;
+    if (t_left > 0) {
+        --t_left;
+        return true;
+    }
+    if (t_failures == 0) return true;
+    if (t_failures > 0) --t_failures;
+    ++t_failed;
+    return false;
+}
+
+inline void* Held(void* memory) {
+    if (memory != nullptr) ++t_held;
+    return memory;
+}
+
+inline void* New(std::size_t size, std::size_t alignment);
+inline void Delete(void* memory) noexcept;
 
 }  // namespace allocations
 
+#ifdef NOT_SANITIZED
+
+// The allocator itself, under the names that it has besides.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* memory);
+
+[[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept {
+    return allocations::IsGranted() ? allocations::Held(__libc_malloc(size)) : nullptr;
+}
+[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) noexcept {
+    return allocations::IsGranted() ? allocations::Held(__libc_calloc(count, size)) : nullptr;
+}
+[[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) noexcept {
+    if (!allocations::IsGranted()) return nullptr;
+    void* const moved = __libc_realloc(memory, size);
+    return memory == nullptr ? allocations::Held(moved) : moved;
+}
+[[gnu::visibility("default")]] void free(void* memory) noexcept {
+    if (memory != nullptr) --allocations::t_held;
+    __libc_free(memory);
+}
+}
+
+inline void* allocations::New(std::size_t size, std::size_t alignment) {
+    if (!IsGranted()) return nullptr;
+    return Held(alignment > 0 ? __libc_memalign(alignment, size) : __libc_malloc(size));
+}
+
+inline void allocations::Delete(void* memory) noexcept {
+    free(memory);
+}
+
+#else
+
+inline void* allocations::New(std::size_t size, std::size_t alignment) {
+    if (!IsGranted()) return nullptr;
+    std::size_t const rounded = alignment > 0 ? (size + alignment - 1) / alignment * alignment : size;
+    return Held(alignment > 0 ? std::aligned_alloc(alignment, rounded) : std::malloc(size));
+}
+
+inline void allocations::Delete(void* memory) noexcept {
+    if (memory != nullptr) --t_held;
+    std::free(memory);
+}
+
+#endif
+
+extern "C" {
+
+void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    using FUNCTION = void* (*)(void*, std::size_t, int, int, int, off_t);
+    static auto const next = reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, "mmap"));
+    return allocations::IsGranted() ? next(address, size, protection, flags, file, offset) : MAP_FAILED;
+}
+
+}  // extern "C"
+
 // Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-    if (allocations::t_left == 0) throw std::bad_alloc();
-    if (allocations::t_left > 0) --allocations::t_left;
-    if (void* const memory = std::malloc(size)) return memory;
+    if (void* const memory = allocations::New(size, 0)) return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
+    if (void* const memory = allocations::New(size, static_cast<std::size_t>(alignment))) return memory;
     throw std::bad_alloc();
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
+    allocations::Delete(memory);
 }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    allocations::Delete(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept {
+    allocations::Delete(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    allocations::Delete(memory);
 }
 
 namespace allocations {
 
-// Runs `action` with so many allocations.
+// Runs `action` with so many allocations; then so many fail, by default all.
 template <typename ACTION>
-auto With(int granted, ACTION const& action) {
+auto With(int granted, ACTION const& action, int failures = UNLIMITED) {
     struct GRANT {
-        explicit GRANT(int left) { t_left = left; }
+        GRANT(int left, int failing) {
+            t_left = left;
+            t_failures = failing;
+            t_failed = 0;
+        }
         ~GRANT() { t_left = UNLIMITED; }
-    } const grant(granted);
+    } const grant(granted, failures);
     return action();
 }
 

@@ -144,15 +144,18 @@ STICKET_FILE::DROPPED STICKET_FILE::MakeReady(bool everything) {
 
 void STICKET_FILE::Load() {
     m_misread = false;
+    m_starved = false;
     m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
         if (!ReadFile()) {
             m_content->parameters.Clear();
             m_misread = true;
         }
+        if (m_starved) throw std::bad_alloc();  // half of a file is worse than none: the next access loads again
     } catch (...) {
         m_content->parameters.Clear();
         m_loaded = false;
+        m_misread = false;
         throw;
     }
     m_lastAccess = Now();
@@ -183,12 +186,21 @@ int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE t
         ticket,
         [&](STICKET_FILE& self) {
             if (self.m_partial && self.KeyNotPartial(key)) return true;
-            clTICKETNODE& parameters = self.m_content->parameters;
+            auto const store = [&](void const* content) {
+                // What a file holds is refused for want of memory only.
+                bool const done = self.m_content->parameters.SetParameter(key, type, content, index);
+                if (!done) self.m_starved = true;
+                return done;
+            };
             auto const text = static_cast<char const*>(value);
-            if (type != PARAM_STRING || !*text || !self.m_whoAmI.pContext)
-                return parameters.SetParameter(key, type, value, index);
+            if (type != PARAM_STRING || !*text || !self.m_whoAmI.pContext) return store(value);
             auto& conversion = *static_cast<STICKET_STRING_CONVERSION*>(self.m_whoAmI.pContext);
-            return parameters.SetParameter(key, type, conversion.FromFile(text, 0).c_str(), index);
+            try {
+                return store(conversion.FromFile(text, 0).c_str());
+            } catch (std::bad_alloc const&) {
+                self.m_starved = true;
+                throw;
+            }
         },
         [](int a, int b) { Log(0, "STICKET_FILE::LocalSetParameter(%d, %d) catch(...)", a, b); });
     if (!stored) ticket->m_misread = true;

@@ -42,7 +42,8 @@ class STICKET_FILE : public STICKET {
 
     bool Operation(STICKET_OP code, void* data);
 
-    // Reads the file into the empty tree. Whatever the file is like, the ticket is loaded afterwards.
+    // Reads the file into the empty tree. Whatever the file is like, the ticket is loaded afterwards; only for want of
+    // memory it is not, and throws std::bad_alloc.
     void Load();
     // Writes the tree to the file, or deletes the file when there is no value to write, and clears the dirty flag
     // whether or not the disk went along. On an exception of the writer both stay as they were.
@@ -81,4 +82,5 @@ class STICKET_FILE : public STICKET {
     std::time_t m_lastAccess;
     std::time_t m_dirtySince;
     bool m_misread = false;  // the file holds something that never reached the tree
+    bool m_starved = false;  // the load under way ran out of memory
 };

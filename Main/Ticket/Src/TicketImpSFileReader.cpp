@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "TicketImpSFileFormat.h"
 #include "TicketImpSFileNames.h"
@@ -40,8 +41,9 @@ READING Read(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void
     std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
     DOCUMENT_MEMORY const memory(room);
     pug::xml_document document;
-    if (!document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8))
-        return READING::NO_DOCUMENT;
+    auto const parsed = document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8);
+    if (parsed.status == pug::status_out_of_memory) throw std::bad_alloc();
+    if (!parsed) return READING::NO_DOCUMENT;
     whenParsed();
     xml_outline outline(set, context, maximum);
     return document.traverse(outline) ? READING::DONE : READING::OUT_OF_PROPORTION;

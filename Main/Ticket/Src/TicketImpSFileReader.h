@@ -46,7 +46,7 @@ enum class READING {
 };
 
 // Parses the text of a ticket file, the first `size` bytes of the room, and walks it with an xml_outline. The text is
-// used as working space: its content is lost. Exceptions of the set function pass through.
+// used as working space: its content is lost. Throws std::bad_alloc; exceptions of the set function pass through.
 READING ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context);
 
 // The same for a text that was no document: takes it for one with element names that are none in XML. Leaves the text.

@@ -157,7 +157,8 @@ class clTICKETNODE {
     bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const;
     bool GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts = nullptr) const;
     bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
-    // Reads every key and value before it changes anything. False, with every result false, also when memory is short.
+    // Reads every key and value before it changes anything. False also when memory was too short for all records; the
+    // results tell which of them were stored.
     bool SetMultiParameter(SETMULTIPAR* records);
 
     // Walks in key order; see STICKET_ACCESS::WalkParameter for the levels. The callback may change this node: the walk

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "Attempt.h"
@@ -109,6 +110,19 @@ bool IsRecord(RECORD const& record) {
     return record.key && *record.key;
 }
 
+// As Attempt; `starved` becomes true when memory was too short, which an absurd length does not mean.
+template <typename ACTION>
+bool Attempt(bool& starved, ACTION const& action) {
+    return ::Attempt([&] {
+        try {
+            return action();
+        } catch (std::bad_alloc const&) {
+            starved = true;
+            throw;
+        }
+    });
+}
+
 // One record of a batch, read but not applied.
 struct CHANGE {
     std::size_t keyBegin;  // in the batch's own copy of the keys
@@ -118,8 +132,8 @@ struct CHANGE {
 };
 
 // The keys are copied as well as the values: one record may delete the text that names the next. All results become
-// false.
-std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys) {
+// false. `starved` becomes true when memory was too short for a value.
+std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys, bool& starved) {
     std::size_t count = 0;
     while (IsRecord(records[count])) records[count++].result = false;
     std::vector<CHANGE> changes;
@@ -133,7 +147,7 @@ std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys) {
             keys += record.key;
         }
         change.keyLength = keys.size() - change.keyBegin;
-        change.readable = Attempt([&] { return Load(record.type, record.value, change.value); });
+        change.readable = Attempt(starved, [&] { return Load(record.type, record.value, change.value); });
         changes.push_back(std::move(change));
     }
     return changes;
@@ -302,15 +316,16 @@ bool clTICKETNODE::SetMultiParameter(SETMULTIPAR* records) {
         std::string keys;
         std::string_view last;
         clENTRY* place = nullptr;
-        for (CHANGE& change : ReadBatch(records, keys)) {
+        bool starved = false;
+        for (CHANGE& change : ReadBatch(records, keys, starved)) {
             std::string_view const key(keys.data() + change.keyBegin, change.keyLength);
             if (key.data() != last.data()) place = nullptr;
             last = key;
-            records->result = change.readable && Attempt([&, record = records] {
+            records->result = change.readable && Attempt(starved, [&, record = records] {
                                   return Apply(key, place, record->type, std::move(change.value), record->index);
                               });
             ++records;
         }
-        return true;
+        return !starved;
     });
 }

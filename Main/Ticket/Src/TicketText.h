@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <stdexcept>
 #include <string_view>
 #include <unordered_set>
 
@@ -13,9 +14,10 @@
 // One heap block: a short header, then the characters with a NUL. Half of what a pointer to a std::string costs.
 class TICKET_TEXT {
  public:
-    // Throws std::bad_alloc, for an absurd length too. Ends with Release.
+    // Throws std::bad_alloc, and std::length_error for an absurd length. Ends with Release.
     static TICKET_TEXT* Make(std::string_view characters) {
-        if (characters.size() > PTRDIFF_MAX - sizeof(TICKET_TEXT) - 1) throw std::bad_alloc();
+        if (characters.size() > PTRDIFF_MAX - sizeof(TICKET_TEXT) - 1)
+            throw std::length_error("a text longer than memory");
         void* const room = ::operator new(sizeof(TICKET_TEXT) + characters.size() + 1);
         auto* const text = new (room) TICKET_TEXT(characters.size());
         auto* const begin = static_cast<char*>(room) + sizeof(TICKET_TEXT);
