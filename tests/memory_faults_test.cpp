@@ -233,7 +233,8 @@ TEST_P(ExhaustedMemory, IsSurvivedAndLeavesOldOrNewValues) {
         ASSERT_EQ(Attempt(*world), DONE);
         m_after = ValuesOf(*world);
     }
-    int const each = Is(SCENARIO::LARGE_FILE) ? 40 : 1000;  // fail one by one, and some of those that follow
+    int const each =
+        Is(SCENARIO::LARGE_FILE) ? (SANITIZED ? 10 : 40) : 1000;  // fail one by one, and some of those that follow
     for (int const failures : {1, allocations::UNLIMITED}) {
         if (failures != 1 && Is(SCENARIO::ONCE_ONLY)) continue;
         bool done = false;

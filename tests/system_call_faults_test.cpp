@@ -42,6 +42,8 @@ std::map<std::string, std::vector<int>> const ERRORS = {
     {"close", {EINTR, EIO, ENOSPC, EDQUOT}},
     {"fchmod", {EPERM, EROFS, EIO, ENOMEM, EINTR}},
     {"ftruncate", {EINTR, EIO, EPERM, EROFS}},
+    {"lseek", {EINVAL, EIO}},
+    {"sync_file_range", {EINVAL, EIO, ENOSPC, ESPIPE}},
     {"flock", {EINTR, ENOLCK, EOPNOTSUPP, EIO}},
     {"fcntl", {EMFILE, EINVAL}},
     {"rename", {EACCES, EBUSY, EDQUOT, EIO, EISDIR, ENOMEM, ENOSPC, EPERM, EROFS, EXDEV}},
@@ -285,11 +287,17 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
                            });
     std::set<long> const replaced = {
 #ifdef SYS_open
-        SYS_open,      SYS_stat,   SYS_lstat, SYS_rename,  SYS_link,       SYS_unlink,
+        SYS_open,       SYS_stat,      SYS_lstat,
+        SYS_rename,     SYS_link,      SYS_unlink,
 #endif
-        SYS_openat,    SYS_read,   SYS_write, SYS_fstat,   SYS_newfstatat, SYS_fsync,     SYS_close,     SYS_fchmod,
-        SYS_ftruncate, SYS_flock,  SYS_fcntl, SYS_linkat,  SYS_unlinkat,   SYS_renameat2, SYS_getrandom,  // by mkostemp
-        SYS_mmap,      SYS_munmap, SYS_brk,   SYS_madvise, SYS_mprotect,                                  // memory
+        SYS_openat,     SYS_lseek,     SYS_sync_file_range,
+        SYS_read,       SYS_write,     SYS_fstat,
+        SYS_newfstatat, SYS_fsync,     SYS_close,
+        SYS_fchmod,     SYS_ftruncate, SYS_flock,
+        SYS_fcntl,      SYS_linkat,    SYS_unlinkat,
+        SYS_renameat2,  SYS_getrandom,  // by mkostemp
+        SYS_mmap,       SYS_munmap,    SYS_brk,
+        SYS_madvise,    SYS_mprotect,  // memory
     };
     std::set<long> others;
     int calls = 0;

@@ -85,6 +85,9 @@ FAILING_SYSTEM_CALL(int, stat, (char const* name, struct stat* found), (name, fo
 FAILING_SYSTEM_CALL(int, lstat, (char const* name, struct stat* found), (name, found))
 FAILING_SYSTEM_CALL(int, fchmod, (int file, mode_t mode), (file, mode))
 FAILING_SYSTEM_CALL(int, ftruncate, (int file, off_t size), (file, size))
+FAILING_SYSTEM_CALL(off_t, lseek, (int file, off_t offset, int whence), (file, offset, whence))
+FAILING_SYSTEM_CALL(int, sync_file_range, (int file, off_t offset, off_t size, unsigned int flags),
+                    (file, offset, size, flags))
 FAILING_SYSTEM_CALL(int, flock, (int file, int operation), (file, operation))
 FAILING_SYSTEM_CALL(int, rename, (char const* from, char const* to), (from, to))
 FAILING_SYSTEM_CALL(int, link, (char const* from, char const* to), (from, to))

@@ -66,6 +66,7 @@ class FILE_EVENTS {
                                    SYS_getpid,
                                    SYS_gettid,
                                    SYS_sigaltstack,
+                                   SYS_sync_file_range,
                                    SYS_restart_syscall,
                                });
     }
