@@ -195,6 +195,41 @@ TEST(ParameterMap, IsInOrderWhateverOrderKeysComeAndGoIn) {
     }
 }
 
+TEST(ParameterMap, KnowsEachOfTheKeysThatJustCameInOrder) {
+    auto const filled = [](int count) {
+        MAP map;
+        for (int number = 0; number < count; ++number)
+            map.FindOrInsert("Key" + std::to_string(100 + number)) = VALUE(number);
+        return map;
+    };
+    for (int count = 1; count < 50; ++count) {
+        SCOPED_TRACE(count);
+        for (int number = 0; number < count; ++number) {
+            std::string const key = "Key" + std::to_string(100 + number);
+            MAP found = filled(count);
+            ASSERT_NE(found.Find(key), nullptr);
+            EXPECT_EQ(found.Find(key)->Number(), number);
+
+            MAP set = filled(count);
+            set.FindOrInsert(key) = VALUE(-number);
+            EXPECT_EQ(Content(set).size(), static_cast<std::size_t>(count));
+            EXPECT_EQ(set.Find(key)->Number(), -number);
+
+            MAP erased = filled(count);
+            EXPECT_TRUE(erased.Erase(key));
+            EXPECT_FALSE(erased.Erase(key));
+            EXPECT_EQ(Content(erased).size(), static_cast<std::size_t>(count - 1));
+        }
+        MAP cleared = filled(count);
+        cleared.Clear();
+        EXPECT_EQ(cleared.Find("Key100"), nullptr);
+        cleared = filled(count);
+        cleared.FindOrInsert("Before") = VALUE(7);
+        EXPECT_EQ(Content(cleared).front(), (std::pair<std::string, int>("Before", 7)));
+        EXPECT_EQ(cleared.Find("Key100")->Number(), 0);
+    }
+}
+
 TEST(ParameterMap, FindsNothingWhenEmpty) {
     MAP const map;
     EXPECT_EQ(map.Find(""), nullptr);

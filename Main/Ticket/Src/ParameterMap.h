@@ -5,6 +5,7 @@
 // nothing. A value stays where it is until its own key is erased.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -43,6 +44,8 @@ class PARAMETER_MAP {
         std::swap(m_arena, other.m_arena);
         std::swap(m_order, other.m_order);
         std::swap(m_slots, other.m_slots);
+        std::swap(m_waiting, other.m_waiting);
+        std::swap(m_waitingCount, other.m_waitingCount);
         std::swap(m_seed, other.m_seed);
         return *this;
     }
@@ -68,7 +71,7 @@ class PARAMETER_MAP {
     // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
     VALUE& FindOrInsert(std::string_view key) {
         uint32_t const hash = Hash(key);
-        // Files hold their keys in order: those that come last need no search, and memory gets time to answer.
+        // Files hold their keys in order: those that come last need no search.
         bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
         if (isLast) {
             m_slots.Prefetch(hash);
@@ -76,7 +79,7 @@ class PARAMETER_MAP {
             m_isAppending = false;
             return const_cast<VALUE&>(*found);
         }
-        m_slots.Reserve();
+        m_slots.Reserve(m_waitingCount + 1);
         ID const id = m_arena.Make(key);
         try {
             auto const place = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
@@ -86,12 +89,14 @@ class PARAMETER_MAP {
             m_arena.Free(id);
             throw;
         }
-        m_slots.Insert(hash, id);
+        if (m_waitingCount == m_waiting.size()) Settle();
+        m_waiting[m_waitingCount++] = {hash, id};
         return m_arena[id];
     }
 
     // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) noexcept {
+        Settle();
         uint32_t const hash = Hash(key);
         ID const id = m_slots.Find(hash, IsKey(key));
         if (id == NONE) return false;
@@ -110,6 +115,7 @@ class PARAMETER_MAP {
             m_arena.Free(m_order[place]);
         m_order.Clear();
         m_slots.Clear();
+        m_waitingCount = 0;
         m_arena.Clear();
     }
 
@@ -139,8 +145,15 @@ class PARAMETER_MAP {
     static constexpr std::size_t STEPS_AHEAD = 8;
 
     VALUE const* FindHashed(std::string_view key, uint32_t hash) const {
+        if (m_waitingCount > 0) Settle();
         ID const id = m_slots.Find(hash, IsKey(key));
         return id == NONE ? nullptr : &m_arena[id];
+    }
+
+    // Enters the keys that wait. There is room for them.
+    void Settle() const noexcept {
+        for (std::size_t i = 0; i < m_waitingCount; ++i) m_slots.Insert(m_waiting[i].hash, m_waiting[i].id);
+        m_waitingCount = 0;
     }
 
     auto IsKey(std::string_view key) const {
@@ -156,7 +169,12 @@ class PARAMETER_MAP {
 
     PARAMETER_ARENA<VALUE> m_arena;
     PARAMETER_ORDER m_order;
-    PARAMETER_SLOTS m_slots;
+    // New keys enter the table only when some have come together, or one is looked for: until then memory has time to
+    // bring their places.
+    static constexpr std::size_t MOST_WAITING = 16;
+    mutable PARAMETER_SLOTS m_slots;
+    mutable std::array<PARAMETER_SLOTS::SLOT, MOST_WAITING> m_waiting{};
+    mutable std::size_t m_waitingCount = 0;
     uint64_t m_seed = KEY_HASH::Seed();
     bool m_isAppending = true;  // the last change was a key at the end
 };

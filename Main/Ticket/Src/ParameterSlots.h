@@ -31,9 +31,9 @@ class PARAMETER_SLOTS {
         return m_slots ? SlotOf(hash, isKey).id : NONE;
     }
 
-    // Makes room for one more, which is not in the table yet. Throws std::bad_alloc and then has changed nothing.
-    void Reserve() {
-        if (m_count >= m_limit) Grow();
+    // Makes room for so many more than there are. Throws std::bad_alloc and then has changed nothing.
+    void Reserve(std::size_t more) {
+        while (m_count + more > m_limit) Grow();
     }
     // Needs a Reserve before it.
     void Insert(uint32_t hash, ID id) noexcept {
