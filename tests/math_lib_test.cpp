@@ -266,6 +266,7 @@ TEST(MathLibGranularity, BigRoundsToMultiples) {
     EXPECT_EQ(MathLib::RoundToBigGranularity(17, 5), 15.0);
     EXPECT_EQ(MathLib::RoundToBigGranularity(17.5, 5), 20.0);
     EXPECT_EQ(MathLib::RoundToBigGranularity(-17.5, 5), -20.0);
+    EXPECT_EQ(MathLib::RoundToBigGranularity(17.25, 1), 17.0);
     EXPECT_EQ(MathLib::RoundToBigGranularity(17.25, 0), 17.25);
     EXPECT_EQ(MathLib::RoundToBigGranularity(17.25, -3), 17.25);
     EXPECT_EQ(MathLib::RoundToBigGranularity(17.25, INT_LOWEST), 17.25);
@@ -278,6 +279,7 @@ TEST(MathLibGranularity, SmallRoundsToFractions) {
     EXPECT_EQ(MathLib::RoundToSmallGranularity(0.3, 4), 0.25);
     EXPECT_EQ(MathLib::RoundToSmallGranularity(0.375, 4), 0.5);
     EXPECT_EQ(MathLib::RoundToSmallGranularity(-0.375, 4), -0.5);
+    EXPECT_EQ(MathLib::RoundToSmallGranularity(0.3, 1), 0.0);
     EXPECT_EQ(MathLib::RoundToSmallGranularity(0.3, 0), 0.3);
     EXPECT_EQ(MathLib::RoundToSmallGranularity(0.3, -1), 0.3);
     EXPECT_EQ(MathLib::RoundToSmallGranularity(NOT_A_NUMBER, 4), 0.0);

@@ -469,6 +469,15 @@ TEST(ParameterMap, IsUnchangedWhenMemoryEndsDuringAnInsertion) {
     for (std::size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(map.Find(keys[i])->Number(), static_cast<int>(i));
 }
 
+TEST(ParameterOrder, IsEmptyWhenItsOnlyEntryIsErased) {
+    PARAMETER_ORDER order;
+    order.Insert(order.First(), 1);
+    EXPECT_FALSE(order.Empty());
+    order.Erase(order.First());
+    EXPECT_TRUE(order.Empty());
+    EXPECT_TRUE(order.AtEnd(order.First()));
+}
+
 TEST(KeyHash, TellsKeysApartThatDifferInOneBitOrInLength) {
     for (std::size_t length = 1; length < 70; ++length) {
         std::string key(length, 'a');

@@ -54,7 +54,3 @@ bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, BIN_STRING_B
 bool BIN_STRING_CACHE::LESS::operator()(BIN_STRING_BUFFER const& a, std::string_view b) const {
     return Less(View(a.Get()), b);
 }
-
-bool BIN_STRING_CACHE::LESS::operator()(std::string_view a, BIN_STRING_BUFFER const& b) const {
-    return Less(a, View(b.Get()));
-}

@@ -88,7 +88,6 @@ class CONFIGURATIONCONTROL_API BIN_STRING_CACHE {
         using is_transparent = void;
         CONFIGURATIONCONTROL_LOCAL bool operator()(BIN_STRING_BUFFER const& a, BIN_STRING_BUFFER const& b) const;
         CONFIGURATIONCONTROL_LOCAL bool operator()(BIN_STRING_BUFFER const& a, std::string_view b) const;
-        CONFIGURATIONCONTROL_LOCAL bool operator()(std::string_view a, BIN_STRING_BUFFER const& b) const;
     };
     std::set<BIN_STRING_BUFFER, LESS> m_buffers;
 };
