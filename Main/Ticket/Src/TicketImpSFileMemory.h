@@ -72,10 +72,9 @@ class FILE_TEXT {
  public:
     explicit FILE_TEXT(FILE_SINK* sink = nullptr) : m_sink(sink) {}
 
-    void Put(std::string_view text) {
-        if (text.size() > m_capacity - m_size) MakeRoom(text.size());
-        std::memcpy(m_bytes.get() + m_size, text.data(), text.size());
-        m_size += text.size();
+    template <typename... TEXTS>
+    void Put(TEXTS const&... texts) {
+        Append(std::string_view(texts)...);
     }
     // So many tabs. Indentation may be as long as the square of the keys: throws std::bad_alloc where it comes to more
     // than 512 MiB and 16 times all the rest, which no disk need ever see.
@@ -91,6 +90,15 @@ class FILE_TEXT {
 
  private:
     static constexpr std::size_t LARGEST_INDENTATION = std::size_t{512} << 20;
+
+    template <typename... VIEWS>
+    void Append(VIEWS... texts) {
+        std::size_t const size = (texts.size() + ...);
+        if (size > m_capacity - m_size) MakeRoom(size);
+        char* end = m_bytes.get() + m_size;
+        ((std::memcpy(end, texts.data(), texts.size()), end += texts.size()), ...);
+        m_size += size;
+    }
 
     // For so many bytes more. Throws std::bad_alloc, and what the sink throws.
     void MakeRoom(std::size_t size);

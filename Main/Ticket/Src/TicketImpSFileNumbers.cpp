@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -47,10 +48,12 @@ bool ToDecimalExactly(double value, DECIMAL& decimal) {
     constexpr uint64_t LIMIT = 100'000'000'000'000'000;  // 10^DIGITS
     constexpr int MANTISSA_BITS = std::numeric_limits<double>::digits;
     if (!(value >= 1e-10 && value < 1e16)) return false;
-    int binaryExponent = 0;
-    double const fraction = std::frexp(value, &binaryExponent);
-    auto const mantissa = static_cast<uint64_t>(std::ldexp(fraction, MANTISSA_BITS));
-    binaryExponent -= MANTISSA_BITS;
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    constexpr uint64_t LEADING_BIT = uint64_t{1} << (MANTISSA_BITS - 1);
+    uint64_t const mantissa = LEADING_BIT | (bits & (LEADING_BIT - 1));
+    constexpr int BIAS = std::numeric_limits<double>::max_exponent - 1 + MANTISSA_BITS - 1;
+    int const binaryExponent = static_cast<int>(bits >> (MANTISSA_BITS - 1)) - BIAS;
 
     // This exponent or the next is the right one.
     constexpr double LOG10_OF_2 = 0.30102999566398120;

@@ -82,9 +82,7 @@ bool TICKET_STREAM::OpenTo(std::string_view key) {
         if (name.empty() || WILDCARD::IsPattern(name)) return false;
         m_steps.push_back(end);
         m_text.Indent(m_steps.size());
-        m_text.Put("<");
-        m_text.Put(name);
-        m_text.Put(">\n");
+        m_text.Put("<", name, ">\n");
     }
     return begin < key.size();
 }
@@ -93,9 +91,7 @@ void TICKET_STREAM::CloseDownTo(std::size_t steps) {
     for (; m_steps.size() > steps; m_steps.pop_back()) {
         std::size_t const begin = m_steps.size() > 1 ? m_steps[m_steps.size() - 2] + 1 : 0;
         m_text.Indent(m_steps.size());
-        m_text.Put("</");
-        m_text.Put(std::string_view(m_lastKey).substr(begin, m_steps.back() - begin));
-        m_text.Put(">\n");
+        m_text.Put("</", std::string_view(m_lastKey).substr(begin, m_steps.back() - begin), ">\n");
     }
 }
 
@@ -103,13 +99,6 @@ void TICKET_STREAM::PutLeaf(std::string_view name, PARAM_TYPE type, void const* 
     m_value.clear();
     AppendValue(m_value, type, value, m_conversion);
     m_text.Indent(m_steps.size() + 1);
-    m_text.Put("<");
-    m_text.Put(name);
-    m_text.Put(" type=\"");
-    m_text.Put(TICKET_FORMAT::NameOf(type));
-    m_text.Put("\">");
-    m_text.Put(m_value.empty() ? TICKET_FORMAT::EMPTY_TEXT : m_value);
-    m_text.Put("</");
-    m_text.Put(name);
-    m_text.Put(">\n");
+    m_text.Put("<", name, " type=\"", TICKET_FORMAT::NameOf(type), "\">",
+               m_value.empty() ? TICKET_FORMAT::EMPTY_TEXT : m_value, "</", name, ">\n");
 }
