@@ -1,2 +1,4 @@
 # The inputs that fuzzers started from or stumbled over, in an ordinary build.
-add_subdirectory(fuzz)
+if(NOT CONFIGURATIONCONTROL_SANITIZE STREQUAL "thread")
+    add_subdirectory(fuzz)
+endif()
