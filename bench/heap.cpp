@@ -49,6 +49,40 @@ std::size_t Resident(void* begin, std::size_t size) {
     return resident;
 }
 
+// The mappings that libraries made for themselves; the allocator's own do not come here.
+struct MAPPING {
+    char* begin;
+    char* end;
+};
+constexpr std::size_t MOST_MAPPINGS = 4096;
+MAPPING g_mappings[MOST_MAPPINGS];
+std::size_t g_mappingCount = 0;
+
+void AddMapping(char* begin, char* end) {
+    if (begin == end) return;
+    if (g_mappingCount == MOST_MAPPINGS) std::abort();
+    g_mappings[g_mappingCount++] = {begin, end};
+}
+
+// What a mapping loses at its ends or in its middle stays behind as one or two smaller ones.
+void RemoveMapping(char* begin, char* end) {
+    for (std::size_t i = g_mappingCount; i-- > 0;) {
+        MAPPING const old = g_mappings[i];
+        if (end <= old.begin || old.end <= begin) continue;
+        g_mappings[i] = g_mappings[--g_mappingCount];
+        AddMapping(old.begin, std::max(old.begin, begin));
+        AddMapping(std::min(old.end, end), old.end);
+    }
+}
+
+// With mappings, which count with what was touched of them.
+std::size_t Live() {
+    std::size_t live = g_live;
+    for (std::size_t i = 0; i < g_mappingCount; ++i)
+        live += Resident(g_mappings[i].begin, static_cast<std::size_t>(g_mappings[i].end - g_mappings[i].begin));
+    return live;
+}
+
 }  // namespace
 
 // The allocator's functions under the names that it keeps for replacements like these.
@@ -87,10 +121,16 @@ __attribute__((visibility("default"))) void free(void* block) {
     Discount(block);
     __libc_free(block);
 }
-// A mapping that a library made for itself counts with what was touched of it, and is largest when it is given back.
-// The allocator's own mappings do not come here.
+__attribute__((visibility("default"))) void* mmap(void* place, std::size_t size, int protection, int flags, int file,
+                                                  off_t offset) {
+    auto* const begin = reinterpret_cast<char*>(syscall(SYS_mmap, place, size, protection, flags, file, offset));
+    if (begin != MAP_FAILED && (flags & MAP_ANONYMOUS)) AddMapping(begin, begin + size);
+    return begin;
+}
+// Before something is given back there is most.
 __attribute__((visibility("default"))) int munmap(void* begin, std::size_t size) {
-    g_peak = std::max(g_peak.load(), g_live + Resident(begin, size));
+    g_peak = std::max(g_peak.load(), Live());
+    RemoveMapping(static_cast<char*>(begin), static_cast<char*>(begin) + size);
     return static_cast<int>(syscall(SYS_munmap, begin, size));
 }
 }
@@ -107,13 +147,13 @@ int main(int count, char** arguments) {
     STORE_KIND const& writer = kind.name == "F1 pugixml" ? FindStoreKind("file ticket") : kind;
     std::string const file = kind.hasFile || kind.name == "F1 pugixml" ? SharedFile(writer, workload) : "";
 
-    std::size_t const before = g_live;
+    std::size_t const before = Live();
     auto const store = kind.make(workload, file);
-    std::size_t const made = g_live;  // some peers have prepared their keys here
+    std::size_t const made = Live();  // some peers have prepared their keys here
     g_peak = made;
     kind.hasFile || !file.empty() ? store->Load() : Fill(*store, workload);
-    std::size_t const live = g_live - made;
-    std::size_t const peak = g_peak - made;
+    std::size_t const live = Live() - made;
+    std::size_t const peak = std::max(g_peak.load(), live + made) - made;
     std::printf(R"({"store": "%s", "count": %zu, "live": %zu, "peak": %zu, "file": %zu, "made": %zu})"
                 "\n",
                 kind.name.c_str(), workload.Count(), live, peak,
