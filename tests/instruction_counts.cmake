@@ -2,36 +2,15 @@
 # the record anew. More than 5 % above the record fails; far below it, the record should be updated.
 cmake_minimum_required(VERSION 3.25)
 
-file(REMOVE_RECURSE ${DIRECTORY})
-file(MAKE_DIRECTORY ${DIRECTORY})
 # The C library picks its string functions by the processor; without these it picks the same ones everywhere.
 set(ENV{GLIBC_TUNABLES} "glibc.cpu.hwcaps=-AVX2,-AVX2_Usable,-AVX512F,-AVX512VL,-AVX512BW,-ERMS,-FSRM")
-execute_process(
-    COMMAND ${VALGRIND} --tool=callgrind --collect-atstart=no --callgrind-out-file=${DIRECTORY}/out
-            ${PROGRAM} ${DIRECTORY}/ticket.xml
-    RESULT_VARIABLE result ERROR_VARIABLE messages)
-if(result)
-    message(FATAL_ERROR "${messages}")
-endif()
-
-set(measured "")
-file(GLOB dumps ${DIRECTORY}/out.*)
-list(SORT dumps COMPARE NATURAL)
-foreach(dump IN LISTS dumps)
-    file(STRINGS ${dump} name REGEX "^desc: Trigger: Client Request: ")
-    file(STRINGS ${dump} total REGEX "^totals: ")
-    if(name AND total)
-        string(REPLACE "desc: Trigger: Client Request: " "" name "${name}")
-        string(REPLACE "totals: " "" total "${total}")
-        list(APPEND measured "${name} ${total}")
-    endif()
-endforeach()
-if(NOT measured)
+include(${CMAKE_CURRENT_LIST_DIR}/callgrind.cmake)
+if(NOT counts)
     message(FATAL_ERROR "Nothing was measured:\n${messages}")
 endif()
 
 if(UPDATE)
-    list(JOIN measured "\n" text)
+    list(JOIN counts "\n" text)
     file(WRITE ${RECORD} "# operation, keys, instructions; written by the target record_instruction_counts\n${text}\n")
     return()
 endif()
@@ -39,7 +18,7 @@ endif()
 file(STRINGS ${RECORD} recorded REGEX "^[^#]")
 set(worse 0)
 set(compared 0)
-foreach(line IN LISTS measured)
+foreach(line IN LISTS counts)
     string(REGEX MATCH "^([a-z_]+ [0-9]+) ([0-9]+)$" matched "${line}")
     set(name ${CMAKE_MATCH_1})
     set(now ${CMAKE_MATCH_2})

@@ -1,28 +1,14 @@
 # Counts with VALGRIND the instructions of PROGRAM's pieces of work: ten times the size may need twelve times as many.
 cmake_minimum_required(VERSION 3.25)
 
-file(REMOVE_RECURSE ${DIRECTORY})
-file(MAKE_DIRECTORY ${DIRECTORY})
-execute_process(
-    COMMAND ${VALGRIND} --tool=callgrind --collect-atstart=no --callgrind-out-file=${DIRECTORY}/out
-            ${PROGRAM} ${DIRECTORY}/ticket.xml
-    RESULT_VARIABLE result ERROR_VARIABLE messages)
-if(result)
-    message(FATAL_ERROR "${messages}")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/../callgrind.cmake)
 
-file(GLOB dumps ${DIRECTORY}/out.*)
-list(SORT dumps COMPARE NATURAL)
 set(compared 0)
 set(before "")
-foreach(dump IN LISTS dumps)
-    file(STRINGS ${dump} name REGEX "^desc: Trigger: Client Request: ")
-    file(STRINGS ${dump} total REGEX "^totals: ")
-    if(NOT name OR NOT total)
-        continue()
-    endif()
-    string(REGEX REPLACE "^desc: Trigger: Client Request: ([a-z_]+) .*" "\\1" name "${name}")
-    string(REPLACE "totals: " "" total "${total}")
+foreach(count IN LISTS counts)
+    string(REGEX MATCH "^([a-z_]+) [0-9]+ ([0-9]+)$" matched "${count}")
+    set(name ${CMAKE_MATCH_1})
+    set(total ${CMAKE_MATCH_2})
     if(NOT before)
         set(before ${total})
         continue()
