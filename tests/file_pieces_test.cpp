@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/StringConversion.h"
 #include "TicketImpSFileStream.h"
 #include "TicketImpSFileWriter.h"
 #include "TicketImpSNode.h"
@@ -112,4 +113,25 @@ TEST_F(LargeSave, ThatAnInfiniteNumberStopsLeavesTheOldFileAlone) {
     EXPECT_EQ(FileContent(m_file), "<ticket><a type=\"int\">1</a></ticket>");
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
     Set(ticket, "Z", 1);
+}
+
+// The save that is under way has its temporary file locked, and goes on only when the one within it is over.
+TEST_F(LargeSave, WhoseConversionSavesTheSameFileEndsAndIsWhatStands) {
+    OWNER const other(m_file.c_str());
+    Set(other, "Z", "other");
+    struct CONVERSION : STICKET_STRING_CONVERSION {
+        explicit CONVERSION(STICKET_ACCESS const* ticket) : other(ticket) {}
+        std::string ToFile(std::string const& text) override {
+            EXPECT_EQ(Operate(other, STICKET_OP_SAVE), 1);
+            return text;
+        }
+        std::string FromFile(std::string const& text, int) override { return text; }
+        STICKET_ACCESS const* other;
+    } conversion(other);
+    OWNER const ticket(STICKET::PCreate(m_file, {nullptr, -2, -2, &conversion, nullptr}));
+    Fill(ticket);
+    Set(ticket, "Z", "mine");
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_THAT(FileContent(m_file), testing::HasSubstr("mine"));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }

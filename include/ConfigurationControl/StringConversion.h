@@ -17,7 +17,12 @@
  */
 class STICKET_STRING_CONVERSION {
  public:
-    /** Converts a stored text, the empty one included, to what the file keeps. A save may ask for a text twice. */
+    /**
+     * Converts a stored text, the empty one included, to what the file keeps. A save may ask for a text twice. It must
+     * not save the same file by another ticket: behind the first 64 KB of text the save that asks has its temporary
+     * file open and locked, so that the other one waits for two seconds, goes through a temporary file of its own, and
+     * is replaced when the first one ends.
+     */
     virtual std::string ToFile(std::string const& text) = 0;
     /** Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. */
     virtual std::string FromFile(std::string const& text, int reserved) = 0;
