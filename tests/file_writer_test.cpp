@@ -374,7 +374,7 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
     ExpectSameBytesAsPlainSearch(keys);
 }
 
-// The limit is generous, but not for a search that looks at every child.
+// The limit, of processor time, is generous, but not for a search that looks at every child.
 TEST(TicketDocumentSearch, StaysFastAmongAHundredThousandElements) {
     constexpr int32_t KEYS = 100000;
     constexpr double SECONDS = 10.0;

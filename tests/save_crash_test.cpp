@@ -294,9 +294,11 @@ TEST_P(KilledSave, LeavesTheOldFileOrTheNewOneAtRandomMoments) {
     auto const longest = 3 * Duration() / 2;
     std::mt19937 random(1);
     std::uniform_int_distribution<long> delays(0, longest.count());
-    int const kills = RandomKills();
-    for (int i = 0; i < kills && !HasFailure(); ++i) {
-        std::chrono::microseconds const delay(delays(random));
+    int const least = RandomKills();
+    int kills = 0;
+    // Of a disk that is slower now than when it was measured no new file is seen until later.
+    for (auto delay = longest; (kills < least || (m_news == 0 && delay < 1000 * longest)) && !HasFailure(); ++kills) {
+        delay = kills < least ? std::chrono::microseconds(delays(random)) : 2 * std::max(delay, longest);
         SCOPED_TRACE("killed after " + std::to_string(delay.count()) + " us");
         MakeState();
         KillAfter(delay);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <utility>
@@ -109,6 +110,10 @@ PROCESS::PROCESS(ARGUMENTS const& command, MANNER const& manner) {
 
 void PROCESS::Signal(int number) const {
     kill(m_process, number);
+}
+
+bool PROCESS::HasEnded() const {
+    return m_result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
 RESULT PROCESS::Wait() {

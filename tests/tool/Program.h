@@ -33,6 +33,7 @@ class PROCESS {
  public:
     PROCESS(ARGUMENTS const& command, MANNER const& manner);
     void Signal(int number) const;
+    bool HasEnded() const;
     RESULT Wait();
 
  private:

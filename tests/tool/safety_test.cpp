@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <thread>
 
@@ -206,9 +205,8 @@ class ToolCopies : public Tool {
     template <typename ACTION>
     bool WhileCopyIsThere(ACTION const& action) {
         auto process = Start({"set", "s.xml", "a", "x"});
-        auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
         bool done = false;
-        while (!done && std::chrono::steady_clock::now() < end) {
+        while (!done && !process.HasEnded()) {
             for (auto const& entry : std::filesystem::directory_iterator(m_temporary)) {
                 // A sanitizer may have files of its own there for a moment.
                 if (entry.path().filename().string().substr(0, 7) == "ticket-") done = action(process, entry.path());
