@@ -11,6 +11,7 @@
 
 #include "ConfigurationControl/ConfigurationCtrl.h"
 #include "SettingsTable.h"
+#include "support/ClassicLocale.h"
 #include "support/RecordingLogger.h"
 #include "support/ScratchDirectory.h"
 
@@ -29,7 +30,7 @@ std::string Show(int value) {
     return std::to_string(value);
 }
 std::string Show(double value) {
-    return std::to_string(value);
+    return ClassicText(value);
 }
 std::string Show(std::string const& value) {
     return "\"" + value + "\"";

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "TicketImpSFileNumbers.h"
+#include "support/ClassicLocale.h"
 #include "support/HostileLocale.h"
 
 namespace {
@@ -54,7 +55,10 @@ std::pair<std::string, int> DigitsOf(std::string const& text) {
 // The C library is the judge.
 void ExpectDigitsOfPrintf(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.16e", value);
+    {
+        CLASSIC_LOCALE const classic;
+        std::snprintf(text, sizeof text, "%.16e", value);
+    }
     ASSERT_EQ(DigitsOf(Spell(value)), DigitsOf(text)) << text;
     ASSERT_EQ(Spell(-value), '-' + Spell(value));
 }

@@ -12,6 +12,7 @@
 
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
+#include "support/ClassicLocale.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ std::string Describe(PARAM_TYPE type, void const* value) {
     if (!value) return "null";
     auto const print = [](auto typed, void const* source) {
         std::memcpy(&typed, source, sizeof typed);
-        return std::to_string(typed);
+        return ClassicText(typed);
     };
     switch (type) {
         case PARAM_POINTER:

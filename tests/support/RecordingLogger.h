@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "ClassicLocale.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 
 class RECORDING_LOGGER : public LoggerAdapter::ILogger {
@@ -42,7 +43,10 @@ class RECORDING_LOGGER : public LoggerAdapter::ILogger {
         char text[500];
         va_list values;
         va_start(values, format);
-        vsnprintf(text, sizeof text, format, values);
+        {
+            CLASSIC_LOCALE const classic;
+            vsnprintf(text, sizeof text, format, values);
+        }
         va_end(values);
         {
             std::lock_guard const guard(m_lock);

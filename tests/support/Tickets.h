@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ClassicLocale.h"
 #include "ConfigurationControl/Ticket.h"
 #include "TicketImpSMem.h"
 
@@ -74,7 +75,7 @@ inline std::string ValueText(PARAM_TYPE type, void const* value) {
         case PARAM_INT:
             return std::to_string(*static_cast<int32_t const*>(value));
         case PARAM_DOUBLE:
-            return std::to_string(*static_cast<double const*>(value));
+            return ClassicText(*static_cast<double const*>(value));
         case PARAM_STRING:
             return static_cast<char const*>(value);
         case PARAM_BINSTR: {
