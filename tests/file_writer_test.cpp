@@ -374,6 +374,29 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
     ExpectSameBytesAsPlainSearch(keys);
 }
 
+// The ways to a child change while there come to be more of them, and once more behind a long name.
+TEST(TicketDocumentSearch, GivesTheSameBytesAmongNamesThatShareTheirFragments) {
+    std::mt19937 random(3);
+    auto const oneOf = [&](std::vector<std::string> const& choice) { return choice[random() % choice.size()]; };
+    auto const syllables = [&](auto count) {
+        std::string word;
+        for (; count > 0; --count) word += oneOf({"abcd", "bcde", "aaaa", "cdab", "x", std::to_string(random() % 300)});
+        return word;
+    };
+    for (bool const hasLongName : {false, true}) {
+        std::vector<std::string> keys;
+        for (int number = 0; number < 1500; ++number) {
+            std::string const pattern = oneOf({"*", "?*", "[ab]*"}) + syllables(1 + random() % 3) +
+                                        oneOf({"*", "*?", "?" + syllables(1) + "*"});
+            keys.push_back((random() % 3 == 0 ? syllables(2 + random() % 3) : pattern) + "/v");
+        }
+        if (hasLongName) keys[1000] = Repeated("abcdbcdeaaaacdabx", 20) + "/v";
+        ExpectSameBytesAsPlainSearch(keys);
+        std::sort(keys.begin(), keys.end());
+        ExpectSameBytesAsPlainSearch(keys);
+    }
+}
+
 // The limit, of processor time, is generous, but not for a search that looks at every child.
 TEST(TicketDocumentSearch, StaysFastAmongAHundredThousandElements) {
     constexpr int32_t KEYS = 100000;
@@ -385,6 +408,7 @@ TEST(TicketDocumentSearch, StaysFastAmongAHundredThousandElements) {
               SECONDS);
     EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "list[" + number(value) + "]/x"; }), SECONDS);
     EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "a//" + number(value); }), SECONDS);
+    EXPECT_LT(SecondsFor(KEYS, [&](int32_t value) { return "*name" + number(value) + "*/x"; }), SECONDS);
 }
 
 TEST(TicketDocumentDepth, PlacesAHundredThousandComponentsOnASmallStack) {

@@ -116,6 +116,8 @@ constexpr CASE CASES[] = {
      [](int n) { return Save(n, [](int i) { return std::string(65000, 'k') + Numbered("", i) + "/v"; }); }},
     {"save_wildcards_at_the_end", 500, [](int n) { return Save(n, [](int i) { return Numbered("", i) + "*?/v"; }); }},
     {"save_wildcards_in_front", 500, [](int n) { return Save(n, [](int i) { return Numbered("*?", i) + "/v"; }); }},
+    {"save_wildcards_at_both_ends", 500,
+     [](int n) { return Save(n, [](int i) { return Numbered("*name", i) + "*/v"; }); }},
     {"save_sets_of_bytes", 500, [](int n) { return Save(n, [](int i) { return Numbered("list[", i) + "]/v"; }); }},
     {"save_twelve_stars", 500,
      [](int n) { return Save(n, [](int i) { return Numbered("*a*b*c*d*e*f*g*h*i*j*k*", i) + "/v"; }); }},

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -114,6 +115,25 @@ std::string WILDCARD::End() const {
     std::string bytes = PlainBytes(m_pieces.rbegin(), m_pieces.rend());
     std::reverse(bytes.begin(), bytes.end());
     return bytes;
+}
+
+WILDCARD::FRAGMENT WILDCARD::FragmentOf(char const* bytes) {
+    FRAGMENT fragment;
+    std::memcpy(&fragment, bytes, sizeof fragment);
+    return fragment;
+}
+
+std::vector<WILDCARD::FRAGMENT> WILDCARD::Fragments() const {
+    std::vector<FRAGMENT> fragments;
+    std::string run;
+    for (PIECE const& piece : m_pieces) {
+        if (piece.isPlain)
+            run += piece.plain;
+        else
+            run.clear();
+        if (run.size() >= FRAGMENT_LENGTH) fragments.push_back(FragmentOf(run.data() + run.size() - FRAGMENT_LENGTH));
+    }
+    return fragments;
 }
 
 bool WILDCARD::ListNames(std::size_t limit, std::vector<std::string>& names) const {

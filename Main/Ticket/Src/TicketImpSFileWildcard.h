@@ -4,6 +4,7 @@
 
 #include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,12 @@ class WILDCARD {
     // The plain bytes with which the pattern begins, and so every name that matches; and those with which it ends.
     std::string Beginning() const;
     std::string End() const;
+
+    // Plain bytes that stand side by side in the pattern, and so in every name that matches: as many as a fragment has.
+    using FRAGMENT = std::uint32_t;
+    static constexpr std::size_t FRAGMENT_LENGTH = sizeof(FRAGMENT);
+    static FRAGMENT FragmentOf(char const* bytes);
+    std::vector<FRAGMENT> Fragments() const;
 
     // Lists all names that match, if these are at most `limit` (which is at least 1); otherwise returns false and
     // leaves something in `names`. Cheap where a pattern is hardly one, as in "list[0]".

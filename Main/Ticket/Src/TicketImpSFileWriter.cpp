@@ -17,6 +17,9 @@ constexpr std::size_t FIRST_BLOCK = 8192;
 // Patterns that stand for few names, and are short, are looked up name by name.
 constexpr std::size_t FEW_NAMES = 64;
 constexpr std::size_t SHORT_PATTERN = 256;
+// An index of fragments costs as much as so many looks at each name.
+constexpr std::size_t LOOKS_FOR_FRAGMENTS = 32;
+constexpr std::size_t LONGEST_NAME_OF_FRAGMENTS = 256;
 
 // Whether a search for `component` finds the element of that name which it has just made.
 bool FindsItself(std::string_view component) {
@@ -198,9 +201,9 @@ class TICKET_DOCUMENT::SEARCH {
     CHILD const* m_first = nullptr;
 };
 
-// Three searches take turns, and the one that is done first has the answer: in document order, among the names of the
-// same beginning, and among those of the same end. So it is enough that the pattern matches an early element, or has a
-// beginning or an end that few names share.
+// Searches take turns, and the one that is done first has the answer: in document order, among the names of the same
+// beginning, among those of the same end, and, once there has been much to look at, among those that hold a fragment.
+// So it is enough that the pattern matches an early element, or has plain bytes that few names share.
 TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindFirstMatch(ELEMENT const& parent, INDEX& index,
                                                           WILDCARD const& wildcard) {
     std::string const beginning = wildcard.Beginning();
@@ -211,12 +214,46 @@ TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindFirstMatch(ELEMENT const& parent,
     SEARCH byEnd(index.byEnd, wildcard, end, [&](std::string_view name) {
         return name.size() >= end.size() && name.substr(name.size() - end.size()) == end;
     });
+    bool const pays = index.looks > LOOKS_FOR_FRAGMENTS * index.byName.count;
+    auto const* const holders = pays ? index.byFragment.FewestHolders(parent, wildcard) : nullptr;
+    std::size_t looks = 0;
     for (ELEMENT* child = parent.firstChild; child != nullptr; child = child->next) {
         if (!child->name.empty() && wildcard.Matches(child->name)) return child;
         if (!byName.Step()) return byName.Result();
         if (!byEnd.Step()) return byEnd.Result();
+        if (holders != nullptr) {
+            if (looks == holders->size()) return nullptr;
+            ELEMENT* const holder = (*holders)[looks];
+            if (wildcard.Matches(holder->name)) return holder;
+        }
+        ++looks;
+        ++index.looks;
     }
     return nullptr;
+}
+
+void TICKET_DOCUMENT::FRAGMENTS::Update(ELEMENT const& parent) {
+    for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
+        last = child;
+        isComplete = isComplete && child->name.size() <= LONGEST_NAME_OF_FRAGMENTS;
+        if (!isComplete) return holders.clear();
+        for (std::size_t end = WILDCARD::FRAGMENT_LENGTH; end <= child->name.size(); ++end) {
+            auto& all = holders[WILDCARD::FragmentOf(child->name.data() + end - WILDCARD::FRAGMENT_LENGTH)];
+            if (all.empty() || all.back() != child) all.push_back(child);
+        }
+    }
+}
+
+std::vector<TICKET_DOCUMENT::ELEMENT*> const* TICKET_DOCUMENT::FRAGMENTS::FewestHolders(ELEMENT const& parent,
+                                                                                        WILDCARD const& wildcard) {
+    Update(parent);
+    std::vector<ELEMENT*> const* fewest = nullptr;
+    if (!isComplete) return nullptr;
+    for (WILDCARD::FRAGMENT const fragment : wildcard.Fragments()) {
+        auto const& all = holders[fragment];
+        if (fewest == nullptr || all.size() < fewest->size()) fewest = &all;
+    }
+    return fewest;
 }
 
 bool TICKET_DOCUMENT::FROM_BEHIND::operator()(std::string_view a, std::string_view b) const {

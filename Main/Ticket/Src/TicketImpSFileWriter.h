@@ -17,7 +17,8 @@
 
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
-// Only a component with wildcards at both its ends, or such ends as many others have, may take up to n by itself.
+// Only a component with wildcards at both its ends, or such ends as many others have, may take up to n by itself, if
+// there are no four plain bytes in it that few others have.
 class TICKET_DOCUMENT {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
@@ -69,10 +70,22 @@ class TICKET_DOCUMENT {
     struct FROM_BEHIND {
         bool operator()(std::string_view a, std::string_view b) const;
     };
+    // The children whose names hold a fragment, in document order. Of long names there would be too much to keep.
+    struct FRAGMENTS {
+        ELEMENT* last = nullptr;  // the last child that was looked at
+        bool isComplete = true;
+        std::unordered_map<WILDCARD::FRAGMENT, std::vector<ELEMENT*>> holders;
+
+        void Update(ELEMENT const& parent);
+        // Of the children that hold one fragment of the pattern each, the fewest; null if nothing is known.
+        std::vector<ELEMENT*> const* FewestHolders(ELEMENT const& parent, WILDCARD const& wildcard);
+    };
     // The children of one element, brought up to date when a search needs it.
     struct INDEX {
         NAMES<std::less<>> byName;
         NAMES<FROM_BEHIND> byEnd;
+        FRAGMENTS byFragment;
+        std::size_t looks = 0;  // at children, in all searches
     };
     // One inner element on the way to the last key. Only such elements as the same name always leads to.
     struct STEP {
