@@ -161,6 +161,15 @@ TEST_F(PartialFileTicket, ListMayBeginBehindAnEmptyStringOnlyToRemove) {
     EXPECT_FALSE(m_open->KeyNotPartial("y"));
 }
 
+TEST_F(PartialFileTicket, EmptyStringThatIsAKeyGoesOnlyWithASecondOne) {
+    SetPartialKeys(m_ticket, {"x", ""});
+    SetPartialKeys(m_ticket, {""});
+    SetPartialKeys(m_ticket, {"", "x"});
+    EXPECT_FALSE(m_open->KeyNotPartial(""));
+    SetPartialKeys(m_ticket, {"", ""});
+    EXPECT_TRUE(m_open->KeyNotPartial(""));
+}
+
 TEST_F(PartialFileTicket, EveryChangeOfTheKeysSavesAndDropsTheTree) {
     int value = 10;
     for (auto const& change : std::vector<std::function<int()>>{
@@ -190,6 +199,14 @@ TEST_F(PartialFileTicket, DirtyPartialTreeIsSavedBeforeTheWholeIsLoaded) {
     Set(m_ticket, "a/b", 7);
     EXPECT_EQ(GetText(m_ticket, "a/c"), std::nullopt);  // that save has left it out
     EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "</a>"}));
+}
+
+TEST_F(PartialFileTicket, ChangeThatIsRefusedIsSavedLikeAnyOther) {
+    LoadPartially();
+    int const value = 1;
+    EXPECT_EQ(m_ticket->SetParameter(m_ticket->pTicket, "a/b", PARAM_VECTOR, &value, SCALAR_INDEX), 0);
+    EXPECT_EQ(GetText(m_ticket, "a/c"), std::nullopt);
+    EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b type=\"int\">1</b>", "\t<b type=\"int\">2</b>", "</a>"}));
 }
 
 TEST_F(PartialFileTicket, PartialTreeThatBecomesEmptyDeletesTheFile) {

@@ -221,7 +221,8 @@ bool TICKET_RULES::ChangePartialKeys(TEXTS const* keys) try {
         if (!keys) {
             m_partialKeys.clear();
         } else if (!keys->empty() && keys->front().empty()) {
-            for (std::string const& key : *keys) m_partialKeys.erase(key);
+            // The first string only says what is to be done: "" stays a partial key where it has become one.
+            for (std::size_t i = 1; i < keys->size(); ++i) m_partialKeys.erase((*keys)[i]);
         } else {
             m_partialKeys.insert(keys->begin(), keys->end());
         }
