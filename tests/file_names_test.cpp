@@ -78,7 +78,7 @@ std::string Repeated(std::string const& part, std::size_t times) {
 // What the lines below the root set when the text is read as one of any names; "unreadable" if it is none.
 std::vector<std::string> Read(std::string const& lines) {
     TicketText const result = TicketText::ReadAnyNames(TicketText::Framed(lines));
-    return result.parsed ? result.values : std::vector<std::string>{"unreadable"};
+    return result.Parsed() ? result.values : std::vector<std::string>{"unreadable"};
 }
 
 }  // namespace
@@ -261,8 +261,8 @@ TEST(LineOfAnyName, KeepsBytesThatLookLikeReplacedOnes) {
 
 TEST(LineOfAnyName, TextThatIsEmptyOrCutIsUnreadable) {
     for (std::string const text : {"", "<", "<1", "<1>", "\n", "<!--", "<?", "<![CDATA[", "\xEF\xBB\xBF"})
-        EXPECT_FALSE(TicketText::ReadAnyNames(text).parsed) << text;
-    EXPECT_TRUE(TicketText::ReadAnyNames("\xEF\xBB\xBF<ticket>\n<1>\n</1>\n</ticket>").parsed);
+        EXPECT_FALSE(TicketText::ReadAnyNames(text).Parsed()) << text;
+    EXPECT_TRUE(TicketText::ReadAnyNames("\xEF\xBB\xBF<ticket>\n<1>\n</1>\n</ticket>").Parsed());
 }
 
 // Size
@@ -287,7 +287,7 @@ TEST(LargeFileOfAnyNames, HostileTextsTakeNoMoreTimeThanTheirLength) {
         TICKET_NAMES::Replace(text, copy.data());
         TICKET_NAMES::Restore(text, copy.data());
         EXPECT_TRUE(copy == text);
-        EXPECT_FALSE(TicketText::ReadAnyNames("<ticket>\n" + text).parsed);
+        EXPECT_FALSE(TicketText::ReadAnyNames("<ticket>\n" + text).Parsed());
     }
 }
 
@@ -405,7 +405,7 @@ TEST_F(FileThatIsXml, LoadsAsWithoutASecondAttempt) {
             EXPECT_EQ(Contents(ticket), first.lines) << text;
             ++outcomes[first.lines.empty() ? "without values" : "with values"];
         } else {
-            bool const second = TicketText::ReadAnyNames(text).parsed;
+            bool const second = TicketText::ReadAnyNames(text).Parsed();
             EXPECT_TRUE(second || Contents(ticket).empty()) << text;
             ++outcomes[second ? "second attempt" : "unreadable"];
         }
@@ -421,9 +421,9 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
     for (std::string const& text : Corpus(random, 4 * Rounds())) {
         if (HasBlanksInTags(text)) continue;
         TicketText const first = TicketText::Read(text);
-        if (!first.parsed) continue;
+        if (!first.Parsed()) continue;
         TicketText const second = TicketText::ReadAnyNames(text);
-        EXPECT_TRUE(second.parsed) << text;
+        EXPECT_TRUE(second.Parsed()) << text;
         EXPECT_EQ(second.values, first.values) << text;
         ++compared;
         ASSERT_FALSE(HasFailure());

@@ -23,7 +23,7 @@ using testing::IsEmpty;
 // What the elements below the root set.
 std::vector<std::string> Values(std::string const& elements) {
     TicketText const result = TicketText::Read(TicketText::Framed(elements));
-    EXPECT_TRUE(result.parsed) << elements;
+    EXPECT_TRUE(result.Parsed()) << elements;
     return result.values;
 }
 
@@ -34,7 +34,7 @@ std::string Value(std::string const& type, std::string const& text) {
 }
 
 bool IsParsed(std::string const& text) {
-    return TicketText::Read(text).parsed;
+    return TicketText::Read(text).Parsed();
 }
 
 std::string Repeated(std::string const& part, int times) {
@@ -188,7 +188,7 @@ TEST(TicketReader, TellsATextThatIsParsedFromOneThatIsNot) {
     for (char const* text : {"<ticket/>", "<?xml version=\"1.0\"?>\n<ticket></ticket>\n", "\xEF\xBB\xBF<ticket/>",
                              "<!-- note --><ticket/>", "<!DOCTYPE ticket><ticket/>", "<other/>"})
         EXPECT_TRUE(IsParsed(text)) << text;
-    for (char const* text : {"", " ", "text", "<ticket>", "<ticket></tickets>", "</ticket>", "<ticket", "<ticket a=1/>",
+    for (char const* text : {" ", "text", "<ticket>", "<ticket></tickets>", "</ticket>", "<ticket", "<ticket a=1/>",
                              "<ticket><1/></ticket>", "<ticket><a[0] type=\"int\">1</a[0]></ticket>", "<!-- note -->"})
         EXPECT_FALSE(IsParsed(text)) << text;
 }
@@ -197,10 +197,42 @@ TEST(TicketReader, SetsNothingFromATextThatCannotBeParsed) {
     EXPECT_THAT(TicketText::Read("<ticket><a type=\"int\">1</a><b>").values, IsEmpty());
 }
 
+READING ReadingOf(std::string const& text) {
+    auto const ignore = [](void*, char const*, PARAM_TYPE, void const*, int) { return 1; };
+    TEXT_SOURCE source(text);
+    return ReadTicket(source, ignore, nullptr);
+}
+
+TEST(TicketReader, AnEmptyTextHoldsNothing) {
+    EXPECT_EQ(ReadingOf(""), READING::DONE);
+    EXPECT_THAT(TicketText::Read("").values, IsEmpty());
+}
+
 TEST(TicketReader, ANulByteEndsTheText) {
-    EXPECT_FALSE(IsParsed("<ticket><a type=\"int\">1\0</a></ticket>"s));
-    EXPECT_FALSE(IsParsed("\0<ticket/>"s));
-    EXPECT_TRUE(IsParsed("<ticket/>\0<x>"s));
+    EXPECT_EQ(ReadingOf("<ticket><a type=\"int\">1\0</a></ticket>"s), READING::NO_DOCUMENT);
+    EXPECT_EQ(ReadingOf("\0<ticket/>"s), READING::NO_DOCUMENT);
+    EXPECT_EQ(ReadingOf("<ticket/>\0<x>"s), READING::CUT_SHORT);
+    EXPECT_EQ(ReadingOf("<ticket/>"), READING::DONE);
+}
+
+TEST(TicketReader, TellsWhenItsSourceFails) {
+    struct FAILING final : FILE_SOURCE {
+        std::size_t failsFrom = 0;
+        std::size_t Size() const override { return 1000; }
+        std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
+            if (begin >= failsFrom) return std::nullopt;
+            return TEXT_SOURCE("<ticket>\n<a type=\"int\">1</a>\n<b type=\"int\">2</b>\n</ticket>")
+                .Read(begin, bytes, size);
+        }
+    } source;
+    auto const ignore = [](void*, char const*, PARAM_TYPE, void const*, int) { return 1; };
+    for (source.failsFrom = 0; source.failsFrom < 2; ++source.failsFrom) {
+        EXPECT_EQ(ReadTicket(source, ignore, nullptr, 40), READING::UNREADABLE);
+    }
+    source.failsFrom = 1000;
+    EXPECT_EQ(ReadTicket(source, ignore, nullptr, 40), READING::DONE);
+    source.failsFrom = 0;
+    EXPECT_EQ(ReadTicketOfAnyNames(source, ignore, nullptr), READING::UNREADABLE);
 }
 
 TEST(TicketReader, WhatIsWrittenIsReadBack) {

@@ -36,7 +36,6 @@ using testing::UnorderedElementsAre;
 using TICKETFILE::CONTENT;
 using TICKETFILE::Delete;
 using TICKETFILE::OLD;
-using TICKETFILE::Read;
 using TICKETFILE::REPLACEMENT;
 
 // How the system behaves while a test runs; one thread only.
@@ -97,6 +96,12 @@ std::string ModeOf(int file) {
 template <typename FUNCTION>
 FUNCTION Next(char const* name) {
     return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
+}
+
+std::string TextOf(CONTENT& content) {
+    std::string text(2000000, '\0');
+    text.resize(content.Read(0, text.data(), text.size()).value());
+    return text;
 }
 
 }  // namespace
@@ -448,7 +453,7 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     std::vector<int> all;
     for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
     bool const replaced = Replace(m_file, "new", OLD::DISCARD);
-    bool const read = Read(m_file).state == CONTENT::UNREADABLE;
+    bool const read = CONTENT(m_file).State() == CONTENT::UNREADABLE;
     for (int const file : all) close(file);
     EXPECT_FALSE(replaced);
     EXPECT_TRUE(read);
@@ -657,24 +662,46 @@ TEST_F(FileRead, ReturnsAllBytes) {
         std::string text(size, 'x');
         if (size) text[size / 2] = '\0';
         Write(m_file, text);
-        CONTENT const content = Read(m_file);
-        EXPECT_EQ(content.state, CONTENT::READ);
-        EXPECT_EQ(std::string_view(content.room.Text(), content.size), text);
+        CONTENT content(m_file);
+        EXPECT_EQ(content.State(), CONTENT::OPEN);
+        EXPECT_EQ(content.Size(), size);
+        EXPECT_EQ(TextOf(content), text);
     }
 }
 
+TEST_F(FileRead, ReturnsTheBytesOfAnyPlace) {
+    Write(m_file, "0123456789");
+    CONTENT content(m_file);
+    std::string text(4, '.');
+    EXPECT_EQ(content.Read(3, text.data(), 4), 4u);
+    EXPECT_EQ(text, "3456");
+    EXPECT_EQ(content.Read(8, text.data(), 4), 2u);
+    EXPECT_EQ(text, "8956");
+    EXPECT_EQ(content.Read(10, text.data(), 4), 0u);
+    EXPECT_EQ(content.Read(1000, text.data(), 4), 0u);
+}
+
+TEST_F(FileRead, GoesOnWithTheOldContentOfAFileThatIsReplaced) {
+    Write(m_file, "old text");
+    CONTENT content(m_file);
+    Write(m_scratch.Path("new"), "new text, longer");
+    std::filesystem::rename(m_scratch.Path("new"), m_file);
+    EXPECT_EQ(TextOf(content), "old text");
+}
+
 TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
-    CONTENT const content = Read("/proc/self/status");
-    EXPECT_EQ(content.state, CONTENT::READ);
-    ASSERT_GT(content.size, 500u);
-    EXPECT_EQ(content.room.Text()[content.size - 1], '\n');
+    CONTENT content("/proc/self/status");
+    EXPECT_EQ(content.State(), CONTENT::OPEN);
+    std::string const text = TextOf(content);
+    ASSERT_GT(text.size(), 500u);
+    EXPECT_EQ(text.back(), '\n');
 }
 
 TEST_F(FileRead, FollowsASymbolicLink) {
     Write(m_scratch.Path("elsewhere"), "text");
     std::filesystem::create_symlink(m_scratch.Path("elsewhere"), m_file);
-    CONTENT const content = Read(m_file);
-    EXPECT_EQ(std::string_view(content.room.Text(), content.size), "text");
+    CONTENT content(m_file);
+    EXPECT_EQ(TextOf(content), "text");
 }
 
 TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
@@ -685,15 +712,15 @@ TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
     ASSERT_EQ(mkfifo((m_scratch.Path("pipe")).c_str(), 0600), 0);
     for (std::string const& name : {std::string(), m_scratch.Path("t.xml"), m_scratch.Path("missing/t.xml"),
                                     m_scratch.Path("plain/t.xml"), m_scratch.Path("dangling")})
-        EXPECT_EQ(Read(name).state, CONTENT::MISSING) << name;
+        EXPECT_EQ(CONTENT(name).State(), CONTENT::MISSING) << name;
     for (std::string const& name : {m_scratch.Path("loop"), m_scratch.Path("directory"), m_scratch.Path("pipe"),
                                     std::string("/dev/zero"), m_scratch.Path(std::string(300, 'n'))})
-        EXPECT_EQ(Read(name).state, CONTENT::UNREADABLE) << name;
+        EXPECT_EQ(CONTENT(name).State(), CONTENT::UNREADABLE) << name;
 }
 
 TEST_F(FileRead, FileWithoutPermissionIsUnreadable) {
     Write(m_file, "secret");
     std::filesystem::permissions(m_file, std::filesystem::perms(0000));
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
-    EXPECT_TRUE(Unprivileged([&] { return Read(m_file).state == CONTENT::UNREADABLE; }));
+    EXPECT_TRUE(Unprivileged([&] { return CONTENT(m_file).State() == CONTENT::UNREADABLE; }));
 }

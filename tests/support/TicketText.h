@@ -5,35 +5,56 @@
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "TicketImpSFileReader.h"
 
+// A text in memory, read as a file is.
+class TEXT_SOURCE final : public FILE_SOURCE {
+ public:
+    explicit TEXT_SOURCE(std::string_view text) : m_text(text) {}
+    std::size_t Size() const override { return m_text.size(); }
+    std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
+        return begin < m_text.size() ? m_text.copy(bytes, size, begin) : 0;
+    }
+
+ private:
+    std::string_view m_text;
+};
+
 // One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Bytes that do not
 // print stand as hexadecimal numbers in braces.
 struct TicketText {
-    bool parsed;
+    READING reading;
     std::vector<std::string> values;
 
+    bool Parsed() const { return reading == READING::DONE || reading == READING::CUT_SHORT; }
+
     static TicketText Read(std::string const& text) {
+        TEXT_SOURCE source(text);
+        return Read(source, FILE_PIECE);
+    }
+
+    static TicketText Read(FILE_SOURCE& source, std::size_t piece) {
         TicketText result{};
-        result.parsed = Read(text, &Set, &result);
+        result.reading = ReadTicket(source, &Set, &result, piece);
         return result;
     }
 
     // The same for a text that need not be XML.
     static TicketText ReadAnyNames(std::string const& text) {
         TicketText result{};
-        result.parsed = ReadTicketOfAnyNames(text, &Set, &result) == READING::DONE;
+        TEXT_SOURCE source(text);
+        result.reading = ReadTicketOfAnyNames(source, &Set, &result);
         return result;
     }
 
-    // ReadTicket of a copy of the text.
     static bool Read(std::string const& text, xml_outline::SET set, void* context) {
-        FILE_ROOM const room(text.size());
-        std::copy(text.begin(), text.end(), room.Text());
-        return ReadTicket(room, text.size(), set, context) == READING::DONE;
+        TEXT_SOURCE source(text);
+        return ReadTicket(source, set, context) == READING::DONE;
     }
 
     // The text of a file with these elements below the root.

@@ -161,23 +161,18 @@ void STICKET_FILE::Load() {
     m_lastAccess = Now();
 }
 
-// False for a file that is there and cannot be read; then what is in the tree is worth nothing. Parsing uses up the
-// text, so that a second attempt reads the file again: only files that fail pay for it.
+// False for a file that is there and cannot be read; then what is in the tree is worth nothing.
 bool STICKET_FILE::ReadFile() {
     using TICKETFILE::CONTENT;
-    CONTENT file = TICKETFILE::Read(m_fileName);
-    if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
-    if (file.size == 0) return true;  // there is nothing to misread
-    // Behind a NUL the parser looks at nothing, which it does not mind where a document is complete before.
-    m_misread = std::string_view(file.room.Text(), file.size).find('\0') != std::string_view::npos;
-    READING reading = ReadTicket(file.room, file.size, &LocalSetParameter, this);
+    CONTENT file(m_fileName);
+    if (file.State() != CONTENT::OPEN) return file.State() == CONTENT::MISSING;
+    READING reading = ReadTicket(file, &LocalSetParameter, this);
     if (reading == READING::NO_DOCUMENT) {
-        file = {};
-        file = TICKETFILE::Read(m_fileName);
-        if (file.state != CONTENT::READ) return file.state == CONTENT::MISSING;
-        reading = ReadTicketOfAnyNames({file.room.Text(), file.size}, &LocalSetParameter, this);
+        m_content->parameters.Clear();
+        reading = ReadTicketOfAnyNames(file, &LocalSetParameter, this);
     }
-    return reading == READING::DONE;
+    if (reading == READING::CUT_SHORT) m_misread = true;
+    return reading == READING::DONE || reading == READING::CUT_SHORT;
 }
 
 int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {

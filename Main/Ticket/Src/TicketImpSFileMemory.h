@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "SystemMemory.h"
@@ -55,6 +56,19 @@ class DOCUMENT_MEMORY {
     DOCUMENT_MEMORY* const m_outer;
     FILE_ROOM const& m_room;
     std::size_t m_used;
+};
+
+// Gives the bytes of a text, from any place.
+class FILE_SOURCE {
+ public:
+    // How long the text probably is.
+    virtual std::size_t Size() const = 0;
+    // Copies `size` bytes from place `begin` on, fewer only at the end of the text. Returns how many; nothing if they
+    // cannot be had.
+    virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
+
+ protected:
+    ~FILE_SOURCE() = default;
 };
 
 // Takes the pieces of a text, in their order.

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "TicketImpSFileFormat.h"
 #include "TicketImpSFileNames.h"
@@ -35,18 +36,123 @@ PARAM_TYPE TypeOf(char const* name) {
     return PARAM_NONE;
 }
 
-// `whenParsed` may still change names in the text.
-template <typename WHEN_PARSED>
-READING Read(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context, WHEN_PARSED whenParsed) {
-    std::size_t const maximum = std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
-    DOCUMENT_MEMORY const memory(room);
-    pug::xml_document document;
-    auto const parsed = document.load_buffer_inplace(room.Text(), size, PARSE_OPTIONS, pug::encoding_utf8);
+std::size_t LongestKeys(std::size_t size) {
+    return std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
+}
+
+// Whether the text is a document. One that is none leaves what was found of it.
+bool ParseInPlace(pug::xml_document& document, char* text, std::size_t size) {
+    auto const parsed = document.load_buffer_inplace(text, size, PARSE_OPTIONS, pug::encoding_utf8);
     if (parsed.status == pug::status_out_of_memory) throw std::bad_alloc();
-    if (!parsed) return READING::NO_DOCUMENT;
-    whenParsed();
-    xml_outline outline(set, context, maximum);
-    return document.traverse(outline) ? READING::DONE : READING::OUT_OF_PROPORTION;
+    return static_cast<bool>(parsed);
+}
+
+bool HasNul(std::string_view text) {
+    return text.find('\0') != std::string_view::npos;
+}
+
+// A part of a text that is parsed by itself.
+//
+// It ends before the start tag of an element, where it gets a mark: an element whose place in the document tells which
+// others are open there. The next piece begins with the tags of those, so that the parser is in the very state in which
+// it would have come there. A document without the mark means that the piece ended inside of something, a comment for
+// instance, or that the text is broken; then all that is left becomes one piece.
+class PIECE {
+ public:
+    PIECE(FILE_SOURCE& source, std::size_t size) : m_source(source), m_size(std::min(size, source.Size() + 1)) {}
+
+    // Reads the piece. False if the source fails. Throws std::bad_alloc.
+    bool Load() {
+        while (Fill()) {
+            if (m_isLast) return true;
+            // Behind a NUL the parser looks at nothing; what that makes of the text is for it to say.
+            std::size_t const end = m_hasNul ? std::string_view::npos : LastStart({Text(), m_length});
+            if (end != std::string_view::npos) {
+                m_length = end;
+                MARK.copy(Text() + m_length, MARK.size());
+                return true;
+            }
+            Enlarge();
+        }
+        return false;
+    }
+
+    // Where the document of this piece may lie.
+    FILE_ROOM const& Room() const { return m_room; }
+    bool IsLast() const { return m_isLast; }
+    bool IsEmpty() const { return m_begin + m_length == 0; }
+    bool HoldsNul() const { return m_hasNul; }
+
+    // Whether the piece is a document, or the beginning of one. If not, it is larger the next time unless it was the
+    // last one.
+    bool Parse(pug::xml_document& document) {
+        char const* const mark = Text() + m_length + 1;
+        std::size_t const size = m_open.size() + m_length + (m_isLast ? 0 : MARK.size());
+        bool const parses = ParseInPlace(document, m_room.Text(), size);
+        if (m_isLast) return parses;
+        std::string open;
+        pug::xml_node node = document.last_child();
+        for (; node && node.name() != mark; node = node.last_child()) open.append("<").append(node.name()).append(">");
+        if (node) {
+            m_open = std::move(open);
+            m_begin += m_length;
+        } else {
+            Enlarge();
+        }
+        return static_cast<bool>(node);
+    }
+
+ private:
+    static constexpr std::string_view MARK = "<_/>\n";
+
+    // Where the last start tag begins that the text does not begin with.
+    static std::size_t LastStart(std::string_view text) {
+        std::size_t at = text.size() - 1;
+        while (at > 0 && (text[at - 1] != '<' || std::strchr("/!?", text[at]) != nullptr)) --at;
+        return at > 1 ? at - 1 : std::string_view::npos;
+    }
+
+    char* Text() const { return m_room.Text() + m_open.size(); }
+
+    bool Fill() {
+        m_size = std::max(m_size, m_open.size());  // tags that come again are never the larger part
+        std::size_t const needed = m_open.size() + m_size + MARK.size();
+        if (m_room.TextSize() < needed) {
+            m_room = {};
+            m_room = FILE_ROOM::WithDocument(needed);
+        }
+        m_open.copy(m_room.Text(), m_open.size());
+        auto const length = m_source.Read(m_begin, Text(), m_size);
+        if (!length) return false;
+        m_length = *length;
+        m_isLast = m_length < m_size;
+        m_hasNul = HasNul({Text(), m_length});
+        return true;
+    }
+
+    void Enlarge() { m_size = std::max(2 * m_size, m_source.Size() - std::min(m_source.Size(), m_begin) + 1); }
+
+    FILE_SOURCE& m_source;
+    FILE_ROOM m_room;
+    std::string m_open;       // the start tags that it begins with
+    std::size_t m_begin = 0;  // of its text in the whole text
+    std::size_t m_size;       // the most text it has
+    std::size_t m_length = 0;
+    bool m_isLast = false;
+    bool m_hasNul = false;
+};
+
+// False if the source fails.
+bool ReadAll(FILE_SOURCE& source, std::string& text) {
+    // One byte more than expected, so that the end is met.
+    for (std::size_t size = source.Size() + 1;; size *= 2) {
+        text.resize(size);
+        auto const length = source.Read(0, text.data(), size);
+        if (!length) return false;
+        if (*length == size) continue;
+        text.resize(*length);
+        return true;
+    }
 }
 
 }  // namespace
@@ -119,13 +225,32 @@ void xml_outline::Store(PARAM_TYPE type, char const* text) {
     m_set(m_context, m_key.data(), type, bytes.data, APPEND_INDEX);
 }
 
-READING ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context) {
-    return Read(room, size, set, context, [] {});
+READING ReadTicket(FILE_SOURCE& source, xml_outline::SET set, void* context, std::size_t size) {
+    xml_outline outline(set, context, LongestKeys(source.Size()));
+    PIECE piece(source, size);
+    while (piece.Load()) {
+        if (piece.IsEmpty()) return READING::DONE;
+        DOCUMENT_MEMORY const memory(piece.Room());
+        pug::xml_document document;
+        bool const isLast = piece.IsLast();
+        bool const parses = piece.Parse(document);
+        if (parses && !document.traverse(outline)) return READING::OUT_OF_PROPORTION;
+        if (isLast) return !parses ? READING::NO_DOCUMENT : piece.HoldsNul() ? READING::CUT_SHORT : READING::DONE;
+    }
+    return READING::UNREADABLE;
 }
 
-READING ReadTicketOfAnyNames(std::string_view text, xml_outline::SET set, void* context) {
-    FILE_ROOM const room = FILE_ROOM::WithDocument(text.size());
-    std::copy(text.begin(), text.end(), room.Text());
-    TICKET_NAMES::Replace(text, room.Text());
-    return Read(room, text.size(), set, context, [&] { TICKET_NAMES::Restore(text, room.Text()); });
+READING ReadTicketOfAnyNames(FILE_SOURCE& source, xml_outline::SET set, void* context) {
+    std::string text;
+    if (!ReadAll(source, text)) return READING::UNREADABLE;
+    FILE_ROOM const copy = FILE_ROOM::WithDocument(text.size());
+    text.copy(copy.Text(), text.size());
+    TICKET_NAMES::Replace(text, copy.Text());
+    DOCUMENT_MEMORY const memory(copy);
+    pug::xml_document document;
+    if (!ParseInPlace(document, copy.Text(), text.size())) return READING::NO_DOCUMENT;
+    TICKET_NAMES::Restore(text, copy.Text());
+    xml_outline outline(set, context, LongestKeys(text.size()));
+    if (!document.traverse(outline)) return READING::OUT_OF_PROPORTION;
+    return HasNul(text) ? READING::CUT_SHORT : READING::DONE;
 }

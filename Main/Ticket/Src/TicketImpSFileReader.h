@@ -19,6 +19,7 @@ class xml_outline : public pug::xml_tree_walker {
     using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
 
     // `maximum`: the walk ends once the keys of all leaves together are longer than this.
+    // More than one document can be walked, one after the other.
     xml_outline(SET set, void* context, std::size_t maximum)
         : m_set(set), m_context(context), m_left(maximum), m_key(1), m_parents(1) {}
 
@@ -41,13 +42,18 @@ class xml_outline : public pug::xml_tree_walker {
 
 enum class READING {
     DONE,
-    NO_DOCUMENT,       // what is no XML; nothing was set
-    OUT_OF_PROPORTION  // deep nesting would make keys longer than 256 MiB and 16 times the text: to be dropped again
+    CUT_SHORT,          // likewise, but the document ends before a NUL, and what follows was not looked at
+    NO_DOCUMENT,        // what is no XML; what was set is to be dropped again
+    OUT_OF_PROPORTION,  // deep nesting would make keys longer than 256 MiB and 16 times the text; likewise
+    UNREADABLE          // the source failed; likewise
 };
 
-// Parses the text of a ticket file, the first `size` bytes of the room, and walks it with an xml_outline. The text is
-// used as working space: its content is lost. Throws std::bad_alloc; exceptions of the set function pass through.
-READING ReadTicket(FILE_ROOM const& room, std::size_t size, xml_outline::SET set, void* context);
+// What is parsed at a time. So much text and its document fit into a processor's second-level cache.
+constexpr std::size_t FILE_PIECE = std::size_t{128} << 10;
 
-// The same for a text that was no document: takes it for one with element names that are none in XML. Leaves the text.
-READING ReadTicketOfAnyNames(std::string_view text, xml_outline::SET set, void* context);
+// Parses the text of a ticket file, piece by piece, and walks each with an xml_outline: calls the set function as if
+// the text had been parsed as a whole. Throws std::bad_alloc; exceptions of the set function pass through.
+READING ReadTicket(FILE_SOURCE& source, xml_outline::SET set, void* context, std::size_t piece = FILE_PIECE);
+
+// The same for a text that was no document: takes it for one with element names that are none in XML.
+READING ReadTicketOfAnyNames(FILE_SOURCE& source, xml_outline::SET set, void* context);

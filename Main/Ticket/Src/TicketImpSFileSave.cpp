@@ -1,4 +1,4 @@
-// The file system calls beneath a file ticket: reading a file whole, replacing it so that no one ever finds half of it,
+// The file system calls beneath a file ticket: reading a file, replacing it so that no one ever finds half of it,
 // and deleting it. It knows bytes and names only; what the bytes mean is the reader's and the writer's business.
 #include "TicketImpSFileSave.h"
 
@@ -38,27 +38,6 @@ class UNCANCELLED {
     int m_before = PTHREAD_CANCEL_ENABLE;
 };
 
-class DESCRIPTOR {
- public:
-    DESCRIPTOR() = default;
-    explicit DESCRIPTOR(int number) : m_number(number) {}
-    DESCRIPTOR(DESCRIPTOR&& source) noexcept : m_number(std::exchange(source.m_number, -1)) {}
-    DESCRIPTOR& operator=(DESCRIPTOR&& source) noexcept {
-        std::swap(m_number, source.m_number);
-        return *this;
-    }
-    ~DESCRIPTOR() {
-        if (m_number >= 0) close(m_number);
-    }
-
-    explicit operator bool() const { return m_number >= 0; }
-    int Number() const { return m_number; }
-    bool Close() { return close(std::exchange(m_number, -1)) == 0; }
-
- private:
-    int m_number = -1;
-};
-
 // Repeats a system call that a signal interrupted.
 template <typename CALL>
 auto Retried(CALL const& call) {
@@ -84,21 +63,6 @@ bool WriteAll(int file, std::string_view bytes) {
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     return true;
-}
-
-// Reads into the room, which has the size that is expected and a byte more, and a larger one if the file has grown.
-bool ReadAll(int file, CONTENT& content) {
-    for (;;) {
-        if (content.size == content.room.TextSize()) {
-            FILE_ROOM larger = FILE_ROOM::WithDocument(2 * content.size);
-            std::memcpy(larger.Text(), content.room.Text(), content.size);
-            content.room = std::move(larger);
-        }
-        char* const end = content.room.Text() + content.size;
-        ssize_t const count = Retried([&] { return read(file, end, content.room.TextSize() - content.size); });
-        if (count <= 0) return count == 0;
-        content.size += static_cast<std::size_t>(count);
-    }
 }
 
 // So that a rename or deletion outlives a crash. Where directories cannot be flushed there is nothing more to do.
@@ -254,20 +218,32 @@ KEPT MoveAside(std::string const& fileName) {
 
 }  // namespace
 
-CONTENT Read(std::string const& fileName) {
+bool DESCRIPTOR::Close() {
+    int const number = std::exchange(m_number, -1);
+    return number < 0 || close(number) == 0;
+}
+
+CONTENT::CONTENT(std::string const& fileName) {
     UNCANCELLED const uncancelled;
-    CONTENT content;
-    DESCRIPTOR const file = Open(fileName, O_RDONLY | O_NONBLOCK);
-    if (!file) {
-        content.state = errno == ENOENT || errno == ENOTDIR ? CONTENT::MISSING : CONTENT::UNREADABLE;
-        return content;
-    }
+    m_file = Open(fileName, O_RDONLY | O_NONBLOCK);
+    bool const isMissing = !m_file && (errno == ENOENT || errno == ENOTDIR);
     struct stat found;
-    bool const regular = fstat(file.Number(), &found) == 0 && S_ISREG(found.st_mode);
-    // One byte more than expected, so that the end is met without growing.
-    if (regular) content.room = FILE_ROOM::WithDocument(static_cast<std::size_t>(found.st_size) + 1);
-    content.state = regular && ReadAll(file.Number(), content) ? CONTENT::READ : CONTENT::UNREADABLE;
-    return content;
+    bool const isRegular = m_file && fstat(m_file.Number(), &found) == 0 && S_ISREG(found.st_mode);
+    if (isRegular) m_size = static_cast<std::size_t>(found.st_size);
+    m_state = isRegular ? OPEN : isMissing ? MISSING : UNREADABLE;
+}
+
+std::optional<std::size_t> CONTENT::Read(std::size_t begin, char* bytes, std::size_t size) {
+    UNCANCELLED const uncancelled;
+    std::size_t done = 0;
+    while (done < size) {
+        auto const place = static_cast<off_t>(begin + done);
+        ssize_t const count = Retried([&] { return pread(m_file.Number(), bytes + done, size - done, place); });
+        if (count < 0) return std::nullopt;
+        if (count == 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
 }
 
 REPLACEMENT::REPLACEMENT(std::string fileName) : m_fileName(std::move(fileName)) {}
