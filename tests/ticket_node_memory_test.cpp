@@ -98,3 +98,25 @@ TEST(ShortOfMemoryBatch, ResultsTellWhichRecordsWereStored) {
 }
 
 }  // namespace
+
+TEST(TicketNodeMemory, ATextThatIsStoredAgainStaysWhereItIs) {
+    clTICKETNODE node;
+    for (int const index : {static_cast<int>(SCALAR_INDEX), 0}) {
+        auto const read = [&] {
+            char const* text = nullptr;
+            EXPECT_TRUE(node.GetParameter("key", PARAM_STRING, &text, index));
+            return text;
+        };
+        ASSERT_TRUE(SetText(node, "key", index));
+        char const* const first = read();
+        ASSERT_TRUE(SetText(node, "key", index));
+        EXPECT_EQ(read(), first);
+        ASSERT_TRUE(node.SetParameter("key", PARAM_STRING, "another", index));
+        EXPECT_STREQ(read(), "another");
+        BIN_STRING const bytes{"another", 7};
+        ASSERT_TRUE(node.SetParameter("key", PARAM_BINSTR, &bytes, index));
+        unsigned int type = 0;
+        ASSERT_TRUE(node.GetParameter("key", PARAM_NONE, &type, index));
+        EXPECT_EQ(type, PARAM_BINSTR) << "bytes are no text, even if they are the same";
+    }
+}

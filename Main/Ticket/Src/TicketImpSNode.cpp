@@ -38,6 +38,11 @@ ENTRY::VECTOR& MakeVector(ENTRY& entry) {
     return entry.Elements();
 }
 
+// A text that is stored again stays where it is: file tickets keep it, and to read it then costs no second block.
+void Replace(ENTRY& entry, ENTRY& value) {
+    if (!entry.HasTextOf(value)) ENTRY::_swap(entry, value);
+}
+
 bool ReportType(ENTRY const* entry, int& type) {
     PARAM_TYPE found = PARAM_NONE;
     bool const known = entry && entry->TypeOf(found);
@@ -146,7 +151,7 @@ bool clTICKETNODE::Put(std::string_view key, clENTRY*& place, clENTRY&& value, i
     }
     ++m_changes;
     if (index == SCALAR_INDEX || (index == APPEND_INDEX && place->Tag() == ENTRY_EMPTY)) {
-        clENTRY::_swap(*place, value);
+        Replace(*place, value);
         return true;
     }
     clENTRY::VECTOR& elements = MakeVector(*place);
@@ -156,7 +161,7 @@ bool clTICKETNODE::Put(std::string_view key, clENTRY*& place, clENTRY&& value, i
     if (position == elements.size()) {
         elements.push_back(std::move(value));
     } else {
-        clENTRY::_swap(elements[position], value);
+        Replace(elements[position], value);
     }
     return true;
 }

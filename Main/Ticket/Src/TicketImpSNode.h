@@ -79,6 +79,10 @@ class clTICKETNODE {
             m_isKept = stable == m_payload.text->Characters();
             return stable;
         }
+        // Whether both are the same ENTRY_STRING.
+        bool HasTextOf(clENTRY const& other) const noexcept {
+            return m_tag == ENTRY_STRING && other.m_tag == ENTRY_STRING && Text() == other.Text();
+        }
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
