@@ -71,8 +71,9 @@ TEST(TicketPieces, ThatEndWithinSomethingAreNotTakenForTheirOwn) {
 
 TEST(TicketPieces, FindWhatIsBrokenWhereverItStands) {
     std::string const element = "<a type=\"int\">1</a>\n";
-    for (std::string const& broken : std::vector<std::string>{"</a>", "<b>", "<b></c>", "<!--", "<![CDATA[", "<?", "<1/>", "<b c=1/>", "\0"s,
-                                     "<", "</ticket>", "</ticket><ticket>", "<!DOCTYPE x>", "<?xml version=\"1.0\"?>"})
+    for (std::string const& broken :
+         std::vector<std::string>{"</a>", "<b>", "<b></c>", "<!--", "<![CDATA[", "<?", "<1/>", "<b c=1/>", "\0"s, "<",
+                                  "</ticket>", "</ticket><ticket>", "<!DOCTYPE x>", "<?xml version=\"1.0\"?>"})
         for (std::string const& text :
              {TicketText::Framed(element + broken + element), TicketText::Framed(element) + broken, broken + element})
             PiecesRead(text);

@@ -37,6 +37,7 @@ std::map<std::string, std::vector<int>> const ERRORS = {
     {"lstat", {EACCES, ENOMEM, EIO, ESTALE}},
     {"fstat", {EIO, ENOMEM, ESTALE}},
     {"read", {EINTR, EIO, ENOMEM, EISDIR, ESTALE}},
+    {"pread", {EINTR, EIO, ENOMEM, EISDIR, ESTALE}},
     {"write", {EINTR, ENOSPC, EDQUOT, EFBIG, EIO, EPERM, ENOMEM, ESTALE}},
     {"fsync", {EINTR, EIO, ENOSPC, EDQUOT, EROFS, EINVAL}},
     {"close", {EINTR, EIO, ENOSPC, EDQUOT}},
@@ -287,17 +288,17 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
                            });
     std::set<long> const replaced = {
 #ifdef SYS_open
-        SYS_open,       SYS_stat,      SYS_lstat,
-        SYS_rename,     SYS_link,      SYS_unlink,
+        SYS_open,     SYS_stat,       SYS_lstat,
+        SYS_rename,   SYS_link,       SYS_unlink,
 #endif
-        SYS_openat,     SYS_lseek,     SYS_sync_file_range,
-        SYS_read,       SYS_write,     SYS_fstat,
-        SYS_newfstatat, SYS_fsync,     SYS_close,
-        SYS_fchmod,     SYS_ftruncate, SYS_flock,
-        SYS_fcntl,      SYS_linkat,    SYS_unlinkat,
-        SYS_renameat2,  SYS_getrandom,  // by mkostemp
-        SYS_mmap,       SYS_munmap,    SYS_brk,
-        SYS_madvise,    SYS_mprotect,  // memory
+        SYS_openat,   SYS_lseek,      SYS_sync_file_range,
+        SYS_read,     SYS_write,      SYS_fstat,
+        SYS_pread64,  SYS_newfstatat, SYS_fsync,
+        SYS_close,    SYS_fchmod,     SYS_ftruncate,
+        SYS_flock,    SYS_fcntl,      SYS_linkat,
+        SYS_unlinkat, SYS_renameat2,  SYS_getrandom,  // by mkostemp
+        SYS_mmap,     SYS_munmap,     SYS_brk,
+        SYS_madvise,  SYS_mprotect,  // memory
     };
     std::set<long> others;
     int calls = 0;

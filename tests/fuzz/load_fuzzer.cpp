@@ -8,6 +8,7 @@
 #include <string>
 
 #include "../support/Files.h"
+#include "../support/TicketText.h"
 #include "../support/Tickets.h"
 #include "ConfigurationControl/StringConversion.h"
 #include "FuzzFile.h"
@@ -99,6 +100,17 @@ void CheckFirst(std::string const& file, std::string const& content, VALUES cons
     MUST_HOLD(isRead || values.empty());
 }
 
+// Large files are read in pieces; here each is as long as a part of the text.
+void CheckPieces(std::string const& content) {
+    TEXT_SOURCE source(content);
+    TicketText const whole = TicketText::Read(source, content.size() + 1);
+    for (std::size_t const part : {2, 5, 17}) {
+        TicketText const pieces = TicketText::Read(source, content.size() / part + 1);
+        MUST_HOLD(pieces.reading == whole.reading);
+        MUST_HOLD(pieces.values == whole.values || !whole.Parsed());
+    }
+}
+
 void CheckConversion(std::string const& file, std::string const& content, CYCLE const& plain) {
     files::Write(file, content);
     MIRRORED conversion;
@@ -143,6 +155,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::string const content(reinterpret_cast<char const*>(data), size);
     files::Write(file, content);
 
+    CheckPieces(content);
     CYCLE const first = LoadAndSave(file);
     CheckFirst(file, content, first.values);
     MustBeSame(first.saved, FileOf(first.values), "first saved file");

@@ -94,6 +94,8 @@ FAILING_SYSTEM_CALL(int, link, (char const* from, char const* to), (from, to))
 FAILING_SYSTEM_CALL(int, unlink, (char const* name), (name))
 FAILING_SYSTEM_CALL(int, mkostemp, (char* name, int flags), (name, flags))
 FAILING_SYSTEM_CALL(ssize_t, read, (int file, void* bytes, size_t size), (file, bytes, system_calls::Portion(size)))
+FAILING_SYSTEM_CALL(ssize_t, pread, (int file, void* bytes, size_t size, off_t place),
+                    (file, bytes, system_calls::Portion(size), place))
 FAILING_SYSTEM_CALL(ssize_t, write, (int file, void const* bytes, size_t size),
                     (file, bytes, system_calls::Portion(size)))
 

@@ -61,6 +61,7 @@ class FILE_EVENTS {
                                    SYS_rt_sigaction,
                                    SYS_sched_yield,
                                    SYS_read,
+                                   SYS_pread64,
                                    SYS_readlink,
                                    SYS_readlinkat,
                                    SYS_getpid,

@@ -14,6 +14,7 @@ namespace {
 
 // A leaf's line of about 45 bytes makes nodes of 168 bytes. Where that is too much, the rest is never touched.
 constexpr std::size_t DOCUMENT_PER_TEXT = 4;
+constexpr std::size_t DOCUMENT_PAGE = std::size_t{33} << 10;  // the XML library takes no less at a time
 constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
 constexpr std::size_t FIRST_TEXT = 8192;
 constexpr std::size_t INDENTATION_PER_TEXT = 16;
@@ -28,15 +29,14 @@ constexpr std::size_t RoundedUp(std::size_t size, std::size_t unit) {
 
 }  // namespace
 
-FILE_ROOM FILE_ROOM::WithDocument(std::size_t size) {
-    return {size, size < LARGEST_TEXT ? DOCUMENT_PER_TEXT * size : 0};
-}
-
-FILE_ROOM::FILE_ROOM(std::size_t size, std::size_t rest) : m_textSize(size) {
-    if (size + rest >= SYSTEM_MEMORY::HUGE_PAGE) m_bytes = SYSTEM_MEMORY::Map(size + rest);
-    if (m_bytes) m_restSize = rest;
-    // Also when there is no room for both: the document then lies with the allocator.
-    if (!m_bytes) m_bytes = SYSTEM_MEMORY::Allocate(size);
+FILE_ROOM::FILE_ROOM(std::size_t size) : m_textSize(size) {
+    bool const isOfUse = size >= DOCUMENT_PAGE / DOCUMENT_PER_TEXT && size < LARGEST_TEXT;
+    if (isOfUse) m_restSize = DOCUMENT_PER_TEXT * size;
+    std::size_t const both = size + m_restSize;
+    m_bytes = both < SYSTEM_MEMORY::HUGE_PAGE ? SYSTEM_MEMORY::Allocate(both) : SYSTEM_MEMORY::Map(both);
+    if (m_bytes) return;
+    m_restSize = 0;  // the document then lies with the allocator
+    m_bytes = SYSTEM_MEMORY::Allocate(size);
     if (!m_bytes) throw std::bad_alloc();
 }
 

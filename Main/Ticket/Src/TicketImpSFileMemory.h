@@ -1,9 +1,9 @@
-// Memory for loading and saving a file: room for its text, and for the document that is made of it or that it is made
-// of.
+// Memory for loading and saving a file: room for the text that is being read, and for the document that is made of it,
+// and the text that is being made.
 //
-// Both are large beside the ticket that comes of them and live for a moment. To take them from the system page by page,
-// each at its first touch, would cost more than to parse the text; so a large file gets one room for both, in huge
-// pages.
+// A document is large beside the ticket that comes of it and lives for a moment. To take it from the system page by
+// page, each at its first touch, would cost more than to parse the text; so text and document get one room, which
+// serves one piece of the file after the other.
 #pragma once
 
 #include <cstddef>
@@ -17,10 +17,8 @@ class FILE_ROOM {
  public:
     // For nothing.
     FILE_ROOM() = default;
-    // For a text of `size` bytes. Throws std::bad_alloc.
-    explicit FILE_ROOM(std::size_t size) : FILE_ROOM(size, 0) {}
-    // Also for the document that will be made of it, if that is large.
-    static FILE_ROOM WithDocument(std::size_t size);
+    // For a text of `size` bytes and the document that will be made of it, unless that is small. Throws std::bad_alloc.
+    explicit FILE_ROOM(std::size_t size);
 
     // The text's place; not set.
     char* Text() const { return m_bytes.get(); }
@@ -30,8 +28,6 @@ class FILE_ROOM {
     std::size_t RestSize() const { return m_restSize; }
 
  private:
-    FILE_ROOM(std::size_t size, std::size_t rest);
-
     SYSTEM_MEMORY::BYTES m_bytes = SYSTEM_MEMORY::Nothing();
     std::size_t m_textSize = 0;
     std::size_t m_restSize = 0;

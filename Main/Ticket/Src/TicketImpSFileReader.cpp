@@ -119,7 +119,7 @@ class PIECE {
         std::size_t const needed = m_open.size() + m_size + MARK.size();
         if (m_room.TextSize() < needed) {
             m_room = {};
-            m_room = FILE_ROOM::WithDocument(needed);
+            m_room = FILE_ROOM(needed);
         }
         m_open.copy(m_room.Text(), m_open.size());
         auto const length = m_source.Read(m_begin, Text(), m_size);
@@ -243,7 +243,7 @@ READING ReadTicket(FILE_SOURCE& source, xml_outline::SET set, void* context, std
 READING ReadTicketOfAnyNames(FILE_SOURCE& source, xml_outline::SET set, void* context) {
     std::string text;
     if (!ReadAll(source, text)) return READING::UNREADABLE;
-    FILE_ROOM const copy = FILE_ROOM::WithDocument(text.size());
+    FILE_ROOM const copy(text.size());
     text.copy(copy.Text(), text.size());
     TICKET_NAMES::Replace(text, copy.Text());
     DOCUMENT_MEMORY const memory(copy);

@@ -18,16 +18,21 @@ class xml_outline : public pug::xml_tree_walker {
  public:
     using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
 
-    // `maximum`: the walk ends once the keys of all leaves together are longer than this.
-    // More than one document can be walked, one after the other.
+    // For the walks of several documents, one after the other. `maximum`: a walk ends once the keys of all leaves
+    // together are longer than this.
     xml_outline(SET set, void* context, std::size_t maximum)
-        : m_set(set), m_context(context), m_left(maximum), m_key(1), m_parents(1) {}
+        : m_set(set), m_context(context), m_left(maximum), m_key(USUAL_KEY), m_parents(1) {
+        m_parents.reserve(USUAL_DEPTH);
+    }
 
     bool begin(pug::xml_node& root) override;
     bool for_each(pug::xml_node& node) override;
     bool end(pug::xml_node& root) override;
 
  private:
+    static constexpr std::size_t USUAL_KEY = 128;
+    static constexpr std::size_t USUAL_DEPTH = 8;
+
     std::size_t AppendName(std::size_t path, char const* name);
     void Store(PARAM_TYPE type, char const* text);
 
@@ -48,8 +53,8 @@ enum class READING {
     UNREADABLE          // the source failed; likewise
 };
 
-// What is parsed at a time. So much text and its document fit into a processor's second-level cache.
-constexpr std::size_t FILE_PIECE = std::size_t{128} << 10;
+// What is parsed at a time. So much text and its document fit into the processor's second-level cache.
+constexpr std::size_t FILE_PIECE = std::size_t{64} << 10;
 
 // Parses the text of a ticket file, piece by piece, and walks each with an xml_outline: calls the set function as if
 // the text had been parsed as a whole. Throws std::bad_alloc; exceptions of the set function pass through.

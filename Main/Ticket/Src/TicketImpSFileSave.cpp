@@ -21,6 +21,7 @@ namespace TICKETFILE {
 namespace {
 
 constexpr mode_t PERMISSION_BITS = 0777;
+constexpr mode_t ALL_MODE_BITS = 07777;
 constexpr mode_t OWNER_ONLY = 0600;
 constexpr auto LONGEST_WAIT = std::chrono::seconds(2);
 constexpr auto POLL_INTERVAL = std::chrono::milliseconds(5);
@@ -105,6 +106,12 @@ TEMPORARY OpenPrivate(std::string name, mode_t mode) {
     return {std::move(name), std::move(file), {}};
 }
 
+// Gives the file, which `found` describes, this mode and no content. A new one mostly has both.
+bool MakeNew(int file, struct stat const& found, mode_t mode) {
+    bool const hasMode = (found.st_mode & ALL_MODE_BITS) == mode || fchmod(file, mode) == 0;
+    return hasMode && (found.st_size == 0 || ftruncate(file, 0) == 0);
+}
+
 // The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
 // is opened anew for every attempt. When the wait is over, or when the file cannot be locked or is not ours alone, the
 // save goes to a file of its own: to write into the same one would mix two saves.
@@ -122,9 +129,8 @@ TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
             if (named == NAMED::UNKNOWN) break;
             if (named == NAMED::YES) {
                 DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-                bool const usable = lock && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
-                                    fchmod(file.Number(), mode) == 0 && ftruncate(file.Number(), 0) == 0;
-                if (!usable) break;
+                bool const isOurs = lock && S_ISREG(found.st_mode) && found.st_nlink == 1;
+                if (!isOurs || !MakeNew(file.Number(), found, mode)) break;
                 return {name, std::move(file), std::move(lock)};
             }
         }
@@ -237,8 +243,10 @@ std::optional<std::size_t> CONTENT::Read(std::size_t begin, char* bytes, std::si
     UNCANCELLED const uncancelled;
     std::size_t done = 0;
     while (done < size) {
-        auto const place = static_cast<off_t>(begin + done);
-        ssize_t const count = Retried([&] { return pread(m_file.Number(), bytes + done, size - done, place); });
+        std::size_t const place = begin + done;
+        if (place == m_size && m_size > 0) break;  // the end, unless the system did not know better
+        ssize_t const count =
+            Retried([&] { return pread(m_file.Number(), bytes + done, size - done, static_cast<off_t>(place)); });
         if (count < 0) return std::nullopt;
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
