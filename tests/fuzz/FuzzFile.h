@@ -60,7 +60,7 @@ inline bool IsSure(std::string const& component) {
     if (component.empty()) return true;
     bool const mayBeMarkup = component.front() == '!' || (component.front() == '?' && component.size() > 1);
     return !mayBeMarkup && component.back() != ' ' && std::none_of(component.begin(), component.end(), [](char byte) {
-        return (byte >= 0 && byte < ' ') || byte == '<' || byte == '>' || byte == '"' || byte == '=';
+        return static_cast<unsigned char>(byte) < ' ' || byte == '<' || byte == '>' || byte == '"' || byte == '=';
     });
 }
 
