@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "Program.h"
+#include "support/ClassicLocale.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ char const* const COMMANDS[] = {"list",     "get", "diff",   "export", "check",
 
 // What the last group of an expression matches, each time it is found.
 std::set<std::string> Found(std::string const& text, std::string const& pattern) {
+    CLASSIC_LOCALE const classic;  // in which "[a-z]" are those letters
     regex_t expression;
     if (regcomp(&expression, pattern.c_str(), REG_EXTENDED) != 0) throw std::invalid_argument(pattern);
     std::set<std::string> found;
