@@ -555,6 +555,17 @@ TEST_F(FileSave, FileThatWasRenamedAwayBeforeItCouldBeLockedIsNotWrittenTo) {
     EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");
 }
 
+TEST_F(FileSave, FileWhoseNameAnotherHasTakenBeforeItCouldBeLockedIsNotWrittenTo) {
+    Write(m_temporary, "his");
+    g_system.beforeLock = [&] {
+        std::filesystem::rename(m_temporary, m_scratch.Path("his"));
+        Write(m_temporary, "another's");
+    };
+    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
+    EXPECT_EQ(FileContent(m_file), "mine");
+    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");
+}
+
 TEST_F(FileSave, LockIsHeldUntilTheRename) {
     bool refused = false;
     g_system.beforeRename = [&] {
