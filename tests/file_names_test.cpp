@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <pugixml.hpp>
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "TicketImpSFileNames.h"
@@ -257,6 +259,23 @@ TEST(LineOfAnyName, KeepsBytesThatLookLikeReplacedOnes) {
                 ElementsAre("a\xA0"
                             "b 2 1",
                             "a b 2 2", "\xB1 2 3", "1 2 4"));
+}
+
+// The parser is the judge.
+TEST(LineOfAnyName, IsChangedOnlyWhereTheParserDoesNotKnowTheName) {
+    auto const parses = [](std::string const& text) {
+        return static_cast<bool>(pugi::xml_document().load_buffer(text.data(), text.size()));
+    };
+    for (int byte = '!'; byte < 256; ++byte) {
+        if (std::string_view("\"/<>\x7F").find(static_cast<char>(byte)) != std::string_view::npos) continue;
+        for (std::string const& name : {static_cast<char>(byte) + "x"s, "x"s + static_cast<char>(byte)}) {
+            std::string const text = "<" + name + ">\n</" + name + ">\n";
+            std::string copy = text;
+            TICKET_NAMES::Replace(text, copy.data());
+            EXPECT_EQ(copy == text, parses(text)) << text;
+            EXPECT_TRUE(parses(copy)) << text;
+        }
+    }
 }
 
 TEST(LineOfAnyName, TextThatIsEmptyOrCutIsUnreadable) {
