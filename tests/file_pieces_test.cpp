@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ConfigurationControl/StringConversion.h"
@@ -77,6 +79,30 @@ TEST(FilePieces, MakeTheTextThatIsMadeAtOnce) {
         EXPECT_EQ(ofStream.With(stream.Finish()), whole);
         EXPECT_GT(ofStream.Count(), 1);
     }
+}
+
+TEST(FilePieces, KeepWhatIsThereWhenMoreComesThanThereIsRoomFor) {
+    for (std::size_t const length : {1u, 2u, 8191u, 8192u, 8193u}) {
+        FILE_TEXT text;
+        std::string const first(length, 'x');
+        std::string const second(100000, 'y');
+        text.Put(first);
+        text.Put(second);
+        EXPECT_EQ(text.View(), first + second) << length;
+    }
+}
+
+TEST(FilePieces, HoldSixteenTimesAsMuchIndentationAsTextAndNoMore) {
+    struct NOWHERE final : FILE_SINK {
+        void Take(std::string_view) override {}
+    } nowhere;
+    FILE_TEXT text(&nowhere);
+    constexpr std::size_t MEBIBYTE = std::size_t{1} << 20;
+    constexpr int TEXTS = 33;  // so that 16 times as much is beyond what is never too much
+    for (int i = 0; i < TEXTS; ++i) text.Put(std::string(MEBIBYTE, 'x'));
+    // What is about to be added counts twice.
+    for (int i = 0; i < 16 * (TEXTS - 1); ++i) ASSERT_NO_THROW(text.Indent(MEBIBYTE));
+    EXPECT_THROW(text.Indent(MEBIBYTE), std::bad_alloc);
 }
 
 TEST_F(LargeSave, ComesBackWhole) {
