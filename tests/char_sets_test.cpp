@@ -244,6 +244,13 @@ TEST(DuplicateAndConvert, AllocatesAsAskedAndCopiesTheTerminator) {
     EXPECT_EQ(CharSets::DuplicateAndConvert(nullptr, CharSets::UTF8_TO_WIN, CharSets::ALLOC_MALLOC), nullptr);
 }
 
+TEST(DuplicateAndConvert, IsAskedByNumbersThatStay) {
+    EXPECT_EQ(CharSets::ALLOC_MALLOC, 0);
+    EXPECT_EQ(CharSets::ALLOC_NEW, 1);
+    EXPECT_EQ(CharSets::WIN_TO_UTF8, 0);
+    EXPECT_EQ(CharSets::UTF8_TO_WIN, 1);
+}
+
 TEST(Dbcs, ReplaceAllReplacesEveryEqualByte) {
     std::string text = "\\a\\\\b\\";
     CharSets::DBCS::ReplaceAll(text, '\\', '/');
