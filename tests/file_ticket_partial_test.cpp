@@ -48,6 +48,12 @@ TEST_F(PartialFileTicket, KeepsOnlyItsKeysUntilAnotherOneIsRead) {
     EXPECT_EQ(InMemory(m_ticket), 4u);
 }
 
+TEST_F(PartialFileTicket, IsWholeWhileNoKeysAreChosenWhateverTheFirstAccess) {
+    GETMULTIPAR nothing[] = {{nullptr, PARAM_INT, nullptr, 0, false}};
+    EXPECT_EQ(m_ticket->GetMultiParameter(m_ticket->pTicket, nothing), 1);
+    EXPECT_EQ(InMemory(m_ticket), 4u);
+}
+
 TEST_F(PartialFileTicket, WholeTreeStaysWholeUntilItIsDropped) {
     EXPECT_EQ(Count(m_ticket), 4u);
     EXPECT_EQ(SetPartialKeys(m_ticket, {"a/b"}), 1);
