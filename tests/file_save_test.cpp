@@ -51,6 +51,7 @@ struct SYSTEM {
     std::function<void()> beforeRename{};  // called once
     bool watching = false;
     std::vector<std::string> calls{};
+    std::string flushedDirectory{};
 
     void Note(std::string call) {
         if (watching && (calls.empty() || calls.back() != call)) calls.push_back(std::move(call));
@@ -125,6 +126,7 @@ ssize_t write(int file, void const* bytes, size_t size) {
 int fsync(int file) {
     static auto const next = Next<int (*)(int)>("fsync");
     bool const directory = IsDirectory(file);
+    if (directory) g_system.flushedDirectory = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file));
     g_system.Note(directory ? "flush directory" : "flush");
     if (Interrupt()) return Fail(EINTR);
     return g_system.flushError && !directory ? Fail(g_system.flushError) : next(file);
@@ -281,6 +283,21 @@ TEST_F(FileSave, BytesAreOnTheDiskBeforeTheRenameAndTheNameAfterIt) {
     g_system.watching = false;
     EXPECT_THAT(g_system.calls,
                 ElementsAre("lock", "write 640", "flush", "close", "rename", "flush directory", "close"));
+}
+
+TEST_F(FileSave, DirectoryThatIsFlushedIsTheOneThatHoldsTheName) {
+    auto const before = std::filesystem::current_path();
+    auto const elsewhere = std::filesystem::canonical(m_scratch.Path());
+    auto const below = elsewhere / "below";
+    std::filesystem::create_directory(below);
+    std::filesystem::current_path(elsewhere);
+    EXPECT_TRUE(Replace(below / "t.xml", "new", OLD::DISCARD));
+    EXPECT_EQ(g_system.flushedDirectory, below);
+    EXPECT_TRUE(Replace("t.xml", "new", OLD::DISCARD));
+    EXPECT_EQ(g_system.flushedDirectory, elsewhere);
+    EXPECT_TRUE(Delete("below/t.xml", OLD::DISCARD, nullptr));
+    EXPECT_EQ(g_system.flushedDirectory, below);
+    std::filesystem::current_path(before);
 }
 
 TEST_F(FileSave, NewFileIsItsOwnersAloneFromTheFirstByteOn) {
