@@ -31,6 +31,7 @@ struct SYSTEM {
     int linkError = 0;
     int copyError = 0;
     int renameError = 0;                   // of what is not the temporary file
+    int writesLeft = -1;                   // until the disk is full; -1: any number
     std::function<void()> beforeLink{};    // called once
     std::function<void()> beforeChange{};  // called before each change of a directory
 };
@@ -73,6 +74,13 @@ int rename(char const* from, char const* to) noexcept {
     static auto const next = Next<int (*)(char const*, char const*)>("rename");
     BeforeChange();
     return g_system.renameError && !IsTemporary(from) ? Fail(g_system.renameError) : next(from, to);
+}
+
+ssize_t write(int file, void const* bytes, size_t size) {
+    static auto const next = Next<ssize_t (*)(int, void const*, size_t)>("write");
+    if (g_system.writesLeft == 0) return Fail(ENOSPC);
+    if (g_system.writesLeft > 0) --g_system.writesLeft;
+    return next(file, bytes, size);
 }
 
 int unlink(char const* name) noexcept {
@@ -192,6 +200,15 @@ TEST_F(FileKeep, FileThatCanNeitherBeLinkedNorCopiedIsMoved) {
     g_system.copyError = EACCES;
     EXPECT_EQ(Save(), KEPT::YES);
     ExpectKept("old");
+}
+
+TEST_F(FileKeep, CopyThatTheDiskHasNoRoomForIsNotTakenForTheFile) {
+    std::string const content(100000, 'x');
+    Write(m_file, content);
+    g_system.linkError = EPERM;
+    g_system.beforeLink = [] { g_system.writesLeft = 1; };  // the new file is complete by then
+    EXPECT_EQ(Save(), KEPT::YES);
+    ExpectKept(content);
 }
 
 TEST_F(FileKeep, SymbolicLinkIsKeptAsWhatItIs) {
