@@ -104,7 +104,7 @@ void CheckFirst(std::string const& file, std::string const& content, VALUES cons
 void CheckPieces(std::string const& content) {
     TEXT_SOURCE source(content);
     TicketText const whole = TicketText::Read(source, content.size() + 1);
-    for (std::size_t const part : {2, 5, 17}) {
+    for (std::size_t const part : {2u, 5u, 17u}) {
         TicketText const pieces = TicketText::Read(source, content.size() / part + 1);
         MUST_HOLD(pieces.reading == whole.reading);
         MUST_HOLD(pieces.values == whole.values || !whole.Parsed());
