@@ -63,7 +63,7 @@ TEST(TicketPieces, ThatEndWithinSomethingAreNotTakenForTheirOwn) {
     std::string const element = "<a type=\"int\">1</a>\n";
     for (std::string const inside :
          {"<!-- <b> <c> -->", "<![CDATA[ <b> <c> ]]>", "<? <b> <c> ?>", "<d e='<b> <c>'></d>", "<d e=\"<_/> <c>\"/>",
-          "<_/>", "<!-- <_/> <b> -->", "<_><_/></_>"})
+          "<_/>", "<!-- <_/> <b> -->", "<_><_/></_>", "<?xml a='b'><a type='int'>1</a><b> <c>?></c> </b></xml>"})
         for (std::string const& text :
              {TicketText::Framed(element + inside + element), TicketText::Framed(inside + inside), inside})
             PiecesRead(text);

@@ -203,6 +203,14 @@ READING ReadingOf(std::string const& text) {
     return ReadTicket(source, ignore, nullptr);
 }
 
+// The parser takes it for one when "?>" follows anywhere.
+TEST(TicketReader, ADeclarationThatEndsLikeAStartTagHoldsElementsToo) {
+    for (std::string const& text : {"<?xml version=\"1.0\"><ticket><b>?></b><a type=\"int\">1</a></ticket></xml><x/>"s,
+                                    "<?xml type=\"int\"><b>?></b><a type=\"int\">1</a></xml><ticket/>"s,
+                                    "<ticket/><?xml a=\"\"><b c=\"?>\"/><a type=\"int\">1</a></xml>"s})
+        EXPECT_THAT(TicketText::Read(text).values, ElementsAre("xml/a 2 1")) << text;
+}
+
 TEST(TicketReader, AnEmptyTextHoldsNothing) {
     EXPECT_EQ(ReadingOf(""), READING::DONE);
     EXPECT_THAT(TicketText::Read("").values, IsEmpty());

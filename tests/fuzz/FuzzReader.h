@@ -22,10 +22,10 @@ class DOCUMENT_READER {
 
  private:
     void ReadNode(pugi::xml_node node, std::string const& path) {
-        if (node.type() != pugi::node_element) return;
         std::string const name = node.name();
         std::string const attribute = node.first_attribute().name();
-        if (attribute == "type" && node.first_child())
+        bool const isElement = node.type() == pugi::node_element;  // a declaration may have children as well
+        if (isElement && attribute == "type" && node.first_child())
             ReadValue(path + name, node.first_attribute().value(), Normalised(node.first_child().value()));
         std::string const below = name.empty() || name == "ticket" ? path : path + name + "/";
         for (pugi::xml_node const child : node.children()) ReadNode(child, below);

@@ -92,14 +92,16 @@ class PIECE {
         if (m_isLast) return parses;
         std::string open;
         pug::xml_node node = document.last_child();
-        for (; node && node.name() != mark; node = node.last_child()) open.append("<").append(node.name()).append(">");
-        if (node) {
+        for (; node.type() == pug::node_element && node.name() != mark; node = node.last_child())
+            open.append("<").append(node.name()).append(">");
+        bool const isBeginning = node.type() == pug::node_element;
+        if (isBeginning) {
             m_open = std::move(open);
             m_begin += m_length;
         } else {
             Enlarge();
         }
-        return static_cast<bool>(node);
+        return isBeginning;
     }
 
  private:
@@ -165,16 +167,16 @@ bool xml_outline::end(pug::xml_node& /*root*/) {
     return true;
 }
 
+// Mostly elements have children, but so has an XML declaration that ends like a start tag.
 bool xml_outline::for_each(pug::xml_node& node) {
-    if (node.type() != pug::node_element) return true;
+    pug::xml_node const child = node.first_child();
+    if (!child) return true;
     auto const level = static_cast<std::size_t>(depth());
     std::size_t const path = m_parents[level];
     std::size_t const end = AppendName(path, node.name());
-    pug::xml_node const child = node.first_child();
-    if (!child) return true;
 
     pug::xml_attribute const attribute = node.first_attribute();
-    if (Equals(attribute.name(), TICKET_FORMAT::TYPE_ATTRIBUTE)) {
+    if (node.type() == pug::node_element && Equals(attribute.name(), TICKET_FORMAT::TYPE_ATTRIBUTE)) {
         PARAM_TYPE const type = TypeOf(attribute.value());
         if (type != PARAM_NONE) {
             if (end > m_left) return false;

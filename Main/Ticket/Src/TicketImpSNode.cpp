@@ -40,7 +40,8 @@ ENTRY::VECTOR& MakeVector(ENTRY& entry) {
 
 // A text that is stored again stays where it is: file tickets keep it, and to read it then costs no second block.
 void Replace(ENTRY& entry, ENTRY& value) {
-    if (!entry.HasTextOf(value)) ENTRY::_swap(entry, value);
+    if (value.Tag() == clTICKETNODE::ENTRY_STRING && entry.HasTextOf(value)) return;
+    ENTRY::_swap(entry, value);
 }
 
 bool ReportType(ENTRY const* entry, int& type) {
@@ -103,6 +104,10 @@ clTICKETNODE::clENTRY& clTICKETNODE::clENTRY::operator=(clENTRY const& source) {
         _swap(*this, copy);
     }
     return *this;
+}
+
+[[gnu::noinline]] bool clTICKETNODE::clENTRY::HasTextOf(clENTRY const& other) const noexcept {
+    return m_tag == ENTRY_STRING && other.m_tag == ENTRY_STRING && Text() == other.Text();
 }
 
 bool clTICKETNODE::clENTRY::TypeOf(PARAM_TYPE& type) const noexcept {

@@ -80,9 +80,7 @@ class clTICKETNODE {
             return stable;
         }
         // Whether both are the same ENTRY_STRING.
-        bool HasTextOf(clENTRY const& other) const noexcept {
-            return m_tag == ENTRY_STRING && other.m_tag == ENTRY_STRING && Text() == other.Text();
-        }
+        bool HasTextOf(clENTRY const& other) const noexcept;
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
