@@ -1,6 +1,8 @@
 // Exhausted memory: each allocation of each set is made to fail in turn, and the node must be as it was before.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -119,4 +121,19 @@ TEST(TicketNodeMemory, ATextThatIsStoredAgainStaysWhereItIs) {
         ASSERT_TRUE(node.GetParameter("key", PARAM_NONE, &type, index));
         EXPECT_EQ(type, PARAM_BINSTR) << "bytes are no text, even if they are the same";
     }
+}
+
+TEST(TicketNodeMemory, OfEveryKindOfValueIsGivenBackWithTheNode) {
+    auto const fillAndDrop = [] {
+        clTICKETNODE node;
+        node.SetEntry("number", ENTRY(1.5));
+        node.SetEntry("pointer", ENTRY(static_cast<void*>(&node)));
+        node.Set("text", std::string(LONG_TEXT));
+        node.SetEntry("bytes", ENTRY(BIN_STRING{LONG_TEXT, sizeof LONG_TEXT}));
+        node.SetEntry("vector", ENTRY(ENTRY::VECTOR{ENTRY(1), ENTRY(std::string(LONG_TEXT))}));
+    };
+    fillAndDrop();  // what is made once stays
+    std::size_t const before = mallinfo2().uordblks;
+    for (int round = 0; round < 1000; ++round) fillAndDrop();
+    EXPECT_LE(mallinfo2().uordblks, before + 1000);
 }
