@@ -22,7 +22,6 @@ class PARAMETER_SLOTS {
         ID id;  // NONE: free
     };
 
-    bool Empty() const { return m_count == 0; }
     std::size_t Count() const { return m_count; }
 
     // The id with this hash for which `isKey` holds, or NONE.
