@@ -79,7 +79,7 @@ class PARAMETER_MAP {
             m_isAppending = false;
             return const_cast<VALUE&>(*found);
         }
-        m_slots.Reserve(m_waitingCount + 1);
+        Reserve(1);
         ID const id = m_arena.Make(key);
         try {
             auto const place = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
@@ -93,6 +93,9 @@ class PARAMETER_MAP {
         m_waiting[m_waitingCount++] = {hash, id};
         return m_arena[id];
     }
+
+    // Makes room in the table of keys for so many more. Throws std::bad_alloc and then has changed nothing.
+    void Reserve(std::size_t more) { m_slots.Reserve(m_waitingCount + more); }
 
     // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) noexcept {

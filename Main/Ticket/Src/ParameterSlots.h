@@ -32,7 +32,7 @@ class PARAMETER_SLOTS {
 
     // Makes room for so many more than there are. Throws std::bad_alloc and then has changed nothing.
     void Reserve(std::size_t more) {
-        while (m_count + more > m_limit) Grow();
+        if (m_count + more > m_limit) Grow(m_count + more);
     }
     // Needs a Reserve before it.
     void Insert(uint32_t hash, ID id) noexcept {
@@ -67,6 +67,9 @@ class PARAMETER_SLOTS {
 
  private:
     static constexpr unsigned FIRST_BITS = 4;
+    static constexpr unsigned HASH_BITS = 32;
+
+    static constexpr std::size_t LimitOf(std::size_t size) { return size / 16 * 13; }
 
     std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
     std::size_t Next(std::size_t at) const { return (at + 1) & m_mask; }
@@ -84,14 +87,16 @@ class PARAMETER_SLOTS {
         return m_slots[at];
     }
 
-    void Grow() {
+    void Grow(std::size_t count) {
         PARAMETER_SLOTS larger;
-        std::size_t const size = m_slots ? 2 * (m_mask + 1) : std::size_t{1} << FIRST_BITS;
+        unsigned bits = m_slots ? HASH_BITS + 1 - m_shift : FIRST_BITS;
+        while (LimitOf(std::size_t{1} << bits) < count) ++bits;
+        std::size_t const size = std::size_t{1} << bits;
         larger.m_memory = NewSlots(size);
         larger.m_slots = reinterpret_cast<SLOT*>(larger.m_memory.get());
         larger.m_mask = size - 1;
-        larger.m_shift = m_slots ? m_shift - 1 : 32 - FIRST_BITS;
-        larger.m_limit = size / 16 * 13;
+        larger.m_shift = HASH_BITS - bits;
+        larger.m_limit = LimitOf(size);
         for (std::size_t at = 0; m_slots && at <= m_mask; ++at)
             if (m_slots[at].id != NONE) larger.Insert(m_slots[at].hash, m_slots[at].id);
         *this = std::move(larger);

@@ -2,6 +2,7 @@
 // is known to the reader and the writer, how it is replaced to the save module.
 #include "TicketImpSFile.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -12,6 +13,12 @@
 #include "TicketImpSFileStream.h"
 #include "TicketImpSFileWriter.h"
 #include "UntypedValue.h"
+
+namespace {
+
+constexpr std::size_t USUAL_LINE = 48;  // bytes of the file for a parameter
+
+}  // namespace
 
 STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOAMI const& whoAmI) {
     return (new STICKET_FILE(fileName, whoAmI))->GetInterface();
@@ -166,6 +173,9 @@ bool STICKET_FILE::ReadFile() {
     using TICKETFILE::CONTENT;
     CONTENT file(m_fileName);
     if (file.State() != CONTENT::OPEN) return file.State() == CONTENT::MISSING;
+    // Of a large file not more than of a small one: it may hold few and long values.
+    std::size_t const parameters = std::min(file.Size(), FILE_PIECE) / USUAL_LINE;
+    if (!m_partial) m_content->parameters.Reserve(parameters);
     READING reading = ReadTicket(file, &LocalSetParameter, this);
     if (reading == READING::NO_DOCUMENT) {
         m_content->parameters.Clear();

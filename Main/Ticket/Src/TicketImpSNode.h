@@ -176,6 +176,8 @@ class clTICKETNODE {
     // Scalar values, each element of each vector counted, vectors themselves not.
     unsigned long Size() const;
     bool NonEmpty() const;  // whether Size is above 0; stops at the first value
+    // For so many more parameters that are expected. Throws std::bad_alloc.
+    void Reserve(std::size_t more) { m_map.Reserve(more); }
     void Clear();
     // As Clear, but hands the parameters out; what points at their values stays valid until the result is destroyed.
     clTICKETNODE Take();
