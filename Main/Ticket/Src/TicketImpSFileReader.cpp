@@ -98,26 +98,30 @@ class PIECE {
         if (isBeginning) {
             m_open = std::move(open);
             m_begin += m_length;
-        } else {
-            Enlarge();
         }
+        // Deep nesting would make the tags that come again the larger part of each piece.
+        if (!isBeginning || m_open.size() > MOST_OPEN) Enlarge();
         return isBeginning;
     }
 
  private:
     static constexpr std::string_view MARK = "<_/>\n";
+    static constexpr std::size_t MOST_OPEN = FILE_PIECE / 16;
 
     // Where the last start tag begins that the text does not begin with.
     static std::size_t LastStart(std::string_view text) {
-        std::size_t at = text.size() - 1;
-        while (at > 0 && (text[at - 1] != '<' || std::strchr("/!?", text[at]) != nullptr)) --at;
-        return at > 1 ? at - 1 : std::string_view::npos;
+        std::size_t at = text.size() - 1;  // the byte behind tells what begins
+        while (auto const* const found = static_cast<char const*>(memrchr(text.data(), '<', at))) {
+            at = static_cast<std::size_t>(found - text.data());
+            bool const isStart = std::string_view("/!?").find(found[1]) == std::string_view::npos;
+            if (isStart) return at > 0 ? at : std::string_view::npos;
+        }
+        return std::string_view::npos;
     }
 
     char* Text() const { return m_room.Text() + m_open.size(); }
 
     bool Fill() {
-        m_size = std::max(m_size, m_open.size());  // tags that come again are never the larger part
         std::size_t const needed = m_open.size() + m_size + MARK.size();
         if (m_room.TextSize() < needed) {
             m_room = {};
