@@ -1,0 +1,98 @@
+// Reading a ticket's file: its bytes from any place, and what may lie at its name instead.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "TicketImpSFileSave.h"
+#include "support/Files.h"
+#include "support/ScratchDirectory.h"
+#include "support/Unprivileged.h"
+
+namespace {
+
+using files::Write;
+using TICKETFILE::CONTENT;
+
+std::string TextOf(CONTENT& content) {
+    std::string text(2000000, '\0');
+    text.resize(content.Read(0, text.data(), text.size()).value());
+    return text;
+}
+
+class FileRead : public testing::Test {
+ protected:
+    SCRATCH_DIRECTORY m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+};
+
+}  // namespace
+
+TEST_F(FileRead, ReturnsAllBytes) {
+    for (size_t const size : {0u, 1u, 4095u, 4096u, 100000u, 1000000u}) {
+        std::string text(size, 'x');
+        if (size) text[size / 2] = '\0';
+        Write(m_file, text);
+        CONTENT content(m_file);
+        EXPECT_EQ(content.State(), CONTENT::OPEN);
+        EXPECT_EQ(content.Size(), size);
+        EXPECT_EQ(TextOf(content), text);
+    }
+}
+
+TEST_F(FileRead, ReturnsTheBytesOfAnyPlace) {
+    Write(m_file, "0123456789");
+    CONTENT content(m_file);
+    std::string text(4, '.');
+    EXPECT_EQ(content.Read(3, text.data(), 4), 4u);
+    EXPECT_EQ(text, "3456");
+    EXPECT_EQ(content.Read(8, text.data(), 4), 2u);
+    EXPECT_EQ(text, "8956");
+    EXPECT_EQ(content.Read(10, text.data(), 4), 0u);
+    EXPECT_EQ(content.Read(1000, text.data(), 4), 0u);
+}
+
+TEST_F(FileRead, GoesOnWithTheOldContentOfAFileThatIsReplaced) {
+    Write(m_file, "old text");
+    CONTENT content(m_file);
+    Write(m_scratch.Path("new"), "new text, longer");
+    std::filesystem::rename(m_scratch.Path("new"), m_file);
+    EXPECT_EQ(TextOf(content), "old text");
+}
+
+TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
+    CONTENT content("/proc/self/status");
+    EXPECT_EQ(content.State(), CONTENT::OPEN);
+    std::string const text = TextOf(content);
+    ASSERT_GT(text.size(), 500u);
+    EXPECT_EQ(text.back(), '\n');
+}
+
+TEST_F(FileRead, FollowsASymbolicLink) {
+    Write(m_scratch.Path("elsewhere"), "text");
+    std::filesystem::create_symlink(m_scratch.Path("elsewhere"), m_file);
+    CONTENT content(m_file);
+    EXPECT_EQ(TextOf(content), "text");
+}
+
+TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
+    Write(m_scratch.Path("plain"), "");
+    std::filesystem::create_symlink(m_scratch.Path("nowhere"), m_scratch.Path("dangling"));
+    std::filesystem::create_symlink(m_scratch.Path("loop"), m_scratch.Path("loop"));
+    std::filesystem::create_directory(m_scratch.Path("directory"));
+    ASSERT_EQ(mkfifo((m_scratch.Path("pipe")).c_str(), 0600), 0);
+    for (std::string const& name : {std::string(), m_scratch.Path("t.xml"), m_scratch.Path("missing/t.xml"),
+                                    m_scratch.Path("plain/t.xml"), m_scratch.Path("dangling")})
+        EXPECT_EQ(CONTENT(name).State(), CONTENT::MISSING) << name;
+    for (std::string const& name : {m_scratch.Path("loop"), m_scratch.Path("directory"), m_scratch.Path("pipe"),
+                                    std::string("/dev/zero"), m_scratch.Path(std::string(300, 'n'))})
+        EXPECT_EQ(CONTENT(name).State(), CONTENT::UNREADABLE) << name;
+}
+
+TEST_F(FileRead, FileWithoutPermissionIsUnreadable) {
+    Write(m_file, "secret");
+    std::filesystem::permissions(m_file, std::filesystem::perms(0000));
+    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
+    EXPECT_TRUE(Unprivileged([&] { return CONTENT(m_file).State() == CONTENT::UNREADABLE; }));
+}

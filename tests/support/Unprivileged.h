@@ -1,0 +1,19 @@
+// Work that permission bits bind, also where the tests run as root.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+// Runs `work` in a child process without privileges, whom permission bits bind; true if it returned true.
+inline bool Unprivileged(std::function<bool()> const& work) {
+    pid_t const child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(2);
+        _exit(work() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
