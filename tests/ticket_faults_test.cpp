@@ -4,12 +4,18 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <filesystem>
 #include <new>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "support/FailingAllocations.h"
+#include "support/FileTickets.h"
+#include "support/ScratchDirectory.h"
 #include "support/Tickets.h"
 
 namespace {
@@ -35,6 +41,7 @@ extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t co
 
 namespace {
 
+using namespace std::string_literals;
 using tickets::LINES;
 using tickets::OPEN_TICKET;
 using tickets::OWNER;
@@ -119,6 +126,45 @@ TEST(TicketWithoutMemory, MergesNothingUntilEverythingIsCollected) {
     auto const merge = [&] { return target->MergeTicket(target->pTicket, source, nullptr, false); };
     EXPECT_GT(StarveUntilSuccess(merge, [&] { EXPECT_EQ(tickets::GetInt(target, "old"), 1); }), 5);
     EXPECT_EQ(tickets::Count(target), 3u);
+}
+
+TEST(TicketWithoutMemory, EndsWithTheOldFileUntilTheNewOneCanBeWritten) {
+    SCRATCH_DIRECTORY const scratch;
+    std::string const file = scratch.Path("t.xml");
+    std::string const old = tickets::Document({"<a type=\"string\">old</a>"});
+    std::string const changed = tickets::Document({("<a type=\"string\">"s + LONG_TEXT + "</a>").c_str()});
+    files::Write(file, old);
+    int granted = 0;
+    for (; granted < 1000 && FileContent(file) == old; ++granted) {
+        STICKET_ACCESS const* ticket = STICKET::Create(file.c_str());
+        ASSERT_EQ(tickets::Set(ticket, "a", LONG_TEXT), 1);
+        allocations::With(granted, [&] { STICKET::Destroy(ticket); });
+        EXPECT_EQ(files::Names(scratch), std::set<std::string>{"t.xml"});
+    }
+    EXPECT_EQ(FileContent(file), changed);
+    EXPECT_GT(granted, 1);
+}
+
+TEST(TicketWithoutMemory, KeepsWhatCouldNotBeReadWhereverASaveFailed) {
+    SCRATCH_DIRECTORY const scratch;
+    std::string const file = scratch.Path("t.xml");
+    std::string const broken = "<ticket><a>";
+    std::set<std::string> const saved = {"t.xml", "t.xml.unreadable"};
+    bool done = false;
+    for (int granted = 0; granted < 1000 && !done; ++granted) {
+        std::filesystem::remove(file + ".unreadable");
+        files::Write(file, broken);
+        OWNER const ticket(file.c_str());
+        ASSERT_EQ(tickets::Set(ticket, "a", 1), 1);
+        auto const save = [&] { return tickets::Operate(ticket, STICKET_OP_SAVE); };
+        done = allocations::With(granted, save);
+        std::set<std::string> const names = files::Names(scratch);
+        EXPECT_TRUE(std::includes(saved.begin(), saved.end(), names.begin(), names.end())) << granted;
+        EXPECT_EQ(save(), 1);
+        EXPECT_EQ(FileContent(file), tickets::Document({"<a type=\"int\">1</a>"}));
+        EXPECT_EQ(FileContent(file + ".unreadable"), broken) << granted;
+    }
+    EXPECT_TRUE(done);
 }
 
 TEST(TicketWithoutMemory, FailsToFlushAsAlways) {

@@ -165,8 +165,8 @@ class SCAN {
 
 }  // namespace
 
-// With its highest bit set, any byte may stand anywhere in a name. Different bytes stay different, so that tags that do
-// not match still do not.
+// With its highest bit set, any byte may stand anywhere in a name. Different names stay different, so that tags that do
+// not match still do not; only a tag that has such bytes itself, as no UTF-8 has them, can pass for another's.
 void Replace(std::string_view text, char* copy) {
     SCAN(text).ForEach([&](std::string_view name) {
         char* const place = copy + (name.data() - text.data());

@@ -66,10 +66,14 @@ bool WriteAll(int file, std::string_view bytes) {
     return true;
 }
 
-// So that a rename or deletion outlives a crash. Where directories cannot be flushed there is nothing more to do.
-void FlushDirectoryOf(std::string const& fileName) {
+// Takes memory, so it is asked before the first rename: what has been renamed must not end in an exception.
+std::string DirectoryOf(std::string const& fileName) {
     std::size_t const slash = fileName.rfind('/');
-    std::string const directory = slash == std::string::npos ? "." : fileName.substr(0, slash + 1);
+    return slash == std::string::npos ? "." : fileName.substr(0, slash + 1);
+}
+
+// So that a rename or deletion outlives a crash. Where directories cannot be flushed there is nothing more to do.
+void Flush(std::string const& directory) {
     DESCRIPTOR const opened = Open(directory, O_RDONLY | O_DIRECTORY);
     if (opened) fsync(opened.Number());
 }
@@ -83,6 +87,7 @@ struct TEMPORARY {
     DESCRIPTOR lock;          // holds the lock until after the rename, when `file` has long been closed
     std::size_t waiting = 0;  // bytes that the disk has not been asked to write
     bool failed = false;
+    bool exists = false;  // under its name, which is to be removed
 };
 
 namespace {
@@ -115,12 +120,12 @@ bool MakeNew(int file, struct stat const& found, mode_t mode) {
 // The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
 // is opened anew for every attempt. When the wait is over, or when the file cannot be locked or is not ours alone, the
 // save goes to a file of its own: to write into the same one would mix two saves.
-TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
+TEMPORARY OpenTemporary(std::string name, mode_t mode) {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
         DESCRIPTOR file = Open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, OWNER_ONLY);
         if (!file && (errno == EMFILE || errno == ENFILE)) break;
-        if (!file) return {name, {}, {}};
+        if (!file) return {std::move(name), {}, {}};
         struct stat found;
         if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK) break;
@@ -131,12 +136,12 @@ TEMPORARY OpenTemporary(std::string const& name, mode_t mode) {
                 DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
                 bool const isOurs = lock && S_ISREG(found.st_mode) && found.st_nlink == 1;
                 if (!isOurs || !MakeNew(file.Number(), found, mode)) break;
-                return {name, std::move(file), std::move(lock)};
+                return {std::move(name), std::move(file), std::move(lock)};
             }
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     } while (std::chrono::steady_clock::now() < deadline);
-    return OpenPrivate(name, mode);
+    return OpenPrivate(std::move(name), mode);
 }
 
 // Lets the disk work while the next pieces are being made. Only a hint: the flush at the end counts.
@@ -198,7 +203,7 @@ bool KeepByCopy(std::string const& fileName, std::string const& kept) {
 // Keeps a file that is about to be replaced, and leaves it where it is. Only somebody else's file, which may be neither
 // linked nor read, is moved away first: to be without a file for a moment is better than to lose it. A directory is
 // never replaced.
-KEPT Keep(std::string const& fileName) {
+KEPT Keep(std::string const& fileName, std::string const& directory) {
     std::string const kept = KeptName(fileName);
     struct stat old;
     struct stat earlier;
@@ -209,7 +214,7 @@ KEPT Keep(std::string const& fileName) {
     bool const done = isKept || KeepByLink(fileName, kept) || KeepByCopy(fileName, kept) ||
                       (isKnown && rename(fileName.c_str(), kept.c_str()) == 0);
     if (!done) return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
-    FlushDirectoryOf(fileName);
+    Flush(directory);
     return KEPT::YES;
 }
 
@@ -258,12 +263,13 @@ REPLACEMENT::REPLACEMENT(std::string fileName) : m_fileName(std::move(fileName))
 
 REPLACEMENT::~REPLACEMENT() {
     UNCANCELLED const uncancelled;
-    if (m_temporary && m_temporary->file) unlink(m_temporary->name.c_str());
+    if (m_temporary && m_temporary->exists) unlink(m_temporary->name.c_str());
 }
 
 void REPLACEMENT::Open() {
     m_temporary = std::make_unique<TEMPORARY>();
     *m_temporary = OpenTemporary(m_fileName + ".tmp", ModeFor(m_fileName));
+    m_temporary->exists = static_cast<bool>(m_temporary->file);
 }
 
 void REPLACEMENT::Take(std::string_view piece) {
@@ -285,31 +291,36 @@ void REPLACEMENT::Restart() {
 
 bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
     UNCANCELLED const uncancelled;
+    std::string const directory = DirectoryOf(m_fileName);
     if (!m_temporary) Open();
-    TEMPORARY temporary = std::move(*m_temporary);
-    m_temporary.reset();
+    TEMPORARY& temporary = *m_temporary;
     bool const complete = temporary.file && Finish(temporary.file, !temporary.failed);
     if (complete) {
-        KEPT const done = old == OLD::KEEP ? Keep(m_fileName) : KEPT::NOTHING;
+        KEPT const done = old == OLD::KEEP ? Keep(m_fileName, directory) : KEPT::NOTHING;
         if (kept != nullptr) *kept = done;
     } else {
         // The rename must find nothing, or what it finds would pass for a saved ticket.
         bool const removed = unlink(temporary.name.c_str()) == 0 || errno == ENOENT;
-        if (!removed) return false;
+        if (!removed) {
+            m_temporary.reset();
+            return false;
+        }
     }
     // SysLib::ForceRename, but for the result.
     bool const replaced = rename(temporary.name.c_str(), m_fileName.c_str()) == 0 && complete;
     if (complete && !replaced) unlink(temporary.name.c_str());
-    FlushDirectoryOf(m_fileName);
+    Flush(directory);
+    m_temporary.reset();
     return replaced;
 }
 
 bool Delete(std::string const& fileName, OLD old, KEPT* kept) {
     UNCANCELLED const uncancelled;
+    std::string const directory = DirectoryOf(fileName);
     KEPT const done = old == OLD::KEEP ? MoveAside(fileName) : KEPT::NOTHING;
     if (kept != nullptr) *kept = done;
     bool const gone = old == OLD::KEEP ? done != KEPT::NO : unlink(fileName.c_str()) == 0 || errno == ENOENT;
-    if (gone) FlushDirectoryOf(fileName);
+    if (gone) Flush(directory);
     return gone;
 }
 
