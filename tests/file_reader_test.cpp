@@ -243,6 +243,21 @@ TEST(TicketReader, TellsWhenItsSourceFails) {
     EXPECT_EQ(ReadTicketOfAnyNames(source, ignore, nullptr), READING::UNREADABLE);
 }
 
+TEST(TicketReader, ReadsATextThatIsLongerThanItsSourceTellsToItsEnd) {
+    struct GROWN final : FILE_SOURCE {
+        std::string text = TicketText::Framed("<1 type=\"int\">1</1>\n<2 type=\"int\">2</2>\n");
+        std::size_t told = 0;
+        std::size_t Size() const override { return told; }
+        std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
+            return TEXT_SOURCE(text).Read(begin, bytes, size);
+        }
+    } source;
+    for (; source.told <= source.text.size(); ++source.told) {
+        EXPECT_THAT(TicketText::ReadAnyNames(source).values, ElementsAre("1 2 1", "2 2 2")) << source.told;
+        EXPECT_EQ(TicketText::Read(source, 40).reading, READING::NO_DOCUMENT) << source.told;
+    }
+}
+
 TEST(TicketReader, WhatIsWrittenIsReadBack) {
     std::mt19937 random(1);
     for (int round = 0; round < 2000 && !testing::Test::HasFailure(); ++round) {

@@ -70,6 +70,14 @@ std::string Text(int value) {
     return Document({("<a type=\"int\">" + std::to_string(value) + "</a>").c_str()});
 }
 
+// The same, long enough to be read in three pieces; the value stands in the first.
+std::string LongText(int value) {
+    std::string text = Text(value);
+    std::string filler;
+    while (filler.size() < 150000) filler += "\t<filler/>\n";
+    return text.insert(text.rfind("</ticket>"), filler);
+}
+
 char const KEPT[] = ".unreadable";  // behind the name of a file that could not be read
 char const BROKEN[] = "<ticket><a type=\"int\">1</ticket>";
 
@@ -312,7 +320,7 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, FailingCall,
-    testing::Values(FOUND{"NoFile", "", {}}, FOUND{"File", Text(1), {}},
+    testing::Values(FOUND{"NoFile", "", {}}, FOUND{"File", Text(1), {}}, FOUND{"LongFile", LongText(1), {}},
                     FOUND{"StaleTemporary", Text(1),
                           [](auto& file) { files::Write(file + ".tmp", std::string(10000, 'x')); }},
                     FOUND{"TemporaryOfTwoNames", Text(1),

@@ -46,8 +46,12 @@ struct TicketText {
 
     // The same for a text that need not be XML.
     static TicketText ReadAnyNames(std::string const& text) {
-        TicketText result{};
         TEXT_SOURCE source(text);
+        return ReadAnyNames(source);
+    }
+
+    static TicketText ReadAnyNames(FILE_SOURCE& source) {
+        TicketText result{};
         result.reading = ReadTicketOfAnyNames(source, &Set, &result);
         return result;
     }
