@@ -340,6 +340,27 @@ TEST(ParameterMap, HoldsSoManyKeysThatItsMemoryComesInHugePages) {
     EXPECT_EQ(VALUE::Living(), 0);
 }
 
+// As large as the parts of a huge page, of which none may go back alone.
+TEST(ParameterMap, HoldsKeysOfTheSizeOfAChunkAmongOthers) {
+    constexpr std::size_t LARGEST = 65536;
+    for (std::size_t length = LARGEST - 40; length <= LARGEST; ++length) {
+        MAP map;
+        for (int number = 0; number < 4300; ++number) map.FindOrInsert(std::string(900, 'x') + KeyNumber(number));
+        auto const name = [&](int number) {
+            return std::string(length - KeyNumber(number).size(), 'l') + KeyNumber(number);
+        };
+        for (int number = 0; number < 300; ++number) {
+            map.FindOrInsert(std::string(900, 'y') + KeyNumber(number));
+            if (number % 8 == 0) map.FindOrInsert(name(number)) = VALUE(number);
+        }
+        for (int number = 0; number < 300; number += 16) ASSERT_TRUE(map.Erase(name(number)));
+        for (int number = 8; number < 300; number += 16) ASSERT_EQ(map.Find(name(number))->Number(), number);
+        int count = 0;
+        for (auto position = map.First(); position; position = map.Next(position)) ++count;
+        ASSERT_EQ(count, 4300 + 300 + 19);
+    }
+}
+
 TEST(ParameterMap, ErasesByAViewOfTheErasedKey) {
     MAP map;
     for (int number = 0; number < 10; ++number) map.FindOrInsert(KeyNumber(number));

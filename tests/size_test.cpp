@@ -230,6 +230,17 @@ bool LongKeys(std::string const& file) {
     return true;
 }
 
+// More than a map could hold if each had memory of its own.
+bool ManyKeysOfAKilobyte(std::string const& /*file*/) {
+    constexpr int KEYS = 540000 / SHARE;
+    std::string const start(1003, 'x');
+    OWNER const ticket;
+    for (int i = 0; i < KEYS; ++i) REQUIRE(Set(ticket, Numbered(start.c_str(), i).c_str(), i) == 1);
+    REQUIRE(Count(ticket) == KEYS);
+    REQUIRE(GetInt(ticket, Numbered(start.c_str(), KEYS / 2).c_str()) == KEYS / 2);
+    return true;
+}
+
 bool LongValues(std::string const& file) {
     constexpr std::size_t SIZE = (16 << 20) / SHARE;
     std::string const text = Repeated("<\\ \x01 caf\xC3\xA9>", SIZE / 11);
@@ -318,15 +329,14 @@ TEST_P(Size, IsServedRightWithinItsTimeAndMemoryOnASmallStack) {
 
 INSTANTIATE_TEST_SUITE_P(
     , Size,
-    testing::Values(CASE{"TenThousandNestedTypedElements", &NestedTyped, 600},
-                    CASE{"MillionNestedUntypedElements", &NestedUntyped, 1300},
-                    CASE{"KeyOfAHundredThousandComponents", &KeyOfManyComponents, 1300},
-                    CASE{"KeyOfThreeThousandComponentsSaved", &KeyOfManyComponentsSaved, 100},
-                    CASE{"EntityBomb", &EntityBomb, 200}, CASE{"NestedDeclarations", &NestedDeclarations, 200},
-                    CASE{"ComponentOfTwelveStars", &TwelveStars, 200},
-                    CASE{"ManyComponentsWithWildcards", &ManyPatterns, 300}, CASE{"FileOf64Megabytes", &LargeFile, 900},
-                    CASE{"MillionKeys", &MillionKeys, 500}, CASE{"KeysOf64Kilobytes", &LongKeys, 400},
-                    CASE{"ValuesOf16Megabytes", &LongValues, 500},
-                    CASE{"NumbersOf16Megabytes", &LongTextsOfNumbers, 600},
-                    CASE{"VectorOfAMillionElements", &LongVector, 400}),
+    testing::Values(
+        CASE{"TenThousandNestedTypedElements", &NestedTyped, 600},
+        CASE{"MillionNestedUntypedElements", &NestedUntyped, 1300},
+        CASE{"KeyOfAHundredThousandComponents", &KeyOfManyComponents, 1300},
+        CASE{"KeyOfThreeThousandComponentsSaved", &KeyOfManyComponentsSaved, 100}, CASE{"EntityBomb", &EntityBomb, 200},
+        CASE{"NestedDeclarations", &NestedDeclarations, 200}, CASE{"ComponentOfTwelveStars", &TwelveStars, 200},
+        CASE{"ManyComponentsWithWildcards", &ManyPatterns, 300}, CASE{"FileOf64Megabytes", &LargeFile, 900},
+        CASE{"MillionKeys", &MillionKeys, 500}, CASE{"KeysOf64Kilobytes", &LongKeys, 400},
+        CASE{"ManyKeysOfAKilobyte", &ManyKeysOfAKilobyte, 900}, CASE{"ValuesOf16Megabytes", &LongValues, 500},
+        CASE{"NumbersOf16Megabytes", &LongTextsOfNumbers, 600}, CASE{"VectorOfAMillionElements", &LongVector, 400}),
     [](auto const& one) { return one.param.name; });

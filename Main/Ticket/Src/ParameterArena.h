@@ -55,8 +55,7 @@ class PARAMETER_ARENA {
     ID Make(std::string_view key) {
         if (key.size() > MAX_KEY) throw std::bad_alloc();
         std::size_t const size = EntrySize(key.size());
-        if (m_freed.empty()) m_freed.resize(LARGE / GRANULE + 1, NONE);
-        ID const id = size > LARGE ? AddChunk(size) : Carve(size);
+        ID const id = size > LARGE ? AddChunk(size, false) : Carve(size);
         char* const room = Room(id);
         (new (room) ENTRY())->length = static_cast<uint32_t>(key.size());
         char* const text = room + sizeof(ENTRY);
@@ -89,7 +88,8 @@ class PARAMETER_ARENA {
     static constexpr std::size_t MAX_CHUNK = GRANULE << OFFSET_BITS;
     static constexpr std::size_t MAX_CHUNKS = std::size_t{1} << (32 - OFFSET_BITS);
     static constexpr std::size_t HUGE_PAGES_FROM = std::size_t{4} << 20;  // from where a part of one is no great waste
-    static constexpr std::size_t LARGE = 1024;  // entries above this many bytes have a chunk of their own
+    static constexpr std::size_t FIRST_CHUNK = 1024;
+    static constexpr std::size_t LARGE = 8192;  // entries above this many bytes have a chunk of their own
     static constexpr std::size_t MAX_KEY = UINT32_MAX;
     static_assert(alignof(ENTRY) <= GRANULE);
 
@@ -106,14 +106,15 @@ class PARAMETER_ARENA {
     char* Room(ID id) const { return m_chunks[id >> OFFSET_BITS].room + (id & ((ID{1} << OFFSET_BITS) - 1)) * GRANULE; }
 
     ID Carve(std::size_t size) {
+        if (m_freed.size() <= size / GRANULE) m_freed.resize(size / GRANULE + 1, NONE);
         if (ID const freed = m_freed[size / GRANULE]; freed != NONE) {
             std::memcpy(&m_freed[size / GRANULE], Room(freed), sizeof freed);
             return freed;
         }
         if (size > m_left) {
             // As large as all before together, so that a small map stays small.
-            std::size_t const chunk = std::clamp(m_carved, LARGE, MAX_CHUNK);
-            m_next = AddChunk(chunk);
+            std::size_t const chunk = std::max(size, std::clamp(m_carved, FIRST_CHUNK, MAX_CHUNK));
+            m_next = AddChunk(chunk, true);
             m_left = chunk;
             m_carved += chunk;
         }
@@ -123,14 +124,15 @@ class PARAMETER_ARENA {
         return id;
     }
 
-    // The id of the first granule of a new chunk.
-    ID AddChunk(std::size_t size) {
+    // The id of the first granule of a new chunk. Only one that many entries share may be a part of a huge page: it
+    // stays until all go.
+    ID AddChunk(std::size_t size, bool isShared) {
         if (m_emptyChunk == NONE) {
             if (m_chunks.empty()) m_chunks.push_back(NewChunk(0));  // never used, so that no entry has the id NONE
             if (m_chunks.size() == MAX_CHUNKS) throw std::bad_alloc();
             if (m_chunks.size() == m_chunks.capacity()) m_chunks.reserve(2 * m_chunks.size());
         }
-        CHUNK chunk = size == MAX_CHUNK && m_carved >= HUGE_PAGES_FROM ? NextOfHugePage() : NewChunk(size);
+        CHUNK chunk = isShared && m_carved >= HUGE_PAGES_FROM ? NextOfHugePage() : NewChunk(size);
         if (m_emptyChunk == NONE) {
             m_chunks.push_back(std::move(chunk));
             return static_cast<ID>(m_chunks.size() - 1) << OFFSET_BITS;
@@ -167,5 +169,5 @@ class PARAMETER_ARENA {
     char* m_hugePage = nullptr;  // where the next chunk of it begins
     std::size_t m_hugePageLeft = 0;
     std::size_t m_carved = 0;
-    std::vector<ID> m_freed;  // by size in granules; made with the first entry, so that an empty arena is small
+    std::vector<ID> m_freed;  // by size in granules, as far as sizes have come: to free takes no memory
 };
