@@ -257,12 +257,20 @@ TEST_F(FileKeep, SaveGoesOnWhenTheOldFileCannotBeKept) {
 TEST_F(FileKeep, SaveThatFailsKeepsNothing) {
     Write(m_file, "old");
     Write(m_unreadable, "earlier");
-    std::filesystem::create_directory(m_file + ".tmp");
+    g_system.writesLeft = 0;
     KEPT kept = KEPT::NOTHING;
     EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP, &kept));
     EXPECT_EQ(kept, KEPT::NOTHING);
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_EQ(FileContent(m_unreadable), "earlier");
+}
+
+TEST_F(FileKeepDelete, FileOfWhichTheKeptOneIsAnotherNameGoes) {
+    Write(m_file, "old");
+    std::filesystem::create_hard_link(m_file, m_unreadable);
+    EXPECT_TRUE(TICKETFILE::Delete(m_file, OLD::KEEP));
+    EXPECT_FALSE(files::Exists(m_file));
+    EXPECT_EQ(FileContent(m_unreadable), "old");
 }
 
 TEST_F(FileKeepDelete, FileIsMoved) {

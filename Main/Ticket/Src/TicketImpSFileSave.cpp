@@ -94,12 +94,16 @@ namespace {
 
 enum class NAMED { NO, YES, UNKNOWN };
 
+bool AreOne(struct stat const& a, struct stat const& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 // Whether `file` is what `name` leads to; `found` describes it.
 NAMED IsNamed(int file, std::string const& name, struct stat& found) {
     struct stat named;
     if (fstat(file, &found) != 0) return NAMED::UNKNOWN;
     if (lstat(name.c_str(), &named) != 0) return errno == ENOENT ? NAMED::NO : NAMED::UNKNOWN;
-    return found.st_dev == named.st_dev && found.st_ino == named.st_ino ? NAMED::YES : NAMED::NO;
+    return AreOne(found, named) ? NAMED::YES : NAMED::NO;
 }
 
 // A temporary file of a name that nobody else uses.
@@ -118,14 +122,13 @@ bool MakeNew(int file, struct stat const& found, mode_t mode) {
 }
 
 // The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
-// is opened anew for every attempt. When the wait is over, or when the file cannot be locked or is not ours alone, the
-// save goes to a file of its own: to write into the same one would mix two saves.
+// is opened anew for every attempt. When the wait is over, or when the file cannot be opened or locked or is not ours
+// alone, the save goes to a file of its own: to write into the same one would mix two saves.
 TEMPORARY OpenTemporary(std::string name, mode_t mode) {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
         DESCRIPTOR file = Open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, OWNER_ONLY);
-        if (!file && (errno == EMFILE || errno == ENFILE)) break;
-        if (!file) return {std::move(name), {}, {}};
+        if (!file) break;
         struct stat found;
         if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK) break;
@@ -209,8 +212,7 @@ KEPT Keep(std::string const& fileName, std::string const& directory) {
     struct stat earlier;
     bool const isKnown = lstat(fileName.c_str(), &old) == 0;
     if (isKnown ? S_ISDIR(old.st_mode) : errno == ENOENT) return KEPT::NOTHING;
-    bool const isKept =
-        isKnown && lstat(kept.c_str(), &earlier) == 0 && earlier.st_dev == old.st_dev && earlier.st_ino == old.st_ino;
+    bool const isKept = isKnown && lstat(kept.c_str(), &earlier) == 0 && AreOne(old, earlier);
     bool const done = isKept || KeepByLink(fileName, kept) || KeepByCopy(fileName, kept) ||
                       (isKnown && rename(fileName.c_str(), kept.c_str()) == 0);
     if (!done) return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
@@ -220,10 +222,15 @@ KEPT Keep(std::string const& fileName, std::string const& directory) {
 
 // Keeps a file that is to go.
 KEPT MoveAside(std::string const& fileName) {
+    std::string const kept = KeptName(fileName);
     struct stat found;
-    bool const directory = lstat(fileName.c_str(), &found) == 0 && S_ISDIR(found.st_mode);
-    if (directory) return KEPT::NOTHING;
-    if (rename(fileName.c_str(), KeptName(fileName).c_str()) == 0) return KEPT::YES;
+    struct stat earlier;
+    bool const isKnown = lstat(fileName.c_str(), &found) == 0;
+    if (isKnown && S_ISDIR(found.st_mode)) return KEPT::NOTHING;
+    // A rename leaves both names of one file alone.
+    bool const isKept = isKnown && lstat(kept.c_str(), &earlier) == 0 && AreOne(found, earlier);
+    int const failed = isKept ? unlink(fileName.c_str()) : rename(fileName.c_str(), kept.c_str());
+    if (failed == 0) return KEPT::YES;
     return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
 }
 
@@ -295,20 +302,13 @@ bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
     if (!m_temporary) Open();
     TEMPORARY& temporary = *m_temporary;
     bool const complete = temporary.file && Finish(temporary.file, !temporary.failed);
+    bool replaced = false;
     if (complete) {
         KEPT const done = old == OLD::KEEP ? Keep(m_fileName, directory) : KEPT::NOTHING;
         if (kept != nullptr) *kept = done;
-    } else {
-        // The rename must find nothing, or what it finds would pass for a saved ticket.
-        bool const removed = unlink(temporary.name.c_str()) == 0 || errno == ENOENT;
-        if (!removed) {
-            m_temporary.reset();
-            return false;
-        }
+        replaced = rename(temporary.name.c_str(), m_fileName.c_str()) == 0;
     }
-    // SysLib::ForceRename, but for the result.
-    bool const replaced = rename(temporary.name.c_str(), m_fileName.c_str()) == 0 && complete;
-    if (complete && !replaced) unlink(temporary.name.c_str());
+    if (temporary.exists && !replaced) unlink(temporary.name.c_str());
     Flush(directory);
     m_temporary.reset();
     return replaced;
