@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
@@ -360,6 +361,33 @@ TEST(MemoryTicketAliasing, AWalkMayDeleteWhatItStandsOn) {
     EXPECT_EQ(access->WalkParameter(access->pTicket, remove, const_cast<STICKET_ACCESS*>(access), "", WALK_VALUES), 1);
     EXPECT_EQ(tickets::Contents(access), LINES{});
     EXPECT_EQ(ticket.Registered(), std::vector<int>{});
+}
+
+TEST(MemoryTicketAliasing, AReadBatchMayWriteOverItsOwnKeys) {
+    OWNER const ticket;
+    int letter = 0;
+    std::memcpy(&letter, "b\0\0", sizeof letter);
+    Set(ticket, "a", letter);
+    Set(ticket, "b", 7);
+    alignas(int) char key[8] = "a";
+    int value = 0;
+    GETMULTIPAR records[] = {
+        {key, PARAM_INT, key, SCALAR_INDEX, false}, {key, PARAM_INT, &value, SCALAR_INDEX, false}, {}};
+    EXPECT_EQ(ticket->GetMultiParameter(ticket->pTicket, records), 1);
+    EXPECT_STREQ(key, "b");
+    EXPECT_EQ(value, 7);
+}
+
+TEST(MemoryTicket, BatchesOfATicketThatCannotBeUsedHaveNoResults) {
+    OWNER const server;
+    OWNER const ticket(STICKET::PCreate({server->pTicket, 0, 0, nullptr, nullptr}));
+    int value = 5;
+    GETMULTIPAR reads[] = {{"a", PARAM_INT, &value, SCALAR_INDEX, true}, {}};
+    SETMULTIPAR writes[] = {{"a", PARAM_INT, &value, SCALAR_INDEX, true}, {}};
+    EXPECT_EQ(ticket->GetMultiParameter(ticket->pTicket, reads), 0);
+    EXPECT_EQ(ticket->SetMultiParameter(ticket->pTicket, writes), 0);
+    EXPECT_FALSE(reads[0].result);
+    EXPECT_FALSE(writes[0].result);
 }
 
 TEST(MemoryTicketAliasing, TheKeysOfABatchMayBeTextsOfTheTicket) {

@@ -115,12 +115,8 @@ bool Watches(PARTIAL_MODE const& selection, char const* key) {
     }
 }
 
-bool EndsBatch(SETMULTIPAR const& record) {
-    return !record.key || !*record.key;
-}
-
 bool WatchesAnyStored(PARTIAL_MODE const& selection, SETMULTIPAR const* records) {
-    for (; !EndsBatch(*records); ++records) {
+    for (; IsRecord(*records); ++records) {
         if (records->result && Watches(selection, records->key)) return true;
     }
     return false;
@@ -187,7 +183,7 @@ int STICKET::FlushToNotification(REGISTRATION const* registration) const {
 }
 
 void BATCH_COPY::Take(SETMULTIPAR const* records) {
-    for (SETMULTIPAR const* record = records; !EndsBatch(*record); ++record) m_keys.emplace_back(record->key);
+    for (SETMULTIPAR const* record = records; IsRecord(*record); ++record) m_keys.emplace_back(record->key);
     for (std::string const& key : m_keys) m_records.push_back({key.c_str(), PARAM_NONE, nullptr, 0, false});
     m_records.push_back({});
 }

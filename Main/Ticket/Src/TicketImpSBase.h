@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "BatchRecords.h"
 #include "Cancellation.h"
 #include "ConfigurationControl/PartialMode.h"
 #include "ConfigurationControl/Ticket.h"
@@ -59,6 +60,14 @@ struct STICKET::ENTRY {
         }
     }
 
+    // The same for the reading of a batch, of which nothing counts as read when it fails.
+    template <typename KIND, typename WORK, typename REPORT>
+    static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
+        int const answer = Run<KIND>(ticket, work, report);
+        if (!answer) ClearResults(records);
+        return answer;
+    }
+
     // The same for a change: after successful work, `notify(KIND&)` and the deferred callbacks run under the same lock.
     // Returns 1 or 0.
     template <typename KIND, typename WORK, typename NOTIFY, typename REPORT>
@@ -93,16 +102,21 @@ struct STICKET::ENTRY {
     template <typename KIND, typename WORK, typename REPORT>
     static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {
         BATCH_COPY copy;
-        return Change<KIND>(
+        bool worked = false;  // and so has told each record's result
+        int const answer = Change<KIND>(
             ticket,
             [&](KIND& self) {
                 if (records && IsWatched(self)) copy.Take(records);
-                return work(self);
+                bool const done = work(self);
+                worked = true;
+                return done;
             },
             [&](KIND& self) {
                 if (IsWatched(self)) self.NotifySetMultiParameter(copy.WithResultsOf(records));
             },
             report);
+        if (!worked) ClearResults(records);
+        return answer;
     }
 
     // Whether anything has to be told of changes. If so their keys are copied first: they may be texts of the ticket

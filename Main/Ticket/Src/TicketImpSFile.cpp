@@ -55,8 +55,8 @@ int STICKET_FILE::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type
 }
 
 int STICKET_FILE::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
-    return ENTRY::Run<STICKET_FILE>(
-        ticket,
+    return ENTRY::GetBatch<STICKET_FILE>(
+        ticket, records,
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.AnyNotPartial(records));
             self.m_lastAccess = self.Now();
@@ -136,7 +136,7 @@ bool STICKET_FILE::KeyNotPartial(char const* key) const {
 }
 
 bool STICKET_FILE::AnyNotPartial(GETMULTIPAR const* records) const {
-    for (; records && records->key && *records->key; ++records) {
+    for (; records && IsRecord(*records); ++records) {
         if (KeyNotPartial(records->key)) return true;
     }
     return false;

@@ -15,8 +15,8 @@ int STICKET_MEM::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type,
 }
 
 int STICKET_MEM::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
-    return ENTRY::Run<STICKET_MEM>(
-        ticket, [&](STICKET_MEM& self) { return self.m_content->parameters.GetMultiParameter(records); },
+    return ENTRY::GetBatch<STICKET_MEM>(
+        ticket, records, [&](STICKET_MEM& self) { return self.m_content->parameters.GetMultiParameter(records); },
         [](int a, int b) { Log(0, "STICKET_MEM::GetMultiParameter(%d, %d) catch(...)", a, b); });
 }
 

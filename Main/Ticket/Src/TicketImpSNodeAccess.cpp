@@ -2,11 +2,13 @@
 // number and an untyped pointer, one at a time or in batches.
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <new>
 #include <utility>
 
 #include "Attempt.h"
+#include "BatchRecords.h"
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
 #include "UntypedValue.h"
@@ -105,11 +107,6 @@ bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
     }
 }
 
-template <typename RECORD>
-bool IsRecord(RECORD const& record) {
-    return record.key && *record.key;
-}
-
 // As Attempt; `starved` becomes true when memory was too short, which an absurd length does not mean.
 template <typename ACTION>
 bool Attempt(bool& starved, ACTION const& action) {
@@ -123,6 +120,15 @@ bool Attempt(bool& starved, ACTION const& action) {
     });
 }
 
+// Whether a value that is stored at `buffer` may change the text or the NUL behind it.
+bool MayOverwrite(void const* buffer, std::string_view text) {
+    constexpr std::size_t LARGEST = sizeof(BIN_STRING);
+    // How far behind the first place from where it would reach the text; anything else is a number larger than these.
+    auto const place =
+        reinterpret_cast<std::uintptr_t>(buffer) - reinterpret_cast<std::uintptr_t>(text.data()) + LARGEST - 1;
+    return place < text.size() + LARGEST;
+}
+
 // One record of a batch, read but not applied.
 struct CHANGE {
     std::size_t keyBegin;  // in the batch's own copy of the keys
@@ -134,8 +140,9 @@ struct CHANGE {
 // The keys are copied as well as the values: one record may delete the text that names the next. All results become
 // false. `starved` becomes true when memory was too short for a value.
 std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys, bool& starved) {
+    ClearResults(records);
     std::size_t count = 0;
-    while (IsRecord(records[count])) records[count++].result = false;
+    while (IsRecord(records[count])) ++count;
     std::vector<CHANGE> changes;
     changes.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -284,15 +291,16 @@ bool clTICKETNODE::SetParameter(char const* key, PARAM_TYPE type, void const* va
 bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) const {
     if (!records) return false;
     GETMULTIPAR const* prepared = m_map.MayMissCaches() ? records : nullptr;  // the records before this one
-    char const* key = nullptr;
+    std::string_view key;
     clENTRY const* entry = nullptr;
     for (; IsRecord(*records); ++records) {
         if (records == prepared) prepared = PrepareLookups(records);
-        if (records->key != key) {  // the elements of one vector share their key
+        if (records->key != key.data()) {  // the elements of one vector share their key
             key = records->key;
             entry = m_map.Find(key);
         }
         records->result = ReadAs(entry, records->type, records->value, records->index, texts);
+        if (MayOverwrite(records->value, key)) key = {};
     }
     return true;
 }
