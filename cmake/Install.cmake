@@ -25,8 +25,10 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 set(docs_dir ${CMAKE_INSTALL_DATADIR}/doc/libconfigurationcontrol-dev)
-install(FILES README.md CHANGELOG.md DESTINATION ${docs_dir} COMPONENT development)
-install(DIRECTORY docs/ DESTINATION ${docs_dir} COMPONENT development FILES_MATCHING PATTERN "*.md")
+# Placed as in the sources, so that the links between documents lead to files here too.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${docs_dir} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${docs_dir} COMPONENT development FILES_MATCHING PATTERN "*.md")
+install(FILES tools/mutate_equivalent.txt DESTINATION ${docs_dir}/tools COMPONENT development)
 install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT development PATTERN "CMakeLists.txt" EXCLUDE)
 
 if(TARGET ticket)
