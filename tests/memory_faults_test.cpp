@@ -118,7 +118,7 @@ struct SCENARIO {
     enum TRAITS {
         USUAL = 0,
         THROWS = 1,        // a C++ function, which may throw std::bad_alloc
-        ONCE_ONLY = 2,     // memory must come back before its end
+        LAST_SAVE = 2,     // what it does not save is lost: the old file stays, and there is no second attempt
         LARGE_FILE = 4,    // with a file beyond what the allocator serves
         ODD_FILE = 8,      // with a file that needs every way of reading and writing
         BROKEN_FILE = 16,  // with a file that cannot be parsed
@@ -199,6 +199,12 @@ class ExhaustedMemory : public testing::TestWithParam<SCENARIO> {
         m_failed += allocations::t_failed;
         ++m_attempts;
         EXPECT_TRUE(outcome != THROWN || Is(SCENARIO::THROWS)) << "thrown through a table";
+        if (outcome != DONE && Is(SCENARIO::LAST_SAVE)) {
+            VALUES const files = FilesOf(*world);
+            EXPECT_FALSE(files.empty());
+            EXPECT_TRUE(std::includes(m_before.begin(), m_before.end(), files.begin(), files.end()));
+            return true;
+        }
         VALUES const found = ValuesOf(*world);
         bool const isAsExpected = found == m_after || (found == m_before && outcome != DONE);
         if (!isAsExpected) ExpectOldOrNew(found, outcome);
@@ -245,7 +251,6 @@ TEST_P(ExhaustedMemory, IsSurvivedAndLeavesOldOrNewValues) {
     int const each =
         Is(SCENARIO::LARGE_FILE) ? (SANITIZED ? 10 : 40) : 1000;  // fail one by one, and some of those that follow
     for (int const failures : {1, allocations::UNLIMITED}) {
-        if (failures != 1 && Is(SCENARIO::ONCE_ONLY)) continue;
         bool done = false;
         for (int granted = 0; !done && !HasFailure(); granted += granted < each ? 1 : granted / 10) {
             long const held = allocations::t_held;
@@ -617,8 +622,7 @@ SCENARIO const HELPERS[] = {
      SCENARIO::THROWS},
 };
 
-// The service's functions are C++: what takes or returns a text may throw. The end of a dirty ticket while there is no
-// memory at all ends the process, as STICKET::Destroy says.
+// The service's functions are C++: what takes or returns a text may throw.
 SCENARIO const SERVICE[] = {
     {"ServiceIsInitialised", [](W& w) { return w.service.Initialize(w.path); }, {}, SCENARIO::THROWS},
     {"ServiceSetsAText",
@@ -657,7 +661,7 @@ SCENARIO const SERVICE[] = {
     {"ServiceReads", [](W& w) { return w.service.GetProductVersion() == 0 && w.service.GetLoginServer().empty(); },
      Open},
     {"ServiceFlushes", [](W& w) { return w.service.Flush(true) && HasGrown(w); }, OpenAndChange},
-    {"ServiceEnds", [](W& w) { return w.service.UnInitialize(); }, OpenAndChange, SCENARIO::ONCE_ONLY},
+    {"ServiceEnds", [](W& w) { return w.service.UnInitialize() && HasGrown(w); }, OpenAndChange, SCENARIO::LAST_SAVE},
     {"ServiceLooksForItsFile", [](W& w) { return w.service.IsConfigFileAvailable(); }, Open, SCENARIO::THROWS},
     {"ServiceSplitsAText",
      [](W& w) {

@@ -34,7 +34,8 @@ class STICKET {
     /**
      * Destroys a ticket and sets the caller's pointer to null; the table and all that was read from the ticket end with
      * it. A dirty file ticket is saved first; if that save throws (an infinite number cannot be written, a conversion
-     * may throw), the process ends. No other call may be under way. Null does nothing.
+     * may throw), the process ends; without memory for it the old file stays. No other call may be under way. Null does
+     * nothing.
      */
     CONFIGURATIONCONTROL_API static void Destroy(STICKET_ACCESS const*& access);
 
