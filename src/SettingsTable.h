@@ -72,8 +72,7 @@ enum CONFIGURATION_SETTING : int {
 
 struct SETTING_ROW {
     CONFIGURATION_SETTING setting;
-    char const*
-        key;  // the files of installed products hold these: they stay as they are, also where two rows share one
+    char const* key;  // the files of users hold these: they stay as they are, also where two rows share one
     SETTING_KIND kind;
     int noTicket;         // the getter's answer without a ticket (FLAG, INTEGER, VERSION)
     int readFailed;       // and when the key is absent or of another type

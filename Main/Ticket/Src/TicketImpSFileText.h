@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+// The library itself appends, see below; these two whole forms are kept beside that.
+//
 // Escapes control characters, "\", "<", ">", every byte from 0x7F up, and every second space of a run.
 std::string EncodeString(std::string const& in);
 // The inverse. What is no escape stays as it is; an unfinished escape at the end vanishes; a lone "\" is the empty

@@ -124,7 +124,8 @@ class clTICKETNODE {
     clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // would have to tell the walks under way
 
     // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
-    // valid until the next change of the node.
+    // valid until the next change of the node. AddEntry, SetVector and the sorted walks below have no caller in
+    // the library; they complete the set and stay.
     bool SetEntry(std::string_view key, clENTRY entry);
     bool SetEntry(std::string_view key, int index, clENTRY entry);  // makes a vector; replaces, or appends at the end
     clENTRY::VECTOR* SetVector(std::string_view key);  // makes the key a vector; a scalar becomes its only element
