@@ -32,7 +32,8 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     /**
      * The table of the open ticket; with `create` a ticket is opened from the stored path if none is. Writes no
      * message. The table stays this object's: it is only called through, never written, and is valid until the ticket
-     * is closed. @return null if there is none
+     * is closed. CAUTION: callbacks given to this table must not call the service; the process could hang.
+     * @return null if there is none
      */
     STICKET_ACCESS* GetConfigInstance(bool create);
     /** Closes the ticket without Flush; the ticket itself still saves its unsaved changes. @return always true */

@@ -15,9 +15,10 @@ class IConfigNotification;
  * Reads and writes the persistent settings of the application. Obtained from GetConfigurationControl().
  *
  * Each setting is one key of a ticket that is bound to the configuration file. Between Initialize and UnInitialize the
- * ticket is open; without one, getters return a fixed value and setters do nothing, not even a message. Getters never
- * fail: a key that is absent or holds another type gives a fixed value too. Each getter names its key and these two
- * values; where it does not, both are 0, false or "".
+ * ticket is open; without one, getters return a fixed value and setters do nothing, not even a message. Getters report
+ * no failure: a key that is absent or holds another type gives a fixed value too, and so does exhausted memory, except
+ * that getters of text, and Initialize, may throw std::bad_alloc. Each getter names its key and these two values; where
+ * it does not, both are 0, false or "".
  *
  * Setters report nothing. Most write a message of level 6 to the host's logger, with the value in it. Text is kept up
  * to its first NUL. The non-const string references are inputs like the others and stay unchanged.
@@ -31,7 +32,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
  public:
     /**
      * Opens the configuration file; nothing is read until the first access. An empty path keeps the path of an earlier
-     * call. With a ticket already open the path is only stored, for the next opening.
+     * call; without one the ticket has no file, and nothing of it is ever saved. With a ticket already open the path is
+     * only stored, for the next opening.
      * @return whether a ticket is open; otherwise a message of level 1 was written
      */
     virtual bool Initialize(std::string path) = 0;

@@ -10,10 +10,10 @@
  * Passed as STICKET_WHOAMI::pContext of a file ticket (as a pointer to exactly this class). The ticket does not own it;
  * it must outlive the ticket, whose destruction may still save. Called with the ticket's mutex held, on the thread
  * whose call saves or loads; it must not use that ticket. An exception from `ToFile` stops the save and leaves the file
- * as it was (in the ticket's destruction it ends the process); one from `FromFile` skips that value, and the first save
- * then keeps the old file as its name with ".unreadable" appended, but std::bad_alloc ends the load, which the next
- * access tries again. Only text is converted, neither keys nor byte strings. The order of the two operations is part of
- * the binary interface.
+ * as it was (in the ticket's destruction it ends the process, unless it is std::bad_alloc); one from `FromFile` skips
+ * that value, and the first save then keeps the old file as its name with ".unreadable" appended, but std::bad_alloc
+ * ends the load, which the next access tries again. Only text is converted, neither keys nor byte strings. The order of
+ * the two operations is part of the binary interface.
  */
 class STICKET_STRING_CONVERSION {
  public:
@@ -24,7 +24,8 @@ class STICKET_STRING_CONVERSION {
      * is replaced when the first one ends.
      */
     virtual std::string ToFile(std::string const& text) = 0;
-    /** Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. */
+    /** Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. A load
+     * may ask for a text twice, and for texts of a file that then proves broken, which come to nothing. */
     virtual std::string FromFile(std::string const& text, int reserved) = 0;
 
  protected:

@@ -58,7 +58,8 @@ typedef uint32_t STICKET_OP;
 enum {
 #endif
     STICKET_OP_SAVE = 0,         /**< null, or `int const*` seconds: save a dirty file ticket, with seconds only one that
-                                      has been dirty for longer than that */
+                                      has been dirty for longer than that. A save that the disk refused answers 1 too,
+                                      and the ticket counts as saved: a host that must know looks at the file */
     STICKET_OP_RELEASE = 1,      /**< null, or `int const*` seconds: drop a file ticket's loaded contents (saved first if
                                       dirty), with seconds only after longer disuse; the next access loads again */
     STICKET_OP_CLEAR = 2,        /**< not read: remove every parameter */
@@ -122,7 +123,8 @@ typedef struct STICKET STICKET;
  * @param key the key; valid during the call
  * @param type type of `value`
  * @param value as in the PARAM_TYPE table; null for PARAM_NONE and where the walk level asks for types only. Numbers of
- *        type 3, 7 and 9 and text point at the stored value, the others at temporaries of this call
+ *        type 3, 7 and 9 and text point at the stored value (NaN at MathLib::NOT_A_DOUBLE_NUMBER), the others at
+ *        temporaries of this call
  * @param index SCALAR_INDEX for a whole value, or the position of a vector's element
  * @return false ends the walk
  */
@@ -154,7 +156,8 @@ typedef struct STICKET_ACCESS {
      * range as the nearest bound. NaN reads as INT32_MIN, UINT32_MAX, INT64_MAX or UINT64_MAX; so does, as uint64, an
      * infinity of either sign. 64-bit integers beyond 2^53 keep their bits when read with the other sign. Text is also
      * read as a byte string. Nothing else is converted. PARAM_NONE reads the type (a PARAM_TYPE), PARAM_VECTOR the
-     * number of elements (1 for a scalar).
+     * number of elements (1 for a scalar). The type of a number is PARAM_DOUBLE whatever it was set as, except that of
+     * a 64-bit integer beyond 2^53.
      *
      * Lifetime of what is read: text of a ticket in memory, and the bytes of a byte string, until that value changes or
      * goes (also because a file ticket drops its contents); text of a file ticket until the ticket is destroyed. An
@@ -164,8 +167,9 @@ typedef struct STICKET_ACCESS {
      * @param key null is a key that does not exist
      * @param type type of the buffer
      * @param value buffer of the type's size. On failure it receives 0, null or {null, 0}, except
-     *        that PARAM_POINTER and PARAM_VECTOR with an element index, and types above 9, write nothing. Null: nothing
-     *        is read, the result tells whether there is a value
+     *        that PARAM_POINTER and PARAM_VECTOR with an element index, and types above 9, write nothing; nor does
+     *        anything when the ticket cannot be used or loaded. Null: nothing is read, the result tells whether there
+     *        is a value
      * @param index SCALAR_INDEX or an element. A vector as a whole is read as PARAM_NONE or PARAM_VECTOR only
      */
     int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
@@ -207,35 +211,39 @@ typedef struct STICKET_ACCESS {
      * reports, so a number without a fraction beyond 32 bits arrives as INT32_MIN.
      * @param ticket the target; null answers 0
      * @param source null answers 0. One that cannot be walked changes nothing
-     * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or empty: everything
+     * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or no strings:
+     *        everything; a first string of "": nothing
      * @param clear empties the target before the copies are stored
      * @return 1, or 0 also when the source holds nothing that `keys` selects; what `clear` asked for is done all the
      * same
      */
     int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
     /** Performs an operation code; see STICKET_OP. 1, or 0 when it could not: an unknown code, a null `data` where one
-     * is needed, a save that an infinite number stopped. */
+     * is needed, an unusable ticket, a save without memory or stopped by an infinite number, a throwing conversion or
+     * a key nested too deep. Such a save leaves the file and the unsaved values as they were. */
     int (*Operation)(STICKET* ticket, STICKET_OP code, void* data);
     /**
      * Takes or gives back one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but
-     * -1 and -2). Refused because somebody holds it: 0, and `*owner` receives the holder. A released lock writes -1.
-     * Unlocking with `*owner` -2 frees it whoever holds it; number -2 unlocks everything that `*owner` holds, and what
-     * anybody holds if that is -2. The holder may lock again and then unlocks as often. Locks are not saved.
+     * -1 and -2). Refused because somebody holds it: 0, and `*owner` receives the holder. Unlocking writes -1 to
+     * `*owner` once the lock is free; number -2 unlocks everything that `*owner` holds, and writes -1 only if no lock
+     * is held any more. With `*owner` -2, which stays so, unlocking frees the lock, or all of them, whoever holds it.
+     * The holder may lock again and then unlocks as often. Locks are not saved.
      * @return non-zero when the lock was taken, or given back or free already; for number -2 when there was one to give
-     * back
+     * back, or `*owner` is -2
      */
     int (*Lock)(STICKET* ticket, int number, int* owner, bool lock);
     void* Reserved2[20]; /**< null */
 
     /** Removes change registrations, of which this library makes none: number -2 with `enable` false all of them, a
-     * number from 0 that one, for tickets with a server. `keys` is ignored. 1, or 0 for any other number. */
+     * number from 0 that one, for tickets with a server. `keys` is ignored. 1, or 0 for any other number and for a
+     * ticket that cannot be used. */
     int (*EnDisNotification)(STICKET* ticket, int number, bool enable, char const* const* keys);
     /**
      * Queues a callback that runs once: in the next SetParameter, SetMultiParameter or Operation that succeeds, on its
      * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued; one may use
      * the ticket and queue others, which run in the same pass. Those still queued when the ticket is destroyed are
      * dropped. `argument` is passed on as it is.
-     * @return false if `callback` is null
+     * @return false if `callback` is null, the ticket is null or cannot be used, or memory is short
      */
     bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);
     void* Reserved3[19]; /**< null */
@@ -249,9 +257,10 @@ typedef struct STICKET_WHOAMI {
     void* pContext;   /**< the caller's, returned by STICKET_OP_CONTEXT. For a file ticket null or a
                            STICKET_STRING_CONVERSION, used whenever text is saved or loaded; outlives the ticket */
 #ifdef __cplusplus
-    SysLib::MUTEX_INSTANCE* pMutex; /**< with `pServer`: the mutex to share, not owned; otherwise ignored */
+    SysLib::MUTEX_INSTANCE* pMutex; /**< with `pServer`: the mutex to share, not owned; null there: the ticket cannot be
+                                         used, every entry answers 0. Without `pServer` ignored */
 #else
-    void* pMutex; /**< with `pServer`: the mutex to share, not owned; otherwise ignored */
+    void* pMutex; /**< as in C++ */
 #endif
 } STICKET_WHOAMI;
 
