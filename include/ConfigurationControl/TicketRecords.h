@@ -95,7 +95,7 @@ typedef struct GETMULTIPAR {
     PARAM_TYPE type; /**< type of the buffer */
     void* value;     /**< output buffer, as for STICKET_ACCESS::GetParameter */
     int index;       /**< SCALAR_INDEX or an element */
-    bool result;     /**< written by the batch: whether this record was read */
+    bool result;     /**< written by the batch: whether this record was read; false when the batch answers 0 */
 } GETMULTIPAR;
 
 /** One write of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
@@ -104,7 +104,7 @@ typedef struct SETMULTIPAR {
     PARAM_TYPE type;   /**< type of the value */
     void const* value; /**< input, as for STICKET_ACCESS::SetParameter */
     int index;         /**< SCALAR_INDEX, APPEND_INDEX or an element */
-    bool result;       /**< written by the batch: whether this record was stored */
+    bool result;       /**< written by the batch: whether this record was stored, also when the batch answers 0 */
 } SETMULTIPAR;
 
 #ifdef __cplusplus
@@ -173,8 +173,9 @@ typedef struct STICKET_ACCESS {
      * @param index SCALAR_INDEX or an element. A vector as a whole is read as PARAM_NONE or PARAM_VECTOR only
      */
     int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
-    /** Reads a batch under one lock, each record as GetParameter does. Non-zero unless `records` is null; whether a
-     * record was read is in its `result`. */
+    /** Reads a batch under one lock, each record as GetParameter does; whether a record was read is in its `result`.
+     * Non-zero, or 0 when `records` is null, the ticket cannot be used, memory is short, or a save before a partial
+     * tree is dropped fails: then every `result` is false and the buffers tell nothing. */
     int (*GetMultiParameter)(STICKET* ticket, GETMULTIPAR* records);
     /**
      * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
@@ -202,8 +203,9 @@ typedef struct STICKET_ACCESS {
      * @return 1 or 0
      */
     int (*SetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index);
-    /** Stores a batch under one lock, in order, after reading all its keys and values. 1 unless `records` is null or
-     * memory is short; whether a record was stored is in its `result`. */
+    /** Stores a batch under one lock, in order, after reading all its keys and values; whether a record was stored is
+     * in its `result`. 1, or 0 when `records` is null, the ticket cannot be used (every `result` is false), or memory
+     * was short for a record (each `result` tells). */
     int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
     /**
      * Copies parameters of `source`, which may be this ticket, into this ticket. The mutex is not held between the
