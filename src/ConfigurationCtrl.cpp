@@ -221,7 +221,7 @@ double CConfigurationControl::ReadVersion(CONFIGURATION_SETTING setting) const {
     double stored = 0;
     if (!Get(*m_ticket, setting, PARAM_DOUBLE, &stored) || std::isnan(stored)) return rounded;
     using RANGE = std::numeric_limits<int>;
-    return std::clamp<double>(std::trunc(stored), RANGE::min(), RANGE::max());
+    return std::clamp<double>(std::trunc(stored), RANGE::min(), RANGE::max()) + 0.0;  // an integer has no -0
 }
 
 std::string CConfigurationControl::ReadText(CONFIGURATION_SETTING setting) const {

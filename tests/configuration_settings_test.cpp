@@ -400,6 +400,7 @@ TEST_F(ConfigurationSettings, ProductVersionReadsBackWithoutItsFraction) {
     for (auto const& [written, read] : cases) {
         m_service->SetProductVersion(written);
         EXPECT_EQ(m_service->GetProductVersion(), read) << written;
+        EXPECT_EQ(std::signbit(m_service->GetProductVersion()), read < 0) << written;
     }
 }
 

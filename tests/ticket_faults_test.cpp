@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/MultiParList.h"
+#include "ConfigurationControl/PartialMode.h"
 #include "support/FailingAllocations.h"
 #include "support/FileTickets.h"
 #include "support/ScratchDirectory.h"
@@ -178,6 +180,30 @@ TEST(TicketWithoutMemory, FailsToFlushAsAlways) {
                                     [&] { return tickets::Operate(access, STICKET_OP_FLUSH_NOTIFICATION, &number); }),
                   0);
     }
+}
+
+TEST(ListWithoutMemory, KnowsNoKeyThatWasNotAdded) {
+    int granted = 0;
+    for (bool added = false; !added && granted < 100; ++granted) {
+        SETMULTIPAR_LIST list(true);
+        try {
+            added = allocations::With(
+                granted, [&] { return list.xSetParameter(LONG_KEY, PARAM_STRING, LONG_TEXT, SCALAR_INDEX); });
+        } catch (std::bad_alloc const&) {
+        }
+        EXPECT_EQ(list.ParameterExists(LONG_KEY), added) << granted;
+    }
+    EXPECT_GT(granted, 2);
+}
+
+TEST(SelectionWithoutMemory, KeepsThePrefixThatWasToGiveWay) {
+    std::string const shorter = "a prefix that is rather long/";
+    STRINGPREFIXSET prefixes;
+    prefixes.insert(shorter + "and longer/");
+    EXPECT_THROW(allocations::With(0, [&] { prefixes.insert(shorter); }), std::bad_alloc);
+    EXPECT_TRUE(prefixes.Covers(shorter + "and longer/x"));
+    prefixes.insert(shorter);
+    EXPECT_TRUE(prefixes.Covers(shorter + "x"));
 }
 
 TEST(TicketWithoutMutex, CannotBeCreatedAndSaysSo) {

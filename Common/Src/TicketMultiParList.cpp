@@ -135,6 +135,8 @@ void const* SETMULTIPAR_LIST::Stored(PARAM_TYPE type, void const* value) {
 }
 
 bool SETMULTIPAR_LIST::Append(char const* key, PARAM_TYPE type, void const* value, int index) {
+    // Room first, so that no key is known whose record found none.
+    if (m_records.size() == m_records.capacity()) m_records.reserve(std::max<std::size_t>(8, 2 * m_records.size()));
     m_keys(key);
     m_records.push_back({key, type, value, index, false});
     m_table.clear();

@@ -38,8 +38,15 @@ STRINGPREFIXSET::const_iterator STRINGPREFIXSET::find(std::string_view text) con
 
 void STRINGPREFIXSET::insert(std::string const& prefix) {
     auto const equivalent = find(prefix);
-    if (equivalent != end() && equivalent->size() > prefix.size()) m_prefixes.erase(equivalent);
-    if (find(prefix) == end()) m_prefixes.emplace_hint(m_prefixes.lower_bound(prefix), prefix);
+    if (equivalent == end()) {
+        m_prefixes.emplace_hint(m_prefixes.lower_bound(prefix), prefix);
+    } else if (equivalent->size() > prefix.size()) {
+        std::string copy = prefix;  // before the longer one goes: a selection without any would select everything
+        auto node = m_prefixes.extract(equivalent);
+        if (find(prefix) != end()) return;
+        node.value() = std::move(copy);
+        m_prefixes.insert(m_prefixes.lower_bound(prefix), std::move(node));
+    }
 }
 
 std::size_t STRINGPREFIXSET::erase(std::string const& prefix) {
