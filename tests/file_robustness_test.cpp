@@ -1,14 +1,13 @@
 // What hosts, disks, other processes and broken files can do to a file ticket, all of it through the table.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <functional>
 #include <string>
 
 #include "support/FileTickets.h"
+#include "support/FullDisk.h"
 #include "support/HostileLocale.h"
 #include "support/SmallStack.h"
 
@@ -125,12 +124,14 @@ TEST_F(UnreadableFile, IsKeptWhenTheTicketIsEmptiedInsteadOfWritten) {
 
 TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {
     Write(m_file, "broken");
-    std::filesystem::create_directory(m_file + ".tmp");
     OWNER const ticket(m_file.c_str());
     Set(ticket, "a", 1);
-    Operate(ticket, STICKET_OP_SAVE);
+    {
+        FULL_DISK const full;
+        Operate(ticket, STICKET_OP_SAVE);
+    }
     EXPECT_EQ(FileContent(m_file), "broken");
-    std::filesystem::remove(m_file + ".tmp");
+    EXPECT_FALSE(Exists(m_unreadable));
     Set(ticket, "a", 2);
     Operate(ticket, STICKET_OP_SAVE);
     EXPECT_EQ(FileContent(m_unreadable), "broken");
@@ -203,15 +204,10 @@ TEST_F(FileDisk, FullDiskKeepsTheOldFileAndTheTicketGoesOn) {
     OWNER const ticket(m_file.c_str());
     Set(ticket, "a", 2);
 
-    auto const handler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit unlimited{};
-    getrlimit(RLIMIT_FSIZE, &unlimited);
-    rlimit const small{20, unlimited.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    setrlimit(RLIMIT_FSIZE, &unlimited);
-    std::signal(SIGXFSZ, handler);
-
+    {
+        FULL_DISK const full;
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    }
     EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
     EXPECT_EQ(GetInt(ticket, "a"), 2);

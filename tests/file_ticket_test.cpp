@@ -15,6 +15,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/SysLib.h"
 #include "support/FileTickets.h"
+#include "support/FullDisk.h"
 
 namespace {
 std::vector<std::string> g_log;
@@ -233,12 +234,13 @@ TEST_F(FileTicket, TicketOfEmptyVectorsOnlyIsEmpty) {
 }
 
 TEST_F(FileTicket, DirtIsGoneEvenWhenTheDiskRefusedTheSave) {
-    std::filesystem::create_directory(m_file + ".tmp");
     OWNER const ticket(m_file.c_str());
     Set(ticket, "a", 1);
-    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    {
+        FULL_DISK const full;
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    }
     EXPECT_FALSE(Exists(m_file));
-    std::filesystem::remove(m_file + ".tmp");
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
     EXPECT_FALSE(Exists(m_file));
 }

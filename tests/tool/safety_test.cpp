@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <thread>
 
@@ -130,12 +131,15 @@ TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
 }
 
 TEST_F(ToolSafety, ASaveThatDoesNotGoThroughIsToldEvenWithForce) {
-    WriteTicket("s.xml", "<a type='string'>1</a><b type='int'>1</b>");
-    auto const before = Content("s.xml");
-    std::filesystem::create_directory(m_scratch.Path("s.xml.tmp"));
-    for (auto const& command : WriteCommands()) {
-        EXPECT_EQ(Error(command), "s.xml: cannot be written: is the disk full, or s.xml.tmp in the way?") << command[0];
-        EXPECT_EQ(Content("s.xml"), before);
+    // So long that no other temporary file can be named after it.
+    std::string const name = std::string(246, 's') + ".xml";
+    WriteTicket(name, "<a type='string'>1</a><b type='int'>1</b>");
+    auto const before = Content(name);
+    std::filesystem::create_directory(m_scratch.Path(name + ".tmp"));
+    for (auto command : WriteCommands()) {
+        std::replace(command.begin(), command.end(), std::string("s.xml"), name);
+        EXPECT_EQ(Error(command), name + ": cannot be written: is the disk full?") << command[0];
+        EXPECT_EQ(Content(name), before);
     }
 }
 

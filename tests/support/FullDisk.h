@@ -1,0 +1,26 @@
+// A disk without room, as the limit of file sizes makes it.
+#pragma once
+
+#include <sys/resource.h>
+
+#include <csignal>
+
+// While one lives no file of this process grows beyond 20 bytes; writes fail.
+class FULL_DISK {
+ public:
+    FULL_DISK() : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        rlimit const small{20, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~FULL_DISK() {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    FULL_DISK(FULL_DISK const&) = delete;
+    FULL_DISK& operator=(FULL_DISK const&) = delete;
+
+ private:
+    void (*m_handler)(int);
+    rlimit m_before{};
+};
