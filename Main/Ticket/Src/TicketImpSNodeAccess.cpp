@@ -295,12 +295,12 @@ bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) 
     clENTRY const* entry = nullptr;
     for (; IsRecord(*records); ++records) {
         if (records == prepared) prepared = PrepareLookups(records);
-        if (records->key != key.data()) {  // the elements of one vector share their key
+        // The elements of one vector share their key, unless the record before has written over it.
+        if (records->key != key.data() || MayOverwrite(records[-1].value, key)) {
             key = records->key;
             entry = m_map.Find(key);
         }
         records->result = ReadAs(entry, records->type, records->value, records->index, texts);
-        if (MayOverwrite(records->value, key)) key = {};
     }
     return true;
 }
