@@ -16,6 +16,7 @@
 
 #include "Cancellation.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
+#include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/Ticket.h"
 #include "SettingsTable.h"
 
@@ -233,8 +234,11 @@ std::string CConfigurationControl::ReadText(CONFIGURATION_SETTING setting) const
 
 std::string CConfigurationControl::ReadSecret(CONFIGURATION_SETTING setting) const {
     std::lock_guard const guard(m_lock);
+    if (!m_ticket) return {};
+    // Who uses the ticket's table by itself does not wait for us, and frees these bytes by changing them.
+    SysLib::MUTEX_LOCK const untilCopied(m_ticket->pTicket->GetMutexInstance());
     BIN_STRING bytes{};
-    if (!m_ticket || !Get(*m_ticket, setting, PARAM_BINSTR, &bytes) || !bytes.data) return {};
+    if (!Get(*m_ticket, setting, PARAM_BINSTR, &bytes) || !bytes.data) return {};
     return {static_cast<char const*>(bytes.data), bytes.length};
 }
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <new>
 #include <thread>
@@ -64,6 +66,22 @@ int ThrowOnSet(STICKET*, char const*, PARAM_TYPE, void const*, int) {
 }
 int RefuseSet(STICKET*, char const*, PARAM_TYPE, void const*, int) {
     return 0;
+}
+
+// A read after which another thread changes the password before the reader has seen it, if it is let.
+constexpr char OTHER_PASSWORD[] = "another password, which no small buffer holds";
+decltype(STICKET_ACCESS::GetParameter) g_get = nullptr;
+decltype(STICKET_ACCESS::SetParameter) g_set = nullptr;
+std::future<int> g_change;
+
+int ChangeAfterGet(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index) {
+    int const found = g_get(ticket, key, type, value, index);
+    g_change = std::async(std::launch::async, [=] {
+        BIN_STRING const other{OTHER_PASSWORD, sizeof OTHER_PASSWORD - 1};
+        return g_set(ticket, key, PARAM_BINSTR, &other, SCALAR_INDEX);
+    });
+    EXPECT_EQ(g_change.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    return found;
 }
 
 class ConfigurationService : public testing::Test {
@@ -520,6 +538,18 @@ TEST_F(ConfigurationService, FirstCreationUnderThreadsGivesAllTheSameObject) {
         m_service = CConfigurationControl::GetInstance();
         EXPECT_THAT(seen, testing::Each(m_service));
     }
+}
+
+TEST_F(ConfigurationService, ReadsThePasswordToItsEndBeforeTheTicketLetsAnotherThreadChangeIt) {
+    Open();
+    std::string const password = "a password which no small buffer holds";
+    m_service->SetLoginPassword(password);
+    g_set = Ticket()->SetParameter;
+    g_get = std::exchange(Ticket()->GetParameter, &ChangeAfterGet);
+    EXPECT_EQ(m_service->GetLoginPassword(), password);
+    EXPECT_EQ(g_change.get(), 1);
+    Ticket()->GetParameter = g_get;
+    EXPECT_EQ(m_service->GetLoginPassword(), OTHER_PASSWORD);
 }
 
 TEST_F(ConfigurationService, ServesSettersAndGettersOfManyThreads) {
