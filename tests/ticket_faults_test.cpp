@@ -196,6 +196,25 @@ TEST(ListWithoutMemory, KnowsNoKeyThatWasNotAdded) {
     EXPECT_GT(granted, 2);
 }
 
+TEST(ListWithoutMemory, AddsNeitherTheDeletionNorAnElementOfAVector) {
+    std::vector<std::string> const texts{LONG_TEXT, "2", "3", "4", "5"};
+    int granted = 0;
+    for (bool added = false; !added && granted < 100; ++granted) {
+        SETMULTIPAR_LIST list;
+        list.xSetParameter("before", PARAM_STRING, "", SCALAR_INDEX);
+        SETMULTIPAR const* const table = list.Table(false);
+        try {
+            added = allocations::With(
+                granted, [&] { return list.SetVectorParameter(LONG_KEY, texts); }, 1);
+        } catch (std::bad_alloc const&) {
+            EXPECT_EQ(list.Table(false), table) << "discarded at " << granted;
+        }
+        EXPECT_EQ(list.Size(), added ? 7U : 1U) << granted;
+        EXPECT_EQ(list.ParameterExists(LONG_KEY), added) << granted;
+    }
+    EXPECT_GT(granted, 2);
+}
+
 TEST(SelectionWithoutMemory, KeepsThePrefixThatWasToGiveWay) {
     std::string const shorter = "a prefix that is rather long/";
     STRINGPREFIXSET prefixes;

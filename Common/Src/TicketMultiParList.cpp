@@ -22,6 +22,12 @@ bool KeyLess(SETMULTIPAR const& a, SETMULTIPAR const& b) {
     return std::strcmp(a.key, b.key) < 0;
 }
 
+// Grows as appending would, without appending yet.
+void MakeRoom(std::vector<SETMULTIPAR>& records, std::size_t count) {
+    std::size_t const needed = records.size() + count;
+    if (needed > records.capacity()) records.reserve(std::max({needed, 2 * records.capacity(), std::size_t{8}}));
+}
+
 // A walk whose callback may throw. The walked table would swallow the exception, so it is kept aside, the walk stopped,
 // and the exception thrown again when the walk has returned.
 class COLLECTOR {
@@ -96,8 +102,13 @@ bool SETMULTIPAR_LIST::ySetParameter(char const* key, PARAM_TYPE type, void cons
 }
 
 bool SETMULTIPAR_LIST::SetVectorParameter(char const* key, std::vector<std::string> const& values) {
+    // All that takes memory comes before the first record: a deletion with half of the elements would lose the others.
+    std::vector<void const*> stored;
+    stored.reserve(values.size());
+    for (std::string const& value : values) stored.push_back(Stored(PARAM_STRING, value.c_str()));
+    MakeRoom(m_records, 1 + stored.size());
     Append(key, PARAM_NONE, nullptr, SCALAR_INDEX);
-    for (std::string const& value : values) xSetParameter(key, PARAM_STRING, value.c_str(), APPEND_INDEX);
+    for (void const* value : stored) Append(key, PARAM_STRING, value, APPEND_INDEX);
     return true;
 }
 
@@ -136,7 +147,7 @@ void const* SETMULTIPAR_LIST::Stored(PARAM_TYPE type, void const* value) {
 
 bool SETMULTIPAR_LIST::Append(char const* key, PARAM_TYPE type, void const* value, int index) {
     // Room first, so that no key is known whose record found none.
-    if (m_records.size() == m_records.capacity()) m_records.reserve(std::max<std::size_t>(8, 2 * m_records.size()));
+    MakeRoom(m_records, 1);
     m_keys(key);
     m_records.push_back({key, type, value, index, false});
     m_table.clear();

@@ -18,9 +18,9 @@
  * Collects settings one by one, from short-lived values or from a ticket, and hands them out as one array for
  * STICKET_ACCESS::SetMultiParameter. It keeps copies of all keys and copied values until `Clear` or destruction.
  *
- * Errors: setters return true; exhausted memory throws std::bad_alloc, the copy of a byte string of absurd length
- * std::length_error. What collects from a ticket that cannot be walked (unusable, its load out of memory) adds nothing
- * and reports nothing. Threads: one at a time per list.
+ * Errors: setters return true; one that throws adds nothing: exhausted memory std::bad_alloc, the copy of a byte string
+ * of absurd length std::length_error. What collects from a ticket that cannot be walked (unusable, its load out of
+ * memory) adds nothing and reports nothing. Threads: one at a time per list.
  */
 class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
  public:
