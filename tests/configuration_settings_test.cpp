@@ -8,6 +8,8 @@
 #include <functional>
 #include <limits>
 #include <set>
+#include <string>
+#include <vector>
 
 #include "ConfigurationControl/ConfigurationCtrl.h"
 #include "SettingsTable.h"
@@ -114,6 +116,18 @@ std::vector<SETTING_CASE> const& Settings() {
     return settings;
 }
 
+// What the fakes of the table's entries heard: the keys, in the order of the calls.
+std::vector<std::string> g_keys;
+
+int RecordGet(STICKET*, char const* key, PARAM_TYPE, void*, int) {
+    g_keys.emplace_back(key);
+    return 0;
+}
+int RecordSet(STICKET*, char const* key, PARAM_TYPE, void const*, int) {
+    g_keys.emplace_back(key);
+    return 1;
+}
+
 class ConfigurationSettings : public testing::Test {
  protected:
     void SetUp() override {
@@ -136,6 +150,12 @@ class ConfigurationSettings : public testing::Test {
     void Reopen() {
         m_service->UnInitialize();
         Open();
+    }
+
+    void Record() {
+        g_keys.clear();
+        m_service->GetConfigInstance(false)->GetParameter = RecordGet;
+        m_service->GetConfigInstance(false)->SetParameter = RecordSet;
     }
 
     int Put(char const* key, PARAM_TYPE type, void const* value, int index = SCALAR_INDEX) {
@@ -447,6 +467,13 @@ TEST_F(ConfigurationSettings, LocalMeasureUnitExplainsItselfInTheFile) {
     EXPECT_THAT(m_logger.TakeTexts(), ElementsAre("6 Corvane Local measurement unit is set to 3"));
 }
 
+TEST_F(ConfigurationSettings, LocalMeasureUnitIsWrittenAfterItsExplanation) {
+    Open();
+    Record();
+    m_service->SetLocalMeasureUnit(3);
+    EXPECT_THAT(g_keys, ElementsAre("Locale/Measure_Values", "Locale/Measure"));
+}
+
 TEST_F(ConfigurationSettings, MeasureUnitNamesFallBackToMillimeters) {
     struct {
         int unit;
@@ -561,6 +588,16 @@ TEST_P(WindowSettings, ComeBackAndAreStoredWithoutAMessage) {
     EXPECT_EQ(Stored<int>(Key("Y").c_str(), PARAM_INT), 2);
     EXPECT_EQ(Stored<int>(Key("Width").c_str(), PARAM_INT), 3);
     EXPECT_EQ(Stored<int>(Key("Height").c_str(), PARAM_INT), 4);
+}
+
+TEST_P(WindowSettings, AreWrittenAndReadPlaceFirst) {
+    Open();
+    Record();
+    Set({1, 2, 3, 4});
+    EXPECT_THAT(g_keys, ElementsAre(Key("X"), Key("Y"), Key("Width"), Key("Height")));
+    g_keys.clear();
+    Get();
+    EXPECT_THAT(g_keys, ElementsAre(Key("X"), Key("Y"), Key("Width"), Key("Height")));
 }
 
 TEST_P(WindowSettings, ReadANegativeSizeAsZeroAndKeepANegativePlace) {
