@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "ConfigurationControl/ThreadBase.h"
+#include "support/FailingAllocations.h"
 
 namespace {
 
@@ -181,6 +182,22 @@ TEST_F(ThreadBase, FailedCreationIsSilentAndMayBeTriedAgain) {
     worker.Start();
     EXPECT_EQ(Handle(worker), 0u);
     EXPECT_EQ(g_detached, 0);
+    g_creationFails = false;
+    worker.Start();
+    AwaitThreads();
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ThreadBase, ExhaustedMemoryIsAFailedCreation) {
+    int runs = 0;
+    WORKER worker([&](WORKER&) { ++runs; });
+    g_creationFails = true;  // what the thread itself takes is not the object's
+    int failed = 0;
+    do {
+        allocations::With(failed, [&] { worker.Start(); });
+        EXPECT_EQ(Handle(worker), 0u);
+    } while (allocations::t_failed > 0 && ++failed);
+    EXPECT_GT(failed, 0) << "nothing failed";
     g_creationFails = false;
     worker.Start();
     AwaitThreads();
