@@ -35,7 +35,7 @@ struct SetOptions {
     std::optional<int> index;
     bool append = false;
     bool hex = false;
-    std::string fromFile;
+    std::optional<std::string> fromFile;
     bool force = false;
 };
 int Set(SetOptions const& options);

@@ -22,7 +22,12 @@ void PutElement(Json& object, Value const& value) {
     PutJsonValue(object, value);
 }
 
+void RequireObject(Json const& value) {
+    if (!value.is_object()) throw Failure("not an object");
+}
+
 Value TakeValue(Json const& object) {
+    RequireObject(object);
     auto const type = TypeFromName(object.at("type").get<std::string>());
     if (object.contains("hex")) {
         auto bytes = FromHex(object.at("hex").get<std::string>());
@@ -40,6 +45,7 @@ Value TakeValue(Json const& object) {
 }
 
 std::string TakeKey(Json const& object) {
+    RequireObject(object);
     if (object.contains("keyHex")) return FromHex(object.at("keyHex").get<std::string>());
     return object.at("key").get<std::string>();
 }

@@ -32,9 +32,10 @@ struct KEYS {
     }
 };
 
-// A number as the narrowest type that holds it: whole numbers as integers.
+// A number as the narrowest type that holds it: whole numbers as integers, which have no -0.
 Value Narrowed(double number) {
-    if (std::trunc(number) != number || std::fabs(number) > kLargestExact) return number;
+    bool const isNegativeZero = number == 0 && std::signbit(number);
+    if (isNegativeZero || std::trunc(number) != number || std::fabs(number) > kLargestExact) return number;
     if (number >= std::numeric_limits<int32_t>::min() && number <= std::numeric_limits<int32_t>::max()) {
         return static_cast<int32_t>(number);
     }

@@ -13,7 +13,7 @@ namespace {
 // The type a value is set with: the one asked for, else the one the key (or its element) has, else a string.
 PARAM_TYPE TypeToSet(SetOptions const& options, TicketFile const& ticket) {
     if (!options.type.empty()) return TypeFromName(options.type);
-    if (options.hex || !options.fromFile.empty()) return PARAM_BINSTR;
+    if (options.hex || options.fromFile) return PARAM_BINSTR;
     auto const parameter = ticket.Read(options.key);
     if (!parameter) return PARAM_STRING;
     auto const element = static_cast<std::size_t>(options.index.value_or(0));
@@ -21,25 +21,38 @@ PARAM_TYPE TypeToSet(SetOptions const& options, TicketFile const& ticket) {
 }
 
 Value ValueToSet(SetOptions const& options, std::string const& text, PARAM_TYPE type) {
-    bool const bytes = options.hex || !options.fromFile.empty();
+    bool const bytes = options.hex || options.fromFile;
     if (bytes && type != PARAM_BINSTR) throw Failure("--hex and --from-file are for type binstr");
-    return options.hex ? Bytes{FromHex(text)} : ParseValue(text, type);
+    if (options.hex) return Bytes{FromHex(text)};
+    try {
+        return ParseValue(text, type);
+    } catch (Failure const& failure) {
+        if (!options.type.empty()) throw;
+        throw Failure(std::string(failure.what()) + ", which " + Quoted(options.key) + " has; --type stores another");
+    }
 }
 
 void RequireElement(std::optional<int> const& index) {
     if (index && *index < 0) throw Failure("an index is 0 or more");
 }
 
+// An element that is there, or the next one.
+void RequirePlace(SetOptions const& options, TicketFile const& ticket) {
+    if (options.index.value_or(0) == 0 || ticket.Has(options.key, *options.index - 1)) return;
+    throw Failure(options.file + ": " + Quoted(options.key) + " has no element " + std::to_string(*options.index));
+}
+
 }  // namespace
 
 int Set(SetOptions const& options) {
     RequireElement(options.index);
-    if (options.value.has_value() == !options.fromFile.empty()) {
+    if (options.value.has_value() == options.fromFile.has_value()) {
         throw Failure("set needs either a VALUE or --from-file");
     }
-    auto const text = options.value ? *options.value : ReadBytes(options.fromFile);
+    auto const text = options.value ? *options.value : ReadBytes(*options.fromFile);
     int const index = options.append ? APPEND_INDEX : options.index.value_or(SCALAR_INDEX);
     Rewrite(options.file, options.force, [&](TicketFile& ticket) {
+        RequirePlace(options, ticket);
         ticket.Set(options.key, ValueToSet(options, text, TypeToSet(options, ticket)), index);
     });
     return kDone;

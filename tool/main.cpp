@@ -40,8 +40,8 @@ void AddReadCommands(CLI::App& app, RUN& run) {
                                "ticket list settings.xml 'Log/*' Product/Name");
     command->add_option("FILE", list.file, "Ticket file")->required();
     command->add_option("SELECTOR", list.selectors, "Keys, or prefixes with a trailing *; all keys by default");
-    command->add_flag("--json", list.json, "As JSON, in the form of export");
-    command->add_flag("--keys", list.keysOnly, "Keys only");
+    auto* const json = command->add_flag("--json", list.json, "As JSON, in the form of export");
+    command->add_flag("--keys", list.keysOnly, "Keys only")->excludes(json);
     command->callback([&run] { run = [] { return List(list); }; });
 
     static GetOptions get;
@@ -87,7 +87,7 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
                                "ticket set settings.xml Log/Level 4 --type int");
     command->add_option("FILE", set.file, "Ticket file; made if missing")->required();
     command->add_option("KEY", set.key, "Key")->required();
-    command->add_option("VALUE", set.value, "Value");
+    command->add_option("VALUE", set.value, "Value; one that begins with a dash and is no number follows --");
     AddType(command, set.type, "Type to store");
     auto* const index =
         command->add_option("--index", set.index, "Element of a vector: replace it, or append at the end");
@@ -124,12 +124,12 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     command->callback([&run] { run = [] { return Import(import); }; });
 }
 
-// The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list. A mark in front keeps
-// them as they are until the parser has passed them on.
+// The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list, "-.5" an option. A mark
+// in front keeps them as they are until the parser has passed them on.
 constexpr char kMark = '\x01';
 
 std::string Marked(std::string const& argument) {
-    bool const isSign = argument == "++" || argument[0] == '[' || argument[0] == kMark;
+    bool const isSign = argument == "++" || argument[0] == '[' || argument.substr(0, 2) == "-." || argument[0] == kMark;
     return isSign ? kMark + argument : argument;
 }
 
@@ -146,10 +146,17 @@ void UnmarkWhatIsPassedOn(CLI::App& app) {
 }
 
 std::string WrongUsage(CLI::App const& app, CLI::ParseError const& error) {
+    std::string what = error.what();
+    what.erase(std::remove(what.begin(), what.end(), kMark), what.end());
     auto const commands = app.get_subcommands();
-    if (!commands.empty()) return std::string(error.what()) + "; see ticket " + commands[0]->get_name() + " --help";
+    if (!commands.empty()) {
+        auto const extras = commands[0]->remaining();
+        bool const dash = std::any_of(extras.begin(), extras.end(), [](auto const& extra) { return extra[0] == '-'; });
+        auto const* const hint = dash ? "; what begins with a dash and is no option follows --" : "";
+        return what + hint + "; see ticket " + commands[0]->get_name() + " --help";
+    }
     auto const unknown = app.remaining();
-    return (unknown.empty() ? error.what() : "no command " + Quoted(unknown[0])) + "; see ticket --help";
+    return (unknown.empty() ? what : "no command " + Quoted(unknown[0])) + "; see ticket --help";
 }
 
 // What the command line asks for, done; an exit code. Throws what goes wrong.

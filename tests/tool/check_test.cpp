@@ -49,7 +49,8 @@ TEST_F(ToolCheck, FindsNothingInAFileWithoutValues) {
 TEST_F(ToolCheck, TellsWhereAFileDoesNotParse) {
     EXPECT_EQ(Findings("<ticket>\n\t<a type='int'>1</b>\n</ticket>"),
               "2:19: does not parse: Start-end tags mismatch\n");
-    EXPECT_EQ(Findings(""), "1:1: does not parse: No document element found\n");
+    EXPECT_EQ(Findings(""), "1:1: does not parse: No document element found (the file is empty)\n");
+    EXPECT_EQ(Findings("\n \t"), "2:2: does not parse: No document element found (the file is empty)\n");
     EXPECT_EQ(Findings("<ticket>\n<a b=1/></ticket>"), "2:6: does not parse: Error parsing element attribute\n");
     EXPECT_EQ(Findings(std::string("<ticket>\0</ticket>", 18)), "1:9: does not parse: Start-end tags mismatch\n");
 }

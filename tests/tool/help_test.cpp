@@ -90,6 +90,15 @@ TEST_F(ToolHelp, WrongUsageIsToldWithTheHelpToRead) {
     EXPECT_THAT(Error({"get", "a.xml", "k", "--index", "x"}), HasSubstr("--index"));
     EXPECT_THAT(Error({"set", "a.xml", "k", "v", "--type", "text"}), HasSubstr("see ticket set --help"));
     EXPECT_THAT(Error({"diff", "a.xml"}), HasSubstr("B"));
+    EXPECT_THAT(Error({"list", "a.xml", "--json", "--keys"}), AllOf(HasSubstr("--json"), HasSubstr("--keys")));
+}
+
+TEST_F(ToolHelp, WhatBeginsWithADashAndIsNoOptionIsToldToFollowTwo) {
+    EXPECT_THAT(Error({"set", "a.xml", "k", "-value"}),
+                HasSubstr("what begins with a dash and is no option follows --; see ticket set --help"));
+    EXPECT_THAT(Error({"get", "a.xml", "k", "more"}), Not(HasSubstr("follows --")));
+    EXPECT_THAT(Error({"get", "a.xml", "k", "-.5"}), HasSubstr("not expected: -.5; see"));
+    EXPECT_THAT(Output({"set", "--help"}), HasSubstr("follows --"));
 }
 
 TEST_F(ToolHelp, AnErrorIsOneLineWhateverItIsAbout) {

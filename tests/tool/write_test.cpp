@@ -63,7 +63,10 @@ TEST_F(ToolSet, ANewKeyIsAStringAndAnExistingOneKeepsItsType) {
     EXPECT_EQ(AfterSet({"d", "1e-3"}, "d"), "d\tdouble\t0.001\n");
     EXPECT_EQ(AfterSet({"e", "18446744073709551615", "--type", "uint64"}, "e"), "e\tuint64\t18446744073709551615\n");
     EXPECT_EQ(AfterSet({"e", "18446744073709551614"}, "e"), "e\tuint64\t18446744073709551614\n");
-    EXPECT_EQ(Error({"set", "s.xml", "b", "text"}), "\"text\" is not a value of type int");
+    EXPECT_EQ(Error({"set", "s.xml", "b", "text"}),
+              "\"text\" is not a value of type int, which 'b' has; --type stores another");
+    EXPECT_EQ(Error({"set", "s.xml", "b", "7.5"}),
+              "\"7.5\" is not a value of type int, which 'b' has; --type stores another");
 }
 
 TEST_F(ToolSet, ATypeReplacesTheOldOne) {
@@ -74,6 +77,8 @@ TEST_F(ToolSet, ATypeReplacesTheOldOne) {
 TEST_F(ToolSet, NegativeNumbersNeedNoDashesBeforeThem) {
     EXPECT_EQ(AfterSet({"a", "-5", "--type", "int"}, "a"), "a\tint\t-5\n");
     EXPECT_EQ(AfterSet({"--type", "double", "b", "-0.25"}, "b"), "b\tdouble\t-0.25\n");
+    EXPECT_EQ(AfterSet({"b", "-.5"}, "b"), "b\tdouble\t-0.5\n");
+    EXPECT_EQ(AfterSet({"b", "-2.5e-3"}, "b"), "b\tdouble\t-0.0025\n");
     EXPECT_EQ(AfterSet({"a", "--type", "int", "--", "-6"}, "a"), "a\tint\t-6\n");
     EXPECT_EQ(AfterSet({"c", "--", "--text"}, "c"), "c\tstring\t\"--text\"\n");
 }
@@ -91,7 +96,8 @@ TEST_F(ToolSet, AnIndexReplacesAnElementOrAppendsAtTheEnd) {
     EXPECT_EQ(AfterSet({"v", "2", "--index", "1"}, "v"), "v[0]\tint\t1\nv[1]\tint\t2\n");
     EXPECT_EQ(AfterSet({"v", "x", "--index", "0", "--type", "string"}, "v"), "v[0]\tstring\t\"x\"\nv[1]\tint\t2\n");
     EXPECT_EQ(AfterSet({"v", "3", "--index", "1"}, "v"), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
-    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "3"}), "the library refused to set 'v'");
+    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "3"}), "s.xml: 'v' has no element 3");
+    EXPECT_EQ(Error({"set", "s.xml", "new", "4", "--index", "1"}), "s.xml: 'new' has no element 1");
     EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "-1"}), "an index is 0 or more");
     EXPECT_EQ(Output({"list", "s.xml"}), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
     EXPECT_EQ(AfterSet({"v", "4", "--type", "int"}, "v"), "v\tint\t4\n");
@@ -120,6 +126,8 @@ TEST_F(ToolSet, BytesComeInHexadecimalOrFromAFile) {
     EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", "nothing"}),
               "nothing: cannot be read: No such file or directory");
     EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", "."}), ".: cannot be read: Is a directory");
+    EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", ""}), ": cannot be read: No such file or directory");
+    EXPECT_EQ(Error({"set", "s.xml", "a", "00", "--from-file", ""}), "set needs either a VALUE or --from-file");
 }
 
 TEST_F(ToolSet, APasswordMayComeThroughAPipe) {
@@ -134,6 +142,7 @@ TEST_F(ToolSet, WhatWouldNotComeBackIsRefused) {
              std::pair{ARGUMENTS{"b", " x"}, "'b' (string \" x\") would come back as string \"x\""},
              std::pair{ARGUMENTS{"b", "x "}, "'b' (string \"x \") would come back as string \"x\""},
              std::pair{ARGUMENTS{"b", "&amp;"}, "'b' (string \"&amp;\") would come back as string \"&\""},
+             std::pair{ARGUMENTS{"b", "-0.0", "--type", "double"}, "'b' (double -0) would come back as int 0"},
              std::pair{ARGUMENTS{"b", "5000000000", "--type", "int64"},
                        "'b' (int64 5000000000) would come back as int -2147483648"},
              std::pair{ARGUMENTS{"b", "1e300", "--type", "double"},
@@ -423,7 +432,8 @@ TEST_F(ToolImport, TextThatIsNotOfItsShapeIsRefusedWithTheReason) {
     for (auto const& [json, reason] : {
              std::pair{std::string(), "standard input: parse error at line 1, column 1"},
              std::pair{std::string("{}"), "standard input: the JSON is not an array of keys"},
-             std::pair{std::string("[1]"), "standard input: entry 0: "},
+             std::pair{std::string("[1]"), "standard input: entry 0: not an object"},
+             std::pair{std::string(R"([{"key": "a", "vector": [1]}])"), "standard input: entry 0: not an object"},
              std::pair{std::string("[{}]"), "standard input: entry 0: key 'key' not found"},
              std::pair{std::string(R"([{"key": "a"}])"), "standard input: entry 0: key 'type' not found"},
              std::pair{std::string(R"([{"key": "a", "type": "int"}])"), "entry 0: key 'value' not found"},
