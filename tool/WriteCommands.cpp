@@ -10,25 +10,35 @@
 
 namespace {
 
-// The type a value is set with: the one asked for, else the one the key (or its element) has, else a string.
+bool IsBytes(SetOptions const& options) {
+    return options.hex || options.fromFile;
+}
+
+// The type a value is set with: the one asked for, else the one the key (or its element) has, else that of its source.
 PARAM_TYPE TypeToSet(SetOptions const& options, TicketFile const& ticket) {
     if (!options.type.empty()) return TypeFromName(options.type);
-    if (options.hex || options.fromFile) return PARAM_BINSTR;
     auto const parameter = ticket.Read(options.key);
-    if (!parameter) return PARAM_STRING;
+    if (!parameter) return IsBytes(options) ? PARAM_BINSTR : PARAM_STRING;
     auto const element = static_cast<std::size_t>(options.index.value_or(0));
     return TypeOf((*parameter)[element < parameter->size() ? element : 0]);
 }
 
 Value ValueToSet(SetOptions const& options, std::string const& text, PARAM_TYPE type) {
-    bool const bytes = options.hex || options.fromFile;
-    if (bytes && type != PARAM_BINSTR) throw Failure("--hex and --from-file are for type binstr");
-    if (options.hex) return Bytes{FromHex(text)};
+    if (IsBytes(options) && type != PARAM_STRING && type != PARAM_BINSTR) {
+        throw Failure("--hex and --from-file are for types string and binstr");
+    }
+    return ParseValue(options.hex ? FromHex(text) : text, type);
+}
+
+Value ValueToSet(SetOptions const& options, std::string const& text, TicketFile const& ticket) {
+    auto const type = TypeToSet(options, ticket);
     try {
-        return ParseValue(text, type);
+        return ValueToSet(options, text, type);
     } catch (Failure const& failure) {
-        if (!options.type.empty()) throw;
-        throw Failure(std::string(failure.what()) + ", which " + Quoted(options.key) + " has; --type stores another");
+        bool const isOfTheKey = options.type.empty() && type != PARAM_STRING && type != PARAM_BINSTR;
+        if (!isOfTheKey) throw;
+        throw Failure(failure.what() + ("; " + Quoted(options.key)) + " is of type " + TypeName(type) +
+                      ", --type stores another");
     }
 }
 
@@ -53,7 +63,7 @@ int Set(SetOptions const& options) {
     int const index = options.append ? APPEND_INDEX : options.index.value_or(SCALAR_INDEX);
     Rewrite(options.file, options.force, [&](TicketFile& ticket) {
         RequirePlace(options, ticket);
-        ticket.Set(options.key, ValueToSet(options, text, TypeToSet(options, ticket)), index);
+        ticket.Set(options.key, ValueToSet(options, text, ticket), index);
     });
     return kDone;
 }

@@ -92,8 +92,9 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     auto* const index =
         command->add_option("--index", set.index, "Element of a vector: replace it, or append at the end");
     command->add_flag("--append", set.append, "Append to the key's vector")->excludes(index);
-    auto* const hex = command->add_flag("--hex", set.hex, "VALUE is bytes in hexadecimal");
-    command->add_option("--from-file", set.fromFile, "Take the bytes of this file")->excludes(hex);
+    auto* const hex = command->add_flag("--hex", set.hex, "VALUE is bytes in hexadecimal; a new key is a binstr");
+    command->add_option("--from-file", set.fromFile, "Take the bytes of this file or pipe; a new key is a binstr")
+        ->excludes(hex);
     AddForce(command, set.force);
     command->callback([&run] { run = [] { return Set(set); }; });
 

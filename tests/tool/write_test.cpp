@@ -64,9 +64,9 @@ TEST_F(ToolSet, ANewKeyIsAStringAndAnExistingOneKeepsItsType) {
     EXPECT_EQ(AfterSet({"e", "18446744073709551615", "--type", "uint64"}, "e"), "e\tuint64\t18446744073709551615\n");
     EXPECT_EQ(AfterSet({"e", "18446744073709551614"}, "e"), "e\tuint64\t18446744073709551614\n");
     EXPECT_EQ(Error({"set", "s.xml", "b", "text"}),
-              "\"text\" is not a value of type int, which 'b' has; --type stores another");
+              "\"text\" is not a value of type int; 'b' is of type int, --type stores another");
     EXPECT_EQ(Error({"set", "s.xml", "b", "7.5"}),
-              "\"7.5\" is not a value of type int, which 'b' has; --type stores another");
+              "\"7.5\" is not a value of type int; 'b' is of type int, --type stores another");
 }
 
 TEST_F(ToolSet, ATypeReplacesTheOldOne) {
@@ -119,7 +119,7 @@ TEST_F(ToolSet, BytesComeInHexadecimalOrFromAFile) {
     EXPECT_EQ(Error({"set", "s.xml", "a", "0", "--hex"}), "an odd number of hexadecimal digits");
     EXPECT_EQ(Error({"set", "s.xml", "a", "0g", "--hex"}), "'g' is not a hexadecimal digit");
     EXPECT_EQ(Error({"set", "s.xml", "a", "00", "--hex", "--type", "int"}),
-              "--hex and --from-file are for type binstr");
+              "--hex and --from-file are for types string and binstr");
     EXPECT_THAT(Error({"set", "s.xml", "a", "00", "--hex", "--from-file", "bytes"}), HasSubstr("--from-file"));
     EXPECT_EQ(Error({"set", "s.xml", "a", "00", "--from-file", "bytes"}), "set needs either a VALUE or --from-file");
     EXPECT_EQ(Error({"set", "s.xml", "a"}), "set needs either a VALUE or --from-file");
@@ -128,6 +128,19 @@ TEST_F(ToolSet, BytesComeInHexadecimalOrFromAFile) {
     EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", "."}), ".: cannot be read: Is a directory");
     EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", ""}), ": cannot be read: No such file or directory");
     EXPECT_EQ(Error({"set", "s.xml", "a", "00", "--from-file", ""}), "set needs either a VALUE or --from-file");
+}
+
+TEST_F(ToolSet, BytesBecomeWhatTheKeyIsWhenTheyCanBe) {
+    Write("text", "anna");
+    Write("bytes", std::string("a\0b", 3));
+    EXPECT_EQ(AfterSet({"a", "--from-file", "text", "--type", "string"}, "a"), "a\tstring\t\"anna\"\n");
+    EXPECT_EQ(AfterSet({"a", "6F74746F", "--hex"}, "a"), "a\tstring\t\"otto\"\n");
+    EXPECT_EQ(AfterSet({"a", "--from-file", "text"}, "a"), "a\tstring\t\"anna\"\n");
+    EXPECT_EQ(Error({"set", "s.xml", "a", "--from-file", "bytes"}), "'a': a string cannot hold a NUL byte");
+    EXPECT_EQ(AfterSet({"a", "--from-file", "bytes", "--type", "binstr"}, "a"), "a\tbinstr\t610062\n");
+    EXPECT_EQ(AfterSet({"b", "5", "--type", "int"}, "b"), "b\tint\t5\n");
+    EXPECT_EQ(Error({"set", "s.xml", "b", "--from-file", "text"}),
+              "--hex and --from-file are for types string and binstr; 'b' is of type int, --type stores another");
 }
 
 TEST_F(ToolSet, APasswordMayComeThroughAPipe) {
