@@ -95,7 +95,7 @@ unsigned int CountInFile(char const* fileName) {
 void Misread(char const* fileName) {
     std::remove(fileName);
     //! [misread]
-    // A key with <, >, " or a control byte spoils the whole file: nothing of it is loaded.
+    // A key with <, >, " or a line end can spoil the whole file: then nothing of it is loaded.
     TICKET ticket(STICKET::Create(fileName));
     ticket->SetParameter(ticket->pTicket, "Name", PARAM_STRING, "good", SCALAR_INDEX);
     ticket->SetParameter(ticket->pTicket, "12\" wide", PARAM_STRING, "bad", SCALAR_INDEX);

@@ -154,6 +154,20 @@ std::vector<LOSS> Compare(Parameters const& before, Parameters const& after) {
     return losses;
 }
 
+// New keys that come back from this file, and that nobody promises to come back from every one.
+std::vector<LOSS> Unpromised(std::string const& path, Parameters const& intended) {
+    std::vector<LOSS> losses;
+    for (auto const& [key, parameter] : intended) {
+        if (std::none_of(key.begin(), key.end(), IsControlByte)) continue;
+        losses.push_back({key, "holds a control byte and may not come back from a file"});
+    }
+    if (losses.empty()) return losses;
+    TicketFile const before(path, MISSING::IS_EMPTY);
+    auto const isOld = [&](LOSS const& loss) { return before.Has(loss.key); };
+    losses.erase(std::remove_if(losses.begin(), losses.end(), isOld), losses.end());
+    return losses;
+}
+
 // A key that would make a save write far more than the values. Keys that follow each other share elements.
 std::vector<LOSS> TooDeepToSave(Parameters const& parameters) {
     std::size_t indentation = 0;
@@ -194,11 +208,12 @@ std::vector<LOSS> Rehearse(std::string const& path, std::function<void(TicketFil
         copy.Save();
     }
     try {
-        return Compare(intended, TicketFile(scratch.File(), MISSING::IS_EMPTY).Read());
+        losses = Compare(intended, TicketFile(scratch.File(), MISSING::IS_EMPTY).Read());
     } catch (UnloadableFile const&) {
         throw Failure(path +
-                      ": not written: the file would not parse any more; does a key hold <, >, \" or a control byte?");
+                      ": not written: the file would not parse any more; does a key hold <, >, \" or a line end?");
     }
+    return losses.empty() ? Unpromised(path, intended) : losses;
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ bool IsOfAnImpossibleKey(std::string_view text, std::size_t offset) {
     auto const start = text.substr(0, end).rfind("\t<");
     if (end == std::string_view::npos || start == std::string_view::npos) return false;
     auto const name = text.substr(start + 2, end - start - 2);
-    return std::any_of(name.begin(), name.end(), [](char c) { return c == '<' || c == '"' || IsControlByte(c); });
+    return std::any_of(name.begin(), name.end(), [](char c) { return c == '<' || c == '>' || c == '"' || c == '\n'; });
 }
 
 std::string Hint(std::string_view text, std::size_t offset) {
@@ -27,7 +27,7 @@ std::string Hint(std::string_view text, std::size_t offset) {
     bool const wide = begins("\xFF\xFE"sv) || begins("\xFE\xFF"sv) || begins("<\0"sv) || begins("\0<"sv);
     if (wide) return " (it looks like UTF-16; only UTF-8 is read)";
     if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return " (the file is empty)";
-    return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a control byte)" : "";
+    return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a line end)" : "";
 }
 
 // The library's second attempt, for names of elements that are none in XML.

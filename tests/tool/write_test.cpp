@@ -179,12 +179,28 @@ TEST_F(ToolSet, AKeyThatNoFileCanHoldIsRefusedEvenWithForce) {
     for (std::string const key : {"a\"b", "a\nb", "a<b", "a/b\"/c"}) {
         for (auto const& arguments :
              {ARGUMENTS{"set", "s.xml", "--", key, "x"}, ARGUMENTS{"set", "s.xml", "--force", "--", key, "x"}}) {
-            EXPECT_EQ(
-                Error(arguments),
-                "s.xml: not written: the file would not parse any more; does a key hold <, >, \" or a control byte?");
+            EXPECT_EQ(Error(arguments),
+                      "s.xml: not written: the file would not parse any more; does a key hold <, >, \" or a line end?");
             EXPECT_EQ(Content("s.xml"), before);
         }
     }
+}
+
+TEST_F(ToolSet, ANewKeyThatNobodyPromisesToBringBackIsRefusedByEveryCommand) {
+    std::string const reason =
+        "s.xml: not written: 'a\\tb' holds a control byte and may not come back from a file; --force writes all the "
+        "same";
+    EXPECT_EQ(Error({"set", "s.xml", "a\tb", "x"}), reason);
+    Write("from.xml", "<ticket>\n\t<a\tb type=\"string\">x</a\tb>\n</ticket>\n");
+    EXPECT_EQ(Error({"merge", "from.xml", "s.xml"}), reason);
+    auto const imported = TicketWithInput(Output({"export", "from.xml"}), {"import", "s.xml"});
+    EXPECT_EQ(imported.err, "ticket: " + reason + "\n");
+    EXPECT_FALSE(files::Exists(m_scratch.Path("s.xml")));
+    EXPECT_THAT(Error({"set", "s.xml", "a>b", "x"}), HasSubstr("'a>b' would be gone after a save; --force"));
+    EXPECT_EQ(Output({"set", "s.xml", "a\tb", "x", "--force"}), "");
+    EXPECT_EQ(Output({"set", "s.xml", "a\tb", "y"}), "") << "it is there already";
+    EXPECT_EQ(Output({"get", "s.xml", "a\tb"}), "y\n");
+    EXPECT_THAT(Error({"set", "s.xml", "c\x7F", "x"}), HasSubstr("'c\\x7F' holds a control byte"));
 }
 
 TEST_F(ToolSet, AKeyThatIsNoXmlNameIsSetLikeAnyOther) {
