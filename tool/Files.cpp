@@ -2,26 +2,20 @@
 // library used by one program need not care about: other tools at the same time, links, owners, a user who interrupts.
 #include "Files.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <thread>
 
+#include "Turn.h"
 #include "XmlText.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr auto kLongestWait = std::chrono::seconds(10);
-constexpr auto kPollInterval = std::chrono::milliseconds(5);
 // A file indents each level by one more byte; deep keys would make files as large as the square of their depth.
 constexpr std::size_t kMostIndentation = std::size_t{256} << 20;
 
@@ -64,29 +58,6 @@ class SCRATCH {
  private:
     SIGNALS_LATER m_signals;
     fs::path m_path;
-};
-
-// While it lives no other tool changes files of the directory. Where directories cannot be locked, or when another tool
-// holds the lock for too long, the change goes on without.
-class TURN {
- public:
-    explicit TURN(std::string const& path) {
-        auto const directory = fs::path(path).parent_path();
-        m_directory = open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        auto const deadline = std::chrono::steady_clock::now() + kLongestWait;
-        while (m_directory >= 0 && flock(m_directory, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
-               std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(kPollInterval);
-        }
-    }
-    ~TURN() {
-        if (m_directory >= 0) close(m_directory);
-    }
-    TURN(TURN const&) = delete;
-    TURN& operator=(TURN const&) = delete;
-
- private:
-    int m_directory;
 };
 
 // A save makes a new file, which belongs to whoever runs the tool; an administrator must not take a program's settings

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <optional>
 #include <thread>
 
 #include "Program.h"
+#include "tool/Turn.h"
+#include "tool/Values.h"
 
 namespace {
 
@@ -191,6 +194,25 @@ TEST_F(ToolSafety, CommandsThatChangeOneFileAtTheSameTimeAllArrive) {
     auto const keys = Output({"list", "--keys", "s.xml"});
     EXPECT_EQ(std::count(keys.begin(), keys.end(), '\n'), 12) << keys;
     EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml", "s.xml"));
+}
+
+TEST_F(ToolSafety, ACommandWaitsWhileAnotherIsAtWorkInTheDirectory) {
+    std::optional<TURN> other(m_scratch.Path("other.xml"));
+    auto waiting = Start({"set", "s.xml", "a", "x"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_FALSE(waiting.HasEnded());
+    EXPECT_FALSE(files::Exists(m_scratch.Path("s.xml")));
+    other.reset();
+    EXPECT_EQ(waiting.Wait().code, 0);
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "x\n");
+}
+
+TEST_F(ToolSafety, ATurnThatDoesNotComeIsAFailure) {
+    auto const file = m_scratch.Path("s.xml");
+    auto const wait = [&] { TURN(file, std::chrono::milliseconds(20)); };
+    TURN const other(file);
+    EXPECT_THAT(wait, testing::ThrowsMessage<Failure>(
+                          file + ": not written: another ticket is busy with a file of its directory; try again"));
 }
 
 // Commands whose copies can be watched: there are enough keys to keep them busy for a while.
