@@ -53,10 +53,6 @@ class CHECKER {
     std::vector<FINDING> m_findings;
 };
 
-bool IsSpace(char c) {
-    return static_cast<unsigned char>(c) <= 0x20;
-}
-
 // What loading makes of a text: no white space at the ends, one space for each inner run.
 std::string Normalised(std::string const& text) {
     std::string result;
@@ -74,15 +70,6 @@ std::string Normalised(std::string const& text) {
 std::string Trimmed(std::string const& text) {
     auto const end = std::find_if_not(text.rbegin(), text.rend(), IsSpace).base();
     return {std::find_if_not(text.begin(), end, IsSpace), end};
-}
-
-bool IsText(pugi::xml_node node) {
-    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
-}
-
-// Text that is more than the layout of the file.
-bool IsMoreThanSpace(pugi::xml_node node) {
-    return IsText(node) && !Normalised(node.value()).empty();
 }
 
 bool HasElements(pugi::xml_node node) {

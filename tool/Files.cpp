@@ -193,7 +193,11 @@ void Rewrite(std::string const& path, bool force, std::function<void(TicketFile&
     auto const file = FileBehind(path);
     TURN const turn(file);
     // Refused here, a broken file is named by its own name and not by that of a copy.
-    TicketFile(file, MISSING::IS_EMPTY);
+    bool const isForeign = TicketFile(file, MISSING::IS_EMPTY).IsForeign();
+    if (isForeign && !force) {
+        throw Failure(file +
+                      ": not written: it has content and not one value: is it a ticket file? --force replaces it");
+    }
     auto const losses = Rehearse(file, change);
     if (!losses.empty() && (!force || losses.front().preventsSave)) {
         auto const& first = losses.front();

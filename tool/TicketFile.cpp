@@ -81,9 +81,13 @@ void RequirePlaceFor(std::string const& path) {
     if (!directory.empty() && !std::filesystem::is_directory(directory)) throw Failure(path + ": no such directory");
 }
 
+enum class CONTENT { NONE, VALUES, OTHER };
+
 // Throws Failure for a file that cannot be read or does not parse.
-bool HoldsValues(std::string const& path) {
-    return !ParseTicketText(path, ReadTicketText(path))->find_node(StoresValue).empty();
+CONTENT ContentOf(std::string const& path) {
+    auto const document = ParseTicketText(path, ReadTicketText(path));
+    if (document->find_node(StoresValue)) return CONTENT::VALUES;
+    return document->find_node(IsContent) ? CONTENT::OTHER : CONTENT::NONE;
 }
 
 }  // namespace
@@ -97,10 +101,11 @@ TicketFile::TicketFile(std::string const& path, MISSING missing) : m_path(path) 
     if (path.empty()) throw Failure("the name of a ticket file is empty");
     bool const isNew = missing == MISSING::IS_EMPTY && !Exists(path);
     if (isNew) RequirePlaceFor(path);
-    bool const holdsValues = !isNew && HoldsValues(path);
+    auto const content = isNew ? CONTENT::NONE : ContentOf(path);
+    m_isForeign = content == CONTENT::OTHER;
     m_table.reset(hSTicketInstance->Create(path.c_str()));
     if (m_table == nullptr) throw Failure(path + ": cannot make a ticket");
-    if (holdsValues && Count() == 0) {
+    if (content == CONTENT::VALUES && Count() == 0) {
         throw UnloadableFile(path + ": is not loaded: nested so deep that its keys would fill the memory");
     }
 }

@@ -18,6 +18,8 @@ class TicketFile {
     explicit TicketFile(std::string const& path, MISSING missing = MISSING::REFUSED);
 
     STICKET_ACCESS const* Table() const { return m_table.get(); }
+    // Whether the file had content and not one value, as some other program's would.
+    bool IsForeign() const { return m_isForeign; }
 
     // All parameters, or those that the selectors name ("Product/Name", "Log/" followed by "*").
     Parameters Read(std::vector<std::string> const& selectors = {}) const;
@@ -45,6 +47,7 @@ class TicketFile {
     std::optional<Value> ReadElement(std::string const& key, int index) const;
 
     std::string m_path;
+    bool m_isForeign = false;
     std::unique_ptr<STICKET_ACCESS const, DESTROY> m_table;
 };
 

@@ -86,6 +86,10 @@ std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std
     return document;
 }
 
+bool IsSpace(char c) {
+    return static_cast<unsigned char>(c) <= 0x20;
+}
+
 bool IsControlByte(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
@@ -99,4 +103,18 @@ bool StoresValue(pugi::xml_node element) {
     auto const first = element.first_attribute();
     return element.type() == pugi::node_element && std::strcmp(first.name(), "type") == 0 &&
            IsTypeInFiles(first.value()) && element.first_child();
+}
+
+bool IsText(pugi::xml_node node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+bool IsContent(pugi::xml_node node) {
+    bool const isElement = node.type() == pugi::node_element;
+    return (isElement && node.parent().type() == pugi::node_element) || IsMoreThanSpace(node);
+}
+
+bool IsMoreThanSpace(pugi::xml_node node) {
+    std::string_view const text = node.value();
+    return IsText(node) && !std::all_of(text.begin(), text.end(), IsSpace);
 }

@@ -35,6 +35,9 @@ class PLACES {
     std::size_t m_offset = 0;
 };
 
+// What loading takes for white space.
+bool IsSpace(char c);
+
 // Keys with such bytes are not promised to come back from a file.
 bool IsControlByte(char c);
 
@@ -50,3 +53,11 @@ bool IsTypeInFiles(std::string_view name);
 
 // Whether loading makes a value of this element.
 bool StoresValue(pugi::xml_node element);
+
+// Whether this is more than an empty top-level element: an element in it, or text.
+bool IsContent(pugi::xml_node node);
+
+bool IsText(pugi::xml_node node);
+
+// Text that is more than the layout of the file.
+bool IsMoreThanSpace(pugi::xml_node node);

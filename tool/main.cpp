@@ -25,7 +25,9 @@ CLI::App* AddCommand(CLI::App& app, char const* name, char const* what, char con
 }
 
 void AddForce(CLI::App* command, bool& force) {
-    command->add_flag("--force", force, "Write even when a value or key would not come back from the file as it is");
+    command->add_flag(
+        "--force", force,
+        "Write even when a value or key would not come back as it is, or the file seems to be no ticket file");
 }
 
 void AddType(CLI::App* command, std::string& type, char const* what) {

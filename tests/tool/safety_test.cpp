@@ -71,6 +71,32 @@ TEST_F(ToolSafety, AFileThatDoesNotParseIsRefusedWithItsPlaceAndLeftAsItWas) {
     EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml", "s.xml"));
 }
 
+TEST_F(ToolSafety, AFileWithContentAndNoValueIsAnotherProgramsAndReplacedOnlyWithForce) {
+    for (std::string const content :
+         {"<html><body class='a'><p>text</p></body></html>", "<licence>ABCD</licence>", "<a><![CDATA[x]]></a>"}) {
+        for (auto const& command : WriteCommands()) {
+            if (command[0] == "delete") continue;
+            Write("s.xml", content);
+            if (command.back() == "--force") {
+                EXPECT_EQ(Output(command), "");
+                EXPECT_EQ(Output({"list", "s.xml", "--keys"}), "a\n");
+            } else {
+                EXPECT_EQ(
+                    Error(command),
+                    "s.xml: not written: it has content and not one value: is it a ticket file? --force replaces it");
+                EXPECT_EQ(Content("s.xml"), content);
+            }
+        }
+    }
+}
+
+TEST_F(ToolSafety, AFileWithNothingInItIsATicketFile) {
+    for (std::string const content : {"<ticket/>", "<ticket>\n\t\n</ticket>\n", "<ticket><!-- none yet --></ticket>"}) {
+        Write("s.xml", content);
+        EXPECT_EQ(Output({"set", "s.xml", "a", "x"}), "");
+    }
+}
+
 TEST_F(ToolSafety, ADirectoryIsNoTicketFile) {
     std::filesystem::create_directory(m_scratch.Path("s.xml"));
     for (auto const& command : AllCommands()) EXPECT_EQ(Error(command), "s.xml: not a regular file") << command[0];
