@@ -16,9 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A file indents each level by one more byte; deep keys would make files as large as the square of their depth.
-constexpr std::size_t kMostIndentation = std::size_t{256} << 20;
-
 // Lets signals that would end the tool wait, so that it leaves no copy of a settings file behind.
 class SIGNALS_LATER {
  public:
@@ -139,21 +136,12 @@ std::vector<LOSS> Unpromised(std::string const& path, Parameters const& intended
     return losses;
 }
 
-// A key that would make a save write far more than the values. Keys that follow each other share elements.
-std::vector<LOSS> TooDeepToSave(Parameters const& parameters) {
-    std::size_t indentation = 0;
-    std::string_view last;
-    for (auto const& [key, parameter] : parameters) {
-        auto const differing = std::mismatch(key.begin(), key.end(), last.begin(), last.end()).first;
-        auto const shared = static_cast<std::size_t>(std::count(key.begin(), differing, '/')) + 1;
-        auto const levels = static_cast<std::size_t>(std::count(differing, key.end(), '/'));
-        indentation += levels * (2 * shared + levels) + parameter.size() * (shared + levels);
-        if (indentation > kMostIndentation) {
-            return {{key, "nests " + std::to_string(shared + levels) + " elements: too deep to be saved", true}};
-        }
-        last = key;
-    }
-    return {};
+// Why the library refuses to save, most likely: indentation makes a file as large as the square of its depth.
+LOSS TooDeepToSave(Parameters const& parameters) {
+    auto const depth = [](std::string const& key) { return std::count(key.begin(), key.end(), '/') + 1; };
+    auto const shallower = [&](auto const& a, auto const& b) { return depth(a.first) < depth(b.first); };
+    auto const& key = std::max_element(parameters.begin(), parameters.end(), shallower)->first;
+    return {key, "nests " + std::to_string(depth(key)) + " elements: too deep to be saved, or memory is short", true};
 }
 
 // Loads a copy, changes it, saves it, reads it back; what is not the same then.
@@ -161,23 +149,22 @@ std::vector<LOSS> Rehearse(std::string const& path, std::function<void(TicketFil
     SCRATCH const scratch;
     CopyIfThere(path, scratch.File());
     Parameters intended;
-    std::vector<LOSS> losses;
     {
         TicketFile copy(scratch.File(), MISSING::IS_EMPTY);
         try {
             change(copy);
             intended = copy.Read();
-            losses = TooDeepToSave(intended);
-        } catch (...) {
+            copy.Save();
+        } catch (RefusedSave const&) {
             copy.Clear();  // its end would save it all the same
+            if (intended.empty()) throw;
+            return {TooDeepToSave(intended)};
+        } catch (...) {
+            copy.Clear();
             throw;
         }
-        if (!losses.empty()) {
-            copy.Clear();
-            return losses;
-        }
-        copy.Save();
     }
+    std::vector<LOSS> losses;
     try {
         losses = Compare(intended, TicketFile(scratch.File(), MISSING::IS_EMPTY).Read());
     } catch (UnloadableFile const&) {

@@ -215,10 +215,11 @@ void TicketFile::Save() {
     m_table->SetParameter(m_table->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
     auto const before = IdentityOf(m_path);
     bool const saved = m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
+    if (!saved) throw RefusedSave(m_path + ": cannot be written: nested too deep, or memory is short");
     auto const after = IdentityOf(m_path);
     // A save replaces the file, or deletes it when there is nothing to keep.
     bool const written = Count() == 0 ? !after : after && after != before;
-    if (!saved || !written) throw Failure(m_path + ": cannot be written: " + WhyNotWritten(m_path));
+    if (!written) throw Failure(m_path + ": cannot be written: " + WhyNotWritten(m_path));
 }
 
 unsigned int TicketFile::Count() const {

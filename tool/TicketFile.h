@@ -8,6 +8,11 @@
 
 #include "Values.h"
 
+// A save that the library does not even begin or finish, whatever the disk; the ticket still wants to be saved.
+struct RefusedSave : Failure {
+    using Failure::Failure;
+};
+
 // Whether a file that is not there will do.
 enum class MISSING { REFUSED, IS_EMPTY };
 
@@ -35,7 +40,7 @@ class TicketFile {
     void Set(std::string const& key, Parameter const& parameter);
     void Delete(std::string const& key, int index);
     void Clear();
-    // Writes the file, changed or not; throws Failure when it could not be written.
+    // Writes the file, changed or not; throws Failure when it could not be written, RefusedSave when it never can be.
     void Save();
 
  private:
