@@ -144,6 +144,15 @@ LOSS TooDeepToSave(Parameters const& parameters) {
     return {key, "nests " + std::to_string(depth(key)) + " elements: too deep to be saved, or memory is short", true};
 }
 
+// The first two, since a key that comes back under another name makes two.
+std::string Told(std::vector<LOSS> const& losses) {
+    auto const told = [](LOSS const& loss) { return Quoted(loss.key) + " " + loss.what; };
+    auto text = told(losses[0]);
+    if (losses.size() > 1) text += ", and " + told(losses[1]);
+    if (losses.size() > 2) text += " (and " + std::to_string(losses.size() - 2) + " more)";
+    return text;
+}
+
 // Loads a copy, changes it, saves it, reads it back; what is not the same then.
 std::vector<LOSS> Rehearse(std::string const& path, std::function<void(TicketFile&)> const& change) {
     SCRATCH const scratch;
@@ -187,10 +196,8 @@ void Rewrite(std::string const& path, bool force, std::function<void(TicketFile&
     }
     auto const losses = Rehearse(file, change);
     if (!losses.empty() && (!force || losses.front().preventsSave)) {
-        auto const& first = losses.front();
-        auto const more = losses.size() > 1 ? " (and " + std::to_string(losses.size() - 1) + " more)" : std::string();
-        auto const hint = first.preventsSave ? "" : "; --force writes all the same";
-        throw Failure(file + ": not written: " + Quoted(first.key) + " " + first.what + more + hint);
+        auto const* const hint = losses.front().preventsSave ? "" : "; --force writes all the same";
+        throw Failure(file + ": not written: " + Told(losses) + hint);
     }
     SIGNALS_LATER const signals;
     OWNER const owner(file);

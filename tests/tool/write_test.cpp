@@ -160,9 +160,13 @@ TEST_F(ToolSet, WhatWouldNotComeBackIsRefused) {
                        "'b' (int64 5000000000) would come back as int -2147483648"},
              std::pair{ARGUMENTS{"b", "1e300", "--type", "double"},
                        "'b' (double 1e+300) would come back as int -2147483648"},
-             std::pair{ARGUMENTS{"b/ticket/c", "x"}, "'b/ticket/c' would be gone after a save (and 1 more)"},
-             std::pair{ARGUMENTS{"ticket/c", "x"}, "'ticket/c' would be gone after a save (and 1 more)"},
-             std::pair{ARGUMENTS{"b//c", "x"}, "'b//c' would be gone after a save (and 1 more)"},
+             std::pair{ARGUMENTS{"b/ticket/c", "x"},
+                       "'b/ticket/c' would be gone after a save, and 'b/c' would appear after a save as string \"x\""},
+             std::pair{ARGUMENTS{"ticket/c", "x"},
+                       "'ticket/c' would be gone after a save, and 'c' would appear after a save as string \"x\""},
+             std::pair{
+                 ARGUMENTS{"b//c", "x"},
+                 "'b//c' would be gone after a save, and 'b/anonymous/c' would appear after a save as string \"x\""},
              std::pair{ARGUMENTS{"b/", "x"}, "'b/' would be gone after a save"},
              std::pair{ARGUMENTS{"", "x"}, "'' would be gone after a save"},
          }) {
@@ -492,6 +496,15 @@ TEST_F(ToolImport, TextThatIsNotOfItsShapeIsRefusedWithTheReason) {
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
         EXPECT_EQ(Content("s.xml"), before);
     }
+}
+
+TEST_F(ToolImport, WhatWouldNotComeBackIsToldOfTwoKeysAndCounted) {
+    auto const result = TicketWithInput(R"([{"key": "a", "type": "string", "value": "x "},
+        {"key": "b", "type": "string", "value": "y "}, {"key": "c", "type": "string", "value": "z "}])",
+                                        {"import", "s.xml"});
+    EXPECT_EQ(result.err,
+              "ticket: s.xml: not written: 'a' (string \"x \") would come back as string \"x\", and "
+              "'b' (string \"y \") would come back as string \"y\" (and 1 more); --force writes all the same\n");
 }
 
 TEST_F(ToolImport, HugeValuesArrive) {
