@@ -1,13 +1,20 @@
 # bash completion for ticket(1): commands, options, files, and the keys of the file named.
 
-# The keys of a file that begin with a text. The file is named as it was typed, so it may be quoted.
+# The keys of a file that begin with a text. Both are as they were typed, so they may be quoted; so are the keys, unless
+# an open quote stands before them.
 _ticket_keys() {
     local file=${1//\\/}
     file=${file#[\'\"]}
     file=${file%[\'\"]}
     [[ $file == '~/'* ]] && file=$HOME/${file:2}
     [ -f "$file" ] || return 0
-    ticket list --keys -- "$file" "$2*" 2>/dev/null
+    local start=$2 quote=yes key
+    [[ $start == [\'\"]* ]] && start=${start:1} quote=''
+    [ -n "$quote" ] && start=${start//\\/}
+    while IFS= read -r key; do
+        [ -n "$quote" ] && printf -v key %q "$key"
+        printf '%s\n' "$key"
+    done < <(ticket list --keys -- "$file" "$start*" 2>/dev/null)
 }
 
 _ticket_files() {

@@ -241,6 +241,14 @@ TEST_F(ToolCompletion, OffersTheKeysOfTheFileNamed) {
     EXPECT_THAT(Completions({"get", "none.xml", ""}), ElementsAre());
 }
 
+TEST_F(ToolCompletion, OffersKeysAsTheyMustBeTyped) {
+    WriteTicket("k.xml", "<x type='int'>1</x>\n\t<HP 4000 type=\"int\">1</HP 4000>\n");
+    EXPECT_THAT(Completions({"get", "k.xml", ""}), ElementsAre("HP\\ 4000", "x"));
+    EXPECT_THAT(Completions({"get", "k.xml", "HP\\ 4"}), ElementsAre("HP\\ 4000"));
+    EXPECT_THAT(Completions({"get", "k.xml", "'HP 4"}), ElementsAre("HP 4000"));
+    EXPECT_THAT(Completions({"get", "k.xml", "\"HP"}), ElementsAre("HP 4000"));
+}
+
 TEST_F(ToolCompletion, TakesFileNamesAsTheyAreTyped) {
     for (std::string const name : {"my\\ files/s.xml", "\"my files/s.xml\"", "'my files/s.xml'", "~/s.xml"}) {
         EXPECT_THAT(Completions({"get", name, "P"}), ElementsAre("Product/Name")) << name;
