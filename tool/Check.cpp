@@ -12,6 +12,7 @@
 #include "Commands.h"
 #include "Files.h"
 #include "Terminal.h"
+#include "TicketImpSFileText.h"
 #include "XmlText.h"
 
 namespace {
@@ -53,18 +54,9 @@ class CHECKER {
     std::vector<FINDING> m_findings;
 };
 
-// What loading makes of a text: no white space at the ends, one space for each inner run.
 std::string Normalised(std::string const& text) {
-    std::string result;
-    for (char const c : text) {
-        if (!IsSpace(c)) {
-            result += c;
-        } else if (!result.empty() && result.back() != ' ') {
-            result += ' ';
-        }
-    }
-    if (!result.empty() && result.back() == ' ') result.pop_back();
-    return result;
+    std::string scratch;
+    return std::string(NormaliseSpace(text, scratch));
 }
 
 std::string Trimmed(std::string const& text) {
