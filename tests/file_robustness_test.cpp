@@ -122,6 +122,25 @@ TEST_F(UnreadableFile, IsKeptWhenTheTicketIsEmptiedInsteadOfWritten) {
     EXPECT_EQ(FileContent(m_unreadable), "broken");
 }
 
+TEST_F(UnreadableFile, IsKeptThoughTheTicketIsClearedBeforeAnythingIsRead) {
+    OWNER const other;
+    Set(other, "a", 1);
+    using CLEAR = std::function<void(STICKET_ACCESS const*)>;
+    for (CLEAR const& clear : {
+             CLEAR([](auto* t) { Operate(t, STICKET_OP_CLEAR); }),
+             CLEAR([&](auto* t) { t->MergeTicket(t->pTicket, other, nullptr, true); }),
+         }) {
+        std::filesystem::remove(m_unreadable);
+        Write(m_file, "broken");
+        OWNER const ticket(m_file.c_str());
+        clear(ticket);
+        Set(ticket, "a", 1);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(FileContent(m_unreadable), "broken");
+        EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
+    }
+}
+
 TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {
     Write(m_file, "broken");
     OWNER const ticket(m_file.c_str());

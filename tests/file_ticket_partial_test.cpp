@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 
 #include "support/FileTickets.h"
 
@@ -65,6 +66,16 @@ TEST_F(PartialFileTicket, WholeTreeStaysWholeUntilItIsDropped) {
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_RELEASE), 1);
     GetInt(m_ticket, "a/b", 0);
     EXPECT_EQ(InMemory(m_ticket), 2u);
+}
+
+TEST_F(PartialFileTicket, KeysStayWhenTheSaveBeforeTheirChangeFails) {
+    Set(m_ticket, "d", std::numeric_limits<double>::infinity());
+    EXPECT_EQ(SetPartialKeys(m_ticket, {"a/b"}), 0);
+    EXPECT_TRUE(m_open->KeyNotPartial("a/b"));
+    Set(m_ticket, "d", 4);
+    EXPECT_EQ(Operate(m_ticket, STICKET_OP_RELEASE), 1);
+    EXPECT_EQ(Set(m_ticket, "a/b", 5, 0), 1);
+    EXPECT_EQ(InMemory(m_ticket), 4u);
 }
 
 TEST_F(PartialFileTicket, EverythingButSingleAccessToItsKeysLoadsTheWhole) {

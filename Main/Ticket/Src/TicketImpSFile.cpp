@@ -220,14 +220,18 @@ clTICKETNODE STICKET_FILE::ReleaseTo(bool partial) {
     return dropped;
 }
 
+// The tree is dropped before the keys change: when it cannot be saved, it stays, with the keys that it was read by.
 void STICKET_FILE::ChangePartialKeys(char const* const* keys) {
+    auto changed = m_partialKeys;
     if (!keys) {
-        m_partialKeys.clear();
+        changed.clear();
     } else if (*keys && !**keys) {
-        while (*++keys) m_partialKeys.erase(*keys);
+        while (*++keys) changed.erase(*keys);
     } else {
-        for (; *keys; ++keys) m_partialKeys.insert(*keys);
+        for (; *keys; ++keys) changed.insert(*keys);
     }
+    ReleaseTo(!changed.empty());
+    m_partialKeys.swap(changed);
 }
 
 // Changing and saving
@@ -295,14 +299,13 @@ bool STICKET_FILE::Operation(STICKET_OP code, void* data) {
             if (!data || (m_loaded && IsOver(m_lastAccess, data))) ReleaseTo(!m_partialKeys.empty());
             return true;
         case STICKET_OP_CLEAR:
+            if (!m_loaded) Load();  // a file that cannot be read is to be kept
             m_partial = false;
-            m_loaded = true;
             MarkDirty();
             m_content->parameters.Clear();
             return true;
         case STICKET_OP_PARTIAL_KEYS:
             ChangePartialKeys(static_cast<char const* const*>(data));
-            ReleaseTo(!m_partialKeys.empty());
             return true;
         case STICKET_OP_COUNT:
             MakeReady(true);
