@@ -1,5 +1,7 @@
 // The logger of hosts that bring none: it wants no message of any level. Weak, so that a host's own definition of the
 // same function takes its place.
+#include <dlfcn.h>
+
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 
 namespace {
@@ -12,8 +14,14 @@ class DISABLED_LOGGER : public LoggerAdapter::ILogger {
 
 DISABLED_LOGGER g_disabled;
 
+using GET_INSTANCE = decltype(&LoggerAdapter::ILogger::getInstance);
+
 }  // namespace
 
+// The dynamic linker takes the first definition, weak or not: one in a shared library behind this one is asked for
+// here.
 __attribute__((weak)) LoggerAdapter::ILogger* LoggerAdapter::ILogger::getInstance() {
-    return &g_disabled;
+    static auto const hosts =
+        reinterpret_cast<GET_INSTANCE>(dlsym(RTLD_NEXT, "_ZN13LoggerAdapter7ILogger11getInstanceEv"));
+    return hosts ? hosts() : &g_disabled;
 }

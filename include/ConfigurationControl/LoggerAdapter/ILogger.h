@@ -26,8 +26,9 @@ class CONFIGURATIONCONTROL_API ILogger {
 
     /**
      * The host defines this function: it returns the logger, which stays the host's, or null for none. The library
-     * carries a weak definition whose logger is disabled; a host's own definition wins, if it is visible to the dynamic
-     * linker (programs that load the library with `dlopen` are linked with -rdynamic).
+     * carries a weak definition whose logger is disabled; a host's own definition wins, in the program or in a shared
+     * library, if it is visible to the dynamic linker: programs that load the library with `dlopen` are linked with
+     * -rdynamic, and from a static library the linker takes the definition only if it is told to (`-u`).
      */
     static ILogger* getInstance();
 

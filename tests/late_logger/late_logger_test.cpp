@@ -1,0 +1,14 @@
+// A host whose logger lies in a shared library that is linked behind ours.
+#include <gtest/gtest.h>
+
+#include "ConfigurationControl/IConfigurationControl.h"
+
+extern "C" int CountMessages();
+
+TEST(LateLogger, HearsTheService) {
+    auto* const configuration = GetConfigurationControl();
+    EXPECT_EQ(CountMessages(), 0);
+    configuration->Initialize("");
+    EXPECT_EQ(CountMessages(), 1);
+    configuration->Release();
+}
