@@ -22,7 +22,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using SERVICE = IConfigurationControl;
+using SERVICE = CConfigurationControl;
 
 // A value as one line of text, whatever its type.
 std::string Show(bool value) {
@@ -72,7 +72,7 @@ struct SETTING_CASE {
 };
 
 std::vector<SETTING_CASE> const& Settings() {
-    using I = IConfigurationControl;
+    using I = SERVICE;
     static READ const workflowUsesLocal = [](I& service) { return Show(service.GetPGUseLocalSettingsStatus(true)); };
     static READ const mediaUsesLocal = [](I& service) { return Show(service.GetPGUseLocalSettingsStatus(false)); };
     static WRITE const setWorkflowUsesLocal = [](I& service) { service.SetPGUseLocalSettingsStatus(true, true); };

@@ -26,7 +26,7 @@ class IConfigNotification;
  * Any thread may call any operation but AddConfigNotification and Release: one mutex serialises all access. An
  * exception from the host's logger leaves the mutex unlocked and passes to the caller.
  *
- * The order of the operations is the binary interface: new ones would have to go behind the destructor.
+ * The operations and their order are the binary interface: none is added here. CConfigurationControl takes new ones.
  */
 class CONFIGURATIONCONTROL_API IConfigurationControl {
  public:
