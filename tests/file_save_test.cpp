@@ -410,12 +410,17 @@ TEST_F(FileSave, NothingIsRenamedAfterAFailedWrite) {
     EXPECT_THAT(g_system.calls, ElementsAre("lock", "write 600", "close", "unlink", "flush directory", "close"));
 }
 
-TEST_F(FileSave, DirectoryAtTheTemporaryNameIsNoObstacle) {
+TEST_F(FileSave, DirectoryAtTheTemporaryNameRefusesTheSave) {
     std::filesystem::create_directory(m_temporary);
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.tmp"));
+    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.tmp"));
+    Write(m_file, "old");
+    for (OLD const old : {OLD::DISCARD, OLD::KEEP}) {
+        EXPECT_FALSE(Replace(m_file, "new", old));
+        EXPECT_EQ(FileContent(m_file), "old");
+        EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
+        EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.tmp"));
+    }
 }
 
 TEST_F(FileSave, MissingDirectoryIsNotMade) {

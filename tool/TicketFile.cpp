@@ -69,7 +69,7 @@ std::string WhyNotWritten(std::string const& path) {
     auto directory = std::filesystem::path(path).parent_path();
     if (directory.empty()) directory = ".";
     if (access(directory.c_str(), W_OK) != 0) return directory.string() + ": " + std::strerror(errno);
-    return "is the disk full?";
+    return "is the disk full, or " + path + ".tmp in the way?";
 }
 
 bool Exists(std::string const& path) {

@@ -123,11 +123,13 @@ bool MakeNew(int file, struct stat const& found, mode_t mode) {
 
 // The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
 // is opened anew for every attempt. When the wait is over, or when the file cannot be opened or locked or is not ours
-// alone, the save goes to a file of its own: to write into the same one would mix two saves.
+// alone, the save goes to a file of its own: to write into the same one would mix two saves. A directory of that name
+// is somebody's will, and refuses the save as a full disk would.
 TEMPORARY OpenTemporary(std::string name, mode_t mode) {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
         DESCRIPTOR file = Open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, OWNER_ONLY);
+        if (!file && errno == EISDIR) return {};
         if (!file) break;
         struct stat found;
         if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
