@@ -22,7 +22,7 @@ class SIGNALS_LATER {
     SIGNALS_LATER() {
         sigset_t ending;
         sigemptyset(&ending);
-        for (int const number : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&ending, number);
+        for (int const number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&ending, number);
         pthread_sigmask(SIG_BLOCK, &ending, &m_before);
     }
     ~SIGNALS_LATER() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
@@ -62,11 +62,12 @@ class SCRATCH {
 class OWNER {
  public:
     explicit OWNER(std::string const& path) : m_path(path), m_known(stat(path.c_str(), &m_before) == 0) {}
+    bool CanBeRestored() const { return !m_known || geteuid() == 0 || m_before.st_uid == geteuid(); }
     void Restore() const {
         struct stat now;
         if (!m_known || stat(m_path.c_str(), &now) != 0) return;
         if (now.st_uid == m_before.st_uid && now.st_gid == m_before.st_gid) return;
-        if (lchown(m_path.c_str(), m_before.st_uid, m_before.st_gid) != 0) return;  // not ours to give away
+        if (lchown(m_path.c_str(), m_before.st_uid, m_before.st_gid) != 0) return;  // a group of others
     }
 
  private:
@@ -194,13 +195,16 @@ void Rewrite(std::string const& path, bool force, std::function<void(TicketFile&
         throw Failure(file +
                       ": not written: it has content and not one value: is it a ticket file? --force replaces it");
     }
+    OWNER const owner(file);
+    if (!owner.CanBeRestored() && !force) {
+        throw Failure(file + ": not written: it is another user's, and would be yours; --force writes all the same");
+    }
     auto const losses = Rehearse(file, change);
     if (!losses.empty() && (!force || losses.front().preventsSave)) {
         auto const* const hint = losses.front().preventsSave ? "" : "; --force writes all the same";
         throw Failure(file + ": not written: " + Told(losses) + hint);
     }
     SIGNALS_LATER const signals;
-    OWNER const owner(file);
     TicketFile ticket(file, MISSING::IS_EMPTY);
     change(ticket);
     ticket.Save();

@@ -2,6 +2,7 @@
 // sources.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <exception>
 #include <functional>
 #include <iostream>
@@ -180,6 +181,7 @@ int Run(CLI::App& app, RUN const& run, std::vector<std::string> const& arguments
 
 int main(int argc, char** argv) {
     OccupyStandardStreams();
+    std::signal(SIGXFSZ, SIG_IGN);  // a write beyond the limit of file sizes then fails like any other
     CLI::App app("Looks into ticket settings files and mends them.", "ticket");
     app.set_version_flag("--version", std::string("ticket ") + ConfigurationControlVersionString);
     app.require_subcommand(1);

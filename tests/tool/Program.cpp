@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr uid_t NOBODY = 65534;
 constexpr int NOT_STARTED = 127;
 
 struct PIPE {

@@ -19,13 +19,15 @@ struct RESULT {
 
 using ARGUMENTS = std::vector<std::string>;
 
+constexpr uid_t NOBODY = 65534;
+
 // How a program is run.
 struct MANNER {
     std::string directory;
     std::string input;
     std::vector<std::string> environment;  // "NAME=VALUE", added to the test's own
     std::vector<int> closed;               // standard streams that are closed
-    bool asNobody = false;                 // as a user without rights; needs root
+    bool asNobody = false;                 // as NOBODY, a user without rights; needs root
 };
 
 // A program that has been started; its output is collected until it ends.

@@ -1,4 +1,5 @@
 // What the tool does about files, directories, streams and neighbours that do not behave.
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -149,6 +150,8 @@ TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
     std::filesystem::permissions(m_scratch.Path("from.xml"), std::filesystem::perms(0644));
     auto const before = Content("s.xml");
     if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
+    bool const given = !IsRoot() || chown(m_scratch.Path("s.xml").c_str(), NOBODY, NOBODY) == 0;
+    ASSERT_TRUE(given);
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
     for (auto const& command : WriteCommands()) {
         EXPECT_EQ(Error(command), "s.xml: cannot be written: .: Permission denied") << command[0];
@@ -160,15 +163,12 @@ TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
 }
 
 TEST_F(ToolSafety, ASaveThatDoesNotGoThroughIsToldEvenWithForce) {
-    // So long that no other temporary file can be named after it.
-    std::string const name = std::string(246, 's') + ".xml";
-    WriteTicket(name, "<a type='string'>1</a><b type='int'>1</b>");
-    auto const before = Content(name);
-    std::filesystem::create_directory(m_scratch.Path(name + ".tmp"));
-    for (auto command : WriteCommands()) {
-        std::replace(command.begin(), command.end(), std::string("s.xml"), name);
-        EXPECT_EQ(Error(command), name + ": cannot be written: is the disk full?") << command[0];
-        EXPECT_EQ(Content(name), before);
+    WriteTicket("s.xml", "<a type='string'>1</a><b type='int'>1</b>");
+    auto const before = Content("s.xml");
+    std::filesystem::create_directory(m_scratch.Path("s.xml.tmp"));
+    for (auto const& command : WriteCommands()) {
+        EXPECT_EQ(Error(command), "s.xml: cannot be written: is the disk full, or s.xml.tmp in the way?") << command[0];
+        EXPECT_EQ(Content("s.xml"), before);
     }
 }
 
@@ -197,6 +197,39 @@ TEST_F(ToolSafety, ALinkToNothingIsRefused) {
     EXPECT_EQ(Error({"set", "s.xml", "a", "2"}), "s.xml: a link to nothing");
     EXPECT_EQ(Error({"list", "s.xml"}), "s.xml: no such file");
     EXPECT_TRUE(std::filesystem::is_symlink(m_scratch.Path("s.xml")));
+}
+
+TEST_F(ToolSafety, AFileOfAnotherUserIsTakenFromHimOnlyWithForce) {
+    if (!IsRoot()) GTEST_SKIP() << "only root can give files to others";
+    WriteTicket("s.xml", "<a type='string'>1</a><b type='int'>1</b>");
+    std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms(0644));
+    std::filesystem::permissions(m_scratch.Path("from.xml"), std::filesystem::perms(0644));
+    auto const before = Content("s.xml");
+    if (!BecomeNobody()) GTEST_SKIP() << "no user without rights can run the tool here";
+    for (auto const& command : WriteCommands()) {
+        if (std::find(command.begin(), command.end(), "--force") != command.end()) continue;
+        EXPECT_EQ(Error(command),
+                  "s.xml: not written: it is another user's, and would be yours; --force writes all the same");
+        EXPECT_EQ(Content("s.xml"), before);
+    }
+    EXPECT_EQ(Output({"set", "s.xml", "a", "2", "--force"}), "");
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "2\n");
+}
+
+TEST_F(ToolSafety, ALimitOfFileSizesIsAFailureAndLeavesNoCopyBehind) {
+    WriteTicket("s.xml", "<a type='string'>1</a>");
+    auto const before = Content("s.xml");
+    std::filesystem::create_directory(m_scratch.Path("copies"));
+    m_manner.environment = {"TMPDIR=" + m_scratch.Path("copies")};
+    rlimit usual;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    rlimit const low{1000, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &low), 0);
+    auto const error = Error({"set", "s.xml", "a", std::string(5000, 'x')});
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+    EXPECT_THAT(error, HasSubstr("cannot be written"));
+    EXPECT_EQ(Content("s.xml"), before);
+    EXPECT_TRUE(std::filesystem::is_empty(m_scratch.Path("copies")));
 }
 
 TEST_F(ToolSafety, AFileKeepsItsOwnerAndPermissions) {
