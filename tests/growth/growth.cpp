@@ -125,6 +125,7 @@ constexpr CASE CASES[] = {
      [](int n) { return Save(n, [](int i) { return i % 2 ? Numbered("a!", i) + "/v" : Numbered("a*b/", i); }); }},
     {"save_below_leaves", 1000,
      [](int n) { return Save(n, [](int i) { return Numbered("a", i / 2) + (i % 2 ? "/b" : ""); }); }},
+    {"save_empty_components", 500, [](int n) { return Save(n, [](int i) { return Numbered("a//", i); }); }},
     {"match_twelve_stars_with_a_long_name", 10000,
      [](int n) {
          return Save(2, [n](int i) {
