@@ -442,13 +442,24 @@ TEST(MemoryTicketThreads, SerialiseWithTheTicketsThatShareAServersMutex) {
     OPEN_TICKET server;
     OWNER const first(STICKET::PCreate({&server, 1, 1, nullptr, &server.GetMutexInstance()}));
     OWNER const second(STICKET::PCreate({&server, 2, 2, nullptr, &server.GetMutexInstance()}));
+    int callbacks = 0;  // plain: where two callbacks run at once, an addition gets lost
+    auto const add = [](void* count) {
+        int const before = *static_cast<int*>(count);
+        std::this_thread::yield();
+        *static_cast<int*>(count) = before + 1;
+    };
     Together(4, [&](int thread) {
-        for (int round = 0; round < 200; ++round) {
-            Hammer(thread % 2 ? first : second, thread, round);
+        for (int round = 0; round < 1000; ++round) {
+            STICKET_ACCESS const* const access = thread % 2 ? first : second;
+            access->QueueAfterNotification(access->pTicket, add, &callbacks);
+            tickets::Set(access, "number", round);
+            if (round % 5 != 0) continue;
+            Hammer(access, thread, round);
             Hammer(server.GetInterface(), thread, round);
             first->MergeTicket(first->pTicket, second, nullptr, round % 2);
         }
     });
+    EXPECT_EQ(callbacks, 4 * 1000);
 }
 
 TEST(MemoryTicketThreads, AnotherThreadWaitsUntilTheCallbacksAreDone) {

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <string>
 #include <thread>
@@ -34,9 +33,8 @@ FUNCTION* Next(char const* name) {
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
     if (mutex == g_failingLock) return EINVAL;
-    int const result = next(mutex);
     if (mutex == g_countedLock) ++g_locks;
-    return result;
+    return next(mutex);
 }
 
 extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t const* attributes) noexcept {
@@ -139,14 +137,17 @@ TEST(MutexLock, WaiterSleepsUntilALongHolderReleases) {
     std::thread waiter;
     {
         MUTEX_LOCK const held(instance);
+        g_locks = 0;
+        g_countedLock = &instance.mutex;
         waiter = std::thread([&] {
             MUTEX_LOCK const lock(instance);
             acquired = true;
         });
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        while (g_locks == 0) std::this_thread::yield();  // until it leaves the waiting to the system
         EXPECT_FALSE(acquired);
     }
     waiter.join();
+    g_countedLock = nullptr;
     EXPECT_TRUE(acquired);
 }
 
