@@ -425,6 +425,7 @@ SCENARIO const FILE_TICKET[] = {
     {"LoadByABatch", [](W& w) { return GetBatch(w.file, "key100001", "key100003"); }},
     {"LoadByWalking", [](W& w) { return Walk(w.file); }},
     {"LoadByCounting", [](W& w) { return IsCounted(w.file); }},
+    {"LoadByClearing", [](W& w) { return Operate(w.file, STICKET_OP_CLEAR) == 1; }},
     {"LoadBySetting", [](W& w) { return Set(w.file, LONG_KEY, LONG_TEXT) != 0; }},
     {"LoadByABatchOfChanges", [](W& w) { return SetBatch(w.file); }},
     {"LoadOfALargeFile", [](W& w) { return GetOneText(w.file, "key100001"); }, {}, SCENARIO::LARGE_FILE},
