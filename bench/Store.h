@@ -50,8 +50,8 @@ void Fill(STORE& store, WORKLOAD const& workload);
 void WriteDurably(std::string const& file, std::string_view content);
 
 /**
- * Makes a STORE of a peer: a class with the operations of STORE, not virtual, and the constants `TEXTUAL` (values are
- * kept as text and converted by every read) and `HAS_FILE`.
+ * Makes a STORE of a peer: a class with the operations of STORE, not virtual, and the constant `TEXTUAL`: values are
+ * kept as text and converted by every read.
  */
 template <typename PEER>
 class GUARDED final : public STORE {

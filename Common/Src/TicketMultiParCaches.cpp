@@ -1,4 +1,4 @@
-// The caches that give a batch list and a file ticket one stable copy of each distinct value.
+// The caches that give a batch list one stable copy of each distinct value.
 // Each addition searches once, and allocates only for a value that is new.
 #include <iterator>
 

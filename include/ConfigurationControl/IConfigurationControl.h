@@ -31,13 +31,16 @@ class IConfigNotification;
 class CONFIGURATIONCONTROL_API IConfigurationControl {
  public:
     /**
-     * Opens the configuration file; nothing is read until the first access. An empty path keeps the path of an earlier
-     * call; without one the ticket has no file, and nothing of it is ever saved. With a ticket already open the path is
-     * only stored, for the next opening.
-     * @return whether a ticket is open; otherwise a message of level 1 was written
+     * Opens the configuration file; nothing is read until the first access. Writes the path to the logger, level 6. An
+     * empty path, of which a message of level 1 tells, keeps the path of an earlier call; without one the ticket has no
+     * file, and nothing of it is ever saved. With a ticket already open the path is only stored, for the next opening.
+     * @return whether a ticket is open; if not, a message of level 1 tells
      */
     virtual bool Initialize(std::string path) = 0;
-    /** Saves as Flush(true), then closes the ticket. Initialize opens it again. @return always true */
+    /**
+     * Saves as Flush(true), then closes the ticket. Initialize opens it again. CAUTION: ends the process while the
+     * ticket holds an infinite number, see SetProductVersion. @return always true
+     */
     virtual bool UnInitialize() = 0;
     /**
      * Saves the settings to the file: with `force` if the ticket holds unsaved changes, without it only once a setter
@@ -89,7 +92,10 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     virtual void SetOEMName(std::string& name) = 0;
     /** "Product/Version", cut to the whole number towards 0: 7.5 reads as 7.0. -1.0 without a ticket, 0.0 if absent. */
     virtual double GetProductVersion() = 0;
-    /** Stores "Product/Version", with its fraction. */
+    /**
+     * Stores "Product/Version", with its fraction. CAUTION: an infinite version has no text in a file. No save succeeds
+     * while it is there, and the one at the ticket's end, as of Release and UnInitialize, ends the process.
+     */
     virtual void SetProductVersion(double version) = 0;
 
     /** "Language/SelectedID". -1 without a ticket, 0 if absent. */
@@ -202,7 +208,7 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
 
     /**
      * UnInitialize, then deletes this object. Only for objects of GetConfigurationControl() (or of `new`); the caller
-     * sees to it that no other call is under way or follows.
+     * sees to it that no other call is under way or follows. CAUTION: as UnInitialize.
      */
     virtual void Release() = 0;
 

@@ -77,7 +77,8 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     void Merge(STICKET_ACCESS const* ticket, PARTIAL_MODE const& mode);
     /**
      * Adds the parameters for whose key `filter` returns true. An exception from the filter (std::bad_function_call
-     * from an empty one) ends the collecting and leaves this function.
+     * from an empty one) ends the collecting and leaves this function. The list keeps the filter, and what it captured,
+     * until the next MergeIf or its own end.
      */
     void MergeIf(STICKET_ACCESS const* ticket, std::function<bool(char const*)> filter);
 
@@ -102,7 +103,7 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     bool m_copyAll;
     std::vector<SETMULTIPAR> m_records;
     std::vector<SETMULTIPAR> m_table;          /**< the last array handed out; empty: none */
-    std::function<bool(char const*)> m_filter; /**< of the last MergeIf; what it captured lives on with it */
+    std::function<bool(char const*)> m_filter; /**< of the last MergeIf */
 };
 
 #endif

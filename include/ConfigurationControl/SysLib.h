@@ -49,8 +49,8 @@ class CONFIGURATIONCONTROL_API MUTEX_LOCK {
 
 /**
  * Lists a directory: every entry, "." and ".." included, in the order the system returns them; with a non-empty
- * `suffix` only the names that end with exactly these bytes. An unreadable directory gives an empty list. `directory`
- * may be an element of `names`. Safe to call from any thread.
+ * `suffix` only the names that end with exactly these bytes. They replace what `names` held; an unreadable directory
+ * leaves it empty. `directory` and `suffix` may be elements of `names`. Safe to call from any thread.
  */
 CONFIGURATIONCONTROL_API void GetAllFilenames(std::list<std::string>& names, std::string const& directory,
                                               std::string const& suffix);

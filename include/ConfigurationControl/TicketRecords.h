@@ -65,7 +65,8 @@ enum {
     STICKET_OP_CLEAR = 2,        /**< not read: remove every parameter */
     STICKET_OP_PARTIAL_KEYS = 3, /**< `char const* const*`, null-terminated: the keys a file ticket keeps loaded. Null
                                       forgets them; a first key of "" removes the following ones; otherwise they are
-                                      added. CAUTION: saving a partial tree writes only what is in memory */
+                                      added. Saves a dirty ticket and drops its contents, as code 1 does. CAUTION:
+                                      saving a partial tree writes only what is in memory */
     STICKET_OP_COUNT = 4,        /**< `unsigned int*`: receives the number of values, loaded first if need be */
     STICKET_OP_COUNT_LOADED = 5, /**< `unsigned int*`: receives the number of values in memory */
     STICKET_OP_FLUSH_NOTIFICATION = 6, /**< `int const*` registration number: always answers 0 */
@@ -283,7 +284,12 @@ typedef struct STICKET_INSTANCE {
      * exhausted memory.
      */
     STICKET_ACCESS const* (*Create)(char const* name);
-    /** Destroys the ticket of a table (a dirty file ticket is saved) and sets the caller's pointer to null. */
+    /**
+     * Destroys the ticket of a table, which ends with all that was read from the ticket, and sets the caller's pointer
+     * to null. A dirty file ticket is saved first. CAUTION: the process ends where that save would answer 0 (an
+     * infinite number, a conversion that throws), except for want of memory. No call may be under way. Null does
+     * nothing.
+     */
 #ifdef __cplusplus
     void (*Destroy)(STICKET_ACCESS const*& access);
 #else

@@ -179,5 +179,7 @@ class PARAMETER_MAP {
     mutable std::array<PARAMETER_SLOTS::SLOT, MOST_WAITING> m_waiting{};
     mutable std::size_t m_waitingCount = 0;
     uint64_t m_seed = KEY_HASH::Seed();
-    bool m_isAppending = true;  // the last change was a key at the end
+    // Whether FindOrInsert last made a key at the end, where the next one is then tried first. A hint only: whatever it
+    // says, what erases, clears or moves may leave it.
+    bool m_isAppending = true;
 };

@@ -23,6 +23,7 @@ constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_si
 // below both limits.
 constexpr std::size_t LENGTH_OF_KEYS = std::size_t{256} << 20;
 constexpr std::size_t LENGTH_OF_KEYS_PER_BYTE = 16;
+
 // As ==, for short texts whose length nobody knows.
 bool Equals(char const* text, std::string_view word) {
     for (char const letter : word)
