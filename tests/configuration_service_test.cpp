@@ -552,24 +552,6 @@ TEST_F(ConfigurationService, ReadsThePasswordToItsEndBeforeTheTicketLetsAnotherT
     EXPECT_EQ(m_service->GetLoginPassword(), OTHER_PASSWORD);
 }
 
-TEST_F(ConfigurationService, ServesSettersAndGettersOfManyThreads) {
-    Open();
-    Together(4, [this](int n) {
-        std::string const text(static_cast<size_t>(20 + n), static_cast<char>('a' + n));
-        for (int i = 0; i < 300; ++i) {
-            m_service->SetLoginServer(text);
-            auto const server = m_service->GetLoginServer();
-            EXPECT_EQ(server, std::string(server.size(), server[0])) << "a text in two halves";
-            m_service->SetJEDimensions(i, i, i, i);
-            int x = 0, y = 0, width = 0, height = 0;
-            m_service->GetJEDimensions(x, y, width, height);
-            EXPECT_TRUE(x == y && y == width && width == height) << "a window in two halves";
-            m_service->SetLoginPassword(text);
-            EXPECT_FALSE(m_service->GetLoginPassword().empty());
-        }
-    });
-}
-
 TEST_F(ConfigurationService, OpensSavesAndClosesWhileOthersUseIt) {
     // One thread for each: an operation between two others of its thread would be covered by their locking.
     std::function<void()> const uses[] = {

@@ -17,6 +17,7 @@
 #include "TicketImpSFileNames.h"
 #include "TicketImpSFileWildcard.h"
 #include "support/FileTickets.h"
+#include "support/Repeated.h"
 #include "support/SmallStack.h"
 #include "support/TicketText.h"
 
@@ -69,13 +70,6 @@ class AnyNames : public testing::Test {
 
 using FileThatIsXml = AnyNames;
 using KeyRoundTrip = AnyNames;
-
-std::string Repeated(std::string const& part, std::size_t times) {
-    std::string text;
-    text.reserve(part.size() * times);
-    while (times-- > 0) text += part;
-    return text;
-}
 
 // What the lines below the root set when the text is read as one of any names; "unreadable" if it is none.
 std::vector<std::string> Read(std::string const& lines) {

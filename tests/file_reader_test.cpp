@@ -10,6 +10,7 @@
 #include "TicketImpSFileReader.h"
 #include "TicketImpSFileWriter.h"
 #include "support/HostileLocale.h"
+#include "support/Repeated.h"
 #include "support/SmallStack.h"
 #include "support/TicketText.h"
 
@@ -35,13 +36,6 @@ std::string Value(std::string const& type, std::string const& text) {
 
 bool IsParsed(std::string const& text) {
     return TicketText::Read(text).Parsed();
-}
-
-std::string Repeated(std::string const& part, int times) {
-    std::string text;
-    text.reserve(part.size() * static_cast<std::size_t>(times));
-    while (times-- > 0) text += part;
-    return text;
 }
 
 // Counts calls and key bytes without keeping them.

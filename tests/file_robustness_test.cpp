@@ -9,6 +9,7 @@
 #include "support/FileTickets.h"
 #include "support/FullDisk.h"
 #include "support/HostileLocale.h"
+#include "support/Repeated.h"
 #include "support/SmallStack.h"
 
 namespace {
@@ -33,13 +34,6 @@ using FileDisk = FileRobustness;
 using FileLocale = FileRobustness;
 using FileAliasing = FileRobustness;
 using FileWalk = FileRobustness;
-
-std::string Repeated(std::string const& text, std::size_t count) {
-    std::string all;
-    all.reserve(text.size() * count);
-    while (count--) all += text;
-    return all;
-}
 
 }  // namespace
 

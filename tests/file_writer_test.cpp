@@ -16,6 +16,7 @@
 #include "TicketImpSFileWildcard.h"
 #include "TicketImpSFileWriter.h"
 #include "support/HostileLocale.h"
+#include "support/Repeated.h"
 #include "support/SmallStack.h"
 #include "support/TicketText.h"
 
@@ -129,13 +130,6 @@ void ExpectSameBytesAsPlainSearch(std::vector<std::string> const& keys) {
         plain.Add(keys[static_cast<std::size_t>(value)], value);
     }
     ASSERT_EQ(document.Serialise().View(), plain.Serialise()) << testing::PrintToString(keys);
-}
-
-std::string Repeated(std::string const& part, int times) {
-    std::string text;
-    text.reserve(part.size() * static_cast<std::size_t>(times));
-    while (times-- > 0) text += part;
-    return text;
 }
 
 }  // namespace

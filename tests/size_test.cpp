@@ -13,6 +13,7 @@
 
 #include "support/FileTickets.h"
 #include "support/Processes.h"
+#include "support/Repeated.h"
 #include "support/Sanitizers.h"
 #include "support/SmallStack.h"
 
@@ -22,13 +23,6 @@ using namespace tickets;
 
 constexpr rlim_t MOST_SECONDS = SANITIZED ? 100 : 30;  // of the processor
 constexpr int SHARE = SANITIZED ? 10 : 1;              // sanitizers find in a tenth what there is
-
-std::string Repeated(std::string const& text, std::size_t count) {
-    std::string all;
-    all.reserve(text.size() * count);
-    while (count--) all += text;
-    return all;
-}
 
 // "a/a/…/a"
 std::string DeepKey(std::size_t components) {

@@ -4,44 +4,29 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <list>
+#include <string>
 
 #include "ConfigurationControl/SysLib.h"
+#include "support/ScratchDirectory.h"
 
 namespace {
 
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-// A directory of its own for each test.
 class SysLibFiles : public testing::Test {
  protected:
-    void SetUp() override {
-        std::string pattern = testing::TempDir() + "/sys_lib_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_directory = pattern;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_directory, ignored);
-    }
-
-    std::string Path(std::string const& name) const { return m_directory + "/" + name; }
-    void Write(std::string const& name, std::string const& content) const { std::ofstream(Path(name)) << content; }
-    std::string Read(std::string const& name) const {
-        std::ifstream file(Path(name));
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Path(std::string const& name) const { return m_scratch.Path(name); }
+    void Write(std::string const& name, std::string const& content) const { m_scratch.Write(name, content); }
+    std::string Read(std::string const& name) const { return FileContent(Path(name)); }
     std::list<std::string> List(std::string const& suffix) const {
         std::list<std::string> names{"left over from before"};
-        SysLib::GetAllFilenames(names, m_directory, suffix);
+        SysLib::GetAllFilenames(names, m_scratch.Path(), suffix);
         return names;
     }
 
-    std::string m_directory;
+    SCRATCH_DIRECTORY m_scratch;
 };
 
 }  // namespace
@@ -89,7 +74,7 @@ TEST_F(SysLibFiles, UnreadableDirectoryListsNothing) {
 
 TEST_F(SysLibFiles, DirectoryAndSuffixMayBeElementsOfTheList) {
     Write("y.xml", "");
-    std::list<std::string> names{m_directory, ".xml"};
+    std::list<std::string> names{m_scratch.Path(), ".xml"};
     SysLib::GetAllFilenames(names, names.front(), names.back());
     EXPECT_THAT(names, UnorderedElementsAre("y.xml"));
 }
@@ -108,6 +93,6 @@ TEST_F(SysLibFiles, ForceRenameThatFailsLeavesBothFiles) {
     EXPECT_EQ(Read("file"), "content");
     EXPECT_EQ(SysLib::ForceRename(Path("file"), Path("missing/file")), "");
     EXPECT_EQ(Read("file"), "content");
-    EXPECT_EQ(SysLib::ForceRename(Path("file"), m_directory), "");
+    EXPECT_EQ(SysLib::ForceRename(Path("file"), m_scratch.Path()), "");
     EXPECT_EQ(Read("file"), "content");
 }

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Repeated.h"
+
 namespace bad_files {
 
 using LINES = std::vector<std::string>;
@@ -15,12 +17,6 @@ struct CASE {
     bool isKept;        // whether the next save keeps the file beside the new one
     LINES comesBack{};  // what is there after that save, if it is not the same
 };
-
-inline std::string Times(std::size_t times, std::string const& text) {
-    std::string all;
-    for (; times > 0; --times) all += text;
-    return all;
-}
 
 // A text of two or four bytes for each of its characters.
 inline std::string Wide(std::string const& text, std::size_t before, std::size_t behind) {
@@ -145,8 +141,8 @@ inline void AddMarkup(TABLE& table) {
     table.Holds("attribute twice", "<a type=\"int\" type=\"string\">1</a>", {"a 2 1"});
     table.Holds("type not first", "<a unit=\"mm\" type=\"int\">1</a>", {});
     table.Holds("further attributes", "<a type=\"int\" unit=\"mm\">1</a>", {"a 2 1"});
-    table.Holds("10,000 attributes behind the type", "<a type=\"int\"" + Times(9999, " x=\"1\"") + ">1</a>", {"a 2 1"});
-    table.Holds("10,000 attributes before the type", "<a" + Times(9999, " x=\"1\"") + " type=\"int\">1</a>", {});
+    table.Holds("10,000 attributes behind the type", "<a type=\"int\"" + Repeated(" x=\"1\"", 9999) + ">1</a>", {"a 2 1"});
+    table.Holds("10,000 attributes before the type", "<a" + Repeated(" x=\"1\"", 9999) + " type=\"int\">1</a>", {});
     table.Fails("attribute without quotes", Root("<a type=int>1</a>"));
     table.Fails("attribute without a value", Root("<a type>1</a>"));
     table.Holds("attribute in single quotes", "<a type='int'>1</a>", {"a 2 1"});
@@ -248,11 +244,11 @@ inline void AddKeys(TABLE& table) {
     table.Holds("a value and elements, twice",
                 "<a type=\"int\">1<b type=\"int\">2</b></a><a type=\"int\">3<b type=\"int\">4</b></a>",
                 {"a[0] 2 1", "a[1] 2 3", "a/b[0] 2 2", "a/b[1] 2 4"});
-    table.Holds("nesting of 3,000 elements", Times(3000, "<a>") + "<b type=\"int\">1</b>" + Times(3000, "</a>"),
-                {Times(3000, "a/") + "b 2 1"});
+    table.Holds("nesting of 3,000 elements", Repeated("<a>", 3000) + "<b type=\"int\">1</b>" + Repeated("</a>", 3000),
+                {Repeated("a/", 3000) + "b 2 1"});
     table.Fails("nesting whose keys would fill the memory",
-                Root(Times(100000, "<a type=\"int\">1") + Times(100000, "</a>")));
-    table.Fails("nesting of 1,000,000 elements, not closed", Times(1000000, "<a>"));
+                Root(Repeated("<a type=\"int\">1", 100000) + Repeated("</a>", 100000)));
+    table.Fails("nesting of 1,000,000 elements, not closed", Repeated("<a>", 1000000));
 }
 
 inline std::vector<CASE> Cases() {

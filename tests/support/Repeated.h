@@ -1,0 +1,12 @@
+// A text many times over, as deep nesting and long values are made of.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+inline std::string Repeated(std::string const& text, std::size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    while (count-- > 0) all += text;
+    return all;
+}
