@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-// The library itself appends, see below; these two whole forms are kept beside that.
+// The library appends, see below; these two whole forms state the rules, and tests and fuzzers hold them to it.
 //
 // Escapes control characters, "\", "<", ">", every byte from 0x7F up, and every second space of a run.
 std::string EncodeString(std::string const& in);

@@ -125,7 +125,7 @@ class clTICKETNODE {
 
     // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
     // valid until the next change of the node. AddEntry, SetVector and the sorted walks below have no caller in
-    // the library; they complete the set and stay.
+    // the library: they belong to what this unit promises to whoever builds on it, and its tests hold them.
     bool SetEntry(std::string_view key, clENTRY entry);
     bool SetEntry(std::string_view key, int index, clENTRY entry);  // makes a vector; replaces, or appends at the end
     clENTRY::VECTOR* SetVector(std::string_view key);  // makes the key a vector; a scalar becomes its only element
