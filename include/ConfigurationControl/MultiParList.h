@@ -55,7 +55,8 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     bool SetFilenameVectorParameter(char const* key, std::vector<std::string> const& fileNames);
 
     /**
-     * The records as an array ended by an all-zero record; null when there are none.
+     * The records as an array ended by an all-zero record; null when there are none. To a ticket a record with an empty
+     * key ends it too; sorted, that record comes first.
      * @param sort puts the records in key order (bytewise, stable) first; they stay in that order
      * @return owned by the list; valid until the next addition, a sort of unsorted records, `Clear`, or destruction
      */
