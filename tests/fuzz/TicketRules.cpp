@@ -218,15 +218,17 @@ bool TICKET_RULES::Operation(STICKET_OP code, int const* seconds) try {
 
 bool TICKET_RULES::ChangePartialKeys(TEXTS const* keys) try {
     if (m_isFile) {
+        auto changed = m_partialKeys;
         if (!keys) {
-            m_partialKeys.clear();
+            changed.clear();
         } else if (!keys->empty() && keys->front().empty()) {
             // The first string only says what is to be done: "" stays a partial key where it has become one.
-            for (std::size_t i = 1; i < keys->size(); ++i) m_partialKeys.erase((*keys)[i]);
+            for (std::size_t i = 1; i < keys->size(); ++i) changed.erase((*keys)[i]);
         } else {
-            m_partialKeys.insert(keys->begin(), keys->end());
+            changed.insert(keys->begin(), keys->end());
         }
-        ReleaseTo(!m_partialKeys.empty());
+        ReleaseTo(!changed.empty());
+        m_partialKeys = changed;
     }
     RunQueue();
     return true;
