@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "support/FileTickets.h"
 #include "support/FullDisk.h"
@@ -133,6 +136,40 @@ TEST_F(UnreadableFile, IsKeptThoughTheTicketIsClearedBeforeAnythingIsRead) {
         EXPECT_EQ(FileContent(m_unreadable), "broken");
         EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
     }
+}
+
+TEST_F(UnreadableFile, StaysKeptWhenAnotherTicketThatMisreadItSavesToo) {
+    for (bool const empties : {false, true}) {
+        std::filesystem::remove(m_unreadable);
+        Write(m_file, "broken");
+        OWNER const one(m_file.c_str());
+        OWNER const other(m_file.c_str());
+        Set(one, "a", 1);
+        Set(other, "b", 2);
+        EXPECT_EQ(Operate(one, STICKET_OP_SAVE), 1);
+        if (empties) Operate(other, STICKET_OP_CLEAR);
+        EXPECT_EQ(Operate(other, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(FileContent(m_unreadable), "broken");
+        EXPECT_EQ(Exists(m_file), !empties);
+    }
+}
+
+TEST_F(UnreadableFile, IsNoneForWantOfDescriptors) {
+    std::string const document = Document({"<a type=\"int\">1</a>"});
+    Write(m_file, document);
+    OWNER const ticket(m_file.c_str());
+    std::vector<int> all;
+    for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
+    auto const found = GetInt(ticket, "a");
+    int const stored = Set(ticket, "b", 2);
+    int const saved = Operate(ticket, STICKET_OP_SAVE);
+    for (int const file : all) close(file);
+    EXPECT_EQ(found, std::nullopt);
+    EXPECT_EQ(stored, 0);
+    EXPECT_EQ(saved, 1);
+    EXPECT_EQ(FileContent(m_file), document);
+    EXPECT_EQ(GetInt(ticket, "a"), 1);
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 TEST_F(UnreadableFile, IsKeptByALaterSaveWhenTheDiskRefusedTheFirst) {

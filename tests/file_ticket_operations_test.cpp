@@ -71,6 +71,13 @@ TEST_F(FileTicketOperations, SaveTakesAnyNumberOfSeconds) {
     EXPECT_TRUE(Exists(m_file));
 }
 
+TEST_F(FileTicketOperations, SaveAfterSecondsDoesNotWaitForAClockThatWasSetBack) {
+    Set(m_ticket, "a", 1);
+    m_open->Pass(-86400);
+    EXPECT_EQ(Seconds(m_ticket, STICKET_OP_SAVE, 30), 1);
+    EXPECT_TRUE(Exists(m_file));
+}
+
 TEST_F(FileTicketOperations, SaveOfACleanOrUnreadTicketDoesNothing) {
     Write(m_file, "by somebody else");
     EXPECT_EQ(Operate(m_ticket, STICKET_OP_SAVE), 1);

@@ -172,6 +172,7 @@ void STICKET_FILE::Load() {
 bool STICKET_FILE::ReadFile() {
     using TICKETFILE::CONTENT;
     CONTENT file(m_fileName);
+    m_fileRead = file.Id();
     if (file.State() != CONTENT::OPEN) return file.State() == CONTENT::MISSING;
     // Of a large file not more than of a small one: it may hold few and long values.
     std::size_t const parameters = std::min(file.Size(), FILE_PIECE) / USUAL_LINE;
@@ -263,9 +264,9 @@ void STICKET_FILE::Save() {
     if (m_content->parameters.NonEmpty()) {
         TICKETFILE::REPLACEMENT file(m_fileName);
         WriteTo(file);
-        if (file.Commit(old, &kept)) m_misread = false;
+        if (file.Commit(old, &kept, m_fileRead)) m_misread = false;
     } else {
-        if (TICKETFILE::Delete(m_fileName, old, &kept)) m_misread = false;
+        if (TICKETFILE::Delete(m_fileName, old, &kept, m_fileRead)) m_misread = false;
         Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());
     }
     if (kept == KEPT::YES) Log(2000, "STICKET_FILE kept unreadable \"%s.unreadable\"", m_fileName.c_str());
@@ -285,9 +286,12 @@ void STICKET_FILE::SaveWhatCanBe() {
 
 // Operation codes
 
-// Whether more than so many seconds have passed; no number means any time at all.
+// Whether more than so many seconds have passed; no number means any time at all. So many may have when the clock has
+// been set back: nothing must wait until it has caught up.
 bool STICKET_FILE::IsOver(std::time_t since, void const* seconds) const {
-    return !seconds || std::difftime(Now(), since) > LoadValue<int>(seconds);
+    if (!seconds) return true;
+    double const passed = std::difftime(Now(), since);
+    return passed < 0 || passed > LoadValue<int>(seconds);
 }
 
 bool STICKET_FILE::Operation(STICKET_OP code, void* data) {

@@ -81,6 +81,7 @@ class STICKET_FILE : public STICKET {
     bool m_dirty = false;
     std::time_t m_lastAccess;
     std::time_t m_dirtySince;
-    bool m_misread = false;  // the file holds something that never reached the tree
-    bool m_starved = false;  // the load under way ran out of memory
+    bool m_misread = false;                         // the file holds something that never reached the tree
+    std::optional<TICKETFILE::FILE_ID> m_fileRead;  // which one that was, as far as it is known
+    bool m_starved = false;                         // the load under way ran out of memory
 };

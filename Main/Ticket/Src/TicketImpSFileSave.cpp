@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -47,8 +48,19 @@ auto Retried(CALL const& call) {
     return result;
 }
 
+// Numbers up to 2 are the host's streams, also while these are closed: what somebody prints would land in the file.
+DESCRIPTOR BehindStreams(DESCRIPTOR file) {
+    if (!file || file.Number() > STDERR_FILENO) return file;
+    return DESCRIPTOR(fcntl(file.Number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
 DESCRIPTOR Open(std::string const& name, int flags, mode_t mode = 0) {
-    return DESCRIPTOR(Retried([&] { return open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode); }));
+    return BehindStreams(DESCRIPTOR(Retried([&] { return open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode); })));
+}
+
+// Whether the system is short of something that comes back: no reason to take a file for unreadable.
+bool IsShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
 mode_t ModeFor(std::string const& fileName) {
@@ -109,7 +121,7 @@ NAMED IsNamed(int file, std::string const& name, struct stat& found) {
 // A temporary file of a name that nobody else uses.
 TEMPORARY OpenPrivate(std::string name, mode_t mode) {
     name += ".XXXXXX";
-    DESCRIPTOR file(mkostemp(name.data(), O_CLOEXEC));
+    DESCRIPTOR file = BehindStreams(DESCRIPTOR(mkostemp(name.data(), O_CLOEXEC)));
     // Refused only where files have no such bits of their own; then there is nothing to protect by them.
     if (file) fchmod(file.Number(), mode);
     return {std::move(name), std::move(file), {}};
@@ -121,28 +133,49 @@ bool MakeNew(int file, struct stat const& found, mode_t mode) {
     return hasMode && (found.st_size == 0 || ftruncate(file, 0) == 0);
 }
 
-// The usual temporary file, locked and emptied. Whoever holds the lock renames the file away before he lets go, so it
-// is opened anew for every attempt. When the wait is over, or when the file cannot be opened or locked or is not ours
-// alone, the save goes to a file of its own: to write into the same one would mix two saves. A directory of that name
-// is somebody's will, and refuses the save as a full disk would.
+struct USUAL {
+    DESCRIPTOR file;
+    bool isNew;
+};
+
+// The usual temporary file, which may be one that is there.
+USUAL OpenUsual(std::string const& name) {
+    constexpr int FLAGS = O_WRONLY | O_NOFOLLOW | O_NONBLOCK;
+    for (;;) {
+        DESCRIPTOR made = Open(name, FLAGS | O_CREAT | O_EXCL, OWNER_ONLY);
+        if (made || errno != EEXIST) return {std::move(made), true};
+        DESCRIPTOR found = Open(name, FLAGS);
+        if (found || errno != ENOENT) return {std::move(found), false};
+    }
+}
+
+enum class CLAIM { MINE, BUSY, REFUSED };
+
+// Locks and empties it. Whoever holds the lock renames the file away before he lets go, so the name may lead elsewhere.
+CLAIM Claim(int file, std::string const& name, mode_t mode) {
+    if (flock(file, LOCK_EX | LOCK_NB) != 0) return errno == EWOULDBLOCK ? CLAIM::BUSY : CLAIM::REFUSED;
+    struct stat found;
+    NAMED const named = IsNamed(file, name, found);
+    if (named != NAMED::YES) return named == NAMED::NO ? CLAIM::BUSY : CLAIM::REFUSED;
+    bool const isOurs = S_ISREG(found.st_mode) && found.st_nlink == 1;
+    return isOurs && MakeNew(file, found, mode) ? CLAIM::MINE : CLAIM::REFUSED;
+}
+
+// The usual temporary file, opened anew for every attempt. When the wait is over, or when the file cannot be opened or
+// locked or is not ours alone, the save goes to a file of its own: to write into the same one would mix two saves. A
+// directory of that name is somebody's will, and refuses the save as a full disk would.
 TEMPORARY OpenTemporary(std::string name, mode_t mode) {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
-        DESCRIPTOR file = Open(name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, OWNER_ONLY);
-        if (!file && errno == EISDIR) return {};
-        if (!file) break;
-        struct stat found;
-        if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno != EWOULDBLOCK) break;
-        } else {
-            NAMED const named = IsNamed(file.Number(), name, found);
-            if (named == NAMED::UNKNOWN) break;
-            if (named == NAMED::YES) {
-                DESCRIPTOR lock(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-                bool const isOurs = lock && S_ISREG(found.st_mode) && found.st_nlink == 1;
-                if (!isOurs || !MakeNew(file.Number(), found, mode)) break;
-                return {std::move(name), std::move(file), std::move(lock)};
-            }
+        USUAL usual = OpenUsual(name);
+        if (!usual.file && errno == EISDIR) return {};
+        if (!usual.file) break;
+        CLAIM const claim = Claim(usual.file.Number(), name, mode);
+        if (claim != CLAIM::BUSY) {
+            DESCRIPTOR lock(claim == CLAIM::MINE ? fcntl(usual.file.Number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1);
+            if (lock) return {std::move(name), std::move(usual.file), std::move(lock)};
+            if (usual.isNew) unlink(name.c_str());
+            break;
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     } while (std::chrono::steady_clock::now() < deadline);
@@ -205,6 +238,14 @@ bool KeepByCopy(std::string const& fileName, std::string const& kept) {
     return false;
 }
 
+// Whether the name still leads to the file that could not be read. Another one is the work of somebody who has kept
+// that before replacing it; to keep his would lose the first.
+bool IsStill(std::string const& fileName, std::optional<FILE_ID> const& misread) {
+    struct stat found;
+    if (!misread || stat(fileName.c_str(), &found) != 0) return true;
+    return found.st_dev == misread->device && found.st_ino == misread->number;
+}
+
 // Keeps a file that is about to be replaced, and leaves it where it is. Only somebody else's file, which may be neither
 // linked nor read, is moved away first: to be without a file for a moment is better than to lose it. A directory is
 // never replaced.
@@ -240,15 +281,20 @@ KEPT MoveAside(std::string const& fileName) {
 
 bool DESCRIPTOR::Close() {
     int const number = std::exchange(m_number, -1);
-    return number < 0 || close(number) == 0;
+    if (number < 0) return true;
+    UNCANCELLED const uncancelled;
+    return close(number) == 0;
 }
 
 CONTENT::CONTENT(std::string const& fileName) {
     UNCANCELLED const uncancelled;
     m_file = Open(fileName, O_RDONLY | O_NONBLOCK);
+    if (!m_file && IsShortage(errno)) throw std::bad_alloc();
     bool const isMissing = !m_file && (errno == ENOENT || errno == ENOTDIR);
     struct stat found;
-    bool const isRegular = m_file && fstat(m_file.Number(), &found) == 0 && S_ISREG(found.st_mode);
+    bool const isKnown = m_file && fstat(m_file.Number(), &found) == 0;
+    if (isKnown) m_id = FILE_ID{found.st_dev, found.st_ino};
+    bool const isRegular = isKnown && S_ISREG(found.st_mode);
     if (isRegular) m_size = static_cast<std::size_t>(found.st_size);
     m_state = isRegular ? OPEN : isMissing ? MISSING : UNREADABLE;
 }
@@ -261,6 +307,7 @@ std::optional<std::size_t> CONTENT::Read(std::size_t begin, char* bytes, std::si
         if (place == m_size && m_size > 0) break;  // the end, unless the system did not know better
         ssize_t const count =
             Retried([&] { return pread(m_file.Number(), bytes + done, size - done, static_cast<off_t>(place)); });
+        if (count < 0 && IsShortage(errno)) throw std::bad_alloc();
         if (count < 0) return std::nullopt;
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
@@ -298,7 +345,7 @@ void REPLACEMENT::Restart() {
     m_temporary->failed = lseek(file, 0, SEEK_SET) != 0 || ftruncate(file, 0) != 0;
 }
 
-bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
+bool REPLACEMENT::Commit(OLD old, KEPT* kept, std::optional<FILE_ID> const& misread) {
     UNCANCELLED const uncancelled;
     std::string const directory = DirectoryOf(m_fileName);
     if (!m_temporary) Open();
@@ -306,7 +353,8 @@ bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
     bool const complete = temporary.file && Finish(temporary.file, !temporary.failed);
     bool replaced = false;
     if (complete) {
-        KEPT const done = old == OLD::KEEP ? Keep(m_fileName, directory) : KEPT::NOTHING;
+        bool const isKept = old == OLD::KEEP && IsStill(m_fileName, misread);
+        KEPT const done = isKept ? Keep(m_fileName, directory) : KEPT::NOTHING;
         if (kept != nullptr) *kept = done;
         replaced = rename(temporary.name.c_str(), m_fileName.c_str()) == 0;
     }
@@ -316,12 +364,13 @@ bool REPLACEMENT::Commit(OLD old, KEPT* kept) {
     return replaced;
 }
 
-bool Delete(std::string const& fileName, OLD old, KEPT* kept) {
+bool Delete(std::string const& fileName, OLD old, KEPT* kept, std::optional<FILE_ID> const& misread) {
     UNCANCELLED const uncancelled;
     std::string const directory = DirectoryOf(fileName);
-    KEPT const done = old == OLD::KEEP ? MoveAside(fileName) : KEPT::NOTHING;
+    bool const isKept = old == OLD::KEEP && IsStill(fileName, misread);
+    KEPT const done = isKept ? MoveAside(fileName) : KEPT::NOTHING;
     if (kept != nullptr) *kept = done;
-    bool const gone = old == OLD::KEEP ? done != KEPT::NO : unlink(fileName.c_str()) == 0 || errno == ENOENT;
+    bool const gone = isKept ? done != KEPT::NO : unlink(fileName.c_str()) == 0 || errno == ENOENT;
     if (gone) Flush(directory);
     return gone;
 }

@@ -8,6 +8,8 @@
 // std::bad_alloc, and a thread that is being cancelled finishes what it does here.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -39,6 +41,12 @@ class DESCRIPTOR {
     int m_number = -1;
 };
 
+// Which file it is, under whatever name.
+struct FILE_ID {
+    dev_t device;
+    ino_t number;
+};
+
 // A file that is open for reading: what was its content then, even if it is replaced meanwhile.
 class CONTENT final : public FILE_SOURCE {
  public:
@@ -47,21 +55,25 @@ class CONTENT final : public FILE_SOURCE {
         UNREADABLE,  // there is one, but its bytes cannot be had: no permission, not a regular file
         OPEN
     };
-    // Does not wait for whoever should write to a pipe of that name.
+    // Does not wait for whoever should write to a pipe of that name. Where the system is short of descriptors or
+    // memory, this and Read throw std::bad_alloc: the file may be read later.
     explicit CONTENT(std::string const& fileName);
 
     STATE State() const { return m_state; }
+    std::optional<FILE_ID> const& Id() const { return m_id; }  // none while nothing is open
     std::size_t Size() const override { return m_size; }
     std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
 
  private:
     DESCRIPTOR m_file;
     STATE m_state;
+    std::optional<FILE_ID> m_id;
     std::size_t m_size = 0;
 };
 
 // What becomes of the old file. KEEP is for one whose content never reached the ticket: it is kept as the file name
-// with ".unreadable" appended, where it replaces an earlier one.
+// with ".unreadable" appended, where it replaces an earlier one; if it is known which file that was, only while the
+// name still leads to it.
 enum class OLD { DISCARD, KEEP };
 
 // What came of that.
@@ -86,7 +98,7 @@ class REPLACEMENT final : public FILE_SINK {
     void Restart();
     // Replaces the file. Returns false if the old file is still there. An old file that cannot be kept is replaced all
     // the same.
-    bool Commit(OLD old, KEPT* kept = nullptr);
+    bool Commit(OLD old, KEPT* kept = nullptr, std::optional<FILE_ID> const& misread = {});
 
  private:
     void Open();
@@ -97,6 +109,6 @@ class REPLACEMENT final : public FILE_SINK {
 
 // Deletes the file; a directory of that name stays, and so does a file that is to be kept and cannot be. Returns false
 // if it could not.
-bool Delete(std::string const& fileName, OLD old, KEPT* kept = nullptr);
+bool Delete(std::string const& fileName, OLD old, KEPT* kept = nullptr, std::optional<FILE_ID> const& misread = {});
 
 }  // namespace TICKETFILE
