@@ -169,6 +169,68 @@ TEST(TicketWithoutMemory, KeepsWhatCouldNotBeReadWhereverASaveFailed) {
     EXPECT_TRUE(done);
 }
 
+// A batch of which a key lies in a partial tree, which is dropped before the whole file is loaded.
+class BatchWithoutMemory : public testing::Test {
+ protected:
+    // Runs `access(ticket, records)`, where the second key lies in the tree and is KEY. `expect(ticket, records, done)`
+    // looks at the results, which have been true before.
+    template <typename RECORD, typename ACCESS, typename EXPECT>
+    void StarveUntilSuccess(RECORD const& first, RECORD second, ACCESS const& access, EXPECT const& expect) {
+        bool done = false;
+        int granted = 0;
+        for (; granted < 1000 && !done; ++granted) {
+            SCOPED_TRACE(granted);
+            files::Write(m_file, m_content);
+            OWNER const ticket(m_file.c_str());
+            ASSERT_EQ(tickets::SetPartialKeys(ticket, {"p"}), 1);
+            BIN_STRING key{};
+            ASSERT_EQ(ticket->GetParameter(ticket->pTicket, "p", PARAM_BINSTR, &key, SCALAR_INDEX), 1);
+            second.key = static_cast<char const*>(key.data);
+            RECORD records[] = {first, second, {}};
+            records[0].result = records[1].result = true;
+            done = allocations::With(granted, [&] { return access(ticket, records) != 0; });
+            expect(ticket, records, done);
+        }
+        EXPECT_TRUE(done);
+        EXPECT_GT(granted, 5);
+    }
+
+    static constexpr char const* KEY = "a_key_that_is_too_long_for_the_small_buffer";
+
+    SCRATCH_DIRECTORY const m_scratch;
+    std::string const m_file = m_scratch.Path("t.xml");
+    std::string const m_content = tickets::Document(
+        {("<p type=\"string\">"s + KEY + "</p>").c_str(), ("<"s + KEY + " type=\"string\">1</" + KEY + ">").c_str()});
+};
+
+TEST_F(BatchWithoutMemory, IsReadWithFalseResultsThoughItsKeysAreGone) {
+    char const* texts[2];
+    StarveUntilSuccess(
+        GETMULTIPAR{"p", PARAM_STRING, &texts[0], SCALAR_INDEX, false},
+        GETMULTIPAR{nullptr, PARAM_STRING, &texts[1], SCALAR_INDEX, false},
+        [](STICKET_ACCESS const* ticket, GETMULTIPAR* records) {
+            return ticket->GetMultiParameter(ticket->pTicket, records);
+        },
+        [](STICKET_ACCESS const*, GETMULTIPAR const* records, bool done) {
+            EXPECT_EQ(records[0].result, done);
+            EXPECT_EQ(records[1].result, done);
+        });
+}
+
+TEST_F(BatchWithoutMemory, TellsWhatItHasStoredThoughItsKeysAreGone) {
+    StarveUntilSuccess(
+        SETMULTIPAR{LONG_KEY, PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+        SETMULTIPAR{nullptr, PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+        [](STICKET_ACCESS const* ticket, SETMULTIPAR* records) {
+            return ticket->SetMultiParameter(ticket->pTicket, records);
+        },
+        [](STICKET_ACCESS const* ticket, SETMULTIPAR const* records, bool done) {
+            EXPECT_EQ(records[0].result && records[1].result, done);
+            EXPECT_EQ(records[0].result, tickets::GetText(ticket, LONG_KEY) == LONG_TEXT);
+            EXPECT_EQ(records[1].result, tickets::GetText(ticket, KEY) == LONG_TEXT);
+        });
+}
+
 TEST(TicketWithoutMemory, FailsToFlushAsAlways) {
     OPEN_TICKET ticket;
     STICKET_ACCESS const* const access = ticket.GetInterface();

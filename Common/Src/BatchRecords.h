@@ -7,8 +7,19 @@ bool IsRecord(RECORD const& record) {
     return record.key && *record.key;
 }
 
-// Makes all results of a batch false. Null is no batch.
+// The record that ends a batch. Null is no batch.
+template <typename RECORD>
+RECORD* EndOf(RECORD* records) {
+    while (records && IsRecord(*records)) ++records;
+    return records;
+}
+
+// Makes all results of a batch false.
+template <typename RECORD>
+void ClearResults(RECORD* records, RECORD const* end) {
+    for (; records != end; ++records) records->result = false;
+}
 template <typename RECORD>
 void ClearResults(RECORD* records) {
-    for (; records && IsRecord(*records); ++records) records->result = false;
+    ClearResults(records, EndOf(records));
 }

@@ -60,11 +60,19 @@ struct STICKET::ENTRY {
         }
     }
 
-    // The same for the reading of a batch, of which nothing counts as read when it fails.
+    // The same for the reading of a batch, of which nothing counts as read when it fails. Where it ends is known
+    // before: the work may free its keys.
     template <typename KIND, typename WORK, typename REPORT>
     static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
-        int const answer = Run<KIND>(ticket, work, report);
-        if (!answer) ClearResults(records);
+        GETMULTIPAR const* end = nullptr;
+        int const answer = Run<KIND>(
+            ticket,
+            [&](KIND& self) {
+                end = EndOf(records);
+                return work(self);
+            },
+            report);
+        if (!answer) ClearResults(records, end ? end : EndOf(records));
         return answer;
     }
 
@@ -102,20 +110,20 @@ struct STICKET::ENTRY {
     template <typename KIND, typename WORK, typename REPORT>
     static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {
         BATCH_COPY copy;
-        bool worked = false;  // and so has told each record's result
+        bool cleared = false;  // before the work, which may free the keys
         int const answer = Change<KIND>(
             ticket,
             [&](KIND& self) {
+                ClearResults(records);
+                cleared = true;
                 if (records && IsWatched(self)) copy.Take(records);
-                bool const done = work(self);
-                worked = true;
-                return done;
+                return work(self);
             },
             [&](KIND& self) {
                 if (IsWatched(self)) self.NotifySetMultiParameter(copy.WithResultsOf(records));
             },
             report);
-        if (!worked) ClearResults(records);
+        if (!cleared) ClearResults(records);
         return answer;
     }
 
