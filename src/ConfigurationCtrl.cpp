@@ -2,6 +2,7 @@
 // each accessor into a read or a write of the row that SettingsTable.h holds for it.
 #include "ConfigurationControl/ConfigurationCtrl.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,9 +63,12 @@ bool Exists(std::string const& path) {
 }
 
 // Null if it cannot be opened. Not a stream of the standard library, whose descriptor a program would inherit that
-// another thread starts meanwhile.
+// another thread starts meanwhile; nor one of fopen, which waits for the writer of a pipe.
 std::unique_ptr<FILE, int (*)(FILE*)> OpenToRead(std::string const& path) {
-    return {fopen(path.c_str(), "rbe"), fclose};
+    int const file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    FILE* const stream = file < 0 ? nullptr : fdopen(file, "rb");
+    if (file >= 0 && !stream) close(file);
+    return {stream, fclose};
 }
 
 }  // namespace

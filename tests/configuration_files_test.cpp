@@ -1,9 +1,11 @@
 // The configuration service's helpers for files and paths.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utime.h>
 
 #include "ConfigurationControl/ConfigurationCtrl.h"
+#include "support/Processes.h"
 #include "support/ScratchDirectory.h"
 
 namespace {
@@ -80,6 +82,20 @@ TEST_F(ModifiedFileTime, IsGivenInSecondsSince1970) {
 TEST_F(ModifiedFileTime, OfAnEmptyFileSucceedsAndLeavesTheTimeUnchanged) {
     EXPECT_TRUE(Ask(""));
     EXPECT_EQ(m_time, -7);
+}
+
+TEST_F(ModifiedFileTime, OfADirectorySucceeds) {
+    std::string path = m_scratch.Path();
+    EXPECT_TRUE(CConfigurationControl::GetModifiedFileTime(path, m_time));
+}
+
+TEST_F(ModifiedFileTime, OfAPipeSucceedsWithoutItsWriterAndLeavesTheTimeUnchanged) {
+    std::string path = m_scratch.Path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_TRUE(Succeeded(Spawn([&] {
+        alarm(20);
+        return CConfigurationControl::GetModifiedFileTime(path, m_time) && m_time == -7;
+    })));
 }
 
 TEST_F(ModifiedFileTime, OfAMissingFileFailsAndLeavesTheTimeUnchanged) {

@@ -1,6 +1,8 @@
 // The configuration object: its life, its ticket, its saves, its messages, its behaviour under threads and faults.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -11,6 +13,7 @@
 #include <thread>
 
 #include "ConfigurationControl/ConfigurationCtrl.h"
+#include "support/Processes.h"
 #include "support/RecordingLogger.h"
 #include "support/ScratchDirectory.h"
 #include "support/Threads.h"
@@ -413,6 +416,15 @@ TEST_F(ConfigurationService, ConfigFileIsAvailableWhenItCanBeOpened) {
     EXPECT_TRUE(m_service->IsConfigFileAvailable());
     m_service->UnInitialize();
     EXPECT_TRUE(m_service->IsConfigFileAvailable()) << "the ticket is not asked";
+}
+
+TEST_F(ConfigurationService, AsksForAPipeWithoutWaitingForItsWriter) {
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
+    EXPECT_TRUE(Succeeded(Spawn([this] {
+        alarm(20);
+        m_service->Initialize(m_file);
+        return m_service->IsConfigFileAvailable();
+    })));
 }
 
 // Messages
