@@ -46,6 +46,17 @@ std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload) 
     return file;
 }
 
+FRESH_NAME::FRESH_NAME(std::string const& file) {
+    static std::size_t count = 0;
+    m_name = WorkDirectory() + "/fresh" + std::to_string(++count);
+    std::filesystem::create_hard_link(file, m_name);
+}
+
+FRESH_NAME::~FRESH_NAME() {
+    std::error_code ignored;
+    std::filesystem::remove(m_name, ignored);
+}
+
 STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload) {
     static std::map<std::pair<std::string, WORKLOAD const*>, std::unique_ptr<STORE>> stores;
     std::unique_ptr<STORE>& store = stores[{kind.name, &workload}];

@@ -15,6 +15,19 @@ WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape = SHAPE::GROUPED);
 // The name of a file with a workload's values, written by that kind of store when first asked for.
 std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload);
 
+// Another name for a file, which no name before it was, for a scope.
+class FRESH_NAME {
+ public:
+    explicit FRESH_NAME(std::string const& file);
+    ~FRESH_NAME();
+    FRESH_NAME(FRESH_NAME const&) = delete;
+    FRESH_NAME& operator=(FRESH_NAME const&) = delete;
+    std::string const& Get() const { return m_name; }
+
+ private:
+    std::string m_name;
+};
+
 // A filled store that lives until the process ends; one with a file was loaded from it.
 STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload);
 

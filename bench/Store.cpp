@@ -36,6 +36,14 @@ void Fill(STORE& store, WORKLOAD const& workload) {
     }
 }
 
+void ReadEverything(STORE& store, WORKLOAD const& workload) {
+    for (KEY const& key : workload.Keys()) {
+        if (key.type == VALUE_TYPE::INT) store.GetInt(key);
+        if (key.type == VALUE_TYPE::DOUBLE) store.GetDouble(key);
+        if (key.type == VALUE_TYPE::TEXT) store.GetText(key);
+    }
+}
+
 void WriteDurably(std::string const& file, std::string_view content) {
     std::string const temporary = file + ".tmp";
     int const descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);

@@ -22,7 +22,7 @@ class STORE {
     virtual void SetInt(KEY const& key, int value) = 0;
     virtual void SetDouble(KEY const& key, double value) = 0;
     virtual void SetText(KEY const& key, std::string const& value) = 0;
-    // Reads the file until every value can be had with its type. Once, on a new store.
+    // Reads the file, as far as the store does so before a value is asked for. Once, on a new store.
     virtual void Load() = 0;
     // Writes the file so that it survives a crash: old or new, never half.
     virtual void Save() = 0;
@@ -46,17 +46,16 @@ struct STORE_REGISTRATION {
 
 // Fills a store with the values of its workload.
 void Fill(STORE& store, WORKLOAD const& workload);
+// Reads each value once, with its type, in the order of the keys.
+void ReadEverything(STORE& store, WORKLOAD const& workload);
 // Replaces a file as a careful user of a library without such a function does.
 void WriteDurably(std::string const& file, std::string_view content);
 
-/**
- * Makes a STORE of a peer: a class with the operations of STORE, not virtual, and the constant `TEXTUAL`: values are
- * kept as text and converted by every read.
- */
+// Makes a STORE of a peer: a class with the operations of STORE, not virtual.
 template <typename PEER>
 class GUARDED final : public STORE {
  public:
-    GUARDED(WORKLOAD const& workload, std::string const& file) : m_workload(workload), m_peer(workload, file) {}
+    GUARDED(WORKLOAD const& workload, std::string const& file) : m_peer(workload, file) {}
 
     static std::unique_ptr<STORE> Make(WORKLOAD const& workload, std::string const& file) {
         return std::make_unique<GUARDED>(workload, file);
@@ -89,7 +88,6 @@ class GUARDED final : public STORE {
     void Load() override {
         std::lock_guard const lock(m_mutex);
         m_peer.Load();
-        if (PEER::TEXTUAL) ReadAll();
     }
     void Save() override {
         std::lock_guard const lock(m_mutex);
@@ -97,17 +95,6 @@ class GUARDED final : public STORE {
     }
 
  private:
-    void ReadAll() {
-        double volatile sink = 0;
-        for (KEY const& key : m_workload.Keys()) {
-            if (key.type == VALUE_TYPE::INT) sink = m_peer.GetInt(key);
-            if (key.type == VALUE_TYPE::DOUBLE) sink = m_peer.GetDouble(key);
-            if (key.type == VALUE_TYPE::TEXT) sink = static_cast<double>(m_peer.GetText(key));
-        }
-        static_cast<void>(sink);
-    }
-
     typename PEER::MUTEX m_mutex;
-    WORKLOAD const& m_workload;
     PEER m_peer;
 };

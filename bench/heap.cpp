@@ -1,4 +1,5 @@
-// Counts the heap of one store: what a load leaves allocated, and the most that was allocated at any moment of it.
+// Counts the heap of one store: what a load leaves allocated, the most that was allocated at any moment of it, and what
+// there is when each value was read once.
 //
 // usage: heap STORE COUNT: prints one line of JSON; heap --list: prints the names of the stores. The allocator's
 // functions are replaced for the whole process, so that libraries are counted as well. A block counts with what the
@@ -154,9 +155,11 @@ int main(int count, char** arguments) {
     kind.hasFile || !file.empty() ? store->Load() : Fill(*store, workload);
     std::size_t const live = Live() - made;
     std::size_t const peak = std::max(g_peak.load(), live + made) - made;
-    std::printf(R"({"store": "%s", "count": %zu, "live": %zu, "peak": %zu, "file": %zu, "made": %zu})"
+    ReadEverything(*store, workload);
+    std::size_t const read = Live() - made;
+    std::printf(R"({"store": "%s", "count": %zu, "live": %zu, "peak": %zu, "read": %zu, "file": %zu, "made": %zu})"
                 "\n",
-                kind.name.c_str(), workload.Count(), live, peak,
+                kind.name.c_str(), workload.Count(), live, peak, read,
                 file.empty() ? std::size_t{0} : static_cast<std::size_t>(std::filesystem::file_size(file)),
                 made - before);
     return 0;

@@ -15,13 +15,14 @@ MEMORY, FILE, F1, F2, GKEYFILE = "memory ticket", "file ticket", "F1 pugixml", "
 OWN = (MEMORY, FILE)
 FLOORS = (F1, F2)
 
-# Operation, what it is compared with, and how the figure is printed.
+# Operation, what it is compared with, and the title.
 TABLES = (
     ("get_int", F2, "Read an integer"),
     ("set_int", F2, "Write an integer over another"),
     ("get_string", MEMORY, "Read a text"),
     ("set_string", MEMORY, "Write a text over another"),
-    ("load", F1, "Load a file until every value is readable with its type"),
+    ("load", GKEYFILE, "Load a file and read every value once with its type"),
+    ("load_only", F1, "Load a file, and read nothing of it yet"),
     ("save", GKEYFILE, "Change one value and save it durably"),
 )
 
@@ -124,10 +125,11 @@ def table_of_heap(results):
         row = [store]
         for size in SIZES[1:]:
             entry = results.heap.get((store, size))
-            row.append(f"{entry['live'] / size:.0f} / {entry['peak'] / size:.0f}" if entry else "-")
+            row.append(f"{entry['live'] / size:.0f} / {entry['peak'] / size:.0f} / {entry['read'] / size:.0f}" if entry else "-")
         rows.append(row)
     return ("### Heap\n\nBytes for each key: what stays after a load (or filling, for stores without a file) / the most "
-            "there was during it.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in SIZES[1:]], rows))
+            "there was during it / what there is when each value was read once. SQLite holds a few pages of its file, "
+            "not the values.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in SIZES[1:]], rows))
 
 
 class Target:
@@ -173,11 +175,11 @@ def per_key(results, operation, size):
 
 def growth_target(results):
     target = Target(11, "Growth: 1,000,000 keys by 10,000, each key; other shapes by the usual one")
-    for operation in ("load", "save"):
+    for label, operation in (("load", "load_only"), ("save", "save")):
         large, small = per_key(results, operation, 1_000_000), per_key(results, operation, 10_000)
-        target.at_most(f"{operation}", large / small if large and small else None, 1.5)
+        target.at_most(label, large / small if large and small else None, 1.5)
         for shape in ("flat", "wide", "deep"):
-            target.at_most(f"{operation} {shape}",
+            target.at_most(f"{label} {shape}",
                            results.ratio((operation, FILE, shape), (operation, FILE, 100_000)), 1.5)
     return target
 
@@ -191,9 +193,9 @@ def targets_of(results):
         target.at_most(f"{size:,}:", results.ratio(("get_string", FILE, size), ("get_string", MEMORY, size)), 1.3)
     yield target
 
-    target = Target(4, "Load, by F1; and by GKeyFile")
+    target = Target(4, "Load, by F1; load and read every value, by GKeyFile")
     for size in SIZES:
-        target.at_most(f"{size:,}:", results.ratio(("load", FILE, size), ("load", F1, size)), 1.9)
+        target.at_most(f"{size:,}:", results.ratio(("load_only", FILE, size), ("load_only", F1, size)), 1.9)
     for size in SIZES:
         target.at_most(f"{size:,} by {GKEYFILE}", results.ratio(("load", FILE, size), ("load", GKEYFILE, size)), 1.0)
     yield target

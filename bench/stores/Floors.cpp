@@ -9,7 +9,6 @@ namespace {
 
 class STANDARD_MAP {
  public:
-    static constexpr bool TEXTUAL = false;
     using MUTEX = std::recursive_mutex;
 
     STANDARD_MAP(WORKLOAD const& workload, std::string const&) {
@@ -43,7 +42,6 @@ class STANDARD_MAP {
 
 class XML_DOCUMENT {
  public:
-    static constexpr bool TEXTUAL = false;
     using MUTEX = std::mutex;
 
     XML_DOCUMENT(WORKLOAD const&, std::string const& file) : m_file(file) {}

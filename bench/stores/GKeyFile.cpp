@@ -9,7 +9,6 @@ namespace {
 
 class KEY_FILE {
  public:
-    static constexpr bool TEXTUAL = true;
     using MUTEX = std::mutex;
 
     KEY_FILE(WORKLOAD const&, std::string const& file) : m_file(file), m_values(g_key_file_new()) {}

@@ -8,7 +8,6 @@ namespace {
 
 class KCONFIG {
  public:
-    static constexpr bool TEXTUAL = true;
     using MUTEX = std::mutex;
 
     // Reads the file already when it is made; so it is made by Load.

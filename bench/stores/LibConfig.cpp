@@ -8,7 +8,6 @@ namespace {
 
 class LIBCONFIG {
  public:
-    static constexpr bool TEXTUAL = false;
     using MUTEX = std::mutex;
 
     LIBCONFIG(WORKLOAD const& workload, std::string const& file) : m_file(file) {

@@ -8,7 +8,6 @@ namespace {
 
 class JSON {
  public:
-    static constexpr bool TEXTUAL = false;
     using MUTEX = std::mutex;
 
     JSON(WORKLOAD const& workload, std::string const& file) : m_file(file) {

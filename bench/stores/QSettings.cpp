@@ -7,7 +7,6 @@ namespace {
 
 class QT_SETTINGS {
  public:
-    static constexpr bool TEXTUAL = true;
     using MUTEX = std::mutex;
 
     QT_SETTINGS(WORKLOAD const& workload, std::string const& file) : m_file(QString::fromStdString(file)) {

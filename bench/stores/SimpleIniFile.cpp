@@ -8,7 +8,6 @@ namespace {
 
 class INI {
  public:
-    static constexpr bool TEXTUAL = true;
     using MUTEX = std::mutex;
 
     INI(WORKLOAD const&, std::string const& file) : m_file(file) {}

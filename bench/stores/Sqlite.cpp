@@ -10,7 +10,6 @@ namespace {
 
 class SQLITE {
  public:
-    static constexpr bool TEXTUAL = true;  // so that a load fetches every value, as for the others
     using MUTEX = std::mutex;
 
     SQLITE(WORKLOAD const&, std::string const& file) : m_file(file) {}
