@@ -2,17 +2,12 @@
 #include "SystemMemory.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <new>
 
 namespace SYSTEM_MEMORY {
-
-namespace {
-
-constexpr std::size_t PAGE = 4096;
-
-}  // namespace
 
 void RELEASE::operator()(char* bytes) const noexcept {
     if (mapped > 0)
@@ -30,7 +25,8 @@ BYTES Allocate(std::size_t size) noexcept {
 }
 
 BYTES Map(std::size_t least) noexcept {
-    std::size_t const size = (least + PAGE - 1) / PAGE * PAGE;
+    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t const size = (least + page - 1) / page * page;
     void* const mapped = mmap(nullptr, size + HUGE_PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) return Nothing();
     char* const bytes = static_cast<char*>(mapped);
