@@ -2,6 +2,8 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME configurationcontrol)
 set(CPACK_PACKAGE_VENDOR "ConfigurationControl maintainers")
+# The project's would stand in front of what each package says of itself.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_CONTACT "ConfigurationControl maintainers <maintainers@configurationcontrol.example>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -12,6 +14,7 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -23,8 +26,8 @@ function(add_package component name section depends summary)
     set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
     set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
     set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${depends}" PARENT_SCOPE)
-    list(JOIN ARGN "\n " details)
-    set(CPACK_DEBIAN_${key}_DESCRIPTION "${summary}\n ${details}" PARENT_SCOPE)
+    list(JOIN ARGN "\n" details)  # CPack puts the blanks in front of the lines
+    set(CPACK_DEBIAN_${key}_DESCRIPTION "${summary}\n${details}" PARENT_SCOPE)
 
     set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${name})
     install(FILES packaging/copyright DESTINATION ${doc_dir} COMPONENT ${component})
