@@ -7,8 +7,22 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
+
+namespace {
+
+// So that the new name of a file survives a crash.
+bool FlushDirectory(std::string const& file) {
+    std::string const directory = std::filesystem::path(file).parent_path().string();
+    int const descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    bool const flushed = fsync(descriptor) == 0;
+    return close(descriptor) == 0 && flushed;
+}
+
+}  // namespace
 
 std::vector<STORE_KIND>& StoreKinds() {
     static std::vector<STORE_KIND> kinds;
@@ -50,6 +64,6 @@ void WriteDurably(std::string const& file, std::string_view content) {
     bool const written = descriptor >= 0 &&
                          write(descriptor, content.data(), content.size()) == static_cast<ssize_t>(content.size()) &&
                          fsync(descriptor) == 0 && close(descriptor) == 0;
-    if (!written || std::rename(temporary.c_str(), file.c_str()) != 0)
+    if (!written || std::rename(temporary.c_str(), file.c_str()) != 0 || !FlushDirectory(file))
         throw std::system_error(errno, std::generic_category(), file);
 }

@@ -48,8 +48,11 @@ WORKLOAD::WORKLOAD(std::size_t count, SHAPE shape, std::size_t first) {
     static constexpr VALUE_TYPE TYPES[] = {VALUE_TYPE::INT, VALUE_TYPE::DOUBLE, VALUE_TYPE::INT, VALUE_TYPE::TEXT};
     m_keys.reserve(count);
     for (std::size_t number = first; number < first + count; ++number) {
-        KEY key{number, "", Group(number, shape), Name(number, shape), TYPES[number % 4], ""};
-        if (key.type == VALUE_TYPE::TEXT) key.text = Format("text %07zu of some", number);
+        KEY key{number, "", Group(number, shape), Name(number, shape), TYPES[number % 4], "", ""};
+        if (key.type == VALUE_TYPE::TEXT) {
+            key.text = Format("text %07zu of some", number);
+            key.otherText = Format("TEXT %07zu of some", number);
+        }
         key.full = key.group.empty() ? key.name : key.group + "/" + key.name;
         m_keys.push_back(std::move(key));
     }

@@ -21,7 +21,8 @@ struct KEY {
     std::string group;   // "Group012/Sub03"
     std::string name;    // "Key004"
     VALUE_TYPE type;
-    std::string text;  // the value of a TEXT
+    std::string text;       // the value of a TEXT
+    std::string otherText;  // another one for it, as long
 
     int Int() const { return static_cast<int>(number * 7); }
     double Double() const { return static_cast<double>(number) * 0.37 + 0.1; }

@@ -12,7 +12,12 @@ class KCONFIG {
 
     // Reads the file already when it is made; so it is made by Load.
     KCONFIG(WORKLOAD const& workload, std::string const& file) : m_file(QString::fromStdString(file)) {
-        for (KEY const& key : workload.Keys()) m_groups.push_back(QString::fromStdString(key.group));
+        for (KEY const& key : workload.Keys()) {
+            QString const name = QString::fromStdString(key.group);
+            if (m_names.empty() || m_names.back() != name) m_names.push_back(name);
+            m_groupOfKey.push_back(m_names.size() - 1);
+        }
+        m_groups.resize(m_names.size());
     }
 
     int GetInt(KEY const& key) { return Group(key).readEntry(key.name.c_str(), 0); }
@@ -29,14 +34,20 @@ class KCONFIG {
     void Save() { m_config->sync(); }
 
  private:
-    KConfigGroup Group(KEY const& key) {
+    // Made when first asked for, so that a load does not pay for it, and kept.
+    KConfigGroup& Group(KEY const& key) {
         if (!m_config) Load();
-        return m_config->group(m_groups[key.number]);
+        std::size_t const number = m_groupOfKey[key.number];
+        KConfigGroup& group = m_groups[number];
+        if (!group.isValid()) group = m_config->group(m_names[number]);
+        return group;
     }
 
     QString m_file;
-    std::vector<QString> m_groups;
+    std::vector<QString> m_names;  // of groups, as the keys come
+    std::vector<std::size_t> m_groupOfKey;
     std::unique_ptr<::KConfig> m_config;
+    std::vector<KConfigGroup> m_groups;
 };
 
 STORE_REGISTRATION const registration({"KConfig", true, GUARDED<KCONFIG>::Make});

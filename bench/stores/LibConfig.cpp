@@ -40,7 +40,13 @@ class LIBCONFIG {
  private:
     libconfig::Setting& Place(KEY const& key, libconfig::Setting::Type type) {
         std::string const& path = m_paths[key.number];
-        if (m_config.exists(path)) return m_config.lookup(path);
+        try {
+            return m_config.lookup(path);
+        } catch (libconfig::SettingNotFoundException const&) {
+            return Add(path, type);
+        }
+    }
+    libconfig::Setting& Add(std::string const& path, libconfig::Setting::Type type) {
         libconfig::Setting* place = &m_config.getRoot();
         for (std::size_t begin = 0;;) {
             std::size_t const end = path.find('.', begin);
