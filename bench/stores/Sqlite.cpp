@@ -1,5 +1,6 @@
 // Peer: a table of keys and values in an SQLite file. It reads through to the file instead of loading it, and its save
-// is a commit.
+// is a commit. What is read or written between two saves is one transaction: each operation by itself would take and
+// give back locks of the file, and a write would flush it.
 #include <sqlite3.h>
 
 #include <stdexcept>
@@ -75,6 +76,7 @@ class SQLITE {
         sqlite3_bind_text(statement, 1, key.full.c_str(), static_cast<int>(key.full.size()), SQLITE_STATIC);
     }
     void Select(KEY const& key) {
+        Begin();
         Bind(m_get, key);
         sqlite3_step(m_get);
     }
