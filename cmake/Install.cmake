@@ -20,6 +20,14 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ConfigurationControlConfig.cmake
 # The prefix is found from the place of the .pc file, so an installed tree may be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pkgconfig_prefix)
+foreach(dir LIBDIR INCLUDEDIR)  # which may be absolute, and elsewhere
+    set(pkgconfig_${dir} ${CMAKE_INSTALL_FULL_${dir}})
+    cmake_path(IS_PREFIX CMAKE_INSTALL_PREFIX ${pkgconfig_${dir}} NORMALIZE below_prefix)
+    if(below_prefix)
+        cmake_path(RELATIVE_PATH pkgconfig_${dir} BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
+        string(PREPEND pkgconfig_${dir} "\${prefix}/")
+    endif()
+endforeach()
 configure_file(packaging/configurationcontrol.pc.in ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -7,7 +7,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_CONTACT "ConfigurationControl maintainers <maintainers@configurationcontrol.example>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime development tool)
+set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
@@ -49,10 +49,13 @@ add_package(development libconfigurationcontrol-dev libdevel "${soname_package} 
     "typed persistent settings store (development files)"
     "Headers, CMake and pkg-config files, guides and examples for programs"
     "that use the ConfigurationControl library.")
-add_package(tool configurationcontrol-tools utils "${soname_package} (>= ${PROJECT_VERSION})"
-    "look into and mend ticket settings files"
-    "The ticket command lists, reads, changes, compares, checks and converts"
-    "the XML settings files of the ConfigurationControl library.")
+if(TARGET ticket)
+    list(APPEND CPACK_COMPONENTS_ALL tool)
+    add_package(tool configurationcontrol-tools utils "${soname_package} (>= ${PROJECT_VERSION})"
+        "look into and mend ticket settings files"
+        "The ticket command lists, reads, changes, compares, checks and converts"
+        "the XML settings files of the ConfigurationControl library.")
+endif()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers)
 
 include(CPack)
