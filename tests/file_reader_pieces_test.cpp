@@ -79,6 +79,28 @@ TEST(TicketPieces, FindWhatIsBrokenWhereverItStands) {
             PiecesRead(text);
 }
 
+// Where a text ends at a NUL, its very last byte tells the parser whether something is whole.
+TEST(TicketPieces, EndAtANulAsTheWholeDoes) {
+    std::string const document =
+        "<ticket><a type=\"int\">1</a><![CDATA[x]]><b c='d'/></ticket><!-- x --><? x ?><!DOCTYPE x>";
+    std::size_t parsed = 0;
+    for (char const* const last : {"", "x", "<", ">", "-", "]", "?", "/", "'", "\""}) {
+        std::string const whole = document + "<c>" + last;
+        for (std::size_t nul = 0; nul < whole.size(); ++nul) {
+            std::string text = whole;
+            text[nul] = '\0';
+            PiecesRead(text);
+            TicketText const ofAnyNames = TicketText::ReadAnyNames(text);
+            TicketText const ofXml = TicketText::Read(text);
+            EXPECT_EQ(ofAnyNames.reading, ofXml.reading) << text;
+            if (!ofXml.Parsed()) continue;
+            EXPECT_EQ(ofAnyNames.values, ofXml.values) << text;
+            ++parsed;
+        }
+    }
+    EXPECT_GT(parsed, 10u);
+}
+
 TEST(TicketPieces, OfTextsAtRandomMakeWhatTheWholeMakes) {
     std::mt19937 random(20);
     std::vector<std::string> const words{"<a type=\"int\">",

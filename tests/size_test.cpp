@@ -191,6 +191,18 @@ bool LargeFile(std::string const& file) {
     return true;
 }
 
+// What follows a document and a NUL is not read, whether or not the names are those of XML.
+bool NulInALargeFile(std::string const& file) {
+    for (std::string const name : {"a", "HP 4000"}) {
+        files::Write(file, Document({("<" + name + " type=\"int\">42</" + name + ">").c_str()}));
+        std::filesystem::resize_file(file, std::uintmax_t{1} << 30);
+        OWNER const ticket(file.c_str());
+        REQUIRE(GetInt(ticket, name.c_str()) == 42);
+        REQUIRE(Count(ticket) == 1);
+    }
+    return true;
+}
+
 bool MillionKeys(std::string const& file) {
     constexpr int KEYS = 1000000 / SHARE;
     auto const key = [](int number) { return "c" + std::to_string(number / 10) + "/" + Numbered("k", number); };
@@ -323,14 +335,16 @@ TEST_P(Size, IsServedRightWithinItsTimeAndMemoryOnASmallStack) {
 
 INSTANTIATE_TEST_SUITE_P(
     , Size,
-    testing::Values(
-        CASE{"TenThousandNestedTypedElements", &NestedTyped, 600},
-        CASE{"MillionNestedUntypedElements", &NestedUntyped, 1300},
-        CASE{"KeyOfAHundredThousandComponents", &KeyOfManyComponents, 1300},
-        CASE{"KeyOfThreeThousandComponentsSaved", &KeyOfManyComponentsSaved, 100}, CASE{"EntityBomb", &EntityBomb, 200},
-        CASE{"NestedDeclarations", &NestedDeclarations, 200}, CASE{"ComponentOfTwelveStars", &TwelveStars, 200},
-        CASE{"ManyComponentsWithWildcards", &ManyPatterns, 300}, CASE{"FileOf64Megabytes", &LargeFile, 900},
-        CASE{"MillionKeys", &MillionKeys, 500}, CASE{"KeysOf64Kilobytes", &LongKeys, 400},
-        CASE{"ManyKeysOfAKilobyte", &ManyKeysOfAKilobyte, 900}, CASE{"ValuesOf16Megabytes", &LongValues, 500},
-        CASE{"NumbersOf16Megabytes", &LongTextsOfNumbers, 600}, CASE{"VectorOfAMillionElements", &LongVector, 400}),
+    testing::Values(CASE{"TenThousandNestedTypedElements", &NestedTyped, 600},
+                    CASE{"MillionNestedUntypedElements", &NestedUntyped, 1300},
+                    CASE{"KeyOfAHundredThousandComponents", &KeyOfManyComponents, 1300},
+                    CASE{"KeyOfThreeThousandComponentsSaved", &KeyOfManyComponentsSaved, 100},
+                    CASE{"EntityBomb", &EntityBomb, 200}, CASE{"NestedDeclarations", &NestedDeclarations, 200},
+                    CASE{"ComponentOfTwelveStars", &TwelveStars, 200},
+                    CASE{"ManyComponentsWithWildcards", &ManyPatterns, 300}, CASE{"FileOf64Megabytes", &LargeFile, 900},
+                    CASE{"NulInAFileOfAGigabyte", &NulInALargeFile, 50}, CASE{"MillionKeys", &MillionKeys, 500},
+                    CASE{"KeysOf64Kilobytes", &LongKeys, 400}, CASE{"ManyKeysOfAKilobyte", &ManyKeysOfAKilobyte, 900},
+                    CASE{"ValuesOf16Megabytes", &LongValues, 500},
+                    CASE{"NumbersOf16Megabytes", &LongTextsOfNumbers, 600},
+                    CASE{"VectorOfAMillionElements", &LongVector, 400}),
     [](auto const& one) { return one.param.name; });

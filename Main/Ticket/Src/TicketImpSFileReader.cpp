@@ -48,8 +48,11 @@ bool ParseInPlace(pug::xml_document& document, char* text, std::size_t size) {
     return static_cast<bool>(parsed);
 }
 
-bool HasNul(std::string_view text) {
-    return text.find('\0') != std::string_view::npos;
+// The parser looks at nothing behind a NUL, but it remembers the very last byte of the text: a tag or the like of which
+// just that byte is missing before the NUL is whole. So a text that is cut at its first NUL gets the last byte of all
+// in the place of the NUL. False if the source fails.
+bool PutLastByte(FILE_SOURCE& source, char& nul) {
+    return source.Read(std::max<std::size_t>(source.Size(), 1) - 1, &nul, 1).has_value();
 }
 
 // A part of a text that is parsed by itself.
@@ -66,8 +69,7 @@ class PIECE {
     bool Load() {
         while (Fill()) {
             if (m_isLast) return true;
-            // Behind a NUL the parser looks at nothing; what that makes of the text is for it to say.
-            std::size_t const end = m_hasNul ? std::string_view::npos : LastStart({Text(), m_length});
+            std::size_t const end = LastStart({Text(), m_length});
             if (end != std::string_view::npos) {
                 m_length = end;
                 MARK.copy(Text() + m_length, MARK.size());
@@ -133,8 +135,12 @@ class PIECE {
         if (!length) return false;
         m_length = *length;
         m_isLast = m_length < m_size;
-        m_hasNul = HasNul({Text(), m_length});
-        return true;
+        auto* const nul = static_cast<char*>(std::memchr(Text(), '\0', m_length));
+        m_hasNul = nul != nullptr;
+        if (!m_hasNul || m_isLast) return true;
+        m_length = static_cast<std::size_t>(nul - Text()) + 1;
+        m_isLast = true;
+        return PutLastByte(m_source, *nul);
     }
 
     void Enlarge() { m_size = std::max(2 * m_size, m_source.Size() - std::min(m_source.Size(), m_begin) + 1); }
@@ -149,16 +155,17 @@ class PIECE {
     bool m_hasNul = false;
 };
 
-// False if the source fails.
-bool ReadAll(FILE_SOURCE& source, std::string& text) {
-    // One byte more than expected, so that the end is met.
-    for (std::size_t size = source.Size() + 1;; size *= 2) {
-        text.resize(size);
-        auto const length = source.Read(0, text.data(), size);
+// Reads a text, or its beginning up to its first NUL. False if the source fails.
+bool ReadToNul(FILE_SOURCE& source, std::string& text) {
+    for (std::size_t size = 0;;) {
+        text.resize(size + FILE_PIECE);
+        auto const length = source.Read(size, &text[size], FILE_PIECE);
         if (!length) return false;
-        if (*length == size) continue;
-        text.resize(*length);
-        return true;
+        text.resize(size + *length);
+        std::size_t const nul = text.find('\0', size);
+        if (nul != std::string::npos) text.resize(nul + 1);
+        if (nul != std::string::npos || *length < FILE_PIECE) return true;
+        size += FILE_PIECE;
     }
 }
 
@@ -249,15 +256,17 @@ READING ReadTicket(FILE_SOURCE& source, xml_outline::SET set, void* context, std
 
 READING ReadTicketOfAnyNames(FILE_SOURCE& source, xml_outline::SET set, void* context) {
     std::string text;
-    if (!ReadAll(source, text)) return READING::UNREADABLE;
+    if (!ReadToNul(source, text)) return READING::UNREADABLE;
+    bool const hasNul = !text.empty() && text.back() == '\0';
     FILE_ROOM const copy(text.size());
     text.copy(copy.Text(), text.size());
+    if (hasNul && !PutLastByte(source, copy.Text()[text.size() - 1])) return READING::UNREADABLE;
     TICKET_NAMES::Replace(text, copy.Text());
     DOCUMENT_MEMORY const memory(copy);
     pug::xml_document document;
     if (!ParseInPlace(document, copy.Text(), text.size())) return READING::NO_DOCUMENT;
     TICKET_NAMES::Restore(text, copy.Text());
-    xml_outline outline(set, context, LongestKeys(text.size()));
+    xml_outline outline(set, context, LongestKeys(source.Size()));
     if (!document.traverse(outline)) return READING::OUT_OF_PROPORTION;
-    return HasNul(text) ? READING::CUT_SHORT : READING::DONE;
+    return hasNul ? READING::CUT_SHORT : READING::DONE;
 }
