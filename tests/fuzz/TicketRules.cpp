@@ -371,6 +371,7 @@ void TICKET_RULES::Destroy() {
     if (m_dirty) Save();
     m_parameters.Clear();
     m_registrations.clear();
+    m_locks = {};
     m_queue.clear();
     m_partialKeys.clear();
     m_partial = m_loaded = false;

@@ -13,6 +13,7 @@
 #include "../support/TicketModel.h"
 #include "FuzzArgument.h"
 #include "FuzzFile.h"
+#include "FuzzLocks.h"
 #include "FuzzSelection.h"
 
 // What a set is asked to store; no value: to delete.
@@ -60,12 +61,20 @@ class TICKET_RULES {
 
     // What is registered, queued, and was called.
     void Register(int number, TEXTS const& keys) { m_registrations[number].Set(keys); }
+    // Without a server nobody can be registered, and only a request to forget all of them is heard.
+    bool Unregister(int number, bool enable) {
+        bool const isHeard = number == -2 && !enable;
+        if (isHeard) m_registrations.clear();
+        return isHeard;
+    }
     bool IsRegistered(int number) const { return m_registrations.count(number) != 0; }
     void Queue(int call) { m_queue.push_back(call); }
     std::vector<int> const& Calls() const { return m_calls; }
     // What call `call` does beside being called: sets "q", queues another, or throws.
     enum ACTION { ACT_SET, ACT_QUEUE, ACT_THROW, ACT_NOTHING };
     static ACTION ActionOf(int call) { return call < 100 ? static_cast<ACTION>(call % 4) : ACT_NOTHING; }
+
+    LOCK_RULES& Locks() { return m_locks; }
 
     void Pass(int seconds) { m_now += seconds; }
     bool CanBeSaved() const;
@@ -93,6 +102,7 @@ class TICKET_RULES {
     std::map<int, SELECTION> m_registrations;
     std::deque<int> m_queue;
     std::vector<int> m_calls;
+    LOCK_RULES m_locks;
 
     std::set<std::string> m_partialKeys;
     bool m_partial = false;

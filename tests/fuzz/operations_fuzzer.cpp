@@ -361,6 +361,33 @@ void Merge(PAIR& target, PAIR& source, INPUT& input) {
     MUST_HOLD(result == target.Rules().Merge(source.Rules(), isNull ? nullptr : &keys, clear));
 }
 
+void Lock(PAIR& pair, INPUT& input) {
+    int const number = static_cast<int>(input.Below(26)) - 3;
+    int owner = static_cast<int>(input.Below(6)) - 2;
+    bool const isNull = input.Below(8) == 1;
+    bool const isLock = input.Flag();
+    std::optional<int> expected;
+    if (!isNull) expected = owner;
+    int const result = pair->Lock(pair.Ticket(), number, isNull ? nullptr : &owner, isLock);
+    MUST_HOLD((result != 0) == pair.Rules().Locks().Request(number, &expected, isLock));
+    MUST_HOLD(isNull || owner == *expected);
+}
+
+void Unregister(PAIR& pair, INPUT& input) {
+    int const number = static_cast<int>(input.Below(8)) - 3;
+    bool const enable = input.Flag();
+    int const result = pair->EnDisNotification(pair.Ticket(), number, enable, nullptr);
+    MUST_HOLD((result != 0) == pair.Rules().Unregister(number, enable));
+}
+
+// Rare ones in a row, so that the inputs of earlier campaigns mean what they meant.
+void DoSomethingRare(PAIR& pair, INPUT& input) {
+    auto const number = static_cast<int>(input.Below(64));
+    if (number < 4) return pair.Register(number, Key(input));
+    if (number < 56) return pair.Queue(number);
+    return number < 62 ? Lock(pair, input) : Unregister(pair, input);
+}
+
 void Step(PAIR& pair, PAIR& other, INPUT& input) {
     switch (input.Below(16)) {
         case 0:
@@ -388,10 +415,8 @@ void Step(PAIR& pair, PAIR& other, INPUT& input) {
             return Merge(pair, input.Flag() ? other : pair, input);
         case 13:
             return pair.Pass(static_cast<int>(input.Below(40)));
-        case 14: {
-            auto const number = static_cast<int>(input.Below(64));
-            return number < 4 ? pair.Register(number, Key(input)) : pair.Queue(number);
-        }
+        case 14:
+            return DoSomethingRare(pair, input);
         default:
             return pair.Reopen();
     }
