@@ -254,7 +254,7 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
     ParkAThread();
-    for (std::size_t const keys : {50, 10000, 100000}) RegisterCount(keys, quick);
+    for (std::size_t const keys : {50U, 10000U, 100000U}) RegisterCount(keys, quick);
     RegisterShapes(100000);
     RegisterTicketBenchmarks();
     RegisterServiceBenchmarks();

@@ -86,7 +86,7 @@ void SetVector(State& state, TICKET const& ticket) {
 }
 
 void RegisterBatches() {
-    for (std::size_t const count : {50, 10000, 100000}) {
+    for (std::size_t const count : {50U, 10000U, 100000U}) {
         auto const data = std::make_shared<BATCHES>(count);
         std::string const suffix = "/memory ticket/" + std::to_string(count);
         benchmark::RegisterBenchmark(("batch_40" + suffix).c_str(), [data](State& state) { GetBatch(state, *data); });
