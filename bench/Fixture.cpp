@@ -27,6 +27,22 @@ std::string const& WorkDirectory() {
     return directory.name;
 }
 
+namespace {
+
+std::string UnusedName() {
+    static std::size_t count = 0;
+    return WorkDirectory() + "/unused" + std::to_string(++count);
+}
+
+// Loaded from its file, if it has one.
+std::unique_ptr<STORE> FilledStore(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file) {
+    auto store = kind.make(workload, file);
+    kind.hasFile ? store->Load() : Fill(*store, workload);
+    return store;
+}
+
+}  // namespace
+
 WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape) {
     static std::map<std::pair<std::size_t, SHAPE>, WORKLOAD> workloads;
     auto const found = workloads.find({count, shape});
@@ -46,9 +62,7 @@ std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload) 
     return file;
 }
 
-FRESH_NAME::FRESH_NAME(std::string const& file) {
-    static std::size_t count = 0;
-    m_name = WorkDirectory() + "/fresh" + std::to_string(++count);
+FRESH_NAME::FRESH_NAME(std::string const& file) : m_name(UnusedName()) {
     std::filesystem::create_hard_link(file, m_name);
 }
 
@@ -57,13 +71,21 @@ FRESH_NAME::~FRESH_NAME() {
     std::filesystem::remove(m_name, ignored);
 }
 
+OWN_STORE::OWN_STORE(STORE_KIND const& kind, WORKLOAD const& workload) : m_file(UnusedName()) {
+    if (kind.hasFile) std::filesystem::copy_file(SharedFile(kind, workload), m_file);
+    m_store = FilledStore(kind, workload, m_file);
+}
+
+OWN_STORE::~OWN_STORE() {
+    m_store.reset();
+    std::error_code ignored;
+    std::filesystem::remove(m_file, ignored);
+}
+
 STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload) {
     static std::map<std::pair<std::string, WORKLOAD const*>, std::unique_ptr<STORE>> stores;
     std::unique_ptr<STORE>& store = stores[{kind.name, &workload}];
-    if (!store) {
-        store = kind.make(workload, kind.hasFile ? SharedFile(kind, workload) : "");
-        kind.hasFile ? store->Load() : Fill(*store, workload);
-    }
+    if (!store) store = FilledStore(kind, workload, kind.hasFile ? SharedFile(kind, workload) : "");
     return *store;
 }
 

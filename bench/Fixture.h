@@ -31,6 +31,20 @@ class FRESH_NAME {
 // A filled store that lives until the process ends; one with a file was loaded from it.
 STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload);
 
+// A filled store for a scope, with a file of its own.
+class OWN_STORE {
+ public:
+    OWN_STORE(STORE_KIND const& kind, WORKLOAD const& workload);
+    ~OWN_STORE();
+    OWN_STORE(OWN_STORE const&) = delete;
+    OWN_STORE& operator=(OWN_STORE const&) = delete;
+    STORE& Get() { return *m_store; }
+
+ private:
+    std::string const m_file;
+    std::unique_ptr<STORE> m_store;
+};
+
 // Starts a thread that sleeps until the process ends. Allocator and mutexes take shorter paths in a process that never
 // had a second thread, which no host that needs a guarded store is.
 void ParkAThread();
