@@ -141,7 +141,8 @@ inline void AddMarkup(TABLE& table) {
     table.Holds("attribute twice", "<a type=\"int\" type=\"string\">1</a>", {"a 2 1"});
     table.Holds("type not first", "<a unit=\"mm\" type=\"int\">1</a>", {});
     table.Holds("further attributes", "<a type=\"int\" unit=\"mm\">1</a>", {"a 2 1"});
-    table.Holds("10,000 attributes behind the type", "<a type=\"int\"" + Repeated(" x=\"1\"", 9999) + ">1</a>", {"a 2 1"});
+    table.Holds("10,000 attributes behind the type", "<a type=\"int\"" + Repeated(" x=\"1\"", 9999) + ">1</a>",
+                {"a 2 1"});
     table.Holds("10,000 attributes before the type", "<a" + Repeated(" x=\"1\"", 9999) + " type=\"int\">1</a>", {});
     table.Fails("attribute without quotes", Root("<a type=int>1</a>"));
     table.Fails("attribute without a value", Root("<a type>1</a>"));
