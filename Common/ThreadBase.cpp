@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "Cancellation.h"
+#include "Common/Src/Cancellation.h"
 
 namespace {
 

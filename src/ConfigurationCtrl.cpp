@@ -15,11 +15,11 @@
 #include <memory>
 #include <utility>
 
-#include "Cancellation.h"
+#include "Common/Src/Cancellation.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 #include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/Ticket.h"
-#include "SettingsTable.h"
+#include "src/SettingsTable.h"
 
 namespace {
 

@@ -8,6 +8,8 @@ check_cxx_source_compiles("static_assert(static_cast<char>(-1) < 0, \"\"); int m
 set(other_char $<IF:$<BOOL:${PLAIN_CHAR_IS_SIGNED}>,-funsigned-char,-fsigned-char>)
 
 get_target_property(core_sources ConfigurationControlCore SOURCES)
+get_target_property(format_sources ConfigurationControlFormat SOURCES)
+list(APPEND core_sources ${format_sources})
 list(TRANSFORM core_sources PREPEND ${PROJECT_SOURCE_DIR}/ REGEX "^[^/]")
 add_library(core_of_other_char OBJECT EXCLUDE_FROM_ALL ${core_sources})
 target_include_directories(core_of_other_char PRIVATE $<TARGET_PROPERTY:ConfigurationControlCore,INCLUDE_DIRECTORIES>)

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ConfigurationControl/ConfigurationCtrl.h"
-#include "SettingsTable.h"
+#include "src/SettingsTable.h"
 #include "support/ClassicLocale.h"
 #include "support/RecordingLogger.h"
 #include "support/ScratchDirectory.h"

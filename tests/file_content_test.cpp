@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "TicketImpSFileSave.h"
+#include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/ScratchDirectory.h"
 #include "support/Unprivileged.h"

@@ -9,8 +9,8 @@
 #include <random>
 #include <string>
 
-#include "TicketImpSFileReader.h"
-#include "TicketImpSFileWriter.h"
+#include "Format/Reader.h"
+#include "Format/TreeWriter.h"
 #include "TicketImpSNode.h"
 #include "support/HostileLocale.h"
 #include "support/TicketText.h"

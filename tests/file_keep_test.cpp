@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-#include "TicketImpSFileSave.h"
+#include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/Replace.h"
 

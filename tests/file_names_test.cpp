@@ -14,8 +14,8 @@
 #include <string_view>
 #include <vector>
 
-#include "TicketImpSFileNames.h"
-#include "TicketImpSFileWildcard.h"
+#include "Format/OddNames.h"
+#include "Format/Wildcard.h"
 #include "support/FileTickets.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"

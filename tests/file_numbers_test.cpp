@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-#include "TicketImpSFileNumbers.h"
+#include "Format/Numbers.h"
 #include "support/ClassicLocale.h"
 #include "support/HostileLocale.h"
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "ConfigurationControl/StringConversion.h"
-#include "TicketImpSFileStream.h"
-#include "TicketImpSFileWriter.h"
+#include "Format/StreamWriter.h"
+#include "Format/TreeWriter.h"
 #include "TicketImpSNode.h"
 #include "support/FileTickets.h"
 #include "support/Files.h"

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "TicketImpSFileReader.h"
-#include "TicketImpSFileWriter.h"
+#include "Format/Reader.h"
+#include "Format/TreeWriter.h"
 #include "support/HostileLocale.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"

@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-#include "TicketImpSFileSave.h"
+#include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/Replace.h"
 #include "support/Unprivileged.h"

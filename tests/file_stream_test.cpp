@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "TicketImpSFileStream.h"
-#include "TicketImpSFileWriter.h"
+#include "Format/StreamWriter.h"
+#include "Format/TreeWriter.h"
 #include "TicketImpSNode.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "TicketImpSFileText.h"
+#include "Format/Escapes.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "TicketImpSFileWildcard.h"
-#include "TicketImpSFileWriter.h"
+#include "Format/TreeWriter.h"
+#include "Format/Wildcard.h"
 #include "support/HostileLocale.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"

@@ -22,7 +22,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/TicketAccess.h"
-#include "TicketImpSFileMemory.h"
+#include "Format/FileMemory.h"
 #include "support/FailingAllocations.h"
 #include "support/Figures.h"
 #include "support/FileTickets.h"

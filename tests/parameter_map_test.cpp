@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "ParameterMap.h"
+#include "Store/ParameterMap.h"
 
 namespace {
 

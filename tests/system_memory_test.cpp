@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "SystemMemory.h"
+#include "Store/SystemMemory.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Comparison of names with wildcards.
+#include "Format/Wildcard.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 #include <vector>
-
-#include "TicketImpSFileWildcard.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 
 #include "Commands.h"
 #include "Files.h"
+#include "Format/Escapes.h"
 #include "Terminal.h"
-#include "TicketImpSFileText.h"
 #include "XmlText.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include "Commands.h"
 #include "Json.h"
-#include "SettingsTable.h"
 #include "TicketFile.h"
+#include "src/SettingsTable.h"
 
 namespace {
 

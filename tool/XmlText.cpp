@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <new>
 
-#include "TicketImpSFileNames.h"
+#include "Format/OddNames.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "Attempt.h"
+#include "Common/Src/Attempt.h"
 #include "ConfigurationControl/CharSets.h"
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/TicketAccess.h"

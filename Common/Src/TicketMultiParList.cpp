@@ -4,11 +4,11 @@
 #include <cstring>
 #include <exception>
 
-#include "Cancellation.h"
+#include "Common/Src/Cancellation.h"
+#include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/MathLib.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/TicketAccess.h"
-#include "UntypedValue.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "ParameterArena.h"
-#include "ParameterOrder.h"
+#include "Store/ParameterArena.h"
+#include "Store/ParameterOrder.h"
 
 template <typename VALUE>
 class SORTED_PARAMETER_MAP {

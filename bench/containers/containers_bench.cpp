@@ -14,9 +14,9 @@
 #ifdef WITH_BTREE
 #include "BtreeMap.h"
 #endif
-#include "ParameterMap.h"
 #include "SortedPages.h"
 #include "StdMap.h"
+#include "Store/ParameterMap.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
+#include "Format/Escapes.h"
+#include "Format/Numbers.h"
 #include "FuzzArgument.h"
 #include "FuzzText.h"
 #include "FuzzWildcard.h"
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
 
 // One call of a walk.
 struct VALUE {

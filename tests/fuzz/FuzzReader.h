@@ -6,10 +6,10 @@
 #include <string>
 
 #include "ConfigurationControl/MathLib.h"
+#include "Format/Escapes.h"
+#include "Format/Numbers.h"
 #include "FuzzFile.h"
 #include "FuzzText.h"
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
 
 class DOCUMENT_READER {
  public:

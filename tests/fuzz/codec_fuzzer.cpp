@@ -8,10 +8,10 @@
 #include <string>
 
 #include "ConfigurationControl/MathLib.h"
+#include "Format/Escapes.h"
+#include "Format/Numbers.h"
 #include "FuzzInput.h"
 #include "FuzzText.h"
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include "ConfigurationControl/CharSets.h"
 #include "ConfigurationControl/ConfigurationCtrl.h"
 #include "ConfigurationControl/TicketAccess.h"
+#include "Format/Wildcard.h"
 #include "FuzzInput.h"
 #include "FuzzWildcard.h"
-#include "TicketImpSFileWildcard.h"
 #include "helpers_fuzzer_lists.h"
 
 namespace {

@@ -11,10 +11,10 @@
 #include "../support/TicketText.h"
 #include "../support/Tickets.h"
 #include "ConfigurationControl/StringConversion.h"
+#include "Format/Reader.h"
 #include "FuzzFile.h"
 #include "FuzzInput.h"
 #include "FuzzReader.h"
-#include "TicketImpSFileReader.h"
 #include "TicketRules.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "TicketImpSFileSave.h"
+#include "Disk/Replacement.h"
 
 inline bool Replace(std::string const& fileName, std::string_view bytes, TICKETFILE::OLD old,
                     TICKETFILE::KEPT* kept = nullptr) {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "TicketImpSFileReader.h"
+#include "Format/Reader.h"
 
 // A text in memory, read as a file is.
 class TEXT_SOURCE final : public FILE_SOURCE {

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
-#include "UntypedValue.h"
 
 // Made before any code runs, so that the constructors and destructors of other static objects may use it.
 constexpr STICKET_INSTANCE STicketInstance = {

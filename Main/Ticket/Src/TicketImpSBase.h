@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "BatchRecords.h"
-#include "Cancellation.h"
+#include "Common/Src/BatchRecords.h"
+#include "Common/Src/Cancellation.h"
 #include "ConfigurationControl/PartialMode.h"
 #include "ConfigurationControl/Ticket.h"
 #include "TicketImpSNode.h"

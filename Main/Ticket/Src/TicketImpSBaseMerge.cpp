@@ -3,9 +3,9 @@
 #include <deque>
 #include <string>
 
+#include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "TicketImpSBase.h"
-#include "UntypedValue.h"
 
 namespace {
 

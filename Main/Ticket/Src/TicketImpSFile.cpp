@@ -8,11 +8,11 @@
 #include <string_view>
 #include <utility>
 
+#include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/StringConversion.h"
-#include "TicketImpSFileReader.h"
-#include "TicketImpSFileStream.h"
-#include "TicketImpSFileWriter.h"
-#include "UntypedValue.h"
+#include "Format/Reader.h"
+#include "Format/StreamWriter.h"
+#include "Format/TreeWriter.h"
 
 namespace {
 

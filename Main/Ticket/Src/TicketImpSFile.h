@@ -11,8 +11,8 @@
 #include <set>
 #include <string>
 
+#include "Disk/Replacement.h"
 #include "TicketImpSBase.h"
-#include "TicketImpSFileSave.h"
 
 class STICKET_FILE : public STICKET {
  public:

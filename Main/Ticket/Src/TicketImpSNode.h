@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
-#include "ParameterMap.h"
-#include "TicketText.h"
+#include "Store/ParameterMap.h"
+#include "Store/TicketText.h"
 
 class clTICKETNODE {
  public:

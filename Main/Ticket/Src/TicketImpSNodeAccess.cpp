@@ -7,11 +7,11 @@
 #include <new>
 #include <utility>
 
-#include "Attempt.h"
-#include "BatchRecords.h"
+#include "Common/Src/Attempt.h"
+#include "Common/Src/BatchRecords.h"
+#include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/MathLib.h"
 #include "TicketImpSNode.h"
-#include "UntypedValue.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
-#include "TicketImpSFileMemory.h"
-#include "TicketImpSFileWildcard.h"
+#include "Format/TextBuffer.h"
+#include "Format/Wildcard.h"
 
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.

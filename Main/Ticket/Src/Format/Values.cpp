@@ -1,11 +1,11 @@
 // From a typed value to its text in a ticket file.
-#include "TicketImpSFileValue.h"
+#include "Format/Values.h"
 
 #include <cstdint>
 #include <string_view>
 
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
+#include "Format/Escapes.h"
+#include "Format/Numbers.h"
 
 void AppendValue(std::string& out, PARAM_TYPE type, void const* value, STICKET_STRING_CONVERSION* conversion) {
     if (value == nullptr) return;

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <utility>
 
-#include "TicketImpSFileMemory.h"
+#include "Common/Src/ByteStreams.h"
 
 namespace TICKETFILE {
 

@@ -11,10 +11,10 @@
 #include <string_view>
 #include <utility>
 
-#include "KeyHash.h"
-#include "ParameterArena.h"
-#include "ParameterOrder.h"
-#include "ParameterSlots.h"
+#include "Store/KeyHash.h"
+#include "Store/ParameterArena.h"
+#include "Store/ParameterOrder.h"
+#include "Store/ParameterSlots.h"
 
 template <typename VALUE>
 class PARAMETER_MAP {

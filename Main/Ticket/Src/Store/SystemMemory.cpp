@@ -1,5 +1,5 @@
 // Takes memory from the allocator or straight from the system.
-#include "SystemMemory.h"
+#include "Store/SystemMemory.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,12 +1,12 @@
 // Escapes and white space of a ticket file's texts. Both directions copy ordinary bytes in runs and look closer only
 // where something has to change.
-#include "TicketImpSFileText.h"
+#include "Format/Escapes.h"
 
 #include <array>
 #include <cstddef>
 #include <optional>
 
-#include "TicketImpSFileFormat.h"
+#include "Format/Words.h"
 
 namespace {
 

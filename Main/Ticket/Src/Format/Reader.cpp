@@ -1,6 +1,6 @@
 // Walks the parsed document of a ticket file. The key of the current element is kept as a running path, so that a
 // deeply nested file costs no more than its length.
-#include "TicketImpSFileReader.h"
+#include "Format/Reader.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,10 +9,11 @@
 #include <new>
 #include <utility>
 
-#include "TicketImpSFileFormat.h"
-#include "TicketImpSFileNames.h"
-#include "TicketImpSFileNumbers.h"
-#include "TicketImpSFileText.h"
+#include "Format/Escapes.h"
+#include "Format/FileMemory.h"
+#include "Format/Numbers.h"
+#include "Format/OddNames.h"
+#include "Format/Words.h"
 
 namespace {
 

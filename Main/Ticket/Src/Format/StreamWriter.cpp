@@ -1,14 +1,14 @@
 // The usual way of a save: from the walk to the text of the file in one pass.
-#include "TicketImpSFileStream.h"
+#include "Format/StreamWriter.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
-#include "TicketImpSFileFormat.h"
-#include "TicketImpSFileValue.h"
-#include "TicketImpSFileWildcard.h"
+#include "Format/Values.h"
+#include "Format/Wildcard.h"
+#include "Format/Words.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "SystemMemory.h"
+#include "Store/SystemMemory.h"
 
 // A value with its key. The value is a base class so that the length may lie in its trailing padding; the characters of
 // the key and a NUL follow the entry.

@@ -8,7 +8,7 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
-#include "TicketImpSFileMemory.h"
+#include "Format/TextBuffer.h"
 
 // What TICKET_DOCUMENT writes, in a fraction of its time, for parameters that a walk delivers in ascending order of
 // keys and whose elements nest as their keys do. Then each inner element is open when it is needed again, and no search

@@ -1,6 +1,6 @@
 // The file system calls beneath a file ticket: reading a file, replacing it so that no one ever finds half of it,
 // and deleting it. It knows bytes and names only; what the bytes mean is the reader's and the writer's business.
-#include "TicketImpSFileSave.h"
+#include "Disk/Replacement.h"
 
 #include <fcntl.h>
 #include <pthread.h>

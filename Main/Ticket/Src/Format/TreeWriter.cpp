@@ -1,15 +1,15 @@
 // Builds the document of a ticket file and turns it into text. An inner element of a key is the first child in document
 // order whose name matches; three ways lead to it, all to the same one: the path of the last key, an index of names,
 // and, for names with wildcards, searches.
-#include "TicketImpSFileWriter.h"
+#include "Format/TreeWriter.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
 
-#include "TicketImpSFileFormat.h"
-#include "TicketImpSFileValue.h"
-#include "TicketImpSFileWildcard.h"
+#include "Format/Values.h"
+#include "Format/Wildcard.h"
+#include "Format/Words.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Common/Src/ByteStreams.h"
 #include "ConfigurationControl/TicketRecords.h"
-#include "TicketImpSFileMemory.h"
 
 namespace pug = pugi;
 

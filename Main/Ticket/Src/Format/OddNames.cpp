@@ -1,13 +1,13 @@
 // Finds names line by line. What could be a comment, an instruction or the like is taken for a tag only where that is
 // certain, so that a file to which somebody added them reads the same.
-#include "TicketImpSFileNames.h"
+#include "Format/OddNames.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <unordered_set>
 
-#include "TicketImpSFileFormat.h"
+#include "Format/Words.h"
 
 namespace TICKET_NAMES {
 namespace {

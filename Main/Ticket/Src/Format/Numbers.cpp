@@ -1,6 +1,6 @@
 // Numbers of a ticket file. Plain spellings go through the character conversions of the standard library, which know no
 // locale; every other spelling is left to a stream with the classic locale, whose behaviour is the rule.
-#include "TicketImpSFileNumbers.h"
+#include "Format/Numbers.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@
 #include <sstream>
 #include <system_error>
 
-#include "TicketImpSFileFormat.h"
+#include "Format/Words.h"
 
 namespace {
 

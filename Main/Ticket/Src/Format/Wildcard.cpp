@@ -1,6 +1,6 @@
 // Matching of names against wildcards, one piece of the pattern after the other. Only the last "*" is ever taken back,
 // which is enough and keeps the time at most quadratic.
-#include "TicketImpSFileWildcard.h"
+#include "Format/Wildcard.h"
 
 #include <algorithm>
 #include <cstddef>

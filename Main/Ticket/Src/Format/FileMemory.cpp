@@ -1,6 +1,6 @@
 // Where a file's text and the XML library's documents lie. That library is linked into this one privately, so what is
 // set here concerns nobody else in the process.
-#include "TicketImpSFileMemory.h"
+#include "Format/FileMemory.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -16,9 +16,6 @@ namespace {
 constexpr std::size_t DOCUMENT_PER_TEXT = 4;
 constexpr std::size_t DOCUMENT_PAGE = std::size_t{33} << 10;  // the XML library takes no less at a time
 constexpr std::size_t LARGEST_TEXT = std::size_t{1} << 32;
-constexpr std::size_t FIRST_TEXT = 8192;
-constexpr std::size_t INDENTATION_PER_TEXT = 16;
-constexpr std::size_t LARGEST_PIECE = std::size_t{64} << 10;
 constexpr std::size_t ALIGNMENT = alignof(std::max_align_t);
 
 thread_local DOCUMENT_MEMORY* innermost = nullptr;
@@ -71,24 +68,4 @@ bool DOCUMENT_MEMORY::Holds(void const* memory) const {
     std::less<void const*> const before;
     char const* const rest = m_room.Rest();
     return m_room.RestSize() > 0 && !before(memory, rest) && before(memory, rest + m_room.RestSize());
-}
-
-void FILE_TEXT::MakeRoom(std::size_t size) {
-    if (size > SIZE_MAX / 2 - m_size) throw std::bad_alloc();
-    if (m_sink != nullptr && m_size + size > LARGEST_PIECE) {
-        m_sink->Take(View());
-        m_handedOn += std::exchange(m_size, 0);
-        if (size <= m_capacity) return;
-    }
-    std::size_t const capacity = std::max({m_size + size, 2 * m_capacity, FIRST_TEXT});
-    SYSTEM_MEMORY::BYTES larger = SYSTEM_MEMORY::Allocate(capacity);
-    if (!larger) throw std::bad_alloc();
-    if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
-    m_bytes = std::move(larger);
-    m_capacity = capacity;
-}
-
-void FILE_TEXT::CheckIndentation() const {
-    std::size_t const whole = m_handedOn + m_size;
-    if (m_indentation > INDENTATION_PER_TEXT * (whole - std::min(whole, m_indentation))) throw std::bad_alloc();
 }

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "KeyHash.h"
+#include "Store/KeyHash.h"
 
 // One heap block: a short header, then the characters with a NUL. Half of what a pointer to a std::string costs.
 class TICKET_TEXT {

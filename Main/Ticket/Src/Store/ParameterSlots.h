@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-#include "SystemMemory.h"
+#include "Store/SystemMemory.h"
 
 class PARAMETER_SLOTS {
  public:

@@ -1,0 +1,29 @@
+// Where the bytes of a file come from and where they go: the two interfaces between what knows disks and what knows the
+// file format.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+// Gives the bytes of a text, from any place.
+class FILE_SOURCE {
+ public:
+    // How long the text probably is.
+    virtual std::size_t Size() const = 0;
+    // Copies `size` bytes from place `begin` on, fewer only at the end of the text. Returns how many; nothing if they
+    // cannot be had.
+    virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
+
+ protected:
+    ~FILE_SOURCE() = default;
+};
+
+// Takes the pieces of a text, in their order.
+class FILE_SINK {
+ public:
+    virtual void Take(std::string_view piece) = 0;
+
+ protected:
+    ~FILE_SINK() = default;
+};
