@@ -303,6 +303,21 @@ TEST(TicketReaderDepth, RefusesNestingThatWouldFillTheMemoryWithKeys) {
     });
 }
 
+TEST(TicketReaderDepth, ChargesTheKeyOfAVectorOnce) {
+    std::string const name(65000, 'n');
+    std::string const element = "<a type=\"int\">1</a>\n";
+    auto const read = [&](std::string const& elements) {
+        TALLY tally;
+        bool const isRead = TicketText::Read("<" + name + ">" + elements + "</" + name + ">", &TALLY::Set, &tally);
+        return isRead ? tally.values : 0;
+    };
+    EXPECT_EQ(read(Repeated(element, 4200)), 4200U);
+    EXPECT_EQ(read(Repeated(element + "text<!-- note -->", 4200)), 4200U);
+    EXPECT_EQ(read(Repeated(element + "<b type=\"int\">1</b>", 2100)), 0U);
+    EXPECT_EQ(read(Repeated(element + "<b/>", 4200)), 0U);
+    EXPECT_EQ(read(Repeated(element + "<a type=\"int\"/><a type=\"INT\">1</a><a>1</a>", 4200)), 0U);
+}
+
 TEST(TicketReaderDepth, RefusesUnclosedNestingOnASmallStack) {
     RunOnSmallStack([] {
         std::string text = Repeated("<a>", 1000000);

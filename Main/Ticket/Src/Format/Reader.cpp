@@ -11,6 +11,7 @@
 
 #include "Format/Escapes.h"
 #include "Format/FileMemory.h"
+#include "Format/KeyLimit.h"
 #include "Format/Numbers.h"
 #include "Format/OddNames.h"
 #include "Format/Words.h"
@@ -19,11 +20,6 @@ namespace {
 
 // White space of texts is ours to normalise; the parser only has to keep a text that is nothing else.
 constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_single;
-
-// Nesting can make keys that together are as long as the square of the file. Files of flat or usual shape stay far
-// below both limits.
-constexpr std::size_t LENGTH_OF_KEYS = std::size_t{256} << 20;
-constexpr std::size_t LENGTH_OF_KEYS_PER_BYTE = 16;
 
 // As ==, for short texts whose length nobody knows.
 bool Equals(char const* text, std::string_view word) {
@@ -38,8 +34,19 @@ PARAM_TYPE TypeOf(char const* name) {
     return PARAM_NONE;
 }
 
-std::size_t LongestKeys(std::size_t size) {
-    return std::max(LENGTH_OF_KEYS, LENGTH_OF_KEYS_PER_BYTE * size);
+// The type of the value that an element stores; PARAM_NONE if it stores none.
+PARAM_TYPE StoredType(pug::xml_node const& element) {
+    pug::xml_attribute const attribute = element.first_attribute();
+    bool const isTyped = element.type() == pug::node_element && element.first_child() &&
+                         Equals(attribute.name(), TICKET_FORMAT::TYPE_ATTRIBUTE);
+    return isTyped ? TypeOf(attribute.value()) : PARAM_NONE;
+}
+
+// Whether the element before this one, which stores a value, is another element of the same vector.
+bool IsLaterOfVector(pug::xml_node const& element) {
+    pug::xml_node before = element.previous_sibling();
+    while (before && before.type() != pug::node_element) before = before.previous_sibling();
+    return std::strcmp(before.name(), element.name()) == 0 && StoredType(before) != PARAM_NONE;
 }
 
 // Whether the text is a document. One that is none leaves what was found of it.
@@ -188,14 +195,12 @@ bool xml_outline::for_each(pug::xml_node& node) {
     std::size_t const path = m_parents[level];
     std::size_t const end = AppendName(path, node.name());
 
-    pug::xml_attribute const attribute = node.first_attribute();
-    if (node.type() == pug::node_element && Equals(attribute.name(), TICKET_FORMAT::TYPE_ATTRIBUTE)) {
-        PARAM_TYPE const type = TypeOf(attribute.value());
-        if (type != PARAM_NONE) {
-            if (end > m_left) return false;
-            m_left -= end;
-            Store(type, child.value());
-        }
+    PARAM_TYPE const type = StoredType(node);
+    if (type != PARAM_NONE) {
+        std::size_t const charge = IsLaterOfVector(node) ? 0 : end;
+        if (charge > m_left) return false;
+        m_left -= charge;
+        Store(type, child.value());
     }
 
     if (m_parents.size() == level + 1) m_parents.emplace_back();
@@ -241,7 +246,7 @@ void xml_outline::Store(PARAM_TYPE type, char const* text) {
 }
 
 READING ReadTicket(FILE_SOURCE& source, xml_outline::SET set, void* context, std::size_t size) {
-    xml_outline outline(set, context, LongestKeys(source.Size()));
+    xml_outline outline(set, context, TICKET_FORMAT::LongestKeysOf(source.Size()));
     PIECE piece(source, size);
     while (piece.Load()) {
         if (piece.IsEmpty()) return READING::DONE;
@@ -267,7 +272,7 @@ READING ReadTicketOfAnyNames(FILE_SOURCE& source, xml_outline::SET set, void* co
     pug::xml_document document;
     if (!ParseInPlace(document, copy.Text(), text.size())) return READING::NO_DOCUMENT;
     TICKET_NAMES::Restore(text, copy.Text());
-    xml_outline outline(set, context, LongestKeys(source.Size()));
+    xml_outline outline(set, context, TICKET_FORMAT::LongestKeysOf(source.Size()));
     if (!document.traverse(outline)) return READING::OUT_OF_PROPORTION;
     return hasNul ? READING::CUT_SHORT : READING::DONE;
 }
