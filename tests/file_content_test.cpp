@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "Disk/Replacement.h"
+#include "Disk/FileReader.h"
 #include "support/Files.h"
 #include "support/ScratchDirectory.h"
 #include "support/Unprivileged.h"
@@ -13,9 +13,9 @@
 namespace {
 
 using files::Write;
-using TICKETFILE::CONTENT;
+using TICKETFILE::FILE_READER;
 
-std::string TextOf(CONTENT& content) {
+std::string TextOf(FILE_READER& content) {
     std::string text(2000000, '\0');
     text.resize(content.Read(0, text.data(), text.size()).value());
     return text;
@@ -34,8 +34,8 @@ TEST_F(FileRead, ReturnsAllBytes) {
         std::string text(size, 'x');
         if (size) text[size / 2] = '\0';
         Write(m_file, text);
-        CONTENT content(m_file);
-        EXPECT_EQ(content.State(), CONTENT::OPEN);
+        FILE_READER content(m_file);
+        EXPECT_EQ(content.State(), FILE_READER::OPEN);
         EXPECT_EQ(content.Size(), size);
         EXPECT_EQ(TextOf(content), text);
     }
@@ -43,7 +43,7 @@ TEST_F(FileRead, ReturnsAllBytes) {
 
 TEST_F(FileRead, ReturnsTheBytesOfAnyPlace) {
     Write(m_file, "0123456789");
-    CONTENT content(m_file);
+    FILE_READER content(m_file);
     std::string text(4, '.');
     EXPECT_EQ(content.Read(3, text.data(), 4), 4u);
     EXPECT_EQ(text, "3456");
@@ -55,15 +55,15 @@ TEST_F(FileRead, ReturnsTheBytesOfAnyPlace) {
 
 TEST_F(FileRead, GoesOnWithTheOldContentOfAFileThatIsReplaced) {
     Write(m_file, "old text");
-    CONTENT content(m_file);
+    FILE_READER content(m_file);
     Write(m_scratch.Path("new"), "new text, longer");
     std::filesystem::rename(m_scratch.Path("new"), m_file);
     EXPECT_EQ(TextOf(content), "old text");
 }
 
 TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
-    CONTENT content("/proc/self/status");
-    EXPECT_EQ(content.State(), CONTENT::OPEN);
+    FILE_READER content("/proc/self/status");
+    EXPECT_EQ(content.State(), FILE_READER::OPEN);
     std::string const text = TextOf(content);
     ASSERT_GT(text.size(), 500u);
     EXPECT_EQ(text.back(), '\n');
@@ -72,7 +72,7 @@ TEST_F(FileRead, FileThatTellsNoSizeIsReadToItsEnd) {
 TEST_F(FileRead, FollowsASymbolicLink) {
     Write(m_scratch.Path("elsewhere"), "text");
     std::filesystem::create_symlink(m_scratch.Path("elsewhere"), m_file);
-    CONTENT content(m_file);
+    FILE_READER content(m_file);
     EXPECT_EQ(TextOf(content), "text");
 }
 
@@ -84,15 +84,15 @@ TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
     ASSERT_EQ(mkfifo((m_scratch.Path("pipe")).c_str(), 0600), 0);
     for (std::string const& name : {std::string(), m_scratch.Path("t.xml"), m_scratch.Path("missing/t.xml"),
                                     m_scratch.Path("plain/t.xml"), m_scratch.Path("dangling")})
-        EXPECT_EQ(CONTENT(name).State(), CONTENT::MISSING) << name;
+        EXPECT_EQ(FILE_READER(name).State(), FILE_READER::MISSING) << name;
     for (std::string const& name : {m_scratch.Path("loop"), m_scratch.Path("directory"), m_scratch.Path("pipe"),
                                     std::string("/dev/zero"), m_scratch.Path(std::string(300, 'n'))})
-        EXPECT_EQ(CONTENT(name).State(), CONTENT::UNREADABLE) << name;
+        EXPECT_EQ(FILE_READER(name).State(), FILE_READER::UNREADABLE) << name;
 }
 
 TEST_F(FileRead, FileWithoutPermissionIsUnreadable) {
     Write(m_file, "secret");
     std::filesystem::permissions(m_file, std::filesystem::perms(0000));
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
-    EXPECT_TRUE(Unprivileged([&] { return CONTENT(m_file).State() == CONTENT::UNREADABLE; }));
+    EXPECT_TRUE(Unprivileged([&] { return FILE_READER(m_file).State() == FILE_READER::UNREADABLE; }));
 }

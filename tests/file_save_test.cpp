@@ -21,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "Disk/FileReader.h"
 #include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/Replace.h"
@@ -35,8 +36,8 @@ using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-using TICKETFILE::CONTENT;
 using TICKETFILE::Delete;
+using TICKETFILE::FILE_READER;
 using TICKETFILE::OLD;
 using TICKETFILE::REPLACEMENT;
 
@@ -359,7 +360,7 @@ TEST_F(FileSave, InterruptedAndShortWritesAreContinued) {
 
 TEST_F(FileSave, ThreadThatIsBeingCancelledFinishesWhatItDoes) {
     Write(m_file, "old");
-    EXPECT_TRUE(IsCancelledBehind([&] { CONTENT{m_file}; }));
+    EXPECT_TRUE(IsCancelledBehind([&] { FILE_READER{m_file}; }));
     EXPECT_TRUE(IsCancelledBehind([&] { REPLACEMENT(m_file).Take("never finished"); }));
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_TRUE(IsCancelledBehind([&] { Replace(m_file, "new", OLD::DISCARD); }));
@@ -479,7 +480,7 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     std::vector<int> all;
     for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
     bool const replaced = Replace(m_file, "new", OLD::DISCARD);
-    EXPECT_THROW(CONTENT{m_file}, std::bad_alloc) << "no reason to take the file for unreadable";
+    EXPECT_THROW(FILE_READER{m_file}, std::bad_alloc) << "no reason to take the file for unreadable";
     for (int const file : all) close(file);
     EXPECT_FALSE(replaced);
     EXPECT_EQ(FileContent(m_file), "old");

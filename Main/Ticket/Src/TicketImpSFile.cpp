@@ -10,6 +10,7 @@
 
 #include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/StringConversion.h"
+#include "Disk/FileReader.h"
 #include "Format/Reader.h"
 #include "Format/StreamWriter.h"
 #include "Format/TreeWriter.h"
@@ -170,10 +171,10 @@ void STICKET_FILE::Load() {
 
 // False for a file that is there and cannot be read; then what is in the tree is worth nothing.
 bool STICKET_FILE::ReadFile() {
-    using TICKETFILE::CONTENT;
-    CONTENT file(m_fileName);
+    using TICKETFILE::FILE_READER;
+    FILE_READER file(m_fileName);
     m_fileRead = file.Id();
-    if (file.State() != CONTENT::OPEN) return file.State() == CONTENT::MISSING;
+    if (file.State() != FILE_READER::OPEN) return file.State() == FILE_READER::MISSING;
     // Of a large file not more than of a small one: it may hold few and long values.
     std::size_t const parameters = std::min(file.Size(), FILE_PIECE) / USUAL_LINE;
     if (!m_partial) m_content->parameters.Reserve(parameters);

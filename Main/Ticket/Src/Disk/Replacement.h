@@ -1,4 +1,4 @@
-// How a ticket's file is read, replaced and deleted.
+// How a ticket's file is replaced and deleted.
 //
 // What replacing guarantees: whoever opens the file, at any moment, after a crash, beside other processes that save the
 // same file, finds the content of one complete save, old or new. The bytes go to the file name with ".tmp" appended and
@@ -8,76 +8,15 @@
 // std::bad_alloc, and a thread that is being cancelled finishes what it does here.
 #pragma once
 
-#include <sys/types.h>
-
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "Common/Src/ByteStreams.h"
+#include "Disk/Keeping.h"
 
 namespace TICKETFILE {
-
-// A descriptor that is closed with its owner.
-class DESCRIPTOR {
- public:
-    DESCRIPTOR() = default;
-    explicit DESCRIPTOR(int number) : m_number(number) {}
-    DESCRIPTOR(DESCRIPTOR&& source) noexcept : m_number(std::exchange(source.m_number, -1)) {}
-    DESCRIPTOR& operator=(DESCRIPTOR&& source) noexcept {
-        std::swap(m_number, source.m_number);
-        return *this;
-    }
-    ~DESCRIPTOR() { Close(); }
-
-    explicit operator bool() const { return m_number >= 0; }
-    int Number() const { return m_number; }
-    bool Close();
-
- private:
-    int m_number = -1;
-};
-
-// Which file it is, under whatever name.
-struct FILE_ID {
-    dev_t device;
-    ino_t number;
-};
-
-// A file that is open for reading: what was its content then, even if it is replaced meanwhile.
-class CONTENT final : public FILE_SOURCE {
- public:
-    enum STATE {
-        MISSING,     // there is no such file
-        UNREADABLE,  // there is one, but its bytes cannot be had: no permission, not a regular file
-        OPEN
-    };
-    // Does not wait for whoever should write to a pipe of that name. Where the system is short of descriptors or
-    // memory, this and Read throw std::bad_alloc: the file may be read later.
-    explicit CONTENT(std::string const& fileName);
-
-    STATE State() const { return m_state; }
-    std::optional<FILE_ID> const& Id() const { return m_id; }  // none while nothing is open
-    std::size_t Size() const override { return m_size; }
-    std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
-
- private:
-    DESCRIPTOR m_file;
-    STATE m_state;
-    std::optional<FILE_ID> m_id;
-    std::size_t m_size = 0;
-};
-
-// What becomes of the old file. KEEP is for one whose content never reached the ticket: it is kept as the file name
-// with ".unreadable" appended, where it replaces an earlier one; if it is known which file that was, only while the
-// name still leads to it.
-enum class OLD { DISCARD, KEEP };
-
-// What came of that.
-enum class KEPT { NOTHING, YES, NO };
 
 struct TEMPORARY;
 

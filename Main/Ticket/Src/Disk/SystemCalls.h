@@ -1,0 +1,91 @@
+// What every file operation below a ticket is made of: descriptors, repeated and uncancelled calls, whole writes,
+// flushed directories.
+//
+// Functions that fail leave the reason in errno.
+#pragma once
+
+#include <pthread.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace TICKETFILE {
+
+// While one lives the calling thread is not cancelled. Most system calls are cancellation points: a thread must not end
+// half way through a save, and an exception of a cancellation could not pass the destructors.
+class UNCANCELLED {
+ public:
+    UNCANCELLED() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
+    ~UNCANCELLED() { pthread_setcancelstate(m_before, nullptr); }
+    UNCANCELLED(UNCANCELLED const&) = delete;
+    UNCANCELLED& operator=(UNCANCELLED const&) = delete;
+
+ private:
+    int m_before = PTHREAD_CANCEL_ENABLE;
+};
+
+// Repeats a system call that a signal interrupted.
+template <typename CALL>
+auto Retried(CALL const& call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
+
+// A file descriptor, closed with its owner.
+class DESCRIPTOR {
+ public:
+    DESCRIPTOR() = default;
+    explicit DESCRIPTOR(int number) : m_number(number) {}
+    DESCRIPTOR(DESCRIPTOR&& source) noexcept : m_number(std::exchange(source.m_number, -1)) {}
+    DESCRIPTOR& operator=(DESCRIPTOR&& source) noexcept {
+        std::swap(m_number, source.m_number);
+        return *this;
+    }
+    ~DESCRIPTOR() { Close(); }
+
+    explicit operator bool() const { return m_number >= 0; }
+    int Number() const { return m_number; }
+    bool Close();
+
+ private:
+    int m_number = -1;
+};
+
+// Identifies a file, whatever its name.
+struct FILE_ID {
+    dev_t device;
+    ino_t number;
+};
+
+bool IsSameFile(struct stat const& a, struct stat const& b);
+
+// Opens a file under a descriptor that is none of the standard streams'.
+DESCRIPTOR Open(std::string const& name, int flags, mode_t mode = 0);
+
+// Makes and opens a file with mode 0600. `name` ends in "XXXXXX", which is replaced to make the name unique.
+DESCRIPTOR CreateUnique(std::string& name);
+
+// A second descriptor of an open file.
+DESCRIPTOR Duplicate(DESCRIPTOR const& file);
+
+// Whether the system is short of descriptors or memory: the call may succeed later.
+bool IsShortage(int error);
+
+// False if the bytes could not all be written.
+bool WriteAll(int file, std::string_view bytes);
+
+// Flushes to disk, unless the writing failed, and closes. False unless all three succeeded.
+bool FlushAndClose(DESCRIPTOR& file, bool isWritten);
+
+// The directory in which a name is found.
+std::string DirectoryOf(std::string const& fileName);
+
+// Makes renames and deletions in a directory outlive a crash. Where directories cannot be flushed nothing happens.
+void FlushDirectory(std::string const& directory);
+
+}  // namespace TICKETFILE
