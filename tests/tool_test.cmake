@@ -1,12 +1,15 @@
-# The command-line tool, run as a user runs it. Of the project it has only the source whose long wait the tests shorten.
+# The command-line tool, run as a user runs it. Of the project it has only the sources whose long wait the tests
+# shorten and whose races they decide.
 if(NOT TARGET ticket)
     return()
 endif()
 
 file(GLOB tool_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tool/*.cpp)
-add_executable(tool_test ${tool_tests} ${PROJECT_SOURCE_DIR}/tool/Turn.cpp)
+add_executable(tool_test ${tool_tests} 
+    ${PROJECT_SOURCE_DIR}/tool/MemoryFile.cpp ${PROJECT_SOURCE_DIR}/tool/Owner.cpp ${PROJECT_SOURCE_DIR}/tool/Turn.cpp)
 target_compile_options(tool_test PRIVATE ${CONFIGURATIONCONTROL_WARNINGS})
-target_include_directories(tool_test PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_include_directories(tool_test PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include
+    ${PROJECT_SOURCE_DIR})
 target_compile_definitions(tool_test PRIVATE TICKET_PROGRAM="$<TARGET_FILE:ticket>" TOOL_SOURCES="${PROJECT_SOURCE_DIR}/tool")
 target_link_libraries(tool_test PRIVATE GTest::gtest GTest::gmock GTest::gtest_main Threads::Threads)
 add_dependencies(tool_test ticket)

@@ -10,9 +10,10 @@
 #include <vector>
 
 #include "Commands.h"
-#include "Files.h"
 #include "Format/Escapes.h"
+#include "Rehearsal.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "XmlText.h"
 
 namespace {
@@ -320,21 +321,22 @@ std::vector<FINDING> CHECKER::TakeFindings() {
 // Returns whether nothing was found.
 bool CheckOne(std::string const& file) {
     auto const text = ReadTicketText(file);
-    TicketFile const loads(file);
+    TICKET const loads(file);  // throws where it does not
     // As the library parses it, but with the text outside the top-level element too.
-    constexpr unsigned int decoded = kParseAsLibrary | pugi::parse_fragment;
+    constexpr unsigned int decoded = PARSE_AS_LIBRARY | pugi::parse_fragment;
     constexpr unsigned int undecoded = decoded & ~static_cast<unsigned int>(pugi::parse_escapes | pugi::parse_eol);
     auto const document = ParseTicketText(file, text, decoded);
     auto const raw = ParseTicketText(file, text, undecoded);
     CHECKER checker;
     checker.Look(*document, *raw);
-    for (auto const& loss : LossesOfASave(file)) checker.Say(loss);
+    for (auto const& loss : LossesOfASave(loads, file)) checker.Say(loss);
     auto findings = checker.TakeFindings();
     auto const end = text.find('\0');
     if (end != std::string::npos) findings.push_back({end, "a NUL byte ends the file; the rest is lost"});
     PLACES places(file, text);
     for (auto const& finding : findings) {
-        std::cout << Coloured(places.Of(finding.offset), Colour::yellow) << Printable(finding.message) << '\n';
+        std::cout << COLOURED{Printable(places.Of(finding.offset)), COLOUR::YELLOW} << Printable(finding.message)
+                  << '\n';
     }
     return findings.empty();
 }
@@ -348,14 +350,14 @@ int Check(std::vector<std::string> const& files) {
         // The next files are looked at all the same.
         try {
             if (!CheckOne(file)) clean = false;
-        } catch (UnloadableFile const& failure) {
-            std::cout << Coloured(Printable(failure.what()), Colour::red) << '\n';
+        } catch (UNLOADABLE_FILE const& failure) {
+            std::cout << COLOURED{Printable(failure.what()), COLOUR::RED} << '\n';
             clean = false;
-        } catch (Failure const& failure) {
+        } catch (FAILURE const& failure) {
             Complain(failure.what());
             failed = true;
         }
     }
-    if (failed) return kFailed;
-    return clean ? kDone : kFoundSomething;
+    if (failed) return FAILED;
+    return clean ? DONE : FOUND_SOMETHING;
 }

@@ -6,28 +6,28 @@
 #include <string>
 #include <vector>
 
-constexpr int kDone = 0;
-constexpr int kFoundSomething = 1;  // diff and check
-constexpr int kFailed = 2;
+constexpr int DONE = 0;
+constexpr int FOUND_SOMETHING = 1;  // diff and check
+constexpr int FAILED = 2;
 
-struct ListOptions {
+struct LIST_OPTIONS {
     std::string file;
     std::vector<std::string> selectors;
     bool json = false;
     bool keysOnly = false;
 };
-int List(ListOptions const& options);
+int List(LIST_OPTIONS const& options);
 
-struct GetOptions {
+struct GET_OPTIONS {
     std::string file;
     std::string key;
     std::optional<int> index;
     std::string type;  // empty: as stored
     bool hex = false;
 };
-int Get(GetOptions const& options);
+int Get(GET_OPTIONS const& options);
 
-struct SetOptions {
+struct SET_OPTIONS {
     std::string file;
     std::string key;
     std::optional<std::string> value;
@@ -38,45 +38,45 @@ struct SetOptions {
     std::optional<std::string> fromFile;
     bool force = false;
 };
-int Set(SetOptions const& options);
+int Set(SET_OPTIONS const& options);
 
-struct DeleteOptions {
+struct DELETE_OPTIONS {
     std::string file;
     std::vector<std::string> keys;
     std::optional<int> index;
     bool force = false;
 };
-int Delete(DeleteOptions const& options);
+int Delete(DELETE_OPTIONS const& options);
 
-struct MergeOptions {
+struct MERGE_OPTIONS {
     std::string from;
     std::string into;
     std::vector<std::string> selectors;
     bool clear = false;
     bool force = false;
 };
-int Merge(MergeOptions const& options);
+int Merge(MERGE_OPTIONS const& options);
 
-struct DiffOptions {
+struct DIFF_OPTIONS {
     std::string a;
     std::string b;
 };
-int Diff(DiffOptions const& options);
+int Diff(DIFF_OPTIONS const& options);
 
 int Export(std::string const& file);
 
-struct ImportOptions {
+struct IMPORT_OPTIONS {
     std::string file;
     bool clear = false;
     bool force = false;
 };
-int Import(ImportOptions const& options);  // reads standard input
+int Import(IMPORT_OPTIONS const& options);  // reads standard input
 
 int Check(std::vector<std::string> const& files);
 
-struct SettingsOptions {
+struct SETTINGS_OPTIONS {
     std::string file;
     bool json = false;
     bool showSecrets = false;
 };
-int Settings(SettingsOptions const& options);
+int Settings(SETTINGS_OPTIONS const& options);

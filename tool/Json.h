@@ -11,10 +11,13 @@
 #include "Values.h"
 
 // Indented, with a final line end.
-std::string ToJson(Parameters const& parameters);
+std::string ToJson(PARAMETERS const& parameters);
 
-// Throws Failure for text that is not JSON of this shape.
-Parameters FromJson(std::string const& text);
+// Throws FAILURE for text that is not JSON of this shape.
+PARAMETERS FromJson(std::string const& text);
 
 // Puts a value into an object, as "value" or "hex".
-void PutJsonValue(nlohmann::ordered_json& object, Value const& value);
+void PutJsonValue(nlohmann::ordered_json& object, VALUE const& value);
+
+// The text of a document: indented, with a final line end, harmless to a terminal.
+std::string JsonText(nlohmann::ordered_json const& json);

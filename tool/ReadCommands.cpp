@@ -4,27 +4,28 @@
 #include "Commands.h"
 #include "Json.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "TicketFile.h"
 
 namespace {
 
-std::string Name(std::string const& key, Parameter const& parameter, std::size_t element) {
+std::string Name(std::string const& key, PARAMETER const& parameter, std::size_t element) {
     auto const name = Printable(key);
     return parameter.size() > 1 ? name + "[" + std::to_string(element) + "]" : name;
 }
 
-void PrintLines(char const* mark, Colour colour, std::string const& key, Parameter const& parameter) {
+void PrintLines(char const* mark, COLOUR colour, std::string const& key, PARAMETER const& parameter) {
     for (std::size_t i = 0; i < parameter.size(); ++i) {
         auto const& value = parameter[i];
-        std::cout << Coloured(mark + Name(key, parameter, i) + "\t" + TypeName(value) + "\t" + OneLine(value), colour)
-                  << '\n';
+        auto const line = mark + Name(key, parameter, i) + "\t" + TypeName(value) + "\t" + OneLine(value);
+        std::cout << COLOURED{line, colour} << '\n';
     }
 }
 
-void PrintPlain(Value const& value, bool hex) {
+void PrintPlain(VALUE const& value, bool hex) {
     if (hex) {
         std::cout << ToHex(PlainText(value)) << '\n';
-    } else if (std::holds_alternative<Bytes>(value)) {
+    } else if (std::holds_alternative<BYTES>(value)) {
         std::cout << PlainText(value);  // exactly the bytes
     } else {
         std::cout << PlainText(value) << '\n';
@@ -33,44 +34,44 @@ void PrintPlain(Value const& value, bool hex) {
 
 }  // namespace
 
-int List(ListOptions const& options) {
-    auto const parameters = TicketFile(options.file).Read(options.selectors);
+int List(LIST_OPTIONS const& options) {
+    auto const parameters = TICKET(options.file).Read(options.selectors);
     if (options.json) {
         std::cout << ToJson(parameters);
-        return kDone;
+        return DONE;
     }
     for (auto const& [key, parameter] : parameters) {
         if (options.keysOnly) {
-            std::cout << key << '\n';
+            std::cout << (OUTPUT::IsForPeople() ? Printable(key) : key) << '\n';
         } else {
-            PrintLines("", Colour::none, key, parameter);
+            PrintLines("", COLOUR::NONE, key, parameter);
         }
     }
-    return kDone;
+    return DONE;
 }
 
-int Get(GetOptions const& options) {
-    TicketFile const ticket(options.file);
+int Get(GET_OPTIONS const& options) {
+    TICKET const ticket(options.file);
     auto const parameter = ticket.Read(options.key);
-    if (!parameter) throw Failure(options.file + ": no key " + Quoted(options.key));
+    if (!parameter) throw FAILURE(options.file + ": no key " + Quoted(options.key));
     auto const count = static_cast<int>(parameter->size());
     if (options.index && (*options.index < 0 || *options.index >= count)) {
-        throw Failure(options.file + ": " + Quoted(options.key) + " has no element " + std::to_string(*options.index));
+        throw FAILURE(options.file + ": " + Quoted(options.key) + " has no element " + std::to_string(*options.index));
     }
     int const first = options.index.value_or(0);
     int const last = options.index.value_or(count - 1);
     for (int i = first; i <= last; ++i) {
-        std::optional<Value> value = (*parameter)[static_cast<std::size_t>(i)];
+        std::optional<VALUE> value = (*parameter)[static_cast<std::size_t>(i)];
         if (!options.type.empty()) value = ticket.Get(options.key, TypeFromName(options.type), i);
-        if (!value) throw Failure(options.file + ": " + Quoted(options.key) + " cannot be read as " + options.type);
+        if (!value) throw FAILURE(options.file + ": " + Quoted(options.key) + " cannot be read as " + options.type);
         PrintPlain(*value, options.hex);
     }
-    return kDone;
+    return DONE;
 }
 
-int Diff(DiffOptions const& options) {
-    auto const a = TicketFile(options.a).Read();
-    auto const b = TicketFile(options.b).Read();
+int Diff(DIFF_OPTIONS const& options) {
+    auto const a = TICKET(options.a).Read();
+    auto const b = TICKET(options.b).Read();
     bool differs = false;
     auto left = a.begin();
     auto right = b.begin();
@@ -79,16 +80,16 @@ int Diff(DiffOptions const& options) {
         bool const takeRight = left == a.end() || (right != b.end() && right->first <= left->first);
         if (!takeLeft || !takeRight || !SameParameter(left->second, right->second)) {
             differs = true;
-            if (takeLeft) PrintLines("- ", Colour::red, left->first, left->second);
-            if (takeRight) PrintLines("+ ", Colour::green, right->first, right->second);
+            if (takeLeft) PrintLines("- ", COLOUR::RED, left->first, left->second);
+            if (takeRight) PrintLines("+ ", COLOUR::GREEN, right->first, right->second);
         }
         if (takeLeft) ++left;
         if (takeRight) ++right;
     }
-    return differs ? kFoundSomething : kDone;
+    return differs ? FOUND_SOMETHING : DONE;
 }
 
 int Export(std::string const& file) {
-    std::cout << ToJson(TicketFile(file).Read());
-    return kDone;
+    std::cout << ToJson(TICKET(file).Read());
+    return DONE;
 }

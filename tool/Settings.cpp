@@ -13,13 +13,13 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using JSON = nlohmann::ordered_json;
 
-constexpr char const* kHidden = "********";
+constexpr char const* HIDDEN = "********";
 
 struct ROW {
     SETTING_ROW const& setting;
-    Value value;
+    VALUE value;
     bool fromFile;
     std::string stored;  // what the file has instead: the type, or "vector"; empty when it has nothing
     bool hidden;
@@ -29,13 +29,13 @@ bool IsFlag(ROW const& row) {
     return row.setting.kind == SETTING_KIND::FLAG;
 }
 
-Value Fallback(SETTING_ROW const& setting) {
+VALUE Fallback(SETTING_ROW const& setting) {
     auto const type = ParameterType(setting.kind);
     if (type == PARAM_STRING || type == PARAM_BINSTR) return std::string();
     return int32_t{setting.readFailed};
 }
 
-ROW Row(SettingsOptions const& options, TicketFile const& ticket, SETTING_ROW const& setting) {
+ROW Row(SETTINGS_OPTIONS const& options, TICKET const& ticket, SETTING_ROW const& setting) {
     auto value = ticket.Get(setting.key, ParameterType(setting.kind), SCALAR_INDEX);
     if (!value) {
         auto const stored = ticket.Read(setting.key);
@@ -44,12 +44,12 @@ ROW Row(SettingsOptions const& options, TicketFile const& ticket, SETTING_ROW co
     }
     bool const secret = setting.kind == SETTING_KIND::SECRET;
     // A password is text to whoever types it.
-    if (secret) value = std::get<Bytes>(*value).data;
+    if (secret) value = std::get<BYTES>(*value).data;
     return {setting, *value, true, {}, secret && !options.showSecrets};
 }
 
 std::string Shown(ROW const& row) {
-    if (row.hidden) return kHidden;
+    if (row.hidden) return HIDDEN;
     if (IsFlag(row)) return std::get<int32_t>(row.value) != 0 ? "true" : "false";
     return OneLine(row.value);
 }
@@ -82,11 +82,11 @@ void PrintTable(std::vector<ROW> const& rows) {
     }
 }
 
-Json ToJson(ROW const& row) {
-    auto const orNull = [](char const* name) { return name == nullptr ? Json() : Json(name); };
-    Json object{{"key", row.setting.key}, {"type", TypeName(ParameterType(row.setting.kind))}};
+JSON ToJson(ROW const& row) {
+    auto const orNull = [](char const* name) { return name == nullptr ? JSON() : JSON(name); };
+    JSON object{{"key", row.setting.key}, {"type", TypeName(ParameterType(row.setting.kind))}};
     if (row.hidden) {
-        object["value"] = kHidden;
+        object["value"] = HIDDEN;
     } else if (IsFlag(row)) {
         object["value"] = std::get<int32_t>(row.value) != 0;
     } else {
@@ -100,15 +100,15 @@ Json ToJson(ROW const& row) {
 }
 
 void PrintJson(std::vector<ROW> const& rows) {
-    Json array = Json::array();
+    JSON array = JSON::array();
     for (auto const& row : rows) array.push_back(ToJson(row));
-    std::cout << array.dump(2) << '\n';
+    std::cout << JsonText(array);
 }
 
 }  // namespace
 
-int Settings(SettingsOptions const& options) {
-    TicketFile const ticket(options.file);
+int Settings(SETTINGS_OPTIONS const& options) {
+    TICKET const ticket(options.file);
     std::vector<ROW> rows;
     for (auto const& setting : SETTINGS) rows.push_back(Row(options, ticket, setting));
     if (options.json) {
@@ -116,5 +116,5 @@ int Settings(SettingsOptions const& options) {
     } else {
         PrintTable(rows);
     }
-    return kDone;
+    return DONE;
 }

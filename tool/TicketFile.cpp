@@ -14,11 +14,12 @@
 #include <utility>
 
 #include "ConfigurationControl/PartialMode.h"
+#include "Text.h"
 #include "XmlText.h"
 
 namespace {
 
-constexpr double kLargestExact = 9007199254740992.0;  // 2^53
+constexpr double LARGEST_EXACT = 9007199254740992.0;  // 2^53
 
 struct KEYS {
     PARTIAL_MODE selection;
@@ -33,9 +34,9 @@ struct KEYS {
 };
 
 // A number as the narrowest type that holds it: whole numbers as integers, which have no -0.
-Value Narrowed(double number) {
+VALUE Narrowed(double number) {
     bool const isNegativeZero = number == 0 && std::signbit(number);
-    if (isNegativeZero || std::trunc(number) != number || std::fabs(number) > kLargestExact) return number;
+    if (isNegativeZero || std::trunc(number) != number || std::fabs(number) > LARGEST_EXACT) return number;
     if (number >= std::numeric_limits<int32_t>::min() && number <= std::numeric_limits<int32_t>::max()) {
         return static_cast<int32_t>(number);
     }
@@ -54,7 +55,7 @@ std::string ToString(BIN_STRING const& bytes) {
 }
 
 void Check(int result, char const* what, std::string const& key) {
-    if (result == 0) throw Failure(std::string("the library refused to ") + what + " " + Quoted(key));
+    if (result == 0) throw FAILURE(std::string("the library refused to ") + what + " " + Quoted(key));
 }
 
 // Identifies what a name leads to; a file that was replaced is another one.
@@ -78,57 +79,86 @@ bool Exists(std::string const& path) {
 
 void RequirePlaceFor(std::string const& path) {
     auto const directory = std::filesystem::path(path).parent_path();
-    if (!directory.empty() && !std::filesystem::is_directory(directory)) throw Failure(path + ": no such directory");
+    if (!directory.empty() && !std::filesystem::is_directory(directory)) throw FAILURE(path + ": no such directory");
 }
 
-enum class CONTENT { NONE, VALUES, OTHER };
+// What a program can load, and why not otherwise.
+void RequireReadable(std::string const& path) {
+    std::error_code error;
+    auto const status = std::filesystem::status(path, error);
+    if (status.type() == std::filesystem::file_type::not_found) throw FAILURE(path + ": no such file");
+    if (error) throw FAILURE(path + ": cannot be read: " + error.message());
+    if (!std::filesystem::is_regular_file(status)) throw FAILURE(path + ": not a regular file");
+    if (access(path.c_str(), R_OK) != 0) throw FAILURE(path + ": cannot be read: " + std::strerror(errno));
+}
 
-// Throws Failure for a file that cannot be read or does not parse.
-CONTENT ContentOf(std::string const& path) {
-    auto const document = ParseTicketText(path, ReadTicketText(path));
-    if (document->find_node(StoresValue)) return CONTENT::VALUES;
-    return document->find_node(IsContent) ? CONTENT::OTHER : CONTENT::NONE;
+// Tickets with changes that nobody wants saved. To destroy one would save it.
+std::vector<STICKET_ACCESS const*>& Abandoned() {
+    static std::vector<STICKET_ACCESS const*> abandoned;
+    return abandoned;
 }
 
 }  // namespace
 
-// Saves first what was changed.
-void TicketFile::DESTROY::operator()(STICKET_ACCESS const* table) const {
-    hSTicketInstance->Destroy(table);
-}
-
-TicketFile::TicketFile(std::string const& path, MISSING missing) : m_path(path) {
-    if (path.empty()) throw Failure("the name of a ticket file is empty");
+TICKET::TICKET(std::string const& path, MISSING missing) : m_path(path) {
+    if (path.empty()) throw FAILURE("the name of a ticket file is empty");
     bool const isNew = missing == MISSING::IS_EMPTY && !Exists(path);
-    if (isNew) RequirePlaceFor(path);
-    auto const content = isNew ? CONTENT::NONE : ContentOf(path);
-    m_isForeign = content == CONTENT::OTHER;
-    m_table.reset(hSTicketInstance->Create(path.c_str()));
-    if (m_table == nullptr) throw Failure(path + ": cannot make a ticket");
-    if (content == CONTENT::VALUES && Count() == 0) {
-        throw UnloadableFile(path + ": is not loaded: nested so deep that its keys would fill the memory");
+    if (isNew) {
+        RequirePlaceFor(path);
+    } else {
+        RequireReadable(path);
+    }
+    m_table = hSTicketInstance->Create(path.c_str());
+    if (m_table == nullptr) throw FAILURE(path + ": cannot make a ticket");
+    try {
+        if (!isNew && Count() == 0) Diagnose();
+    } catch (...) {
+        hSTicketInstance->Destroy(m_table);
+        throw;
     }
 }
 
-Parameters TicketFile::Read(std::vector<std::string> const& selectors) const {
+TICKET::~TICKET() {
+    if (m_isChanged) {
+        Abandoned().push_back(m_table);
+    } else {
+        hSTicketInstance->Destroy(m_table);
+    }
+}
+
+// The library loads nothing of a file without telling why.
+void TICKET::Diagnose() {
+    auto const document = ParseTicketText(m_path, ReadTicketText(m_path));
+    if (document->find_node(StoresValue)) {
+        throw UNLOADABLE_FILE(m_path + ": is not loaded: nested so deep that its keys would fill the memory");
+    }
+    m_isForeign = !document->find_node(IsContent).empty();
+}
+
+std::vector<std::string> TICKET::Keys(std::vector<std::string> const& selectors) const {
     KEYS keys{{}, selectors.empty(), {}};
     keys.selection.set(KeyList(selectors).data());
     Check(m_table->WalkParameter(m_table->pTicket, KEYS::Take, &keys, "", WALK_KEYS), "list", m_path);
-    Parameters parameters;
-    for (auto& key : keys.found) {
-        if (auto parameter = Read(key))
+    return std::move(keys.found);
+}
+
+PARAMETERS TICKET::Read(std::vector<std::string> const& selectors) const {
+    PARAMETERS parameters;
+    for (auto& key : Keys(selectors)) {
+        if (auto parameter = Read(key)) {
             parameters.emplace_hint(parameters.end(), std::move(key), std::move(*parameter));
+        }
     }
     return parameters;
 }
 
-bool TicketFile::Has(std::string const& key, int index) const {
+bool TICKET::Has(std::string const& key, int index) const {
     return m_table->GetParameter(m_table->pTicket, key.c_str(), PARAM_NONE, nullptr, index) != 0;
 }
 
-std::optional<Parameter> TicketFile::Read(std::string const& key) const {
-    auto const count = GetAs<uint64_t>(m_table.get(), key, PARAM_VECTOR, SCALAR_INDEX).value_or(0);
-    Parameter parameter;
+std::optional<PARAMETER> TICKET::Read(std::string const& key) const {
+    auto const count = GetAs<uint64_t>(m_table, key, PARAM_VECTOR, SCALAR_INDEX).value_or(0);
+    PARAMETER parameter;
     for (uint64_t i = 0; i < count; ++i) {
         if (auto value = ReadElement(key, static_cast<int>(i))) parameter.push_back(std::move(*value));
     }
@@ -136,16 +166,16 @@ std::optional<Parameter> TicketFile::Read(std::string const& key) const {
     return parameter;
 }
 
-std::optional<Value> TicketFile::ReadElement(std::string const& key, int index) const {
-    switch (GetAs<PARAM_TYPE>(m_table.get(), key, PARAM_NONE, index).value_or(PARAM_NONE)) {
+std::optional<VALUE> TICKET::ReadElement(std::string const& key, int index) const {
+    switch (GetAs<PARAM_TYPE>(m_table, key, PARAM_NONE, index).value_or(PARAM_NONE)) {
         case PARAM_DOUBLE:
-            return Narrowed(GetAs<double>(m_table.get(), key, PARAM_DOUBLE, index).value_or(0));
+            return Narrowed(GetAs<double>(m_table, key, PARAM_DOUBLE, index).value_or(0));
         case PARAM_INT64:
             return Get(key, PARAM_INT64, index);
         case PARAM_UINT64:
             return Get(key, PARAM_UINT64, index);
         case PARAM_STRING:  // read as bytes, of which the ticket keeps no copy for its whole life
-            return ToString(GetAs<BIN_STRING>(m_table.get(), key, PARAM_BINSTR, index).value_or(BIN_STRING{}));
+            return ToString(GetAs<BIN_STRING>(m_table, key, PARAM_BINSTR, index).value_or(BIN_STRING{}));
         case PARAM_BINSTR:
             return Get(key, PARAM_BINSTR, index);
         default:
@@ -153,8 +183,8 @@ std::optional<Value> TicketFile::ReadElement(std::string const& key, int index) 
     }
 }
 
-std::optional<Value> TicketFile::Get(std::string const& key, PARAM_TYPE type, int index) const {
-    auto const* const table = m_table.get();
+std::optional<VALUE> TICKET::Get(std::string const& key, PARAM_TYPE type, int index) const {
+    auto const* const table = m_table;
     switch (type) {
         case PARAM_INT:
             return GetAs<int32_t>(table, key, type, index);
@@ -170,26 +200,27 @@ std::optional<Value> TicketFile::Get(std::string const& key, PARAM_TYPE type, in
             if (auto const text = GetAs<char const*>(table, key, type, index)) return std::string(*text);
             return std::nullopt;
         case PARAM_BINSTR:
-            if (auto const bytes = GetAs<BIN_STRING>(table, key, type, index)) return Bytes{ToString(*bytes)};
+            if (auto const bytes = GetAs<BIN_STRING>(table, key, type, index)) return BYTES{ToString(*bytes)};
             return std::nullopt;
         default:
             return std::nullopt;
     }
 }
 
-void TicketFile::Set(std::string const& key, Value const& value, int index) {
+void TICKET::Set(std::string const& key, VALUE const& value, int index) {
+    m_isChanged = true;
     auto const set = [&](void const* pointer) {
         Check(m_table->SetParameter(m_table->pTicket, key.c_str(), TypeOf(value), pointer, index), "set", key);
     };
-    if (key.find('\0') != std::string::npos) throw Failure(Quoted(key) + ": a key cannot hold a NUL byte");
+    if (key.find('\0') != std::string::npos) throw FAILURE(Quoted(key) + ": a key cannot hold a NUL byte");
     // An infinite number would stop every later save of this ticket, the one at its end included.
     if (auto const* number = std::get_if<double>(&value); number != nullptr && std::isinf(*number)) {
-        throw Failure(Quoted(key) + ": a ticket file cannot hold an infinite number");
+        throw FAILURE(Quoted(key) + ": a ticket file cannot hold an infinite number");
     }
     if (auto const* text = std::get_if<std::string>(&value)) {
-        if (text->find('\0') != std::string::npos) throw Failure(Quoted(key) + ": a string cannot hold a NUL byte");
+        if (text->find('\0') != std::string::npos) throw FAILURE(Quoted(key) + ": a string cannot hold a NUL byte");
         set(text->c_str());
-    } else if (auto const* bytes = std::get_if<Bytes>(&value)) {
+    } else if (auto const* bytes = std::get_if<BYTES>(&value)) {
         BIN_STRING const view{bytes->data.data(), bytes->data.size()};
         set(&view);
     } else {
@@ -197,32 +228,50 @@ void TicketFile::Set(std::string const& key, Value const& value, int index) {
     }
 }
 
-void TicketFile::Set(std::string const& key, Parameter const& parameter) {
+void TICKET::Set(std::string const& key, PARAMETER const& parameter) {
     int index = SCALAR_INDEX;
     for (auto const& value : parameter) Set(key, value, std::exchange(index, APPEND_INDEX));
 }
 
-void TicketFile::Delete(std::string const& key, int index) {
+void TICKET::Delete(std::string const& key, int index) {
+    m_isChanged = true;
     Check(m_table->SetParameter(m_table->pTicket, key.c_str(), PARAM_NONE, nullptr, index), "delete", key);
 }
 
-void TicketFile::Clear() {
+void TICKET::Merge(TICKET const& from, std::vector<std::string> const& selectors, bool clear) {
+    m_isChanged = true;
+    auto const keys = KeyList(selectors);
+    auto const source = from.Keys(selectors);
+    bool const merged = m_table->MergeTicket(m_table->pTicket, from.m_table, keys.data(), clear) != 0;
+    if (!merged && !source.empty()) throw FAILURE(m_path + ": the library refused to merge");
+    // A merge cuts whole numbers to 32 bits; whether the file can hold them is for the rehearsal to tell.
+    for (auto const& key : source) {
+        auto const parameter = from.Read(key);
+        auto const arrived = Read(key);
+        if (parameter && (!arrived || !SameParameter(*arrived, *parameter))) Set(key, *parameter);
+    }
+}
+
+void TICKET::Clear() {
+    m_isChanged = true;
     m_table->Operation(m_table->pTicket, STICKET_OP_CLEAR, nullptr);
 }
 
-void TicketFile::Save() {
+void TICKET::Save() {
+    m_isChanged = true;
     // Even a refused set makes a ticket dirty, so that the save really writes.
     m_table->SetParameter(m_table->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
     auto const before = IdentityOf(m_path);
     bool const saved = m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
-    if (!saved) throw RefusedSave(m_path + ": cannot be written: nested too deep, or memory is short");
+    if (!saved) throw REFUSED_SAVE(m_path + ": cannot be written: nested too deep, or memory is short");
+    m_isChanged = false;
     auto const after = IdentityOf(m_path);
     // A save replaces the file, or deletes it when there is nothing to keep.
     bool const written = Count() == 0 ? !after : after && after != before;
-    if (!written) throw Failure(m_path + ": cannot be written: " + WhyNotWritten(m_path));
+    if (!written) throw FAILURE(m_path + ": cannot be written: " + WhyNotWritten(m_path));
 }
 
-unsigned int TicketFile::Count() const {
+unsigned int TICKET::Count() const {
     uint32_t count = 0;
     m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &count);
     return count;
@@ -231,7 +280,7 @@ unsigned int TicketFile::Count() const {
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {
     std::vector<char const*> list;
     for (auto const& selector : selectors) {
-        if (selector.empty()) throw Failure("a selector is empty");
+        if (selector.empty()) throw FAILURE("a selector is empty");
         list.push_back(selector.c_str());
     }
     // Wide prefixes before the narrower ones that they cover: then a selection takes all that any of them names.

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr auto kPollInterval = std::chrono::milliseconds(5);
+constexpr auto POLL_INTERVAL = std::chrono::milliseconds(5);
 
 // Whether somebody else has the lock.
 bool IsTaken(int directory) {
@@ -29,9 +29,9 @@ TURN::TURN(std::string const& file, std::chrono::milliseconds longestWait) {
     while (m_directory >= 0 && IsTaken(m_directory)) {
         if (std::chrono::steady_clock::now() >= deadline) {
             close(m_directory);
-            throw Failure(file + ": not written: another ticket is busy with a file of its directory; try again");
+            throw FAILURE(file + ": not written: another ticket is busy with a file of its directory; try again");
         }
-        std::this_thread::sleep_for(kPollInterval);
+        std::this_thread::sleep_for(POLL_INTERVAL);
     }
 }
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-// While it lives no other tool changes files of the file's directory. Waits for its turn and throws Failure when that
+// While it lives no other tool changes files of the file's directory. Waits for its turn and throws FAILURE when that
 // does not come. Where directories cannot be locked the change goes on without.
 class TURN {
  public:

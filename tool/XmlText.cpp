@@ -51,16 +51,16 @@ std::string ReadBytes(std::string const& path) {
         count = std::fread(block, 1, sizeof block, file.get());
         text.append(block, count);
     }
-    if (!file || std::ferror(file.get()) != 0) throw Failure(path + ": cannot be read: " + std::strerror(errno));
+    if (!file || std::ferror(file.get()) != 0) throw FAILURE(path + ": cannot be read: " + std::strerror(errno));
     return text;
 }
 
 std::string ReadTicketText(std::string const& path) {
     std::error_code error;
     auto const status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found) throw Failure(path + ": no such file");
-    if (error) throw Failure(path + ": cannot be read: " + error.message());
-    if (!std::filesystem::is_regular_file(status)) throw Failure(path + ": not a regular file");
+    if (status.type() == std::filesystem::file_type::not_found) throw FAILURE(path + ": no such file");
+    if (error) throw FAILURE(path + ": cannot be read: " + error.message());
+    if (!std::filesystem::is_regular_file(status)) throw FAILURE(path + ": not a regular file");
     return ReadBytes(path);
 }
 
@@ -80,8 +80,8 @@ std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std
     if (!result) result = ParseAnyNames(text, options, *document);
     if (!result) {
         auto const offset = static_cast<std::size_t>(result.offset);
-        throw UnloadableFile(PLACES(path, text).Of(offset) + "does not parse: " + result.description() +
-                             Hint(text, offset));
+        throw UNLOADABLE_FILE(PLACES(path, text).Of(offset) + "does not parse: " + result.description() +
+                              Hint(text, offset));
     }
     return document;
 }

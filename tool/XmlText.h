@@ -9,11 +9,11 @@
 #include "Values.h"
 
 // A file that is there and that the library cannot load; when it does not parse, the message carries line and column.
-struct UnloadableFile : Failure {
-    using Failure::Failure;
+struct UNLOADABLE_FILE : FAILURE {
+    using FAILURE::FAILURE;
 };
 
-// The bytes of a file or pipe; throws Failure when it cannot be read.
+// The bytes of a file or pipe; throws FAILURE when it cannot be read.
 std::string ReadBytes(std::string const& path);
 
 // The same for a ticket file, which the library accepts only as a regular file.
@@ -42,11 +42,11 @@ bool IsSpace(char c);
 bool IsControlByte(char c);
 
 // How the library parses a file.
-constexpr unsigned int kParseAsLibrary = pugi::parse_full | pugi::parse_ws_pcdata_single;
+constexpr unsigned int PARSE_AS_LIBRARY = pugi::parse_full | pugi::parse_ws_pcdata_single;
 
-// As the library, makes a second attempt for names that are none in XML. Throws UnloadableFile.
+// As the library, makes a second attempt for names that are none in XML. Throws UNLOADABLE_FILE.
 std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
-                                                    unsigned int options = kParseAsLibrary);
+                                                    unsigned int options = PARSE_AS_LIBRARY);
 
 // Whether a name is that of a type in a file.
 bool IsTypeInFiles(std::string_view name);

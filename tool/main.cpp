@@ -14,6 +14,7 @@
 #include "Commands.h"
 #include "ConfigurationControl/Version.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "Values.h"
 
 namespace {
@@ -38,7 +39,7 @@ void AddType(CLI::App* command, std::string& type, char const* what) {
 using RUN = std::function<int()>;
 
 void AddReadCommands(CLI::App& app, RUN& run) {
-    static ListOptions list;
+    static LIST_OPTIONS list;
     auto* command = AddCommand(app, "list", "Show keys with type and value, in order",
                                "ticket list settings.xml 'Log/*' Product/Name");
     command->add_option("FILE", list.file, "Ticket file")->required();
@@ -47,7 +48,7 @@ void AddReadCommands(CLI::App& app, RUN& run) {
     command->add_flag("--keys", list.keysOnly, "Keys only")->excludes(json);
     command->callback([&run] { run = [] { return List(list); }; });
 
-    static GetOptions get;
+    static GET_OPTIONS get;
     command = AddCommand(app, "get", "Print one value, plain; a vector one element a line",
                          "ticket get settings.xml Product/Name");
     command->add_option("FILE", get.file, "Ticket file")->required();
@@ -57,7 +58,7 @@ void AddReadCommands(CLI::App& app, RUN& run) {
     AddType(command, get.type, "Convert to this type, as the library does for a host");
     command->callback([&run] { run = [] { return Get(get); }; });
 
-    static DiffOptions diff;
+    static DIFF_OPTIONS diff;
     command = AddCommand(app, "diff", "Show added, removed and changed keys; exit code 1 when there are any",
                          "ticket diff old.xml new.xml");
     command->add_option("A", diff.a, "Ticket file")->required();
@@ -75,7 +76,7 @@ void AddReadCommands(CLI::App& app, RUN& run) {
     command->add_option("FILE", checked, "Ticket files")->required();
     command->callback([&run] { run = [] { return Check(checked); }; });
 
-    static SettingsOptions settings;
+    static SETTINGS_OPTIONS settings;
     command = AddCommand(app, "settings", "Show every setting of the configuration service: current value or fallback",
                          "ticket settings settings.xml");
     command->add_option("FILE", settings.file, "Ticket file")->required();
@@ -85,7 +86,7 @@ void AddReadCommands(CLI::App& app, RUN& run) {
 }
 
 void AddWriteCommands(CLI::App& app, RUN& run) {
-    static SetOptions set;
+    static SET_OPTIONS set;
     auto* command = AddCommand(app, "set", "Store one value; a key that exists keeps its type, a new one is a string",
                                "ticket set settings.xml Log/Level 4 --type int");
     command->add_option("FILE", set.file, "Ticket file; made if missing")->required();
@@ -101,7 +102,7 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     AddForce(command, set.force);
     command->callback([&run] { run = [] { return Set(set); }; });
 
-    static DeleteOptions del;
+    static DELETE_OPTIONS del;
     command = AddCommand(app, "delete", "Delete keys, or one element of a vector",
                          "ticket delete settings.xml Login/User Login/Password");
     command->add_option("FILE", del.file, "Ticket file")->required();
@@ -110,7 +111,7 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     AddForce(command, del.force);
     command->callback([&run] { run = [] { return Delete(del); }; });
 
-    static MergeOptions merge;
+    static MERGE_OPTIONS merge;
     command = AddCommand(app, "merge", "Copy keys of one file into another", "ticket merge old.xml new.xml 'Login/*'");
     command->add_option("FROM", merge.from, "Ticket file to read")->required();
     command->add_option("INTO", merge.into, "Ticket file to change; made if missing")->required();
@@ -119,7 +120,7 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
     AddForce(command, merge.force);
     command->callback([&run] { run = [] { return Merge(merge); }; });
 
-    static ImportOptions import;
+    static IMPORT_OPTIONS import;
     command = AddCommand(app, "import", "Store the keys of a JSON text from standard input",
                          "ticket import settings.xml < settings.json");
     command->add_option("FILE", import.file, "Ticket file; made if missing")->required();
@@ -130,15 +131,15 @@ void AddWriteCommands(CLI::App& app, RUN& run) {
 
 // The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list, "-.5" an option. A mark
 // in front keeps them as they are until the parser has passed them on.
-constexpr char kMark = '\x01';
+constexpr char MARK = '\x01';
 
 std::string Marked(std::string const& argument) {
-    bool const isSign = argument == "++" || argument[0] == '[' || argument.substr(0, 2) == "-." || argument[0] == kMark;
-    return isSign ? kMark + argument : argument;
+    bool const isSign = argument == "++" || argument[0] == '[' || argument.substr(0, 2) == "-." || argument[0] == MARK;
+    return isSign ? MARK + argument : argument;
 }
 
 std::string Unmarked(std::string const& argument) {
-    return argument[0] == kMark ? argument.substr(1) : argument;
+    return argument[0] == MARK ? argument.substr(1) : argument;
 }
 
 void UnmarkWhatIsPassedOn(CLI::App& app) {
@@ -151,7 +152,7 @@ void UnmarkWhatIsPassedOn(CLI::App& app) {
 
 std::string WrongUsage(CLI::App const& app, CLI::ParseError const& error) {
     std::string what = error.what();
-    what.erase(std::remove(what.begin(), what.end(), kMark), what.end());
+    what.erase(std::remove(what.begin(), what.end(), MARK), what.end());
     auto const commands = app.get_subcommands();
     if (!commands.empty()) {
         auto const extras = commands[0]->remaining();
@@ -172,7 +173,7 @@ int Run(CLI::App& app, RUN const& run, std::vector<std::string> const& arguments
     } catch (CLI::Success const& help) {
         return app.exit(help);  // --help, --version
     } catch (CLI::ParseError const& error) {
-        throw Failure(WrongUsage(app, error));
+        throw FAILURE(WrongUsage(app, error));
     }
     return run();
 }
@@ -182,6 +183,7 @@ int Run(CLI::App& app, RUN const& run, std::vector<std::string> const& arguments
 int main(int argc, char** argv) {
     OccupyStandardStreams();
     std::signal(SIGXFSZ, SIG_IGN);  // a write beyond the limit of file sizes then fails like any other
+    OUTPUT const output;
     CLI::App app("Looks into ticket settings files and mends them.", "ticket");
     app.set_version_flag("--version", std::string("ticket ") + ConfigurationControlVersionString);
     app.require_subcommand(1);
@@ -193,12 +195,12 @@ int main(int argc, char** argv) {
     try {
         int const result = Run(app, run, {argv + std::min(argc, 1), argv + argc});
         std::cout.flush();
-        if (!std::cout) throw Failure("standard output cannot be written");
+        if (!std::cout) throw FAILURE("standard output cannot be written");
         return result;
     } catch (std::exception const& error) {
         Complain(error.what());
     } catch (char const* text) {
         Complain(text);
     }
-    return kFailed;
+    return FAILED;
 }

@@ -484,6 +484,10 @@ TEST_F(ToolImport, TextThatIsNotOfItsShapeIsRefusedWithTheReason) {
              std::pair{
                  std::string(R"([{"key": "a", "type": "int", "value": 1}, {"key": "a", "type": "int", "value": 2}])"),
                  "entry 1: key 'a' stands twice"},
+             std::pair{std::string(R"([{"key": "a", "type": "int", "value": 1, "value": 2}])"),
+                       "an object has the member \"value\" twice"},
+             std::pair{std::string(R"([{"key": "a", "vector": [{"type": "int", "type": "double", "value": 1}]}])"),
+                       "an object has the member \"type\" twice"},
              std::pair{std::string(R"([{"key": "a", "type": "string", "value": "\u0000"}])"),
                        "'a': a string cannot hold a NUL byte"},
              std::pair{std::string(R"([{"key": "a\u0000b", "type": "string", "value": ""}])"),

@@ -1,0 +1,117 @@
+// What the tool shows on a terminal of files that mean harm.
+#include <sys/stat.h>
+
+#include "Program.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+// ESC, BEL, CR, DEL, C1 in UTF-8 and as a single byte, overrides and isolates of direction, line separators.
+char const* const HARMFUL[] = {"\x1B",         "\x07",         "\r",           "\x7F",         "\xC2\x9B",
+                               "\x9B",         "\xE2\x80\xAA", "\xE2\x80\xAE", "\xE2\x81\xA6", "\xE2\x81\xA9",
+                               "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\x8F", "\xD8\x9C",     "\x08"};
+
+std::string EscapedForFile(std::string const& text) {
+    std::string escaped;
+    for (unsigned char const byte : text) {
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+        escaped += escape;
+    }
+    return escaped;
+}
+
+class ToolTerminal : public Tool {
+ protected:
+    ToolTerminal() {
+        std::string elements;
+        std::string name;
+        for (std::string const harm : HARMFUL) {
+            name += "k" + (harm == "\r" ? "" : harm);
+            elements += "\t<s type=\"string\">" + EscapedForFile("]0;x" + harm + "y") + "</s>\n";
+            elements += "\t<b type=\"binstr\">" + EscapedForFile(harm) + "</b>\n";
+            elements += "\t<i type=\"int\">1" + harm + "</i>\n";
+        }
+        elements += "\t<" + name + " type=\"string\">v</" + name + ">\n";
+        elements += "\t<Product>\n\t\t<Name type=\"string\">" + EscapedForFile("\x1B[2J\xE2\x80\xAE") +
+                    "</Name>\n\t</Product>\n";
+        m_name = name;
+        WriteTicket("s.xml", "\n" + elements);
+        WriteTicket("empty.xml", "");
+        WriteTicket("\x1B[31m.xml", "<broken>");
+        Write("\xE2\x80\xAE.xml", "<ticket>\x1B");
+        m_manner.environment = {"NO_COLOR=1"};
+    }
+
+    std::string OnTerminal(ARGUMENTS arguments) const {
+        arguments.insert(arguments.begin(), TICKET_PROGRAM);
+        return RunOnTerminal(arguments, m_manner);
+    }
+
+    std::string m_name;
+};
+
+// The terminal itself puts a CR in front of each line feed.
+std::string WithoutLineEnds(std::string shown) {
+    for (std::size_t at = 0; (at = shown.find("\r\n", at)) != std::string::npos;) shown.erase(at, 2);
+    return shown;
+}
+
+TEST_F(ToolTerminal, IsNotControlledByAFileWhateverTheCommand) {
+    std::vector<ARGUMENTS> const commands = {{"list", "s.xml"},
+                                             {"list", "s.xml", "--keys"},
+                                             {"list", "s.xml", "--json"},
+                                             {"get", "s.xml", "s"},
+                                             {"get", "s.xml", "b"},
+                                             {"get", "s.xml", "i"},
+                                             {"get", "s.xml", m_name},
+                                             {"get", "s.xml", "Product/Name"},
+                                             {"get", "s.xml", "\x1B[2J"},
+                                             {"diff", "s.xml", "empty.xml"},
+                                             {"export", "s.xml"},
+                                             {"check", "s.xml"},
+                                             {"check", "\x1B[31m.xml", "\xE2\x80\xAE.xml"},
+                                             {"settings", "s.xml"},
+                                             {"settings", "s.xml", "--json"},
+                                             {"set", "s.xml", m_name, "x", "--type", "int"},
+                                             {"set", "s.xml", "\x1B[2J<", "x"},
+                                             {"\x1B[2J"}};
+    for (auto const& command : commands) {
+        auto const shown = WithoutLineEnds(OnTerminal(command));
+        EXPECT_NE(shown, "");
+        for (std::string const harm : HARMFUL) {
+            if (harm == "\x9B") continue;  // alone; it is also a part of harmless characters
+            EXPECT_THAT(shown, Not(HasSubstr(harm))) << testing::PrintToString(command) << testing::PrintToString(harm);
+        }
+    }
+}
+
+TEST_F(ToolTerminal, ShowsEscapesInPlaceOfWhatWouldControlIt) {
+    EXPECT_EQ(OnTerminal({"get", "s.xml", "Product/Name"}), "\\x1B[2J\\xE2\\x80\\xAE\r\n");
+    WriteTicket("t.xml", "<a type='string'>" + EscapedForFile("\x9B \xC3\xA4") + "\\t\\n\\r</a>");
+    EXPECT_EQ(OnTerminal({"get", "t.xml", "a"}), "\\x9B \xC3\xA4\t\r\n\\r\r\n");
+}
+
+TEST_F(ToolTerminal, ShowsJsonThatMeansTheSame) {
+    auto const shown = OnTerminal({"list", "s.xml", "--json", "Product/Name"});
+    EXPECT_THAT(shown, HasSubstr("\"value\": \"\\u001b[2J\\u202E\""));
+}
+
+TEST_F(ToolTerminal, ALongLineIsCutAtNoCharacter) {
+    std::string text;
+    for (int i = 0; i < 50'000; ++i) text += "\xE2\x82\xAC";
+    WriteTicket("t.xml", "<a type='string'>" + text + "</a>");
+    EXPECT_EQ(OnTerminal({"get", "t.xml", "a"}) == text + "\r\n", true);
+}
+
+TEST_F(ToolTerminal, PipesAndFilesGetTheBytesAsTheyAre) {
+    EXPECT_EQ(Output({"get", "s.xml", "Product/Name"}), "\x1B[2J\xE2\x80\xAE\n");
+    std::string all;
+    for (std::string const harm : HARMFUL) all += harm;
+    EXPECT_EQ(Output({"get", "s.xml", "b"}), all);
+    EXPECT_THAT(Output({"list", "s.xml", "--keys"}), HasSubstr(m_name + "\n"));
+}
+
+}  // namespace
