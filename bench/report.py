@@ -198,7 +198,7 @@ def growth_target(results):
 
 
 def peak_limit(own, floor):
-    """Set when a load held the whole document, as F1 does; since files are read in pieces none comes near it."""
+    """Set when a load held the whole document, as F1 does; since ours are read without one, none comes near it."""
     nodes = floor["live"] - floor["file"]  # F1's document also keeps the text of the file
     return own["live"] + own["file"] + 1.1 * nodes
 

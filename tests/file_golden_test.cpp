@@ -127,8 +127,8 @@ TEST(TicketFileGolden, EveryTypeIsWrittenAlikeUnderAnyLocale) {
 
 TEST(TicketFileGolden, EveryTypeIsReadBackUnderAnyLocale) {
     HostileLocale const locale;
-    auto const [reading, values] = TicketText::Read(Golden("every_type.xml"));
-    EXPECT_EQ(reading, READING::DONE);
+    auto const [result, values] = TicketText::Read(Golden("every_type.xml"));
+    EXPECT_EQ(result.reading, READING::DONE);
     EXPECT_THAT(values, testing::ElementsAreArray({
                             "anonymous/Nameless 4 no component before the slash",
                             "Binary/Bytes 5 {00}{01}{09}{0A}{0D}{1B}{1F}  !&\"'\\<=>?[]~{7F}{80}{FF}",

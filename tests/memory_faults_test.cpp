@@ -22,7 +22,6 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/TicketAccess.h"
-#include "Format/FileMemory.h"
 #include "support/FailingAllocations.h"
 #include "support/Figures.h"
 #include "support/FileTickets.h"
@@ -138,22 +137,14 @@ class CONVERSION : public STICKET_STRING_CONVERSION {
 
 // What the XML library takes may fail also where malloc cannot be replaced.
 void* TakeForDocument(std::size_t size) {
-    return allocations::IsGranted() ? DOCUMENT_MEMORY::Take(size) : nullptr;
+    return allocations::IsGranted() ? std::malloc(size) : nullptr;
 }
 
 class ExhaustedMemory : public testing::TestWithParam<SCENARIO> {
  protected:
     enum OUTCOME { DONE, REFUSED, THROWN };
 
-    static void SetUpTestSuite() {
-        SCRATCH_DIRECTORY const scratch;
-        scratch.Write("t.xml", Document({"<a type=\"int\">1</a>"}));
-        {
-            OWNER const ticket(scratch.Path("t.xml").c_str());
-            Count(ticket);  // after which the library no longer sets its functions
-        }
-        pugi::set_memory_management_functions(&TakeForDocument, &DOCUMENT_MEMORY::GiveBack);
-    }
+    static void SetUpTestSuite() { pugi::set_memory_management_functions(&TakeForDocument, &std::free); }
 
     bool Is(SCENARIO::TRAITS trait) const { return (GetParam().traits & trait) != 0; }
 

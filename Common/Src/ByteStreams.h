@@ -14,6 +14,8 @@ class FILE_SOURCE {
     // Copies `size` bytes from place `begin` on, fewer only at the end of the text. Returns how many; nothing if they
     // cannot be had.
     virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
+    // Whether the text may be another one than when it was opened, or than at the last call that returned true.
+    virtual bool HasChanged() { return false; }
 
  protected:
     ~FILE_SOURCE() = default;

@@ -28,37 +28,49 @@ class TEXT_SOURCE final : public FILE_SOURCE {
 // One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Bytes that do not
 // print stand as hexadecimal numbers in braces.
 struct TicketText {
-    READING reading;
+    READ_RESULT result;
     std::vector<std::string> values;
 
-    bool Parsed() const { return reading == READING::DONE || reading == READING::CUT_SHORT; }
+    bool Parsed() const { return result.IsRead(); }
 
     static TicketText Read(std::string const& text) {
         TEXT_SOURCE source(text);
-        return Read(source, FILE_PIECE);
+        return Read(source);
     }
 
-    static TicketText Read(FILE_SOURCE& source, std::size_t piece) {
-        TicketText result{};
-        result.reading = ReadTicket(source, &Set, &result, piece);
-        return result;
+    static TicketText Read(FILE_SOURCE& source) {
+        TicketText all{};
+        all.result = ReadTicket(source, all.Receiver());
+        return all;
     }
 
-    // The same for a text that need not be XML.
+    // By the XML library alone.
+    static TicketText ReadByXml(std::string const& text) {
+        TicketText all{};
+        all.result = ReadDocument(text, all.Receiver());
+        return all;
+    }
+
+    // By each of its two attempts alone.
+    static TicketText ReadXmlNames(std::string const& text) {
+        TicketText all{};
+        all.result = ReadXml(text, all.Receiver());
+        return all;
+    }
     static TicketText ReadAnyNames(std::string const& text) {
-        TEXT_SOURCE source(text);
-        return ReadAnyNames(source);
+        TicketText all{};
+        all.result = ReadXmlOfAnyNames(text, all.Receiver());
+        return all;
     }
 
-    static TicketText ReadAnyNames(FILE_SOURCE& source) {
-        TicketText result{};
-        result.reading = ReadTicketOfAnyNames(source, &Set, &result);
-        return result;
+    static bool Read(std::string const& text, LEAF_RECEIVER::SET set, void* context) {
+        TEXT_SOURCE source(text);
+        return ReadTicket(source, {set, context}).reading == READING::DONE;
     }
 
-    static bool Read(std::string const& text, xml_outline::SET set, void* context) {
-        TEXT_SOURCE source(text);
-        return ReadTicket(source, set, context) == READING::DONE;
+    // By the first attempt alone: whether it is XML.
+    static bool ReadXmlNames(std::string const& text, LEAF_RECEIVER::SET set, void* context) {
+        return ReadXml(text, {set, context}).IsRead();
     }
 
     // The text of a file with these elements below the root.
@@ -77,10 +89,14 @@ struct TicketText {
     }
 
  private:
-    static int Set(void* result, char const* key, PARAM_TYPE type, void const* value, int index) {
+    LEAF_RECEIVER Receiver() {
+        return {&Set, this, nullptr, [](void* all) { static_cast<TicketText*>(all)->values.clear(); }};
+    }
+
+    static int Set(void* all, char const* key, PARAM_TYPE type, void const* value, int index) {
         std::string line = std::string(key) + ' ' + std::to_string(type) + ' ' + Spell(type, value);
         if (index != APPEND_INDEX) line += " at " + std::to_string(index);
-        static_cast<TicketText*>(result)->values.push_back(line);
+        static_cast<TicketText*>(all)->values.push_back(line);
         return 1;
     }
 

@@ -18,6 +18,8 @@
 namespace {
 
 constexpr std::size_t USUAL_LINE = 48;  // bytes of the file for a parameter
+// Caps the reservation: a larger file may hold few, long values.
+constexpr std::size_t LARGEST_USUAL_FILE = std::size_t{64} << 10;
 
 }  // namespace
 
@@ -155,10 +157,7 @@ void STICKET_FILE::Load() {
     m_starved = false;
     m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
-        if (!ReadFile()) {
-            m_content->parameters.Clear();
-            m_misread = true;
-        }
+        if (!ReadFile()) m_misread = true;
         if (m_starved) throw std::bad_alloc();  // half of a file is worse than none: the next access loads again
     } catch (...) {
         m_content->parameters.Clear();
@@ -175,16 +174,23 @@ bool STICKET_FILE::ReadFile() {
     FILE_READER file(m_fileName);
     m_fileRead = file.Id();
     if (file.State() != FILE_READER::OPEN) return file.State() == FILE_READER::MISSING;
-    // Of a large file not more than of a small one: it may hold few and long values.
-    std::size_t const parameters = std::min(file.Size(), FILE_PIECE) / USUAL_LINE;
-    if (!m_partial) m_content->parameters.Reserve(parameters);
-    READING reading = ReadTicket(file, &LocalSetParameter, this);
-    if (reading == READING::NO_DOCUMENT) {
-        m_content->parameters.Clear();
-        reading = ReadTicketOfAnyNames(file, &LocalSetParameter, this);
-    }
-    if (reading == READING::CUT_SHORT) m_misread = true;
-    return reading == READING::DONE || reading == READING::CUT_SHORT;
+    if (!m_partial) m_content->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
+    READ_RESULT const result =
+        ReadTicket(file, {&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead});
+    if (result.reading == READING::IN_PART) m_misread = true;
+    return result.IsRead();
+}
+
+bool STICKET_FILE::IsPartialKey(void* context, std::string_view key) {
+    auto const& keys = static_cast<STICKET_FILE const*>(context)->m_partialKeys;
+    return keys.find(key) != keys.end();
+}
+
+void STICKET_FILE::DropRead(void* context) {
+    auto& self = *static_cast<STICKET_FILE*>(context);
+    self.m_content->parameters.Clear();
+    self.m_misread = false;
+    self.m_starved = false;
 }
 
 int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {

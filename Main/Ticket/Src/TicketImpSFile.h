@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "Disk/Replacement.h"
 #include "TicketImpSBase.h"
@@ -63,6 +64,8 @@ class STICKET_FILE : public STICKET {
 
  private:
     bool ReadFile();
+    static bool IsPartialKey(void* context, std::string_view key);
+    static void DropRead(void* context);
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     bool AnyNotPartial(GETMULTIPAR const* records) const;
     void MarkDirty();

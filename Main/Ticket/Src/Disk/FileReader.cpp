@@ -17,6 +17,7 @@ FILE_READER::FILE_READER(std::string const& fileName) {
     if (isKnown) m_id = FILE_ID{found.st_dev, found.st_ino};
     bool const isRegular = isKnown && S_ISREG(found.st_mode);
     if (isRegular) m_size = static_cast<std::size_t>(found.st_size);
+    if (isRegular) m_modified = found.st_mtim;
     m_state = isRegular ? OPEN : isMissing ? MISSING : UNREADABLE;
 }
 
@@ -34,6 +35,19 @@ std::optional<std::size_t> FILE_READER::Read(std::size_t begin, char* bytes, std
         done += static_cast<std::size_t>(count);
     }
     return done;
+}
+
+bool FILE_READER::HasChanged() {
+    UNCANCELLED const uncancelled;
+    struct stat now;
+    if (fstat(m_file.Number(), &now) != 0) return false;
+    auto const size = static_cast<std::size_t>(now.st_size);
+    timespec const& modified = now.st_mtim;
+    bool const isSame =
+        size == m_size && modified.tv_sec == m_modified.tv_sec && modified.tv_nsec == m_modified.tv_nsec;
+    m_size = size;
+    m_modified = modified;
+    return !isSame;
 }
 
 }  // namespace TICKETFILE

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
 #include <optional>
 #include <string>
 
@@ -27,12 +28,16 @@ class FILE_READER final : public FILE_SOURCE {
     std::optional<FILE_ID> const& Id() const { return m_id; }  // none while nothing is open
     std::size_t Size() const override { return m_size; }
     std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
+    // Compares the file's size and the time of its last change, which is as exact as the system's clock ticks. False if
+    // the system does not tell them.
+    bool HasChanged() override;
 
  private:
     DESCRIPTOR m_file;
     STATE m_state;
     std::optional<FILE_ID> m_id;
     std::size_t m_size = 0;
+    timespec m_modified{};
 };
 
 }  // namespace TICKETFILE

@@ -8,24 +8,18 @@
 #include <unordered_set>
 
 #include "Format/Words.h"
+#include "Format/XmlNames.h"
 
 namespace TICKET_NAMES {
 namespace {
+
+using XML_NAMES::IsFirst;
+using XML_NAMES::IsLater;
 
 constexpr std::string_view IN_NO_NAME{"<>\"/\0", 5};
 
 bool IsSpace(char byte) {
     return byte == ' ' || byte == '\t' || byte == '\r';
-}
-
-// What the parser takes for the first byte of a name, and for any other.
-bool IsFirst(char byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' || byte == ':' ||
-           static_cast<unsigned char>(byte) >= 0x80;
-}
-
-bool IsLater(char byte) {
-    return IsFirst(byte) || (byte >= '0' && byte <= '9') || byte == '-' || byte == '.';
 }
 
 bool IsXml(std::string_view name) {
@@ -116,13 +110,17 @@ std::size_t BehindOther(std::string_view text, std::size_t at) {
     return text.size();
 }
 
+bool BeginsAsMarkup(LINE const& line) {
+    return line.name.front() == '?' || line.name.front() == '!';
+}
+
 class SCAN {
  public:
     explicit SCAN(std::string_view text) : m_text(text) {}
 
-    // Calls `take` for each name that is none in XML, in its opening and in its closing tag.
+    // Calls `take` for each line of the writer's form that is certain to hold tags.
     template <typename TAKE>
-    void ForEach(TAKE const& take) {
+    void ForEachLine(TAKE const& take) {
         FindClosings();
         for (std::size_t at = 0; at < m_text.size();) {
             std::string_view const whole = LineAt(m_text, at);
@@ -132,10 +130,18 @@ class SCAN {
                 continue;
             }
             at += whole.size() + 1;
-            if (IsXml(line.name)) continue;
+            take(line);
+        }
+    }
+
+    // Calls `take` for each name that is none in XML, in its opening and in its closing tag.
+    template <typename TAKE>
+    void ForEachOddName(TAKE const& take) {
+        ForEachLine([&](LINE const& line) {
+            if (IsXml(line.name)) return;
             take(line.name);
             if (line.kind == LINE::WHOLE) take(line.closing);
-        }
+        });
     }
 
  private:
@@ -153,9 +159,7 @@ class SCAN {
             std::string_view const whole = LineAt(m_text, at);
             at += whole.size() + 1;
             LINE const line = Parse(whole);
-            bool const isDoubtful =
-                line.kind == LINE::CLOSING && (line.name.front() == '?' || line.name.front() == '!');
-            if (isDoubtful) m_closings.insert(line.name);
+            if (line.kind == LINE::CLOSING && BeginsAsMarkup(line)) m_closings.insert(line.name);
         }
     }
 
@@ -168,7 +172,7 @@ class SCAN {
 // With its highest bit set, any byte may stand anywhere in a name. Different names stay different, so that tags that do
 // not match still do not; only a tag that has such bytes itself, as no UTF-8 has them, can pass for another's.
 void Replace(std::string_view text, char* copy) {
-    SCAN(text).ForEach([&](std::string_view name) {
+    SCAN(text).ForEachOddName([&](std::string_view name) {
         char* const place = copy + (name.data() - text.data());
         for (std::size_t i = 0; i < name.size(); ++i) {
             bool const isXml = i == 0 ? IsFirst(name[i]) : IsLater(name[i]);
@@ -178,8 +182,20 @@ void Replace(std::string_view text, char* copy) {
 }
 
 void Restore(std::string_view text, char* copy) {
-    SCAN(text).ForEach(
+    SCAN(text).ForEachOddName(
         [&](std::string_view name) { std::memcpy(copy + (name.data() - text.data()), name.data(), name.size()); });
+}
+
+// An opening tag alone may be an instruction in fact; one with a closing tag is none. That one, or both, ends in "</?"
+// and so on, which hardly any other file holds.
+bool LookLikeMarkup(std::string_view text) {
+    if (text.find("</?") == std::string_view::npos && text.find("</!") == std::string_view::npos) return false;
+    bool found = false;
+    SCAN(text).ForEachLine([&](LINE const& line) {
+        bool const isCertain = line.kind == LINE::WHOLE || line.kind == LINE::CLOSING;
+        found = found || (isCertain && BeginsAsMarkup(line));
+    });
+    return found;
 }
 
 }  // namespace TICKET_NAMES

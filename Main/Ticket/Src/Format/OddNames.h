@@ -17,4 +17,8 @@ void Replace(std::string_view text, char* copy);
 // Puts the names back, in a copy that a parser has meanwhile worked on in place.
 void Restore(std::string_view text, char* copy);
 
+// Whether the text holds a tag of an element, on a line of the writer's form, that a parser could take for the
+// beginning of an instruction, a comment or the like, such as <?a type="int">1</?a>. Takes linear time.
+bool LookLikeMarkup(std::string_view text);
+
 }  // namespace TICKET_NAMES

@@ -294,7 +294,7 @@ TEST(LargeFileOfAnyNames, NestingThatWouldFillTheMemoryWithKeysIsUnreadable) {
     RunOnSmallStack([] {
         constexpr std::size_t DEPTH = 200000;
         std::string const text = Repeated("<1 type=\"int\">\n1\n", DEPTH) + Repeated("</1>\n", DEPTH);
-        EXPECT_EQ(TicketText::ReadAnyNames(text).reading, READING::OUT_OF_PROPORTION);
+        EXPECT_EQ(TicketText::ReadAnyNames(text).result.reading, READING::OUT_OF_PROPORTION);
     });
 }
 
@@ -399,7 +399,8 @@ struct FIRST_ATTEMPT {
             auto const* const target = static_cast<STICKET_ACCESS const*>(access);
             return target->SetParameter(target->pTicket, key, type, value, index);
         };
-        parsed = TicketText::Read(text, set, const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket)));
+        parsed = TicketText::ReadXmlNames(text, set,
+                                          const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket)));
         lines = Contents(ticket);
     }
 
@@ -442,7 +443,7 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
     int compared = 0;
     for (std::string const& text : Corpus(random, 4 * Rounds())) {
         if (HasBlanksInTags(text)) continue;
-        TicketText const first = TicketText::Read(text);
+        TicketText const first = TicketText::ReadXmlNames(text);
         if (!first.Parsed()) continue;
         TicketText const second = TicketText::ReadAnyNames(text);
         EXPECT_TRUE(second.Parsed()) << text;
@@ -454,17 +455,14 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
 }
 
 TEST_F(FileThatIsXml, IsTakenAsItIsAlsoWhenItsKeysWereOthers) {
-    // All that can be mistaken so: a blank at the end, a quoted word behind a blank and a name, and what begins as an
-    // instruction or a comment does and ends as one.
+    // All that can be mistaken so: a blank at the end, and a quoted word behind a blank and a name.
     EXPECT_THAT(Held({"a "}), ElementsAre("a  2 1"));
     struct CASE {
         std::vector<std::string> keys;
         LINES loaded;
     };
-    for (CASE const& c :
-         {CASE{{"a ", "b"}, {"a 2 1", "b 2 2"}}, CASE{{"a", "a "}, {"a[0] 2 1", "a[1] 2 2"}},
-          CASE{{"a b='c'/", "b"}, {"b 2 2"}}, CASE{{"?a?", "b"}, {"?a? 2 1", "b 2 2"}}, CASE{{"?a b?", "b"}, {"b 2 2"}},
-          CASE{{"!--a--", "b"}, {"b 2 2"}}, CASE{{"![CDATA[a]]", "b"}, {"b 2 2"}}}) {
+    for (CASE const& c : {CASE{{"a ", "b"}, {"a 2 1", "b 2 2"}}, CASE{{"a", "a "}, {"a[0] 2 1", "a[1] 2 2"}},
+                          CASE{{"a b='c'/", "b"}, {"b 2 2"}}}) {
         std::filesystem::remove(m_file);
         {
             OWNER const ticket(m_file.c_str());
@@ -474,6 +472,45 @@ TEST_F(FileThatIsXml, IsTakenAsItIsAlsoWhenItsKeysWereOthers) {
         OWNER const ticket(m_file.c_str());
         EXPECT_THAT(Contents(ticket), ElementsAreArray(c.loaded)) << c.keys[0];
     }
+}
+
+TEST_F(AnyNames, ThatLookLikeMarkupSwallowNothing) {
+    for (std::vector<std::string> const& keys : std::vector<std::vector<std::string>>{{"?a", "b", "z?"},
+                                                                                      {"?a b?", "b"},
+                                                                                      {"?a?", "b"},
+                                                                                      {"!--a", "b", "z--"},
+                                                                                      {"!--a--", "b"},
+                                                                                      {"![CDATA[a]]", "b"},
+                                                                                      {"![CDATA[a", "b", "z]]"},
+                                                                                      {"?xml", "b", "z?"},
+                                                                                      {"?a x/y", "b", "z?"},
+                                                                                      {"0/?a x/y", "0/b", "0/z?"},
+                                                                                      {"!DOCTYPE a", "b"},
+                                                                                      {"?a", "b/c/d", "z/y?"},
+                                                                                      {"!--", "b", "z--"}})
+        EXPECT_THAT(SavedAndLoaded(keys), ElementsAreArray(Held(keys))) << keys[0];
+}
+
+TEST_F(AnyNames, ThatLookLikeMarkupAreNoneWhereSomebodyElsePutMarkup) {
+    std::string const leaf = "\t<b type=\"int\">2</b>\n";
+    for (char const* const markup :
+         {"<!-- note -->\n", "<?pi x?>\n", "\t<?a type=\"int\"?>\n", "<!--\n\t<?a type=\"int\">1</?a>\n-->\n",
+          "<?pi\n\t</?a>\n?>\n", "<![CDATA[\n\t<!x type=\"int\">1</!x>\n]]>\n", "<?a x>\n<c/>\n?>\n"}) {
+        std::string const text = TicketText::Framed(markup + leaf);
+        TicketText const read = TicketText::Read(text);
+        EXPECT_EQ(read.result.reading, READING::DONE) << text;
+        EXPECT_EQ(read.values, TicketText::ReadXmlNames(text).values) << text;
+        EXPECT_THAT(read.values, ElementsAre("b 2 2")) << text;
+    }
+}
+
+// The second attempt fails at the bare "<", the first one sees none.
+TEST_F(AnyNames, ThatSwallowWhatCannotBeReadLeaveTheFileToBeKept) {
+    std::string const text = TicketText::Framed(
+        "\t<?a type=\"int\">1</?a>\n\t<c d < e>\n\t<z? type=\"int\">1</z?>\n\t<b type=\"int\">2</b>\n");
+    TicketText const read = TicketText::Read(text);
+    EXPECT_EQ(read.result.reading, READING::IN_PART);
+    EXPECT_THAT(read.values, ElementsAre("b 2 2"));
 }
 
 TEST_F(FileThatIsXml, BlankAtTheEndOfANameStaysBesideANameThatIsNoXml) {

@@ -1,0 +1,64 @@
+// Keys and values of leaves. Texts and numbers that need no decoding pass straight through.
+#include "Format/Leaf.h"
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "Format/Escapes.h"
+#include "Format/Numbers.h"
+#include "Format/Words.h"
+
+PARAM_TYPE TypeNamed(std::string_view name) {
+    for (auto const& known : TICKET_FORMAT::TYPE_NAMES)
+        if (name == known.name) return known.type;
+    return PARAM_NONE;
+}
+
+std::size_t KEY_PATH::Append(std::size_t parent, std::string_view name) {
+    std::size_t const end = parent + name.size();
+    if (m_text.size() <= end) m_text.resize(2 * (end + 1));
+    std::memcpy(&m_text[parent], name.data(), name.size());
+    m_text[end] = '\0';
+    return end;
+}
+
+std::size_t KEY_PATH::Enter(std::size_t parent, std::string_view name) {
+    if (name.empty() || name == TICKET_FORMAT::ROOT) return parent;
+    std::size_t const end = parent + name.size();
+    m_text[end] = '/';
+    return end + 1;
+}
+
+void LEAF_SETTER::Set(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain) {
+    switch (type) {
+        case PARAM_INT:
+            return HandNumber<int32_t>(key, type, text, isPlain);
+        case PARAM_INT64:
+            return HandNumber<int64_t>(key, type, text, isPlain);
+        case PARAM_UINT64:
+            return HandNumber<uint64_t>(key, type, text, isPlain);
+        case PARAM_DOUBLE:
+            return HandNumber<double>(key, type, text, isPlain);
+        default:
+            break;
+    }
+    std::string_view const value = isPlain ? text : Decoded(text);
+    if (type == PARAM_BINSTR) return Hand(key, type, BIN_STRING{value.data(), value.size()});
+    m_receiver.set(m_receiver.context, key, type, value.data(), APPEND_INDEX);
+}
+
+template <typename NUMBER>
+void LEAF_SETTER::HandNumber(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain) {
+    std::string_view const digits = isPlain ? text : NormaliseSpace(text, m_space);
+    if (std::is_same_v<NUMBER, double> && digits == TICKET_FORMAT::NOT_A_NUMBER)
+        return Hand(key, type, std::numeric_limits<double>::quiet_NaN());
+    Hand(key, type, ParseNumber<NUMBER>(digits));
+}
+
+std::string_view LEAF_SETTER::Decoded(std::string_view text) {
+    m_value.clear();
+    DecodeTo(m_value, NormaliseSpace(text, m_space));
+    return m_value;  // NUL-terminated
+}

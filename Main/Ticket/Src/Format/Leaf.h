@@ -1,0 +1,66 @@
+// A leaf of a ticket file on its way into a ticket: what both readers share.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "ConfigurationControl/TicketRecords.h"
+
+// Receives the values that a reader finds. `context` is the first argument of all its functions. Their exceptions pass
+// through the reader.
+struct LEAF_RECEIVER {
+    // Stores one value; `key` and `value` are valid during the call, `index` is APPEND_INDEX, so that sibling leaves of
+    // one name become a vector. The result is ignored.
+    using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
+    SET set;
+    void* context;
+    // False for a key whose values are neither to be decoded nor set. Null: all are wanted.
+    bool (*wants)(void* context, std::string_view key) = nullptr;
+    // Drops all that was set: the text turned out to be worthless, or is read again from its beginning. Null: nothing
+    // to drop.
+    void (*drop)(void* context) = nullptr;
+};
+
+// The type of that name in a file; PARAM_NONE for any other text.
+PARAM_TYPE TypeNamed(std::string_view name);
+
+// The path of the current element as keys spell it.
+class KEY_PATH {
+ public:
+    // Puts the name of an element, and a NUL, after the first `parent` bytes of the path. Returns where the name ends.
+    std::size_t Append(std::size_t parent, std::string_view name);
+    // How much of the path the keys of elements inside the last one begin with, "/" included. Elements without a name
+    // and those named "ticket" are no part of keys.
+    std::size_t Enter(std::size_t parent, std::string_view name);
+
+    char const* Text() const { return m_text.data(); }
+
+ private:
+    std::string m_text = std::string(128, '\0');
+};
+
+// Turns the text of a leaf into a value and hands it to the receiver.
+class LEAF_SETTER {
+ public:
+    explicit LEAF_SETTER(LEAF_RECEIVER const& receiver) : m_receiver(receiver) {}
+
+    bool IsWanted(std::string_view key) const {
+        return m_receiver.wants == nullptr || m_receiver.wants(m_receiver.context, key);
+    }
+    // `text` is NUL-terminated; `isPlain`: it holds neither escapes nor white space that normalising would change.
+    void Set(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain);
+
+ private:
+    template <typename VALUE>
+    void Hand(char const* key, PARAM_TYPE type, VALUE const& value) {
+        m_receiver.set(m_receiver.context, key, type, &value, APPEND_INDEX);
+    }
+    template <typename NUMBER>
+    void HandNumber(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain);
+    std::string_view Decoded(std::string_view text);
+
+    LEAF_RECEIVER const& m_receiver;
+    std::string m_space;  // scratch
+    std::string m_value;  // scratch
+};

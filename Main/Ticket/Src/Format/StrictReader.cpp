@@ -1,0 +1,222 @@
+// Reads the lines of a file as a save writes it. Each scan ends at the latest at the line feed, which no table below
+// lets pass, so nothing else bounds it.
+#include "Format/StrictReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "Format/KeyLimit.h"
+#include "Format/Words.h"
+#include "Format/XmlNames.h"
+
+namespace {
+
+constexpr std::string_view HEAD[] = {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "<ticket>"};
+constexpr std::string_view TYPE_MARK = " type=\"";
+
+// What a byte of a leaf's text is to this reader.
+enum class BYTE : unsigned char { PLAIN, SPACE, DECODED, AMPERSAND, END, FOREIGN };
+
+constexpr auto BYTES = [] {
+    std::array<BYTE, 256> bytes{};
+    for (std::size_t byte = 1; byte < ' '; ++byte) bytes[byte] = BYTE::DECODED;
+    bytes[0] = BYTE::FOREIGN;
+    bytes['\n'] = BYTE::FOREIGN;
+    bytes[' '] = BYTE::SPACE;
+    bytes['\\'] = BYTE::DECODED;
+    bytes['&'] = BYTE::AMPERSAND;
+    bytes['<'] = BYTE::END;
+    return bytes;
+}();
+
+BYTE KindOf(char byte) {
+    return BYTES[static_cast<unsigned char>(byte)];
+}
+
+bool BeginsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+std::string_view Between(char const* begin, char const* end) {
+    return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+// What the XML library takes for more than an ampersand. A save writes every ampersand of a text as it is.
+bool IsEntity(std::string_view text) {
+    constexpr std::string_view ENTITIES[] = {"&#", "&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
+    return std::any_of(std::begin(ENTITIES), std::end(ENTITIES),
+                       [&](std::string_view entity) { return BeginsWith(text, entity); });
+}
+
+// The text of a leaf up to its "<".
+struct LEAF_TEXT {
+    char* end;  // null if there is something in it that this reader leaves to the XML library
+    bool isPlain;
+};
+
+// Where the text ends of which the byte at `at` has to be decoded.
+LEAF_TEXT EndOfDecoded(char* at, char* lineEnd) {
+    auto const left = static_cast<std::size_t>(lineEnd - at);
+    auto* const end = static_cast<char*>(std::memchr(at, '<', left));
+    if (end == nullptr) return {nullptr, false};
+    std::string_view const rest = Between(at, end);
+    if (rest.find('\0') != std::string_view::npos) return {nullptr, false};
+    for (std::size_t i = 0; (i = rest.find('&', i)) != std::string_view::npos; ++i)
+        if (IsEntity(rest.substr(i))) return {nullptr, false};
+    return {end, false};
+}
+
+LEAF_TEXT FindEnd(char* text, char* lineEnd) {
+    for (char* at = text;; ++at) {
+        switch (KindOf(*at)) {
+            case BYTE::PLAIN:
+                continue;
+            case BYTE::SPACE: {
+                BYTE const next = KindOf(at[1]);
+                bool const stays = at != text && (next == BYTE::PLAIN || next == BYTE::AMPERSAND);
+                if (!stays) return EndOfDecoded(at, lineEnd);
+                continue;
+            }
+            case BYTE::DECODED:
+                return EndOfDecoded(at, lineEnd);
+            case BYTE::AMPERSAND:
+                if (IsEntity(Between(at, lineEnd))) return {nullptr, false};
+                continue;
+            case BYTE::END:
+                return {at, true};
+            case BYTE::FOREIGN:
+                return {nullptr, false};
+        }
+    }
+}
+
+}  // namespace
+
+LINE_BUFFER::LINE_BUFFER(FILE_SOURCE& source)
+    : m_source(source), m_size(std::min(source.Size(), USUAL_SIZE - 1) + 1), m_bytes(new char[m_size]) {}
+
+LINE_BUFFER::LINE LINE_BUFFER::Next() {
+    m_begin = m_next;
+    for (std::size_t looked = 0;;) {
+        char* const from = Begin() + looked;
+        looked = m_filled - m_begin;
+        if (void* const feed = std::memchr(from, '\n', static_cast<std::size_t>(Begin() + looked - from))) {
+            m_end = static_cast<std::size_t>(static_cast<char*>(feed) - m_bytes.get());
+            m_next = m_end + 1;
+            return LINE::WHOLE;
+        }
+        // A line with a NUL is none of ours, and a gigabyte may follow.
+        if (looked == m_size && std::memchr(Begin(), '\0', looked) != nullptr) return LINE::UNFINISHED;
+        if (!Fill()) return LINE::UNREADABLE;
+        if (m_filled == looked) return looked == 0 ? LINE::NONE : LINE::UNFINISHED;
+    }
+}
+
+// Moves the unfinished line to the front and reads more behind it. False if the source fails.
+bool LINE_BUFFER::Fill() {
+    std::size_t const kept = m_filled - m_begin;
+    if (kept == m_size) {
+        std::unique_ptr<char[]> larger(new char[2 * m_size]);
+        std::memcpy(larger.get(), m_bytes.get(), kept);
+        m_bytes = std::move(larger);
+        m_size *= 2;
+    } else {
+        std::memmove(m_bytes.get(), Begin(), kept);
+    }
+    m_begin = 0;
+    m_filled = kept;
+    auto const count = m_source.Read(m_offset, m_bytes.get() + kept, m_size - kept);
+    if (!count) return false;
+    m_offset += *count;
+    m_filled += *count;
+    return true;
+}
+
+STRICT_READER::STRICT_READER(FILE_SOURCE& source, LEAF_RECEIVER const& receiver)
+    : m_lines(source), m_setter(receiver), m_allowed(TICKET_FORMAT::LongestKeysOf(source.Size())) {}
+
+STRICT_READER::END STRICT_READER::Read() {
+    using LINE = LINE_BUFFER::LINE;
+    LINE line = LINE::WHOLE;
+    std::size_t count = 0;
+    for (; (line = m_lines.Next()) == LINE::WHOLE; ++count) {
+        bool const isHead = count < std::size(HEAD);
+        bool const isOurs = isHead ? m_lines.Text() == HEAD[count] : ReadLine(m_lines.Begin(), m_lines.End());
+        if (!isOurs) return END::STOPPED;
+        if (count + 1 == std::size(HEAD)) Open(TICKET_FORMAT::ROOT);
+    }
+    if (line == LINE::UNREADABLE) return END::UNREADABLE;
+    bool const isWhole = line == LINE::NONE && count > std::size(HEAD) && m_open.empty();
+    return isWhole ? END::WHOLE : END::STOPPED;
+}
+
+bool STRICT_READER::ReadLine(char* line, char* end) {
+    char* tag = line;
+    while (*tag == '\t') ++tag;
+    auto const depth = static_cast<std::size_t>(tag - line);
+    if (*tag != '<' || m_open.empty()) return false;
+    char* const name = tag + 1;
+    if (*name == '/') return depth + 1 == m_open.size() && end[-1] == '>' && Close(Between(name + 1, end - 1));
+    if (depth != m_open.size() || !XML_NAMES::IsFirst(*name)) return false;
+    char* nameEnd = name + 1;
+    while (XML_NAMES::IsLater(*nameEnd)) ++nameEnd;
+    if (*nameEnd == ' ') return ReadLeaf(Between(name, nameEnd), nameEnd, end);
+    if (*nameEnd != '>' || nameEnd + 1 != end) return false;
+    Open(Between(name, nameEnd));
+    return true;
+}
+
+void STRICT_READER::Open(std::string_view name) {
+    std::size_t const path = Path();
+    m_key.Append(path, name);
+    m_names.append(name);
+    m_open.push_back({m_names.size(), m_key.Enter(path, name)});
+    m_leafEnd = 0;
+}
+
+bool STRICT_READER::Close(std::string_view name) {
+    std::size_t const begin = NameBegin();
+    if (name != std::string_view(m_names).substr(begin)) return false;
+    m_names.resize(begin);
+    m_open.pop_back();
+    m_leafEnd = 0;
+    return true;
+}
+
+// `rest` is what follows the name, up to the end of the line.
+bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
+    if (!BeginsWith(Between(rest, end), TYPE_MARK)) return false;
+    char const* const typeName = rest + TYPE_MARK.size();
+    char* typeEnd = rest + TYPE_MARK.size();
+    while (XML_NAMES::IsLater(*typeEnd)) ++typeEnd;
+    PARAM_TYPE const type = TypeNamed(Between(typeName, typeEnd));
+    if (type == PARAM_NONE || typeEnd[0] != '"' || typeEnd[1] != '>') return false;
+
+    char* const text = typeEnd + 2;
+    auto const [textEnd, isPlain] = FindEnd(text, end);
+    if (textEnd == nullptr || textEnd == text) return false;
+    std::string_view const closing = Between(textEnd, end);
+    if (closing.size() != name.size() + 3 || closing[1] != '/' || closing.back() != '>' ||
+        closing.substr(2, name.size()) != name || !MoveTo(name))
+        return false;
+
+    ++m_leaves;
+    if (!m_setter.IsWanted({m_key.Text(), m_leafEnd})) return true;
+    *textEnd = '\0';
+    m_setter.Set(m_key.Text(), type, Between(text, textEnd), isPlain);
+    return true;
+}
+
+// Makes m_key the key of a leaf. False if the keys of the file get too long.
+bool STRICT_READER::MoveTo(std::string_view name) {
+    std::size_t const path = Path();
+    std::string_view const last(m_key.Text(), m_leafEnd);
+    if (m_leafEnd == path + name.size() && last.substr(path) == name) return true;  // an element of the same vector
+    m_leafEnd = m_key.Append(path, name);
+    if (m_leafEnd > m_allowed) return false;
+    m_allowed -= m_leafEnd;
+    return true;
+}
