@@ -21,19 +21,26 @@ static_assert(sizeof(I) == sizeof(void*), "the interface holds no data");
 static_assert(std::is_abstract_v<I> && std::has_virtual_destructor_v<I>);
 static_assert(sizeof(LoggerAdapter::ILogger) == sizeof(void*));
 
-// A pointer to a virtual member function as the platform's C++ binary interface lays it out.
+// A pointer to a virtual member function as the platform's C++ binary interface lays it out: the place in the virtual
+// table in bytes, the adjustment of the object's address, and in one of the two a bit that tells virtual functions from
+// others.
 struct MEMBER_POINTER {
-    ptrdiff_t slotBytesPlusOne;
+    ptrdiff_t slotBytes;
     ptrdiff_t adjustment;
 };
+#ifdef __aarch64__  // where functions may begin at odd addresses by the rules of its 32-bit predecessor
+constexpr MEMBER_POINTER VIRTUAL_BIT{0, 1};
+#else
+constexpr MEMBER_POINTER VIRTUAL_BIT{1, 0};
+#endif
 
 template <typename CLASS, typename FUNCTION>
 ptrdiff_t SlotOf(FUNCTION CLASS::*operation) {
     MEMBER_POINTER pointer;
     static_assert(sizeof pointer == sizeof operation);
     memcpy(&pointer, &operation, sizeof pointer);
-    EXPECT_EQ(pointer.adjustment, 0);
-    return (pointer.slotBytesPlusOne - 1) / static_cast<ptrdiff_t>(sizeof(void*));
+    EXPECT_EQ(pointer.adjustment, VIRTUAL_BIT.adjustment);
+    return (pointer.slotBytes - VIRTUAL_BIT.slotBytes) / static_cast<ptrdiff_t>(sizeof(void*));
 }
 
 // A name of the interface with its place; naming it with its type makes the compiler check the signature too.
@@ -143,7 +150,8 @@ TEST(LoggerInterface, KeepsTheOrderOfItsOperations) {
 // Calls the operation at a position (from 1) of the object's virtual table, as a host that knows only its signature.
 template <typename FUNCTION, typename... ARGUMENTS>
 decltype(auto) CallAt(I& object, int position, ARGUMENTS&&... arguments) {
-    MEMBER_POINTER const pointer{1 + (position - 1) * static_cast<ptrdiff_t>(sizeof(void*)), 0};
+    MEMBER_POINTER const pointer{VIRTUAL_BIT.slotBytes + (position - 1) * static_cast<ptrdiff_t>(sizeof(void*)),
+                                 VIRTUAL_BIT.adjustment};
     FUNCTION I::*operation;
     static_assert(sizeof pointer == sizeof operation);
     memcpy(&operation, &pointer, sizeof pointer);

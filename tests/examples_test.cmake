@@ -10,6 +10,7 @@ foreach(golden IN LISTS goldens)
     if(TARGET example_${name})
         add_test(NAME Examples.${name}
             COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:example_${name}> -DGOLDEN=${golden}
+                "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}"
                 -DDIRECTORY=${CMAKE_CURRENT_BINARY_DIR}/example_${name}
                 -P ${CMAKE_CURRENT_SOURCE_DIR}/support/CompareOutput.cmake)
         # Hosts that load the library when they run know it by its name alone.

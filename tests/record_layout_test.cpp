@@ -74,8 +74,10 @@ TEST(InstanceRecord, HasItsFieldsAtTheirOffsets) {
 TEST(IdentityRecord, IsReadAtItsOffsets) {
     tickets::OPEN_TICKET server;
     unsigned char record[32] = {};
-    uint64_t const words[] = {reinterpret_cast<uint64_t>(static_cast<STICKET*>(&server)), (uint64_t{7} << 32) | 6,
-                              0x123456789abcdef0, reinterpret_cast<uint64_t>(&server.GetMutexInstance())};
+    uint32_t const numbers[] = {6, 7};
+    uint64_t words[] = {reinterpret_cast<uint64_t>(static_cast<STICKET*>(&server)), 0, 0x123456789abcdef0,
+                        reinterpret_cast<uint64_t>(&server.GetMutexInstance())};
+    std::memcpy(&words[1], numbers, sizeof numbers);
     std::memcpy(record, words, sizeof record);
     STICKET_WHOAMI whoAmI;
     static_assert(sizeof whoAmI == sizeof record);

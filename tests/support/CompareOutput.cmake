@@ -1,7 +1,8 @@
-# Runs PROGRAM with the argument "settings.xml" in the empty DIRECTORY and compares what it prints with the file GOLDEN.
+# Runs PROGRAM, by EMULATOR if that is not empty, with the argument "settings.xml" in the empty DIRECTORY and compares what
+# it prints with the file GOLDEN.
 file(REMOVE_RECURSE ${DIRECTORY})
 file(MAKE_DIRECTORY ${DIRECTORY})
-execute_process(COMMAND ${PROGRAM} settings.xml WORKING_DIRECTORY ${DIRECTORY}
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} settings.xml WORKING_DIRECTORY ${DIRECTORY}
     OUTPUT_FILE printed.txt RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     file(READ ${DIRECTORY}/printed.txt printed)
