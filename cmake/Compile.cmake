@@ -21,8 +21,11 @@ endif()
 add_compile_options(-ffp-contract=off)
 
 if(CONFIGURATIONCONTROL_FUZZERS)
-    string(APPEND CONFIGURATIONCONTROL_SANITIZE ",fuzzer-no-link,address,undefined")
-    string(REGEX REPLACE "^," "" CONFIGURATIONCONTROL_SANITIZE "${CONFIGURATIONCONTROL_SANITIZE}")
+    if(CONFIGURATIONCONTROL_SANITIZE MATCHES "thread")
+        add_compile_options(-fsanitize-coverage=trace-pc)  # counted in tests/fuzz/thread_coverage.cpp
+    else()
+        set(CONFIGURATIONCONTROL_SANITIZE "fuzzer-no-link,address,undefined")
+    endif()
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 if(CONFIGURATIONCONTROL_SANITIZE)

@@ -38,7 +38,7 @@ inline void MustBeSame(std::string const& actual, std::string const& expected, c
 // Reads the input from its front; behind its end everything is zero.
 class INPUT {
  public:
-    INPUT(std::uint8_t const* data, std::size_t size) : m_data(data), m_left(size) {}
+    INPUT(std::uint8_t const* data, std::size_t size) : m_data(data), m_left(size), m_isLarge(size >= LARGE) {}
 
     bool IsEmpty() const { return m_left == 0; }
 
@@ -56,9 +56,9 @@ class INPUT {
         return number;
     }
 
-    // A length, which is one byte, and so many bytes.
+    // A length and so many bytes.
     std::string Bytes() {
-        std::size_t const length = Byte();
+        std::size_t const length = Length();
         std::size_t const size = m_left < length ? m_left : length;
         std::string const bytes(reinterpret_cast<char const*>(m_data), size);
         Skip(size);
@@ -68,6 +68,15 @@ class INPUT {
     std::string Text() { return Bytes().c_str(); }
 
  private:
+    static constexpr std::size_t LARGE = 1 << 16;
+
+    // One byte. In a large input any length below 128 KiB, of which each magnitude is as likely as the others.
+    std::size_t Length() {
+        if (!m_isLarge) return Byte();
+        std::size_t const bits = Below(18);
+        return Number<std::uint32_t>() & ((std::size_t{1} << bits) - 1);
+    }
+
     void Skip(std::size_t size) {
         m_data += size;
         m_left -= size;
@@ -75,4 +84,5 @@ class INPUT {
 
     std::uint8_t const* m_data;
     std::size_t m_left;
+    bool m_isLarge;
 };
