@@ -499,39 +499,174 @@ TEST(ParameterOrder, IsEmptyWhenItsOnlyEntryIsErased) {
     EXPECT_TRUE(order.AtEnd(order.First()));
 }
 
+KEY_HASH::SECRET Secret(unsigned seed) {
+    std::mt19937_64 random(seed);
+    return {random(), random(), random()};
+}
+
 TEST(KeyHash, TellsKeysApartThatDifferInOneBitOrInLength) {
+    auto const secret = Secret(1);
     for (std::size_t length = 1; length < 70; ++length) {
         std::string key(length, 'a');
-        uint64_t const hash = KEY_HASH::Hash(key, 1);
+        uint64_t const hash = KEY_HASH::Hash(key, secret);
         for (std::size_t bit = 0; bit < 8 * length; ++bit) {
             key[bit / 8] = static_cast<char>(key[bit / 8] ^ 1 << bit % 8);
-            ASSERT_NE(KEY_HASH::Hash(key, 1), hash) << "length " << length << " bit " << bit;
+            ASSERT_NE(KEY_HASH::Hash(key, secret), hash) << "length " << length << " bit " << bit;
             key[bit / 8] = 'a';
         }
     }
     std::set<uint64_t> zeros;
-    for (std::size_t length = 0; length < 100; ++length) zeros.insert(KEY_HASH::Hash(std::string(length, '\0'), 1));
+    for (std::size_t length = 0; length < 100; ++length)
+        zeros.insert(KEY_HASH::Hash(std::string(length, '\0'), secret));
     EXPECT_EQ(zeros.size(), 100u);
 }
 
 TEST(KeyHash, SpreadsSimilarKeysEvenly) {
     constexpr int COUNT = 100000;
-    std::set<uint32_t> distinct;
-    std::vector<int> places(1024);
-    for (int number = 0; number < COUNT; ++number) {
-        auto const tag = static_cast<uint32_t>(KEY_HASH::Hash(KeyNumber(number), 1));
-        distinct.insert(tag);
-        ++places[tag >> 22];
+    std::vector<std::string (*)(int)> const kinds = {
+        [](int number) { return KeyNumber(number); },
+        [](int number) { return std::to_string(number); },
+        [](int number) { return std::string(reinterpret_cast<char const*>(&number), sizeof number); },
+        [](int number) { return "a long name that comes before each number " + std::to_string(number); },
+        [](int number) { return std::to_string(number) + " is followed by a long name that is the same"; },
+    };
+    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+        SCOPED_TRACE(kind);
+        auto const secret = Secret(static_cast<unsigned>(kind));
+        std::set<uint32_t> distinct;
+        std::vector<int> buckets(1024);
+        for (int number = 0; number < COUNT; ++number) {
+            auto const hash = static_cast<uint32_t>(KEY_HASH::Hash(kinds[kind](number), secret) >> 33);
+            distinct.insert(hash);
+            ++buckets[hash >> 21];
+        }
+        EXPECT_GT(distinct.size(), COUNT - 20u);  // chance alone lets about two pairs collide
+        EXPECT_GT(*std::min_element(buckets.begin(), buckets.end()), 40);
+        EXPECT_LT(*std::max_element(buckets.begin(), buckets.end()), 170);  // 98 +- 7 standard deviations
     }
-    EXPECT_GT(distinct.size(), COUNT - 20u);  // chance alone lets about one pair meet
-    EXPECT_GT(*std::min_element(places.begin(), places.end()), 40);
-    EXPECT_LT(*std::max_element(places.begin(), places.end()), 170);  // 98 +- 7 standard deviations
 }
 
-TEST(KeyHash, DependsOnTheSeed) {
-    EXPECT_NE(KEY_HASH::Hash("key", 1), KEY_HASH::Hash("key", 2));
-    EXPECT_NE(KEY_HASH::Hash("", 1), KEY_HASH::Hash("", 2));
-    EXPECT_EQ(KEY_HASH::Seed(), KEY_HASH::Seed());
+TEST(KeyHash, DependsOnEachOfItsSecretWords) {
+    auto const secret = Secret(1);
+    for (std::string const& key : {std::string(), std::string("key"), std::string(33, 'k')}) {
+        auto const hash = KEY_HASH::Hash(key, secret);
+        for (uint64_t KEY_HASH::SECRET::*const word : {&KEY_HASH::SECRET::left, &KEY_HASH::SECRET::right}) {
+            auto other = secret;
+            other.*word ^= 1;
+            EXPECT_NE(KEY_HASH::Hash(key, other), hash);
+        }
+    }
+    auto other = secret;
+    other.secondLeft ^= 1;
+    EXPECT_NE(KEY_HASH::Hash(std::string(33, 'k'), other), KEY_HASH::Hash(std::string(33, 'k'), secret));
+}
+
+TEST(KeyHash, TakesASecretOfItsOwnForTheProcessAndForEachCallOtherwise) {
+    EXPECT_EQ(&KEY_HASH::ProcessSecret(), &KEY_HASH::ProcessSecret());
+    EXPECT_NE(KEY_HASH::NewSecret().left, KEY_HASH::NewSecret().left);
+    EXPECT_NE(KEY_HASH::NewSecret().right, KEY_HASH::ProcessSecret().right);
+}
+
+// Keys that the index sees as their hashes alone: `hash` is what somebody who knows the secret has chosen.
+class CHOSEN_HASHES {
+ public:
+    void Insert(uint32_t hash) {
+        m_keys.push_back(KeyNumber(static_cast<int>(m_keys.size())));
+        bool const changed = m_index.Reserve(1, [this](KEY_INDEX::ID id) { return KeyOf(id); });
+        if (changed) m_isRekeyed = true;
+        auto const id = static_cast<KEY_INDEX::ID>(m_keys.size());
+        m_index.Insert(m_isRekeyed ? m_index.Hash(m_keys.back()) : hash, id);
+        if (!m_isRekeyed) m_chosen.push_back(hash);
+    }
+    // How many keys a search for this hash looks at.
+    std::size_t KeysWith(uint32_t hash) const {
+        std::size_t count = 0;
+        m_index.Find(hash, [&](KEY_INDEX::ID) { return ++count == 0; });
+        return count;
+    }
+    bool FindsAll() const {
+        for (KEY_INDEX::ID id = 1; id <= m_keys.size(); ++id) {
+            auto const hash = m_isRekeyed ? m_index.Hash(m_keys[id - 1]) : m_chosen[id - 1];
+            if (m_index.Find(hash, [id](KEY_INDEX::ID other) { return other == id; }) != id) return false;
+        }
+        return m_index.Count() == m_keys.size();
+    }
+    bool IsRekeyed() const { return m_isRekeyed; }
+
+ private:
+    std::string_view KeyOf(KEY_INDEX::ID id) const { return m_keys[id - 1]; }
+
+    KEY_INDEX m_index;
+    std::vector<std::string> m_keys;
+    std::vector<uint32_t> m_chosen;
+    bool m_isRekeyed = false;
+};
+
+constexpr uint32_t HIGHEST_HASH = UINT32_MAX >> 1;
+
+TEST(KeyIndex, TakesAnotherSecretWhenTooManyKeysHaveOneHash) {
+    for (uint32_t const hash : {uint32_t{0}, uint32_t{0x12345678}, HIGHEST_HASH}) {
+        CHOSEN_HASHES keys;
+        std::size_t most = 0;
+        for (int count = 0; count < 2000; ++count) {
+            keys.Insert(hash);
+            most = std::max(most, keys.KeysWith(hash));
+            ASSERT_TRUE(keys.FindsAll() || count % 100 != 0) << count;
+        }
+        EXPECT_TRUE(keys.IsRekeyed());
+        EXPECT_LE(most, 64u);
+        EXPECT_TRUE(keys.FindsAll());
+    }
+}
+
+TEST(KeyIndex, TakesAnotherSecretWhenTooManyKeysHaveNeighbouringHashes) {
+    // Descending hashes push all that came before; the first one moves furthest.
+    for (bool const isDescending : {false, true}) {
+        CHOSEN_HASHES keys;
+        for (uint32_t count = 0; count < 2000; ++count)
+            keys.Insert(isDescending ? HIGHEST_HASH - count : HIGHEST_HASH / 2 + count);
+        EXPECT_TRUE(keys.IsRekeyed());
+        EXPECT_TRUE(keys.FindsAll());
+    }
+}
+
+TEST(KeyIndex, KeepsItsSecretForKeysOfNoEvilIntent) {
+    std::mt19937 random(5);
+    for (int const count : {10, 100, 1000, 100000}) {
+        CHOSEN_HASHES keys;
+        for (int i = 0; i < count; ++i) keys.Insert(static_cast<uint32_t>(random() >> 1));
+        EXPECT_FALSE(keys.IsRekeyed()) << count;
+        EXPECT_TRUE(keys.FindsAll());
+    }
+}
+
+TEST(KeyIndex, IsUnchangedWhenThereIsNoMemoryForAnotherSecret) {
+    KEY_INDEX index;
+    std::vector<std::string> keys;
+    auto const keyOf = [&](KEY_INDEX::ID id) -> std::string_view { return keys[id - 1]; };
+    auto const holds = [&](uint32_t hash, KEY_INDEX::ID id) {
+        return index.Find(hash, [id](KEY_INDEX::ID other) { return other == id; }) == id;
+    };
+    for (KEY_INDEX::ID id = 1;; ++id) {
+        keys.push_back(KeyNumber(static_cast<int>(id)));
+        g_allocationsLeft = 0;
+        bool failed = false;
+        bool changed = false;
+        try {
+            changed = index.Reserve(1, keyOf);
+        } catch (std::bad_alloc const&) {
+            failed = true;
+        }
+        g_allocationsLeft = std::numeric_limits<std::size_t>::max();
+        if (failed) {
+            for (KEY_INDEX::ID known = 1; known < id; ++known) ASSERT_TRUE(holds(7, known));
+            changed = index.Reserve(1, keyOf);
+        }
+        if (changed) break;
+        index.Insert(7, id);
+        ASSERT_LT(id, 100u);
+    }
+    for (KEY_INDEX::ID id = 1; id < keys.size(); ++id) ASSERT_TRUE(holds(index.Hash(keys[id - 1]), id));
 }
 
 }  // namespace

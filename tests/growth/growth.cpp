@@ -1,5 +1,6 @@
-// Runs pieces of work of one size and of ten times that size for callgrind, which counts their instructions: one dump
-// for each, named "work size". Times would tell of caches, too; instructions tell how the work grows.
+// Runs pieces of work for callgrind, which counts their instructions: one dump for each, named "work size". Most run
+// with one size and with ten times that size; those on hostile input run with a harmless control first. Times would
+// tell of caches, too; instructions tell how the work grows.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -32,6 +33,10 @@ class TICKET {
     void Get(std::string const& key) const {
         int value = 0;
         m_access->GetParameter(m_access->pTicket, key.c_str(), PARAM_INT, &value, SCALAR_INDEX);
+    }
+    void GetText(std::string const& key) const {
+        char const* text = nullptr;
+        m_access->GetParameter(m_access->pTicket, key.c_str(), PARAM_STRING, &text, SCALAR_INDEX);
     }
     void Delete(std::string const& key) const {
         m_access->SetParameter(m_access->pTicket, key.c_str(), PARAM_NONE, nullptr, SCALAR_INDEX);
@@ -186,23 +191,86 @@ constexpr CASE CASES[] = {
      }},
 };
 
+// Names and texts that a multiplicative hash brings together whatever its seed is, if they hold its public constants:
+// each product with such a word is zero. Their control differs from them in one bit of the constant.
+std::string Hostile(std::size_t position, std::string const& constant, int number, bool isControl) {
+    std::string text(position, 'n');
+    text += constant;
+    text[position] = static_cast<char>(text[position] ^ static_cast<char>(isControl));
+    return text + Numbered("a", number);  // 8 bytes that differ
+}
+std::string HostileKey(int number, bool isControl) {
+    return Hostile(0, "\x15\x7C\x4A\x7F\xB9\x79\x37\x9E", number, isControl);
+}
+std::string HostileLongKey(int number, bool isControl) {
+    return Hostile(16, "\x93\xFD\x59\x66\xB8\xFE\xE8\xD6", number, isControl) + std::string(16, 'n');
+}
+
+template <std::string (*KEY)(int, bool)>
+std::shared_ptr<TICKET> FilledWithHostile(int count, bool isControl) {
+    auto ticket = std::make_shared<TICKET>();
+    for (int i = 0; i < count; ++i) ticket->Set(KEY(i, isControl), i);
+    return ticket;
+}
+
+template <std::string (*KEY)(int, bool)>
+WORK LoadHostile(int count, bool isControl) {
+    {
+        TICKET const ticket(g_file.c_str());
+        ticket.Operate(STICKET_OP_CLEAR);
+        for (int i = 0; i < count; ++i) ticket.Set(KEY(i, isControl), i);
+    }
+    return [] { TICKET(g_file.c_str()).Load(); };
+}
+
+template <std::string (*KEY)(int, bool)>
+WORK ReadHostile(int count, bool isControl) {
+    return [=, ticket = FilledWithHostile<KEY>(count, isControl)] {
+        for (int i = 0; i < count; ++i) ticket->Get(KEY(i, isControl));
+    };
+}
+
+WORK ReadHostileTexts(int count, bool isControl) {
+    auto const ticket = std::make_shared<TICKET>(g_file.c_str());
+    ticket->Operate(STICKET_OP_CLEAR);
+    for (int i = 0; i < count; ++i) ticket->Set(Numbered("text", i), HostileKey(i, isControl));
+    return [=] {
+        for (int i = 0; i < count; ++i) ticket->GetText(Numbered("text", i));
+    };
+}
+
+struct HOSTILE_CASE {
+    char const* name;
+    WORK (*prepare)(int size, bool isControl);
+};
+
+constexpr int HOSTILE_SIZE = 5000;
+constexpr HOSTILE_CASE HOSTILE_CASES[] = {
+    {"hostile_keys_loaded", LoadHostile<HostileKey>},
+    {"hostile_keys_read", ReadHostile<HostileKey>},
+    {"hostile_long_keys_loaded", LoadHostile<HostileLongKey>},
+    {"hostile_texts_read", ReadHostileTexts},
+};
+
+void Count(char const* name, int size, WORK const& work) {
+    CALLGRIND_TOGGLE_COLLECT;
+    work();
+    CALLGRIND_TOGGLE_COLLECT;
+    char label[80];
+    std::snprintf(label, sizeof label, "%s %d", name, size);
+    CALLGRIND_DUMP_STATS_AT(label);
+}
+
 }  // namespace
 
 // usage: growth FILE: the name of a ticket file, which is written and removed
 int main(int count, char** arguments) {
     if (count != 2) return 1;
     g_file = arguments[1];
-    for (CASE const& one : CASES) {
-        for (int const size : {one.size, 10 * one.size}) {
-            WORK const work = one.prepare(size);
-            CALLGRIND_TOGGLE_COLLECT;
-            work();
-            CALLGRIND_TOGGLE_COLLECT;
-            char label[80];
-            std::snprintf(label, sizeof label, "%s %d", one.name, size);
-            CALLGRIND_DUMP_STATS_AT(label);
-        }
-    }
+    for (CASE const& one : CASES)
+        for (int const size : {one.size, 10 * one.size}) Count(one.name, size, one.prepare(size));
+    for (HOSTILE_CASE const& one : HOSTILE_CASES)
+        for (bool const isControl : {true, false}) Count(one.name, HOSTILE_SIZE, one.prepare(HOSTILE_SIZE, isControl));
     std::remove(g_file.c_str());
     return 0;
 }

@@ -89,7 +89,7 @@ class clTICKETNODE {
 
         // Asks the processor for the characters of a text.
         void Prefetch() const noexcept {
-            if (OwnsPayload()) PARAMETER_SLOTS::Fetch(m_payload.pointer);
+            if (OwnsPayload()) KEY_INDEX::Fetch(m_payload.pointer);
         }
 
         // Member by member: what lies between the tag and the end of an entry in the map is not the entry's.

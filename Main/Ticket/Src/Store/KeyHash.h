@@ -1,7 +1,7 @@
-// The hash of parameter keys: 64 well mixed bits of a byte string.
+// The keyed hash of parameter keys and texts: 64 well mixed bits of a byte string.
 //
-// It is seeded per process, so that no file can be made whose keys all fall on one place of a table. It never leaves
-// the process: nothing is stored or ordered by it.
+// A file may come from somebody who wants its keys to collide. Each multiplication therefore has a secret word on both
+// sides, so that no input is known to make a product zero or two products equal. Hashes never leave the process.
 #pragma once
 
 #include <unistd.h>
@@ -15,9 +15,26 @@ namespace KEY_HASH {
 
 __extension__ typedef unsigned __int128 UINT128;
 
-// Odd numbers without structure; they keep a run of zero bytes from making a zero product.
-constexpr uint64_t MIXER_A = 0x9E3779B97F4A7C15u;
-constexpr uint64_t MIXER_B = 0xD6E8FEB86659FD93u;
+// The random words that key the hash.
+struct SECRET {
+    uint64_t left;        // of the factor with the first 8 bytes of each 16
+    uint64_t right;       // of the factor with the other 8 bytes
+    uint64_t secondLeft;  // for the second of the two chains over a long key
+};
+
+// Random words from the system.
+inline SECRET NewSecret() {
+    // Without entropy these odd numbers serve: only protection against hostile keys is lost then.
+    SECRET secret{0x9E3779B97F4A7C15u, 0xD6E8FEB86659FD93u, 0xC2B2AE3D27D4EB4Fu};
+    static_cast<void>(!getentropy(&secret, sizeof secret));
+    return secret;
+}
+
+// The secret of this process, with which every table begins.
+inline SECRET const& ProcessSecret() {
+    static SECRET const secret = NewSecret();
+    return secret;
+}
 
 template <typename WORD>
 inline uint64_t Load(char const* bytes) {
@@ -32,45 +49,34 @@ inline uint64_t Mix(uint64_t a, uint64_t b) {
     return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
-// The seed of this process.
-inline uint64_t Seed() {
-    static uint64_t const seed = [] {
-        uint64_t random = 0;
-        // Without entropy any number has to do.
-        return getentropy(&random, sizeof random) == 0 ? random : MIXER_B;
-    }();
-    return seed;
-}
-
 constexpr std::size_t BLOCK = 32;
 
-// The blocks of a long key, in two chains at a time, as each product waits for the one before. Not part of its caller,
-// whose keys are mostly short.
-[[gnu::noinline]] inline uint64_t MixBlocks(char const* bytes, std::size_t count, uint64_t seed) {
-    uint64_t state = seed;
-    uint64_t other = seed;
+// Hashes `count` blocks of a long key in two chains, because each product of a chain waits for the one before. Not
+// inlined: the callers' keys are mostly short.
+[[gnu::noinline]] inline uint64_t MixBlocks(char const* bytes, std::size_t count, uint64_t state,
+                                            SECRET const& secret) {
+    uint64_t second = state;
     for (; count > 0; --count, bytes += BLOCK) {
-        state = Mix(Load<uint64_t>(bytes) ^ MIXER_A, Load<uint64_t>(bytes + 8) ^ state);
-        other = Mix(Load<uint64_t>(bytes + 16) ^ MIXER_B, Load<uint64_t>(bytes + 24) ^ other);
+        state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + 8) ^ state);
+        second = Mix(Load<uint64_t>(bytes + 16) ^ secret.secondLeft, Load<uint64_t>(bytes + 24) ^ second);
     }
-    return state ^ other;
+    return state ^ second;
 }
 
-inline uint64_t Hash(std::string_view key, uint64_t seed) {
+inline uint64_t Hash(std::string_view key, SECRET const& secret) {
     char const* bytes = key.data();
     char const* const end = bytes + key.size();
-    uint64_t state = seed;
+    uint64_t state = secret.right * (key.size() + 1);  // another secret word for each length
     uint64_t first = 0;
     uint64_t last = 0;
-    // The last 16 bytes or fewer are read as two words that may overlap each other and what was read before.
+    // The last 16 bytes or fewer are read as two words, which may overlap each other and the words before them.
     if (key.size() >= 16) {
         if (key.size() > BLOCK) {
             std::size_t const blocks = (key.size() - 1) / BLOCK;
-            state = MixBlocks(bytes, blocks, seed);
+            state = MixBlocks(bytes, blocks, state, secret);
             bytes += blocks * BLOCK;
         }
-        for (; end - bytes > 16; bytes += 16)
-            state = Mix(Load<uint64_t>(bytes) ^ MIXER_A, Load<uint64_t>(bytes + 8) ^ state);
+        if (end - bytes > 16) state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + 8) ^ state);
         first = Load<uint64_t>(end - 16);
         last = Load<uint64_t>(end - 8);
     } else if (key.size() >= 8) {
@@ -83,7 +89,7 @@ inline uint64_t Hash(std::string_view key, uint64_t seed) {
         first = Load<uint8_t>(bytes);
         last = Load<uint8_t>(bytes + key.size() / 2) << 8 | Load<uint8_t>(end - 1);
     }
-    return Mix(Mix(first ^ MIXER_A, last ^ state), key.size() ^ MIXER_B);
+    return Mix(first ^ secret.left, last ^ state);
 }
 
 }  // namespace KEY_HASH

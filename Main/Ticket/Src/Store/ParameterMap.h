@@ -5,16 +5,14 @@
 // nothing. A value stays where it is until its own key is erased.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <utility>
 
-#include "Store/KeyHash.h"
+#include "Store/KeyIndex.h"
 #include "Store/ParameterArena.h"
 #include "Store/ParameterOrder.h"
-#include "Store/ParameterSlots.h"
 
 template <typename VALUE>
 class PARAMETER_MAP {
@@ -43,43 +41,43 @@ class PARAMETER_MAP {
     PARAMETER_MAP& operator=(PARAMETER_MAP&& other) noexcept {
         std::swap(m_arena, other.m_arena);
         std::swap(m_order, other.m_order);
-        std::swap(m_slots, other.m_slots);
-        std::swap(m_waiting, other.m_waiting);
-        std::swap(m_waitingCount, other.m_waitingCount);
-        std::swap(m_seed, other.m_seed);
+        std::swap(m_index, other.m_index);
         return *this;
     }
     PARAMETER_MAP& operator=(PARAMETER_MAP const&) = delete;
     ~PARAMETER_MAP() { Clear(); }
 
-    VALUE const* Find(std::string_view key) const { return FindHashed(key, Hash(key)); }
+    VALUE const* Find(std::string_view key) const {
+        ID const id = m_index.Find(m_index.Hash(key), HasKey(key));
+        return id == NONE ? nullptr : &m_arena[id];
+    }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
     // For lookups that are known beforehand: Prepare all their keys, Prefetch what that returned, then Find each. Hints
     // only, that make the waits for memory overlap; MayMissCaches tells whether they are worth their own time.
-    bool MayMissCaches() const { return m_slots.Count() > KEYS_IN_CACHE; }
+    bool MayMissCaches() const { return m_index.Count() > KEYS_IN_CACHE; }
     uint32_t Prepare(std::string_view key) const {
-        uint32_t const hash = Hash(key);
-        m_slots.Prefetch(hash);
+        uint32_t const hash = m_index.Hash(key);
+        m_index.Prefetch(hash);
         return hash;
     }
     void Prefetch(uint32_t hash) const {
-        ID const id = m_slots.Find(hash, [](ID) { return true; });
-        if (id != NONE) PARAMETER_SLOTS::Fetch(&m_arena[id]);
+        ID const id = m_index.Guess(hash);
+        if (id != NONE) KEY_INDEX::Fetch(&m_arena[id]);
     }
 
-    // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
+    // The value of `key`; a default-made one if the key is new. Throws std::bad_alloc and then has changed nothing.
     VALUE& FindOrInsert(std::string_view key) {
-        uint32_t const hash = Hash(key);
-        // Files hold their keys in order: those that come last need no search.
+        uint32_t hash = m_index.Hash(key);
+        // Files hold their keys in order: a key that comes last needs no search.
         bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
         if (isLast) {
-            m_slots.Prefetch(hash);
-        } else if (VALUE const* const found = FindHashed(key, hash)) {
+            m_index.Prefetch(hash);
+        } else if (ID const id = m_index.Find(hash, HasKey(key)); id != NONE) {
             m_isAppending = false;
-            return const_cast<VALUE&>(*found);
+            return m_arena[id];
         }
-        Reserve(1);
+        if (Reserve(1)) hash = m_index.Hash(key);
         ID const id = m_arena.Make(key);
         try {
             auto const place = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
@@ -89,26 +87,27 @@ class PARAMETER_MAP {
             m_arena.Free(id);
             throw;
         }
-        if (m_waitingCount == m_waiting.size()) Settle();
-        m_waiting[m_waitingCount++] = {hash, id};
+        m_index.Insert(hash, id);
         return m_arena[id];
     }
 
-    // Makes room in the table of keys for so many more. Throws std::bad_alloc and then has changed nothing.
-    void Reserve(std::size_t more) { m_slots.Reserve(m_waitingCount + more); }
+    // Makes room in the index for `more` keys; returns whether hashes have changed. Throws std::bad_alloc and then has
+    // changed nothing.
+    bool Reserve(std::size_t more) {
+        return m_index.Reserve(more, [this](ID id) { return m_arena[id].Key(); });
+    }
 
     // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) noexcept {
-        Settle();
-        uint32_t const hash = Hash(key);
-        ID const id = m_slots.Find(hash, IsKey(key));
+        uint32_t const hash = m_index.Hash(key);
+        ID const id = m_index.Find(hash, HasKey(key));
         if (id == NONE) return false;
-        if (m_slots.Count() == 1) {
+        if (m_index.Count() == 1) {
             Clear();
             return true;
         }
         m_order.Erase(m_order.PartitionPoint(IsBefore(key)));
-        m_slots.Erase(hash, id);
+        m_index.Erase(hash, id);
         m_arena.Free(id);
         return true;
     }
@@ -117,8 +116,7 @@ class PARAMETER_MAP {
         for (auto place = m_order.First(); !m_order.AtEnd(place); place = m_order.Next(place))
             m_arena.Free(m_order[place]);
         m_order.Clear();
-        m_slots.Clear();
-        m_waitingCount = 0;
+        m_index.Clear();
         m_arena.Clear();
     }
 
@@ -135,11 +133,9 @@ class PARAMETER_MAP {
     }
 
  private:
-    using ID = PARAMETER_SLOTS::ID;
-    static constexpr ID NONE = PARAMETER_SLOTS::NONE;
+    using ID = KEY_INDEX::ID;
+    static constexpr ID NONE = KEY_INDEX::NONE;
     static_assert(NONE == PARAMETER_ARENA<VALUE>::NONE);
-
-    uint32_t Hash(std::string_view key) const { return static_cast<uint32_t>(KEY_HASH::Hash(key, m_seed)); }
 
     // More do not fit in a first-level cache.
     static constexpr std::size_t KEYS_IN_CACHE = 1000;
@@ -147,19 +143,7 @@ class PARAMETER_MAP {
     // As many steps of a walk take as long as memory does to answer.
     static constexpr std::size_t STEPS_AHEAD = 8;
 
-    VALUE const* FindHashed(std::string_view key, uint32_t hash) const {
-        if (m_waitingCount > 0) Settle();
-        ID const id = m_slots.Find(hash, IsKey(key));
-        return id == NONE ? nullptr : &m_arena[id];
-    }
-
-    // Enters the keys that wait. There is room for them.
-    void Settle() const noexcept {
-        for (std::size_t i = 0; i < m_waitingCount; ++i) m_slots.Insert(m_waiting[i].hash, m_waiting[i].id);
-        m_waitingCount = 0;
-    }
-
-    auto IsKey(std::string_view key) const {
+    auto HasKey(std::string_view key) const {
         return [this, key](ID id) { return m_arena[id].HasKey(key); };
     }
     auto IsBefore(std::string_view key) const {
@@ -172,14 +156,8 @@ class PARAMETER_MAP {
 
     PARAMETER_ARENA<VALUE> m_arena;
     PARAMETER_ORDER m_order;
-    // New keys enter the table only when some have come together, or one is looked for: until then memory has time to
-    // bring their places.
-    static constexpr std::size_t MOST_WAITING = 16;
-    mutable PARAMETER_SLOTS m_slots;
-    mutable std::array<PARAMETER_SLOTS::SLOT, MOST_WAITING> m_waiting{};
-    mutable std::size_t m_waitingCount = 0;
-    uint64_t m_seed = KEY_HASH::Seed();
-    // Whether FindOrInsert last made a key at the end, where the next one is then tried first. A hint only: whatever it
-    // says, what erases, clears or moves may leave it.
+    KEY_INDEX m_index;
+    // Whether FindOrInsert last made a key at the end, where the next one is then tried first. A hint only: a stale
+    // value is harmless.
     bool m_isAppending = true;
 };

@@ -7,9 +7,9 @@
 #include <new>
 #include <stdexcept>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
-#include "Store/KeyHash.h"
+#include "Store/KeyIndex.h"
 
 // One heap block: a short header, then the characters with a NUL. Half of what a pointer to a std::string costs.
 class TICKET_TEXT {
@@ -59,17 +59,26 @@ class TICKET_TEXTS {
 
     // The characters that stay. Throws std::bad_alloc.
     char const* Stable(TICKET_TEXT& text) {
-        if (!text.m_stable) text.m_stable = *m_texts.insert(&text).first;
+        if (!text.m_stable) text.m_stable = FindOrInsert(text);
         return text.m_stable->Characters();
     }
 
  private:
-    struct HASH {
-        std::size_t operator()(TICKET_TEXT const* text) const { return KEY_HASH::Hash(text->View(), KEY_HASH::Seed()); }
-    };
-    struct EQUAL {
-        bool operator()(TICKET_TEXT const* a, TICKET_TEXT const* b) const { return a->View() == b->View(); }
-    };
+    using ID = KEY_INDEX::ID;  // one more than the position in m_texts
 
-    std::unordered_set<TICKET_TEXT*, HASH, EQUAL> m_texts;
+    TICKET_TEXT const* FindOrInsert(TICKET_TEXT& text) {
+        std::string_view const key = text.View();
+        uint32_t hash = m_index.Hash(key);
+        auto const keyOf = [this](ID id) { return m_texts[id - 1]->View(); };
+        ID const found = m_index.Find(hash, [&](ID id) { return keyOf(id) == key; });
+        if (found != KEY_INDEX::NONE) return m_texts[found - 1];
+        if (m_texts.size() == UINT32_MAX) throw std::bad_alloc();
+        if (m_index.Reserve(1, keyOf)) hash = m_index.Hash(key);
+        m_texts.push_back(&text);
+        m_index.Insert(hash, static_cast<ID>(m_texts.size()));
+        return &text;
+    }
+
+    std::vector<TICKET_TEXT*> m_texts;
+    KEY_INDEX m_index;
 };

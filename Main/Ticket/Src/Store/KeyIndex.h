@@ -1,0 +1,168 @@
+// The hash table from keys to the ids under which their owner keeps them.
+//
+// The table is an array of hashes in ascending order with free slots between them: the leading bits of a hash name its
+// home slot, and an entry stands there or in one of the next slots. A search looks at 1.8 slots on average when the
+// table is three fifths full. The order buys two things: the table grows in one pass over both arrays without a look at
+// a key, and searches stay short: with a million keys the longest is some 35 slots.
+//
+// A search that becomes longer than that means that somebody knows the hash. The table is then built anew with another
+// secret; see KeyHash.h.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Store/KeyHash.h"
+
+class KEY_INDEX {
+ public:
+    using ID = uint32_t;
+    static constexpr ID NONE = 0;  // no entry has it
+
+    // 31 bits, so that no hash is that of a free slot.
+    uint32_t Hash(std::string_view key) const {
+        return static_cast<uint32_t>(KEY_HASH::Hash(key, m_secret) >> (64 - HASH_BITS));
+    }
+
+    std::size_t Count() const { return m_count; }
+
+    // The id with this hash for which `isKey(id)` holds, or NONE.
+    template <typename IS_KEY>
+    ID Find(uint32_t hash, IS_KEY const& isKey) const {
+        if (m_slots.empty()) return NONE;
+        SLOT const* slot = &m_slots[Home(hash)];
+        while (slot->hash < hash) ++slot;
+        for (; slot->hash == hash; ++slot)
+            if (isKey(slot->id)) return slot->id;
+        return NONE;
+    }
+
+    // Makes room for `more` entries. `keyOf(id)` is the key of an id. Returns whether hashes have changed, which then
+    // must be computed again. Throws std::bad_alloc and then has changed nothing.
+    template <typename KEY_OF>
+    bool Reserve(std::size_t more, KEY_OF const& keyOf) {
+        if (m_count + more > m_limit) Grow(m_count + more);
+        if (!m_isCrowded) return false;
+        Rekey(keyOf);
+        return true;
+    }
+
+    // Needs a Reserve before it.
+    void Insert(uint32_t hash, ID id) noexcept {
+        std::size_t at = Home(hash);
+        while (m_slots[at].hash <= hash) ++at;
+        std::size_t free = at;
+        while (m_slots[free].hash != FREE) ++free;
+        std::size_t longest = at - Home(hash);
+        for (; free > at; --free) {
+            m_slots[free] = m_slots[free - 1];
+            longest = std::max(longest, free - Home(m_slots[free].hash));
+        }
+        m_slots[at] = {hash, id};
+        ++m_count;
+        if (longest >= m_longest) m_isCrowded = true;
+    }
+
+    // The id must be in the table.
+    void Erase(uint32_t hash, ID id) noexcept {
+        std::size_t at = Home(hash);
+        while (m_slots[at].id != id) ++at;
+        // Entries that are not at home move back by one slot.
+        for (; m_slots[at + 1].hash != FREE && Home(m_slots[at + 1].hash) <= at; ++at) m_slots[at] = m_slots[at + 1];
+        m_slots[at] = {FREE, NONE};
+        --m_count;
+    }
+
+    void Clear() noexcept { *this = KEY_INDEX(); }
+
+    // Hints that make the waits for memory of several searches overlap: fetches the slot where a search begins, and
+    // returns the first id that such a search would look at, or NONE.
+    void Prefetch(uint32_t hash) const {
+        if (!m_slots.empty()) Fetch(&m_slots[Home(hash)]);
+    }
+    ID Guess(uint32_t hash) const {
+        return Find(hash, [](ID) { return true; });
+    }
+    static void Fetch(void const* address) {
+        __builtin_prefetch(address);
+        asm volatile("");  // compilers drop the calls of functions that do nothing but prefetch
+    }
+
+ private:
+    struct SLOT {
+        uint32_t hash;
+        ID id;
+    };
+
+    static constexpr unsigned HASH_BITS = 31;
+    static constexpr uint32_t FREE = UINT32_MAX;  // above every hash
+    static constexpr unsigned FIRST_BITS = 4;
+    static constexpr unsigned REKEY_ATTEMPTS = 8;
+
+    static constexpr std::size_t LimitOf(std::size_t homes) { return homes / 16 * 13; }
+    // How many slots behind its home an entry may stand. Even when the table is full, chance alone comes this far once
+    // in a thousand tables.
+    static constexpr std::size_t LongestOf(unsigned bits) { return 16 + 2 * bits; }
+
+    std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
+
+    KEY_INDEX WithHomes(unsigned bits) const {
+        if (bits > HASH_BITS) throw std::bad_alloc();
+        KEY_INDEX table;
+        std::size_t const homes = std::size_t{1} << bits;
+        table.m_longest = LongestOf(bits);
+        // The last slot stays free and ends every search.
+        table.m_slots.assign(homes + table.m_longest + 1, SLOT{FREE, NONE});
+        table.m_shift = HASH_BITS - bits;
+        table.m_limit = LimitOf(homes);
+        table.m_secret = m_secret;
+        return table;
+    }
+
+    unsigned Bits() const { return m_slots.empty() ? FIRST_BITS : HASH_BITS - m_shift; }
+
+    void Grow(std::size_t count) {
+        unsigned bits = Bits();
+        while (bits < HASH_BITS && LimitOf(std::size_t{1} << bits) < count) ++bits;
+        KEY_INDEX larger = WithHomes(bits);
+        std::size_t next = 0;
+        for (SLOT const& slot : m_slots) {
+            if (slot.hash == FREE) continue;
+            next = std::max(next, larger.Home(slot.hash));
+            larger.m_slots[next++] = slot;
+        }
+        larger.m_count = m_count;
+        larger.m_isCrowded = m_isCrowded;
+        *this = std::move(larger);
+    }
+
+    // Not inlined: only chance or hostile keys lead here.
+    template <typename KEY_OF>
+    [[gnu::noinline]] void Rekey(KEY_OF const& keyOf) {
+        // More than half full, the table may be crowded by chance; so it becomes larger as well.
+        unsigned const bits = Bits() + (m_count > m_limit / 2 ? 1 : 0);
+        for (unsigned attempt = 0; attempt < REKEY_ATTEMPTS; ++attempt) {
+            KEY_INDEX table = WithHomes(bits);
+            table.m_secret = KEY_HASH::NewSecret();
+            for (auto slot = m_slots.begin(); slot != m_slots.end() && !table.m_isCrowded; ++slot)
+                if (slot->hash != FREE) table.Insert(table.Hash(keyOf(slot->id)), slot->id);
+            if (table.m_isCrowded) continue;
+            *this = std::move(table);
+            return;
+        }
+        throw std::bad_alloc();
+    }
+
+    std::vector<SLOT> m_slots;
+    std::size_t m_count = 0;
+    std::size_t m_limit = 0;    // of m_count, before searches become long
+    std::size_t m_longest = 0;  // see LongestOf
+    unsigned m_shift = 0;       // brings a hash down to its home
+    bool m_isCrowded = false;   // an entry stands too far from its home
+    KEY_HASH::SECRET m_secret = KEY_HASH::ProcessSecret();
+};
