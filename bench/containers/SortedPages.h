@@ -18,9 +18,9 @@ class SORTED_PARAMETER_MAP {
 
      private:
         friend class SORTED_PARAMETER_MAP;
-        POSITION(PARAMETER_ORDER::PLACE place, PARAMETER_ENTRY<VALUE> const* entry) : m_place(place), m_entry(entry) {}
+        POSITION(PARAMETER_ORDER::PLACE place, KEYED_VALUE<VALUE> const* entry) : m_place(place), m_entry(entry) {}
         PARAMETER_ORDER::PLACE m_place;
-        PARAMETER_ENTRY<VALUE> const* m_entry;
+        KEYED_VALUE<VALUE> const* m_entry;
     };
 
     SORTED_PARAMETER_MAP() = default;

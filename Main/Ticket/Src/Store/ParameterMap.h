@@ -26,9 +26,9 @@ class PARAMETER_MAP {
 
      private:
         friend class PARAMETER_MAP;
-        POSITION(PARAMETER_ORDER::PLACE place, PARAMETER_ENTRY<VALUE> const* entry) : m_place(place), m_entry(entry) {}
+        POSITION(PARAMETER_ORDER::PLACE place, KEYED_VALUE<VALUE> const* entry) : m_place(place), m_entry(entry) {}
         PARAMETER_ORDER::PLACE m_place;
-        PARAMETER_ENTRY<VALUE> const* m_entry;
+        KEYED_VALUE<VALUE> const* m_entry;
     };
 
     PARAMETER_MAP() = default;
@@ -71,11 +71,12 @@ class PARAMETER_MAP {
         uint32_t hash = m_index.Hash(key);
         // Files hold their keys in order: a key that comes last needs no search.
         bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
-        if (isLast) {
-            m_index.Prefetch(hash);
-        } else if (ID const id = m_index.Find(hash, HasKey(key)); id != NONE) {
-            m_isAppending = false;
-            return m_arena[id];
+        if (!isLast) {
+            ID const id = m_index.Find(hash, HasKey(key));
+            if (id != NONE) {
+                m_isAppending = false;
+                return m_arena[id];
+            }
         }
         if (Reserve(1)) hash = m_index.Hash(key);
         ID const id = m_arena.Make(key);
@@ -87,7 +88,7 @@ class PARAMETER_MAP {
             m_arena.Free(id);
             throw;
         }
-        m_index.Insert(hash, id);
+        isLast ? m_index.InsertLater(hash, id) : m_index.Insert(hash, id);
         return m_arena[id];
     }
 
