@@ -1,9 +1,9 @@
-# What `cmake --install` puts in place, as three components: runtime, development, tool.
+# What `cmake --install` puts in place, as components: runtime, development, tool, documentation, python.
 include(CMakePackageConfigHelpers)
-find_program(GZIP gzip REQUIRED)
 
 install(TARGETS ConfigurationControl EXPORT ConfigurationControlTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY include/ConfigurationControl DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ConfigurationControl)
@@ -28,16 +28,33 @@ foreach(dir LIBDIR INCLUDEDIR)  # which may be absolute, and elsewhere
         string(PREPEND pkgconfig_${dir} "\${prefix}/")
     endif()
 endforeach()
+# `pkg-config --static` tells what hosts of the static library link besides it.
+set(pkgconfig_private "")
+if(NOT BUILD_SHARED_LIBS)
+    set(pkgconfig_private "Requires.private: pugixml\nLibs.private: -lstdc++ -lpthread -ldl\n")
+endif()
 configure_file(packaging/configurationcontrol.pc.in ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-set(docs_dir ${CMAKE_INSTALL_DATADIR}/doc/libconfigurationcontrol-dev)
+if(NOT PROJECT_IS_TOP_LEVEL)  # what follows is ours alone: documents, tool, packages
+    return()
+endif()
+
+find_program(GZIP gzip REQUIRED)
+configure_file(cmake/Uninstall.cmake.in Uninstall.cmake @ONLY)
+add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -P ${CMAKE_CURRENT_BINARY_DIR}/Uninstall.cmake
+    COMMENT "Removing what was installed from this build" VERBATIM)
+
+set(docs_dir ${CMAKE_INSTALL_DATADIR}/doc/configurationcontrol-doc)
 # Placed as in the sources, so that the links between documents lead to files here too.
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${docs_dir} COMPONENT development)
-install(DIRECTORY docs DESTINATION ${docs_dir} COMPONENT development FILES_MATCHING PATTERN "*.md")
-install(FILES tools/mutate_equivalent.txt DESTINATION ${docs_dir}/tools COMPONENT development)
-install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT development PATTERN "CMakeLists.txt" EXCLUDE)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${docs_dir} COMPONENT documentation)
+install(DIRECTORY docs DESTINATION ${docs_dir} COMPONENT documentation FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+install(FILES tools/mutate_equivalent.txt DESTINATION ${docs_dir}/tools COMPONENT documentation)
+install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT documentation PATTERN "CMakeLists.txt" EXCLUDE)
+
+install(DIRECTORY python/configurationcontrol DESTINATION lib/python3/dist-packages COMPONENT python
+    PATTERN "__pycache__" EXCLUDE)
 
 if(TARGET ticket)
     install(TARGETS ticket RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

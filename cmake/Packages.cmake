@@ -1,61 +1,108 @@
-# Debian packages by `cpack`: runtime library, development files, tool.
+# Debian and RPM packages by `cpack`, for those who have no distribution's tools: the same packages with the same files as
+# debian/ describes.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME configurationcontrol)
 set(CPACK_PACKAGE_VENDOR "ConfigurationControl maintainers")
-# The project's would stand in front of what each package says of itself.
+# The project's summary would stand in front of what each package says of itself.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
-set(CPACK_PACKAGE_CONTACT "ConfigurationControl maintainers <maintainers@configurationcontrol.example>")
+# Debian's format asks for an address. Whoever distributes the packages puts in their own.
+set(CONFIGURATIONCONTROL_MAINTAINER "Maintainer not chosen yet <not-chosen-yet@maintainer.example>"
+    CACHE STRING "Name and address that packages give as their maintainer's")
+set(CPACK_PACKAGE_CONTACT ${CONFIGURATIONCONTROL_MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime development)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# One row a package: component, name, section, dependencies besides those found in the binaries, what it is in one line and
-# in several.
-function(add_package component name section depends summary)
-    string(TOUPPER ${component} key)
-    set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
-    set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
-    set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${depends}" PARENT_SCOPE)
-    list(JOIN ARGN "\n" details)  # CPack puts the blanks in front of the lines
-    set(CPACK_DEBIAN_${key}_DESCRIPTION "${summary}\n${details}" PARENT_SCOPE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# CPack could write "shlibs" itself, but adds scripts that call ldconfig, which the trigger does.
+configure_file(packaging/shlibs.in shlibs @ONLY)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers ${CMAKE_CURRENT_BINARY_DIR}/shlibs)
 
-    set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${name})
-    install(FILES packaging/copyright DESTINATION ${doc_dir} COMPONENT ${component})
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${doc_dir} COMPONENT ${component})
-endfunction()
+set(CPACK_RPM_COMPONENT_INSTALL ON)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_VENDOR ${CPACK_PACKAGE_VENDOR})
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")  # as in the Debian packages
+set(CPACK_RPM_PACKAGE_LICENSE LicenseRef-not-chosen-yet)
+set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
+set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+    /usr/lib/python3 /usr/lib/python3/dist-packages /usr/share/man /usr/share/man/man1
+    /usr/share/bash-completion /usr/share/bash-completion/completions)
 
-# Debian wants a change log of its own form in every package.
+# Debian and RPM want a change log of their own form in every package.
+find_program(GZIP gzip REQUIRED)
 configure_file(packaging/changelog.in changelog @ONLY)
 execute_process(COMMAND ${GZIP} -9nfk changelog WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     COMMAND_ERROR_IS_FATAL ANY)
 
+# One row a package: component, name, section, what it is in one line and in several; then, after DEPENDS, what it needs besides
+# the libraries that are found in its programs, and INDEPENDENT for one that is the same on all machines.
+function(add_package component name section summary)
+    cmake_parse_arguments(PARSE_ARGV 4 package INDEPENDENT "" "DETAILS;DEPENDS")
+    string(TOUPPER ${component} key)
+    list(JOIN package_DETAILS "\n" details)  # CPack puts the blanks in front of the lines
+    list(JOIN package_DEPENDS ", " depends)
+    set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${depends}" PARENT_SCOPE)
+    set(CPACK_DEBIAN_${key}_DESCRIPTION "${summary}\n${details}" PARENT_SCOPE)
+    string(REGEX REPLACE "[()]" "" rpm_depends "${depends}")
+    string(REGEX REPLACE "-dev$" "-devel" rpm_name ${name})
+    set(CPACK_RPM_${key}_PACKAGE_NAME ${rpm_name} PARENT_SCOPE)
+    set(CPACK_RPM_${key}_PACKAGE_REQUIRES "${rpm_depends}" PARENT_SCOPE)
+    set(CPACK_RPM_${key}_PACKAGE_SUMMARY "${summary}" PARENT_SCOPE)
+    set(CPACK_RPM_${key}_PACKAGE_DESCRIPTION "${details}" PARENT_SCOPE)
+    if(package_INDEPENDENT)
+        set(CPACK_DEBIAN_${key}_PACKAGE_ARCHITECTURE all PARENT_SCOPE)
+        set(CPACK_RPM_${key}_PACKAGE_ARCHITECTURE noarch PARENT_SCOPE)
+    else()
+        set(CPACK_DEBIAN_${key}_PACKAGE_SHLIBDEPS ON PARENT_SCOPE)
+    endif()
+    set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
+
+    set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${name})
+    install(FILES packaging/copyright DESTINATION ${doc_dir} COMPONENT ${component})
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${doc_dir}
+        COMPONENT ${component})
+endfunction()
+
 set(soname_package libconfigurationcontrol${PROJECT_VERSION_MAJOR})
-add_package(runtime ${soname_package} libs ""
-    "typed persistent settings store (shared library)"
-    "An ordered store of typed values, in memory or bound to one XML file,"
-    "behind a fixed table of functions, and the settings service of a"
-    "desktop client on top of it.")
-add_package(development libconfigurationcontrol-dev libdevel "${soname_package} (= ${PROJECT_VERSION})"
-    "typed persistent settings store (development files)"
-    "Headers, CMake and pkg-config files, guides and examples for programs"
-    "that use the ConfigurationControl library.")
+set(CPACK_COMPONENTS_ALL)
+if(BUILD_SHARED_LIBS)
+    add_package(runtime ${soname_package} libs "typed persistent settings store (shared library)" DETAILS
+        "An ordered store of typed values, in memory or bound to one XML file,"
+        "behind a fixed table of functions, and the settings service of a"
+        "desktop client on top of it.")
+    set(exact_runtime "${soname_package} (= ${PROJECT_VERSION})")
+    set(any_runtime "${soname_package} (>= ${PROJECT_VERSION})")
+endif()
+add_package(development libconfigurationcontrol-dev libdevel "typed persistent settings store (development files)"
+    DEPENDS ${exact_runtime} DETAILS
+    "An ordered store of typed values, in memory or bound to one XML file."
+    "."
+    "This package contains the headers, and the files by which CMake and"
+    "pkg-config find the library.")
 if(TARGET ticket)
-    list(APPEND CPACK_COMPONENTS_ALL tool)
-    add_package(tool configurationcontrol-tools utils "${soname_package} (>= ${PROJECT_VERSION})"
-        "look into and mend ticket settings files"
+    add_package(tool configurationcontrol-tools utils "look into and mend ticket settings files"
+        DEPENDS ${any_runtime} DETAILS
         "The ticket command lists, reads, changes, compares, checks and converts"
         "the XML settings files of the ConfigurationControl library.")
 endif()
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers)
+add_package(documentation configurationcontrol-doc doc "typed persistent settings store (documentation)" INDEPENDENT DETAILS
+    "Guides, file format, API reference and examples of the"
+    "ConfigurationControl library.")
+if(BUILD_SHARED_LIBS)
+    add_package(python python3-configurationcontrol python "typed persistent settings store (Python 3 module)" INDEPENDENT
+        DEPENDS ${any_runtime} "python3" DETAILS
+        "Reads and writes the tickets of the ConfigurationControl library from"
+        "Python: a mutable mapping from keys to typed values, in memory or bound"
+        "to one XML file.")
+endif()
 
 include(CPack)

@@ -1,0 +1,72 @@
+"""Which Python values a ticket holds, and which of them a file gives back as they were."""
+
+from __future__ import annotations
+
+import ctypes
+import math
+import os
+import re
+from typing import List, Tuple, Union
+
+from . import _records as records
+
+Scalar = Union[int, float, str, bytes]
+Value = Union[Scalar, List[Scalar]]
+
+_EXACT = 2**53  # every whole number up to here is a double
+_ENTITY = re.compile(rb"&(amp|lt|gt|quot|apos|#[0-9]|#x[0-9A-Fa-f])")
+
+
+def text_bytes(text: str) -> bytes:
+    """The bytes of a text or key. Bytes of a file that are no UTF-8 come back as they were."""
+    encoded = text.encode("utf-8", "surrogateescape")
+    if b"\0" in encoded:
+        raise ValueError("a text holds no NUL; store bytes instead")
+    return encoded
+
+
+def text_of(encoded: bytes) -> str:
+    return encoded.decode("utf-8", "surrogateescape")
+
+
+def _check_bytes(value: bytes) -> None:
+    if value[:1] == b" " or (value[-1:] == b" " and value[-2:] != b"  "):
+        raise ValueError(f"not kept by a file: a blank at the edge of {value!r}")
+    if _ENTITY.search(value):
+        raise ValueError(f"not kept by a file: an XML entity in {value!r}")
+
+
+def check_file_keeps(value: Scalar) -> None:
+    """Raises ValueError for a scalar that a file would change or refuse."""
+    if isinstance(value, str):
+        _check_bytes(text_bytes(value))
+    elif isinstance(value, bytes):
+        _check_bytes(value)
+    elif isinstance(value, float) and math.isinf(value):
+        raise ValueError("not kept by a file: an infinite number")
+    elif isinstance(value, float) and value == 0 and math.copysign(1, value) < 0:
+        raise ValueError("not kept by a file: the sign of -0.0")
+    elif not math.isnan(value) and value == int(value):
+        wide = isinstance(value, int) and abs(value) > _EXACT
+        if not wide and not -(2**31) < value < 2**31:
+            raise ValueError(f"not kept by a file: the whole number {value}, which needs more than 32 bits")
+
+
+def encoded(value: Scalar) -> Tuple[int, object]:
+    """The type number of a scalar, and an object whose memory is the value as the table takes it."""
+    if isinstance(value, bytes):
+        data = ctypes.create_string_buffer(value, max(len(value), 1))
+        record = records.BinString(ctypes.addressof(data), len(value))
+        record.kept = data  # the record points into it
+        return records.BINSTR, record
+    if isinstance(value, (str, os.PathLike)):
+        return records.STRING, ctypes.create_string_buffer(text_bytes(os.fspath(value)))
+    if isinstance(value, float):
+        return records.DOUBLE, ctypes.c_double(value)
+    if isinstance(value, int):
+        if -(2**63) <= value < 2**63:
+            return records.INT64, ctypes.c_int64(value)
+        if value < 2**64 and value > 0:
+            return records.UINT64, ctypes.c_uint64(value)
+        raise OverflowError(f"{value} needs more than 64 bits")
+    raise TypeError(f"a ticket holds int, float, str, bytes and lists of them, not {type(value).__name__}")

@@ -1,0 +1,200 @@
+"""The Python module as a program uses it: the shared library by ctypes, nothing else."""
+
+import gc
+import math
+import os
+import tempfile
+import threading
+import unittest
+
+from configurationcontrol import SaveError, Ticket
+
+
+class TicketTest(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.path = os.path.join(self.directory.name, "settings.xml")
+
+    def tearDown(self):
+        self.directory.cleanup()
+
+    def text(self):
+        with open(self.path, encoding="utf-8") as file:
+            return file.read()
+
+    def test_values_come_back_with_their_types(self):
+        values = {
+            "flag": True,
+            "whole": -42,
+            "fraction": 2.5,
+            "text": "proof station",
+            "bytes": b"\x00\xff<",
+            "empty text": "",
+            "no bytes": b"",
+            "vector": [1, "two", b"3", 4.5],
+            "umlaut/ä": "ö",
+        }
+        ticket = Ticket()
+        ticket.update(values)
+        self.assertEqual(dict(ticket), values)
+        self.assertIs(type(ticket["whole"]), int)
+        self.assertIs(type(ticket["fraction"]), float)
+
+    def test_wide_numbers_come_back_from_memory(self):
+        ticket = Ticket()
+        for number in (2**31, 2**53, 2**53 + 1, -(2**63), 2**63 - 1, 2**64 - 1):
+            ticket["wide"] = number
+            self.assertEqual(ticket["wide"], number)
+
+    def test_not_a_number_comes_back(self):
+        ticket = Ticket()
+        ticket["nan"] = math.nan
+        self.assertTrue(math.isnan(ticket["nan"]))
+
+    def test_block_saves_the_file(self):
+        with Ticket(self.path) as ticket:
+            ticket["Log/Level"] = 5
+            ticket["Recent"] = ["a", "b"]
+        self.assertIn('<Level type="int">5</Level>', self.text())
+        with Ticket(self.path) as ticket:
+            self.assertEqual(ticket.read_all(), {"Log/Level": 5, "Recent": ["a", "b"]})
+            self.assertEqual(ticket.load_outcome.state, "loaded")
+
+    def test_what_a_file_changes_is_refused_with_a_reason_and_nothing_is_stored(self):
+        ticket = Ticket(self.path)
+        for value in (2**31, -(2**31), 2**53, 3e9, math.inf, -0.0, " a", "a ", b" ", "&amp;", "&#65;", "a\0b", [], [" a"]):
+            with self.subTest(value=value), self.assertRaises(ValueError):
+                ticket.update({"good": 1, "bad": value})
+        self.assertEqual(len(ticket), 0)
+
+    def test_what_is_accepted_comes_back_from_a_file(self):
+        values = {
+            "int": 2**31 - 1,
+            "wide": 2**53 + 1,
+            "negative wide": -(2**63),
+            "unsigned": 2**64 - 1,
+            "double": 0.1,
+            "large": 1e300,
+            "blanks": "a  b   c",
+            "two at the end": "a  ",
+            "controls": "\t\n\r\x01\x7f\\",
+            "markup": "<&> & \"'",
+            "no utf-8": "\udcff",
+        }
+        with Ticket(self.path) as ticket:
+            ticket.update(values)
+        with Ticket(self.path) as ticket:
+            self.assertEqual(dict(ticket), values)
+
+    def test_unknown_types_and_keys_are_refused(self):
+        ticket = Ticket()
+        for value in (None, object(), {"a": 1}, [None], 2**64):
+            with self.subTest(value=value), self.assertRaises((TypeError, OverflowError)):
+                ticket["key"] = value
+        with self.assertRaises(ValueError):
+            ticket[""] = 1
+        with self.assertRaises(KeyError):
+            ticket["missing"]
+        with self.assertRaises(KeyError):
+            del ticket["missing"]
+        self.assertEqual(ticket.get("missing", 7), 7)
+
+    def test_mapping_protocol(self):
+        ticket = Ticket()
+        ticket["b"] = 1
+        ticket["a"] = [1, 2, 3]
+        ticket["a"] = [4]
+        self.assertEqual(list(ticket), ["a", "b"])
+        self.assertEqual(ticket["a"], [4])
+        self.assertIn("b", ticket)
+        self.assertNotIn("c", ticket)
+        self.assertEqual(ticket.pop("b"), 1)
+        self.assertEqual(ticket.setdefault("d", "e"), "e")
+        self.assertEqual(ticket.read_list("d"), ["e"])
+        self.assertEqual(ticket.read_list("none"), [])
+        ticket.clear()
+        self.assertEqual(len(ticket), 0)
+
+    def test_failed_save_raises_with_the_reason(self):
+        ticket = Ticket(os.path.join(self.directory.name, "no such folder", "settings.xml"))
+        ticket["a"] = 1
+        with self.assertRaises(SaveError) as caught:
+            ticket.save()
+        self.assertEqual(caught.exception.step, "open")
+        self.assertEqual(caught.exception.errno, 2)
+        self.assertIn("No such file", str(caught.exception))
+
+    def test_broken_file_tells_where_it_breaks_and_is_kept(self):
+        with open(self.path, "w", encoding="utf-8") as file:
+            file.write("<ticket>\n<a type=\"int\">1</b>\n</ticket>\n")
+        with Ticket(self.path) as ticket:
+            self.assertEqual(len(ticket), 0)
+            self.assertEqual((ticket.load_outcome.state, ticket.load_outcome.line), ("no document", 2))
+            ticket["a"] = 2
+        self.assertTrue(os.path.exists(self.path + ".unreadable"))
+
+    def test_closed_ticket_is_refused(self):
+        ticket = Ticket()
+        ticket.close()
+        ticket.close()
+        with self.assertRaises(ValueError):
+            ticket["a"] = 1
+
+    def test_exceptions_of_work_under_the_lock_come_through(self):
+        ticket = Ticket()
+        self.assertEqual(ticket.locked(lambda: len(ticket)), 0)
+        with self.assertRaises(ZeroDivisionError):
+            ticket.locked(lambda: 1 / 0)
+        ticket["a"] = 1  # the lock was given back
+
+    def test_observers_hear_changes_until_they_end(self):
+        ticket = Ticket()
+        heard = []
+        end = ticket.observe(heard.append)
+        ticket["a"] = 1
+        ticket.update({"b": 2, "c": 3})
+        ticket.clear()
+        end()
+        end()
+        ticket["d"] = 4
+        self.assertEqual(heard, [["a"], ["b", "c"], None])
+
+    def test_merge_copies_what_is_selected(self):
+        source, target = Ticket(), Ticket()
+        source.update({"Window/Width": 1, "Window/Height": 2, "Log": 3})
+        self.assertTrue(target.merge(source, ["Window/*"]))
+        self.assertEqual(list(target), ["Window/Height", "Window/Width"])
+
+    def test_advisory_locks(self):
+        ticket = Ticket()
+        self.assertTrue(ticket.lock(3, 7))
+        self.assertFalse(ticket.lock(3, 8))
+        self.assertTrue(ticket.unlock(3, 7))
+        self.assertTrue(ticket.lock(3, 8))
+
+    def test_threads_lose_no_value(self):
+        ticket = Ticket()
+
+        def work(number):
+            for i in range(200):
+                ticket[f"{number}/{i}"] = "x" * (i % 7)
+                ticket["shared"] = f"text {i}"
+                self.assertTrue(ticket["shared"].startswith("text "))
+
+        threads = [threading.Thread(target=work, args=(n,)) for n in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual(len(ticket), 4 * 200 + 1)
+
+    def test_forgotten_ticket_saves_its_changes(self):
+        ticket = Ticket(self.path)
+        ticket["a"] = 1
+        del ticket
+        gc.collect()
+        self.assertIn(">1<", self.text())
+
+
+if __name__ == "__main__":
+    unittest.main()
