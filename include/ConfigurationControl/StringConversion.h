@@ -24,8 +24,11 @@ class STICKET_STRING_CONVERSION {
      * is replaced when the first one ends.
      */
     virtual std::string ToFile(std::string const& text) = 0;
-    /** Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. A load
-     * may ask for a text twice, and for texts of a file that then proves broken, which come to nothing. */
+    /**
+     * Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. A load
+     * asks once for each text that it keeps, in the order of the file; for all of them again if the file is changed in
+     * place meanwhile. Texts of a file that then proves broken are dropped.
+     */
     virtual std::string FromFile(std::string const& text, int reserved) = 0;
 
  protected:

@@ -58,15 +58,19 @@ inline VALUES Walked(STICKET_ACCESS const* ticket) {
 // file's format tells.
 inline bool IsSure(std::string const& component) {
     if (component.empty()) return true;
-    bool const mayBeMarkup = component.front() == '!' || (component.front() == '?' && component.size() > 1);
-    return !mayBeMarkup && component.back() != ' ' && std::none_of(component.begin(), component.end(), [](char byte) {
-        return static_cast<unsigned char>(byte) < ' ' || byte == '<' || byte == '>' || byte == '"' || byte == '=';
-    });
+    return component.back() != ' ' && std::none_of(component.begin(), component.end(), [](char byte) {
+               return static_cast<unsigned char>(byte) < ' ' || byte == '<' || byte == '>' || byte == '"' ||
+                      byte == '=';
+           });
 }
 
+// The empty element of a key that ends in "/" may also be taken for markup, and for the beginning of more.
 inline bool IsSureKey(std::string key) {
-    for (std::size_t end; (end = key.find('/')) != std::string::npos; key.erase(0, end + 1))
-        if (!IsSure(key.substr(0, end))) return false;
+    bool const isEmptyElement = !key.empty() && key.back() == '/';
+    for (std::size_t end; (end = key.find('/')) != std::string::npos; key.erase(0, end + 1)) {
+        bool const mayBeMarkup = isEmptyElement && (key.front() == '?' || key.front() == '!');
+        if (mayBeMarkup || !IsSure(key.substr(0, end))) return false;
+    }
     return IsSure(key);
 }
 

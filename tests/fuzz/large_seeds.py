@@ -68,7 +68,7 @@ def main():
     random.seed(1)
     os.makedirs(directory, exist_ok=True)
     corpus = [content for name in sorted(os.listdir(source)) if (content := read(f"{source}/{name}"))]
-    make = ticket_files if target == "load" else calls
+    make = ticket_files if target in ("load", "reader") else calls
     for size in SIZES:
         for number, content in enumerate(make(corpus, size)):
             with open(f"{directory}/{size >> 10}KiB_{number}", "wb") as file:

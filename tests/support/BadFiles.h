@@ -225,6 +225,17 @@ inline void AddEscapes(TABLE& table) {
 inline void AddKeys(TABLE& table) {
     table.Loads("names that are none in XML",
                 "<ticket>\n\t<HP 4000>\n\t\t<1 type=\"int\">1</1>\n\t</HP 4000>\n</ticket>\n", {"HP 4000/1 2 1"});
+    table.Loads("names that look like the two ends of an instruction",
+                "<ticket>\n\t<?a type=\"int\">1</?a>\n\t<b type=\"int\">2</b>\n\t<z? type=\"int\">3</z?>\n</ticket>\n",
+                {"?a 2 1", "b 2 2", "z? 2 3"});
+    table.Loads(
+        "names that look like the two ends of a comment",
+        "<ticket>\n\t<!--a type=\"int\">1</!--a>\n\t<b type=\"int\">2</b>\n\t<z-- type=\"int\">3</z-->\n</ticket>\n",
+        {"!--a 2 1", "b 2 2", "z-- 2 3"});
+    table.LoadsInPart(
+        "such names beside one that cannot be read",
+        "<ticket>\n\t<?a type=\"int\">1</?a>\n\t<c<d>\n\t<z? type=\"int\">3</z?>\n\t<b type=\"int\">2</b>\n</ticket>\n",
+        {"b 2 2"});
     table.Fails("names that are none in XML, on one line", Root("<HP 4000><a type=\"int\">1</a></HP 4000>"));
     table.Fails("name with a bracket", "<ticket>\n\t<a<b type=\"int\">1</a<b>\n</ticket>\n");
     table.Fails("name with a quote", "<ticket>\n\t<a\"b type=\"int\">1</a\"b>\n</ticket>\n");

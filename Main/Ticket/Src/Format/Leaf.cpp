@@ -2,7 +2,6 @@
 #include "Format/Leaf.h"
 
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -14,14 +13,6 @@ PARAM_TYPE TypeNamed(std::string_view name) {
     for (auto const& known : TICKET_FORMAT::TYPE_NAMES)
         if (name == known.name) return known.type;
     return PARAM_NONE;
-}
-
-std::size_t KEY_PATH::Append(std::size_t parent, std::string_view name) {
-    std::size_t const end = parent + name.size();
-    if (m_text.size() <= end) m_text.resize(2 * (end + 1));
-    std::memcpy(&m_text[parent], name.data(), name.size());
-    m_text[end] = '\0';
-    return end;
 }
 
 std::size_t KEY_PATH::Enter(std::size_t parent, std::string_view name) {

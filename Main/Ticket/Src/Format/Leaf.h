@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -29,7 +30,14 @@ PARAM_TYPE TypeNamed(std::string_view name);
 class KEY_PATH {
  public:
     // Puts the name of an element, and a NUL, after the first `parent` bytes of the path. Returns where the name ends.
-    std::size_t Append(std::size_t parent, std::string_view name);
+    std::size_t Append(std::size_t parent, std::string_view name) {
+        std::size_t const end = parent + name.size();
+        if (m_text.size() <= end) m_text.resize(2 * (end + 1));
+        char* const text = m_text.data();
+        std::memcpy(text + parent, name.data(), name.size());
+        text[end] = '\0';
+        return end;
+    }
     // How much of the path the keys of elements inside the last one begin with, "/" included. Elements without a name
     // and those named "ticket" are no part of keys.
     std::size_t Enter(std::size_t parent, std::string_view name);

@@ -37,7 +37,7 @@ BYTE KindOf(char byte) {
 }
 
 bool BeginsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
+    return text.size() >= start.size() && std::memcmp(text.data(), start.data(), start.size()) == 0;
 }
 
 std::string_view Between(char const* begin, char const* end) {
@@ -71,26 +71,35 @@ LEAF_TEXT EndOfDecoded(char* at, char* lineEnd) {
 
 LEAF_TEXT FindEnd(char* text, char* lineEnd) {
     for (char* at = text;; ++at) {
+        while (KindOf(*at) == BYTE::PLAIN) ++at;
         switch (KindOf(*at)) {
-            case BYTE::PLAIN:
-                continue;
             case BYTE::SPACE: {
                 BYTE const next = KindOf(at[1]);
                 bool const stays = at != text && (next == BYTE::PLAIN || next == BYTE::AMPERSAND);
                 if (!stays) return EndOfDecoded(at, lineEnd);
-                continue;
+                break;
             }
             case BYTE::DECODED:
                 return EndOfDecoded(at, lineEnd);
             case BYTE::AMPERSAND:
                 if (IsEntity(Between(at, lineEnd))) return {nullptr, false};
-                continue;
+                break;
             case BYTE::END:
                 return {at, true};
-            case BYTE::FOREIGN:
+            default:
                 return {nullptr, false};
         }
     }
+}
+
+// The type that is named at the beginning of the text, before a quote; PARAM_NONE if there is none.
+TICKET_FORMAT::TYPE_NAME QuotedType(std::string_view text) {
+    for (auto const& known : TICKET_FORMAT::TYPE_NAMES) {
+        std::size_t const length = known.name.size();
+        bool const mayBe = text.size() > length && text[0] == known.name[0] && text[length] == '"';
+        if (mayBe && BeginsWith(text, known.name)) return known;
+    }
+    return {PARAM_NONE, {}};
 }
 
 }  // namespace
@@ -189,11 +198,10 @@ bool STRICT_READER::Close(std::string_view name) {
 // `rest` is what follows the name, up to the end of the line.
 bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
     if (!BeginsWith(Between(rest, end), TYPE_MARK)) return false;
-    char const* const typeName = rest + TYPE_MARK.size();
-    char* typeEnd = rest + TYPE_MARK.size();
-    while (XML_NAMES::IsLater(*typeEnd)) ++typeEnd;
-    PARAM_TYPE const type = TypeNamed(Between(typeName, typeEnd));
-    if (type == PARAM_NONE || typeEnd[0] != '"' || typeEnd[1] != '>') return false;
+    char* const typeName = rest + TYPE_MARK.size();
+    auto const [type, spelling] = QuotedType(Between(typeName, end));
+    char* const typeEnd = typeName + spelling.size();
+    if (type == PARAM_NONE || typeEnd[1] != '>') return false;
 
     char* const text = typeEnd + 2;
     auto const [textEnd, isPlain] = FindEnd(text, end);
@@ -213,8 +221,8 @@ bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
 // Makes m_key the key of a leaf. False if the keys of the file get too long.
 bool STRICT_READER::MoveTo(std::string_view name) {
     std::size_t const path = Path();
-    std::string_view const last(m_key.Text(), m_leafEnd);
-    if (m_leafEnd == path + name.size() && last.substr(path) == name) return true;  // an element of the same vector
+    bool const mayBeSame = m_leafEnd == path + name.size() && m_key.Text()[m_leafEnd - 1] == name.back();
+    if (mayBeSame && std::string_view(m_key.Text(), m_leafEnd).substr(path) == name) return true;  // the same vector
     m_leafEnd = m_key.Append(path, name);
     if (m_leafEnd > m_allowed) return false;
     m_allowed -= m_leafEnd;
