@@ -46,8 +46,8 @@ class Store {
     }
 
     std::string Write() {
-        TICKET_DOCUMENT document(nullptr, nullptr);
-        m_node.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+        TREE_WRITER document(nullptr, nullptr);
+        m_node.WalkParameter(&TREE_WRITER::SaveOne, &document, "", WALK_EVERYTHING);
         return std::string(document.Serialise().View());
     }
 

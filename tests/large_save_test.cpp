@@ -32,7 +32,7 @@ class PIECES final : public FILE_SINK {
         m_text += piece;
         ++m_count;
     }
-    std::string With(FILE_TEXT const& rest) const { return m_text + std::string(rest.View()); }
+    std::string With(TEXT_BUFFER const& rest) const { return m_text + std::string(rest.View()); }
     int Count() const { return m_count; }
 
  private:
@@ -65,8 +65,8 @@ class LargeSave : public testing::Test {
 TEST(FilePieces, MakeTheTextThatIsMadeAtOnce) {
     for (std::size_t const longest : {1u, 65536u, 1000000u}) {
         clTICKETNODE const node = LargeNode(longest);
-        TICKET_DOCUMENT document(nullptr, nullptr);
-        node.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+        TREE_WRITER document(nullptr, nullptr);
+        node.WalkParameter(&TREE_WRITER::SaveOne, &document, "", WALK_EVERYTHING);
         std::string const whole(document.Serialise().View());
 
         PIECES ofDocument;
@@ -74,8 +74,8 @@ TEST(FilePieces, MakeTheTextThatIsMadeAtOnce) {
         EXPECT_GT(ofDocument.Count(), 1);
 
         PIECES ofStream;
-        TICKET_STREAM stream(nullptr, &ofStream);
-        node.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
+        STREAM_WRITER stream(nullptr, &ofStream);
+        node.WalkParameter(&STREAM_WRITER::SaveOne, &stream, "", WALK_EVERYTHING);
         EXPECT_EQ(ofStream.With(stream.Finish()), whole);
         EXPECT_GT(ofStream.Count(), 1);
     }
@@ -83,7 +83,7 @@ TEST(FilePieces, MakeTheTextThatIsMadeAtOnce) {
 
 TEST(FilePieces, KeepWhatIsThereWhenMoreComesThanThereIsRoomFor) {
     for (std::size_t const length : {1u, 2u, 8191u, 8192u, 8193u}) {
-        FILE_TEXT text;
+        TEXT_BUFFER text;
         std::string const first(length, 'x');
         std::string const second(100000, 'y');
         text.Put(first);
@@ -96,7 +96,7 @@ TEST(FilePieces, HoldSixteenTimesAsMuchIndentationAsTextAndNoMore) {
     struct NOWHERE final : FILE_SINK {
         void Take(std::string_view) override {}
     } nowhere;
-    FILE_TEXT text(&nowhere);
+    TEXT_BUFFER text(&nowhere);
     constexpr std::size_t MEBIBYTE = std::size_t{1} << 20;
     constexpr int TEXTS = 33;  // so that 16 times as much is beyond what is never too much
     for (int i = 0; i < TEXTS; ++i) text.Put(std::string(MEBIBYTE, 'x'));

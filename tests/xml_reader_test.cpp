@@ -243,7 +243,7 @@ TEST(TicketReader, WhatIsWrittenIsReadBack) {
         if (!bytes.empty() && bytes.front() == ' ') bytes.front() = 'a';
         if (!bytes.empty() && bytes.back() == ' ') bytes.back() = 'z';
         BIN_STRING const binary{bytes.data(), bytes.size()};
-        TICKET_DOCUMENT document(nullptr, nullptr);
+        TREE_WRITER document(nullptr, nullptr);
         document.CreateSubElem("a/b", PARAM_BINSTR, &binary);
         std::string text = bytes;
         std::replace(text.begin(), text.end(), '\0', '0');
@@ -255,7 +255,7 @@ TEST(TicketReader, WhatIsWrittenIsReadBack) {
 
 TEST(TicketReader, LosesASingleSpaceAtEitherEnd) {
     for (auto const& [text, read] : {std::pair{" a", "a"}, {"a ", "a"}, {" ", ""}, {"  ", " "}, {"  a  ", " a  "}}) {
-        TICKET_DOCUMENT document(nullptr, nullptr);
+        TREE_WRITER document(nullptr, nullptr);
         document.CreateSubElem("x", PARAM_STRING, text);
         EXPECT_THAT(TicketText::Read(std::string(document.Serialise().View())).values, ElementsAre("x 4 "s + read))
             << '"' << text << '"';

@@ -165,7 +165,6 @@ class FILE_MODEL {
     }
 
     static std::string TextOf(VALUE const& value) {
-        std::string text;
         switch (value.type) {
             case PARAM_INT:
                 return std::to_string(As<int>(value.content));
@@ -174,8 +173,7 @@ class FILE_MODEL {
             case PARAM_UINT64:
                 return std::to_string(As<unsigned long long>(value.content));
             case PARAM_DOUBLE:
-                AppendNumber(text, BestDouble{As<double>(value.content), BestDouble::FILE_LIMIT});
-                return text;
+                return NumberText(BestDouble{As<double>(value.content), BestDouble::FILE_LIMIT});
             default:
                 return EncodeString(value.content);
         }

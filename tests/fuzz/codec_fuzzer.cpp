@@ -110,9 +110,8 @@ void CheckTexts(std::string const& bytes) {
     MustBeSame(DecodeString(bytes), Decoded(bytes), "decoded");
     MustBeSame(DecodeString(EncodeString(bytes)), bytes, "encoded and decoded");
     std::string appended = "before";
-    EncodeTo(appended, bytes);
     DecodeTo(appended, bytes);
-    MustBeSame(appended, "before" + Encoded(bytes) + Decoded(bytes), "appended");
+    MustBeSame(appended, "before" + Decoded(bytes), "appended");
 
     std::string const text = bytes.c_str();
     std::string scratch = "used before";
@@ -183,8 +182,7 @@ std::string Formatted(BestDouble const& number) {
 
 template <typename INTEGER>
 void CheckInteger(INTEGER number) {
-    std::string text;
-    AppendNumber(text, number);
+    std::string const text = NumberText(number);
     MustBeSame(text, Printed(number), "integer");
     MUST_HOLD(ParseNumber<INTEGER>(text) == number);
 }
@@ -209,7 +207,9 @@ void CheckSpelledNumber(std::string const& text) {
     MustBeSame(Bits(ParseNumber<std::int32_t>(text)), Bits(Extracted<std::int32_t>(text)), "int");
     MustBeSame(Bits(ParseNumber<std::int64_t>(text)), Bits(Extracted<std::int64_t>(text)), "int64");
     MustBeSame(Bits(ParseNumber<std::uint64_t>(text)), Bits(Extracted<std::uint64_t>(text)), "uint64");
-    MustBeSame(Bits(ParseNumber<double>(text)), Bits(Extracted<double>(text)), "double");
+    bool const isNan = text == "1.#QNAN";
+    MustBeSame(Bits(ParseNumber<double>(text)),
+               Bits(isNan ? std::numeric_limits<double>::quiet_NaN() : Extracted<double>(text)), "double");
     CheckInteger(ParseNumber<std::int32_t>(text));
     CheckInteger(ParseNumber<std::int64_t>(text));
     CheckInteger(ParseNumber<std::uint64_t>(text));

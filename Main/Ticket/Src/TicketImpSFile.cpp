@@ -254,12 +254,12 @@ void STICKET_FILE::MarkDirty() {
 void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
     auto* const conversion = static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext);
     clTICKETNODE const& parameters = m_content->parameters;
-    TICKET_STREAM stream(conversion, &file);
-    parameters.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
+    STREAM_WRITER stream(conversion, &file);
+    parameters.WalkParameter(&STREAM_WRITER::SaveOne, &stream, "", WALK_EVERYTHING);
     if (!stream.IsRefused()) return file.Take(stream.Finish().View());
     file.Restart();
-    TICKET_DOCUMENT document(conversion, &Log);
-    parameters.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+    TREE_WRITER document(conversion, &Log);
+    parameters.WalkParameter(&TREE_WRITER::SaveOne, &document, "", WALK_EVERYTHING);
     file.Take(document.Serialise(&file).View());
 }
 

@@ -1,169 +1,238 @@
-// Escapes and white space of a ticket file's texts. Both directions copy ordinary bytes in runs and look closer only
-// where something has to change.
+// Escapes and white space of a ticket file's texts. Reading copies ordinary bytes in runs and looks closer only where
+// something changes.
 #include "Format/Escapes.h"
 
 #include <array>
-#include <cstddef>
-#include <optional>
+#include <cstdint>
+#include <cstring>
 
 #include "Format/Words.h"
+
+using TICKET_FORMAT::ODDITY;
+using TICKET_FORMAT::ODDITY_LISTENER;
 
 namespace {
 
 constexpr char HEX_DIGITS[] = "0123456789ABCDEF";
+constexpr char WITH_LETTERS[] = "\t\n\r\\";  // bytes whose escapes are a backslash and a letter
+constexpr char LETTERS[] = "tnr\\";
 
-using BYTE_SET = std::array<bool, 256>;
-
-template <typename RULE>
-constexpr BYTE_SET BytesThat(RULE rule) {
-    BYTE_SET bytes{};
-    for (unsigned int byte = 0; byte < bytes.size(); ++byte) bytes[byte] = rule(byte);
-    return bytes;
+std::size_t IndexOf(char byte) {
+    return static_cast<unsigned char>(byte);
 }
 
-constexpr BYTE_SET WRITABLE = BytesThat(
-    [](unsigned int byte) { return byte >= 0x20 && byte < 0x7F && byte != '\\' && byte != '<' && byte != '>'; });
-constexpr BYTE_SET PLAIN = BytesThat([](unsigned int byte) { return byte > 0x20 && byte != '\\'; });
+// A value for each byte.
+template <typename VALUE, typename RULE>
+constexpr auto TableOf(RULE rule) {
+    std::array<VALUE, 256> table{};
+    for (unsigned int byte = 0; byte < table.size(); ++byte) table[byte] = rule(byte);
+    return table;
+}
 
-bool IsIn(BYTE_SET const& bytes, char byte) {
-    return bytes[static_cast<unsigned char>(byte)];
+// How a byte is written. The unused bytes of `text` are copied, too, and overwritten by what follows.
+struct SPELLING {
+    char text[LONGEST_ESCAPE];
+    uint32_t length;
+};
+
+constexpr SPELLING Spell(unsigned int byte) {
+    char const itself = static_cast<char>(byte);
+    for (std::size_t i = 0; WITH_LETTERS[i] != '\0'; ++i)
+        if (WITH_LETTERS[i] == itself) return {{'\\', LETTERS[i]}, 2};
+    bool const isPlain = byte >= 0x20 && byte < 0x7F && itself != '<' && itself != '>';
+    if (isPlain) return {{itself}, 1};
+    return {{'\\', 'x', HEX_DIGITS[byte >> 4], HEX_DIGITS[byte & 0xF]}, 4};
+}
+
+constexpr auto SPELLINGS = TableOf<SPELLING>(Spell);
+constexpr SPELLING ESCAPED_SPACE = {{'\\', 'x', '2', '0'}, 4};
+
+constexpr auto PLAIN = TableOf<bool>([](unsigned int byte) { return byte > 0x20 && byte != '\\'; });
+
+// Upper-case digits only: "\x1b" is no escape, and files hold such texts. -1 for any other byte.
+constexpr auto HEX_VALUES = TableOf<int8_t>([](unsigned int byte) -> int8_t {
+    for (int8_t value = 0; value < 16; ++value)
+        if (HEX_DIGITS[value] == static_cast<char>(byte)) return value;
+    return -1;
+});
+
+bool IsHex(char byte) {
+    return HEX_VALUES[IndexOf(byte)] >= 0;
 }
 
 bool IsSpace(char byte) {
     return static_cast<unsigned char>(byte) <= 0x20;
 }
 
-void AppendEscape(std::string& out, char byte) {
-    switch (byte) {
-        case '\t':
-            out += "\\t";
-            return;
-        case '\n':
-            out += "\\n";
-            return;
-        case '\r':
-            out += "\\r";
-            return;
-        case '\\':
-            out += "\\\\";
-            return;
-        default:
-            break;
-    }
-    auto const value = static_cast<unsigned char>(byte);
-    char const escape[] = {'\\', 'x', HEX_DIGITS[value >> 4], HEX_DIGITS[value & 0xF]};
-    out.append(escape, sizeof escape);
+// The number of bytes at the front of `text` that are kept because they are no escape; 0 for an unfinished escape.
+std::size_t LengthOfUnknown(std::string_view text) {
+    if (text.size() < 2) return 0;
+    if (text[1] != 'x') return 2;
+    if (text.size() < 3) return 0;
+    if (!IsHex(text[2])) return 3;
+    return text.size() < 4 ? 0 : 4;
 }
 
-// Upper case only: "\x1b" is no escape. Kept: files may hold such texts.
-std::optional<unsigned int> HexDigit(char byte) {
-    if (byte >= '0' && byte <= '9') return static_cast<unsigned int>(byte - '0');
-    if (byte >= 'A' && byte <= 'F') return static_cast<unsigned int>(byte - 'A' + 10);
-    return std::nullopt;
+// The bytes of an encoded text that are still to be decoded, and where the decoded ones go.
+class DECODER {
+ public:
+    DECODER(std::string_view in, char* out, ODDITY_LISTENER* listener)
+        : m_begin(in.data()), m_in(in.data()), m_end(in.data() + in.size()), m_out(out), m_listener(listener) {}
+
+    // Returns the end of the decoded text.
+    char* Run() {
+        while (m_in != m_end) {
+            auto const* const escape = static_cast<char const*>(std::memchr(m_in, '\\', Left()));
+            std::size_t const length = escape != nullptr ? static_cast<std::size_t>(escape - m_in) : Left();
+            std::memcpy(m_out, m_in, length);
+            m_out += length;
+            m_in += length;
+            while (m_in != m_end && *m_in == '\\') TakeEscape();
+        }
+        return m_out;
+    }
+
+ private:
+    std::size_t Left() const { return static_cast<std::size_t>(m_end - m_in); }
+
+    void Put(char byte, std::size_t length) {
+        *m_out++ = byte;
+        m_in += length;
+    }
+
+    void TakeEscape() {
+        if (Left() >= 4 && m_in[1] == 'x') {
+            int const high = HEX_VALUES[IndexOf(m_in[2])];
+            int const low = HEX_VALUES[IndexOf(m_in[3])];
+            if (high >= 0 && low >= 0) return Put(static_cast<char>(high * 16 + low), 4);
+        }
+        char const* const letter = Left() >= 2 ? std::strchr(LETTERS, m_in[1]) : nullptr;
+        if (letter != nullptr && *letter != '\0') return Put(WITH_LETTERS[letter - LETTERS], 2);
+        TakeUnknown();
+    }
+
+    void TakeUnknown() {
+        std::size_t const length = LengthOfUnknown({m_in, Left()});
+        auto const offset = static_cast<std::size_t>(m_in - m_begin);
+        if (m_listener != nullptr) {
+            if (length == 0)
+                m_listener->Tell(ODDITY::UNFINISHED_ESCAPE, offset, Left());
+            else
+                m_listener->Tell(ODDITY::UNKNOWN_ESCAPE, offset, length);
+        }
+        std::memcpy(m_out, m_in, length);
+        m_out += length;
+        m_in = length == 0 ? m_end : m_in + length;
+    }
+
+    char const* m_begin;
+    char const* m_in;
+    char const* m_end;
+    char* m_out;
+    ODDITY_LISTENER* m_listener;
+};
+
+// The first byte of white space, or the end. Eight bytes at a time: the subtraction borrows into the highest bit of a
+// byte below 0x21, and of no other whose highest bit is clear before the first such byte.
+char const* FindSpace(char const* at, char const* end) {
+    constexpr uint64_t EACH = 0x0101010101010101;
+    for (; end - at >= 8; at += 8) {
+        uint64_t bytes;
+        std::memcpy(&bytes, at, sizeof bytes);
+        if (((bytes - 0x21 * EACH) & ~bytes & 0x80 * EACH) != 0) break;
+    }
+    while (at != end && !IsSpace(*at)) ++at;
+    return at;
 }
 
-// Decodes what follows the backslash at `in[at]` and returns where the plain text goes on.
-std::size_t DecodeEscape(std::string& out, std::string_view in, std::size_t at) {
-    std::string_view const rest = in.substr(at);
-    if (rest.size() < 2) return in.size();
-    switch (rest[1]) {
-        case '\\':
-            out += '\\';
-            return at + 2;
-        case 'n':
-            out += '\n';
-            return at + 2;
-        case 'r':
-            out += '\r';
-            return at + 2;
-        case 't':
-            out += '\t';
-            return at + 2;
-        case 'x':
-            break;
-        default:
-            out += rest.substr(0, 2);
-            return at + 2;
-    }
-    if (rest.size() < 3) return in.size();
-    auto const high = HexDigit(rest[2]);
-    if (!high) {
-        out += rest.substr(0, 3);
-        return at + 3;
-    }
-    if (rest.size() < 4) return in.size();
-    if (auto const low = HexDigit(rest[3]))
-        out += static_cast<char>(*high * 16 + *low);
-    else
-        out += rest.substr(0, 4);
-    return at + 4;
+char const* SkipSpace(char const* at, char const* end) {
+    while (at != end && IsSpace(*at)) ++at;
+    return at;
 }
 
-// Whether a byte inside a trimmed text is white space that has to change. The text goes on behind it.
-bool SpaceChanges(std::string_view text, std::size_t at) {
-    return IsSpace(text[at]) && (text[at] != ' ' || IsSpace(text[at + 1]));
+// The first run of white space that is not one space, or the end. The text does not end in white space.
+char const* FindChangedSpace(char const* at, char const* end) {
+    while ((at = FindSpace(at, end)) != end) {
+        if (*at != ' ' || IsSpace(at[1])) break;
+        ++at;
+    }
+    return at;
+}
+
+void TellSpace(ODDITY_LISTENER* listener, char const* text, char const* begin, char const* end) {
+    if (listener == nullptr || begin == end) return;
+    listener->Tell(ODDITY::WHITE_SPACE, static_cast<std::size_t>(begin - text), static_cast<std::size_t>(end - begin));
 }
 
 }  // namespace
 
 std::string EncodeString(std::string const& in) {
+    constexpr std::size_t PART = 256;
+    char part[LONGEST_ESCAPE * PART];
     std::string out;
     out.reserve(2 * in.size());
-    EncodeTo(out, in);
+    bool isAfterSpace = false;
+    for (std::size_t begin = 0; begin < in.size(); begin += PART) {
+        char const* const end = Encode(part, std::string_view(in).substr(begin, PART), isAfterSpace);
+        out.append(part, static_cast<std::size_t>(end - part));
+    }
     return out;
 }
 
 std::string DecodeString(std::string const& in) {
     std::string out;
-    out.reserve(in.size());
     DecodeTo(out, in);
     return out;
 }
 
-void EncodeTo(std::string& out, std::string_view in) {
-    std::size_t done = 0;
-    for (std::size_t at = 0; at < in.size(); ++at) {
-        bool const isSecondSpace = in[at] == ' ' && at > done && in[at - 1] == ' ';
-        if (IsIn(WRITABLE, in[at]) && !isSecondSpace) continue;
-        out.append(in, done, at - done);
-        AppendEscape(out, in[at]);
-        done = at + 1;
+char* Encode(char* out, std::string_view in, bool& isAfterSpace) {
+    bool isAfter = isAfterSpace;
+    for (char const byte : in) {
+        SPELLING const& spelling = byte == ' ' && isAfter ? ESCAPED_SPACE : SPELLINGS[IndexOf(byte)];
+        isAfter = byte == ' ' && !isAfter;
+        if (spelling.length == 1) {
+            *out++ = byte;
+            continue;
+        }
+        std::memcpy(out, spelling.text, sizeof spelling.text);
+        out += spelling.length;
     }
-    out.append(in, done, in.size() - done);
+    isAfterSpace = isAfter;
+    return out;
 }
 
-void DecodeTo(std::string& out, std::string_view in) {
-    if (in == TICKET_FORMAT::EMPTY_TEXT) return;
-    for (std::size_t at = 0; at < in.size();) {
-        std::size_t const escape = in.find('\\', at);
-        out += in.substr(at, escape - at);
-        if (escape == std::string_view::npos) return;
-        at = DecodeEscape(out, in, escape);
-    }
+void DecodeTo(std::string& out, std::string_view in, ODDITY_LISTENER* listener) {
+    if (in == TICKET_FORMAT::EMPTY_TEXT || in.empty()) return;
+    std::size_t const before = out.size();
+    out.resize(before + in.size());
+    char const* const end = DECODER(in, &out[before], listener).Run();
+    out.resize(static_cast<std::size_t>(end - out.data()));
 }
 
-std::string_view NormaliseSpace(std::string_view in, std::string& scratch) {
-    while (!in.empty() && IsSpace(in.front())) in.remove_prefix(1);
-    while (!in.empty() && IsSpace(in.back())) in.remove_suffix(1);
+std::string_view NormaliseSpace(std::string_view in, std::string& scratch, ODDITY_LISTENER* listener) {
+    char const* const text = in.data();
+    char const* end = text + in.size();
+    char const* at = SkipSpace(text, end);
+    while (end != at && IsSpace(end[-1])) --end;
+    TellSpace(listener, text, text, at);
 
-    std::size_t at = 0;
-    while (at < in.size() && !SpaceChanges(in, at)) ++at;
-    if (at == in.size()) return in;
-
-    scratch.assign(in, 0, at);
-    for (; at < in.size(); ++at) {
-        if (!IsSpace(in[at]))
-            scratch += in[at];
-        else if (!IsSpace(in[at + 1]))
-            scratch += ' ';
+    char const* const begin = at;
+    char const* changed = FindChangedSpace(at, end);
+    std::string_view const trimmed(begin, static_cast<std::size_t>(end - begin));
+    if (changed != end) scratch.clear();
+    for (; changed != end; changed = FindChangedSpace(at, end)) {
+        scratch.append(at, changed).append(1, ' ');
+        at = SkipSpace(changed, end);
+        TellSpace(listener, text, changed, at);
     }
-    return scratch;
+    TellSpace(listener, text, end, text + in.size());
+    return at == begin ? trimmed : std::string_view(scratch.append(at, end));
 }
 
 std::size_t PlainLength(char const* text) {
     std::size_t at = 0;
     for (; text[at] != '\0'; ++at)
-        if (!IsIn(PLAIN, text[at]) && (text[at] != ' ' || at == 0 || !IsIn(PLAIN, text[at + 1])))
+        if (!PLAIN[IndexOf(text[at])] && (text[at] != ' ' || at == 0 || !PLAIN[IndexOf(text[at + 1])]))
             return std::string::npos;
     return at;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Format/Layout.h"
 #include "Format/Values.h"
 #include "Format/Wildcard.h"
 #include "Format/Words.h"
@@ -29,76 +30,80 @@ std::size_t SharedLength(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-bool TICKET_STREAM::SaveOne(void* stream, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
-    if (stream == nullptr) return false;
-    auto& self = *static_cast<TICKET_STREAM*>(stream);
-    if (TICKET_FORMAT::NameOf(type).empty()) return true;
-    self.m_refused = !self.Add(key != nullptr ? key : "", type, value);
+bool STREAM_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+    if (writer == nullptr) return false;
+    auto& self = *static_cast<STREAM_WRITER*>(writer);
+    std::string_view const typeName = TICKET_FORMAT::NameOf(type);
+    if (typeName.empty()) return true;
+    self.m_refused = !self.Add(key != nullptr ? key : "", type, typeName, value);
     return !self.m_refused;
 }
 
-FILE_TEXT TICKET_STREAM::Finish() {
-    if (m_lastKey.empty()) {
-        m_text.Put(TICKET_FORMAT::DECLARATION);
-        m_text.Put("<ticket/>\n");
+TEXT_BUFFER STREAM_WRITER::Finish() {
+    LAYOUT layout(m_text);
+    if (m_lastLength == 0) {
+        layout.PutDeclaration();
+        layout.PutEmptyElement(0, TICKET_FORMAT::ROOT);
     } else {
-        CloseDownTo(0);
-        m_text.Put("</ticket>\n");
+        CloseBeyond(0);
+        layout.CloseElement(0, TICKET_FORMAT::ROOT);
     }
     return std::move(m_text);
 }
 
-bool TICKET_STREAM::Add(std::string_view key, PARAM_TYPE type, void const* value) {
-    if (key.empty()) return false;
-    if (m_lastKey.empty()) {
-        m_text.Put(TICKET_FORMAT::DECLARATION);
-        m_text.Put("<ticket>\n");
+bool STREAM_WRITER::Add(std::string_view key, PARAM_TYPE type, std::string_view typeName, void const* value) {
+    if (key.empty() || key.back() == '/') return false;
+    LAYOUT layout(m_text);
+    if (m_lastLength == 0) {
+        layout.PutDeclaration();
+        layout.OpenElement(0, TICKET_FORMAT::ROOT);
     }
-    std::size_t const shared = SharedLength(key, m_lastKey);
+    std::size_t const shared = SharedLength(key, LastKey());
     if (IsBelowALeaf(key, shared)) return false;
-    std::size_t steps = m_steps.size();
-    while (steps > 0 && m_steps[steps - 1] >= shared) --steps;
-    CloseDownTo(steps);
-    m_lastKey.replace(shared, std::string::npos, key.substr(shared));
-    if (!OpenTo(key)) return false;
-    PutLeaf(key.substr(m_steps.empty() ? 0 : m_steps.back() + 1), type, value);
+    if (NameBegin() > shared) CloseBeyond(shared);
+    SetLastKey(key, shared);
+    std::size_t const slash = key.find('/', NameBegin());
+    if (slash != std::string_view::npos && !OpenTo(key, slash)) return false;
+    std::string_view const name = key.substr(NameBegin());
+    layout.BeginValue(m_nameEnds.size() + 1, name, typeName);
+    PutValue(m_text, type, value, m_conversion);
+    layout.EndValue(name);
     return true;
 }
 
 // A leaf that is met first would take in the elements below it. All keys with which this one begins have come before,
 // and the last key begins with those of them that are not longer than what it shares with this one.
-bool TICKET_STREAM::IsBelowALeaf(std::string_view key, std::size_t shared) {
+bool STREAM_WRITER::IsBelowALeaf(std::string_view key, std::size_t shared) {
     while (!m_leaves.empty() && m_leaves.back() > shared) m_leaves.pop_back();
     if (!m_leaves.empty() && m_leaves.back() < key.size() && key[m_leaves.back()] == '/') return true;
     if (m_leaves.empty() || m_leaves.back() != key.size()) m_leaves.push_back(key.size());
     return false;
 }
 
-// Opens the inner elements of the key that are not open yet. False for one that could be another's, or nobody's.
-bool TICKET_STREAM::OpenTo(std::string_view key) {
-    std::size_t begin = m_steps.empty() ? 0 : m_steps.back() + 1;
-    for (std::size_t end; (end = key.find('/', begin)) != std::string_view::npos; begin = end + 1) {
-        std::string_view const name = key.substr(begin, end - begin);
+void STREAM_WRITER::SetLastKey(std::string_view key, std::size_t shared) {
+    if (m_lastKey.size() < key.size()) m_lastKey.resize(2 * key.size());
+    std::memcpy(m_lastKey.data() + shared, key.data() + shared, key.size() - shared);
+    m_lastLength = key.size();
+}
+
+// Opens the inner elements of the key that are not open yet; the name of the first ends at `slash`. False if another
+// key may have made one of them, or if a name is empty.
+bool STREAM_WRITER::OpenTo(std::string_view key, std::size_t slash) {
+    for (; slash != std::string_view::npos; slash = key.find('/', slash + 1)) {
+        std::string_view const name = key.substr(NameBegin(), slash - NameBegin());
         if (name.empty() || WILDCARD::IsPattern(name)) return false;
-        m_steps.push_back(end);
-        m_text.Indent(m_steps.size());
-        m_text.Put("<", name, ">\n");
+        m_nameEnds.push_back(slash);
+        LAYOUT(m_text).OpenElement(m_nameEnds.size(), name);
     }
-    return begin < key.size();
+    return true;
 }
 
-void TICKET_STREAM::CloseDownTo(std::size_t steps) {
-    for (; m_steps.size() > steps; m_steps.pop_back()) {
-        std::size_t const begin = m_steps.size() > 1 ? m_steps[m_steps.size() - 2] + 1 : 0;
-        m_text.Indent(m_steps.size());
-        m_text.Put("</", std::string_view(m_lastKey).substr(begin, m_steps.back() - begin), ">\n");
+// Closes the open elements of the last key whose names do not end within its first `shared` bytes.
+void STREAM_WRITER::CloseBeyond(std::size_t shared) {
+    while (!m_nameEnds.empty() && m_nameEnds.back() >= shared) {
+        std::size_t const depth = m_nameEnds.size();
+        std::size_t const end = m_nameEnds.back();
+        m_nameEnds.pop_back();
+        LAYOUT(m_text).CloseElement(depth, LastKey().substr(NameBegin(), end - NameBegin()));
     }
-}
-
-void TICKET_STREAM::PutLeaf(std::string_view name, PARAM_TYPE type, void const* value) {
-    m_value.clear();
-    AppendValue(m_value, type, value, m_conversion);
-    m_text.Indent(m_steps.size() + 1);
-    m_text.Put("<", name, " type=\"", TICKET_FORMAT::NameOf(type), "\">",
-               m_value.empty() ? TICKET_FORMAT::EMPTY_TEXT : m_value, "</", name, ">\n");
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "Format/Layout.h"
 #include "Format/Values.h"
 #include "Format/Wildcard.h"
 #include "Format/Words.h"
@@ -29,86 +30,61 @@ bool FindsItself(std::string_view component) {
 }  // namespace
 
 // Writes a tree, element by element, without recursion.
-class TICKET_DOCUMENT::SERIALISER {
+class TREE_WRITER::SERIALISER {
  public:
-    explicit SERIALISER(FILE_TEXT& output) : m_output(output) {}
+    explicit SERIALISER(TEXT_BUFFER& output) : m_layout(output) {}
 
     void Write(ELEMENT const& root) {
-        m_output.Put(TICKET_FORMAT::DECLARATION);
+        m_layout.PutDeclaration();
         ELEMENT const* element = &root;
-        Open(root);
-        while (element != &root || element->firstChild != nullptr) {
+        for (;;) {
+            Open(*element);
             if (element->firstChild != nullptr) {
                 ++m_depth;
                 element = element->firstChild;
-            } else {
-                while (element->next == nullptr && element != &root) {
-                    element = element->parent;
-                    --m_depth;
-                    Close(*element);
-                }
-                if (element == &root) return;
-                element = element->next;
+                continue;
             }
-            Open(*element);
+            while (element != &root && element->next == nullptr) {
+                element = element->parent;
+                m_layout.CloseElement(--m_depth, NameOf(*element));
+            }
+            if (element == &root) return;
+            element = element->next;
         }
     }
 
  private:
+    static std::string_view NameOf(ELEMENT const& element) {
+        return element.name.empty() ? TICKET_FORMAT::NAMELESS : element.name;
+    }
+
     void Open(ELEMENT const& element) {
-        m_output.Indent(m_depth);
-        m_output.Put("<");
-        PutName(element);
-        if (!element.typeName.empty()) {
-            m_output.Put(" type=\"");
-            m_output.Put(element.typeName);
-            m_output.Put("\"");
-        }
-        if (element.firstChild != nullptr) {
-            m_output.Put(">\n");
-            if (element.typeName.empty()) return;
-            m_output.Indent(m_depth + 1);
-            m_output.Put(element.text);
-            m_output.Put("\n");
-        } else if (element.typeName.empty()) {
-            m_output.Put("/>\n");
-        } else {
-            m_output.Put(">");
-            m_output.Put(element.text);
-            PutClosingTag(element);
-        }
+        std::string_view const name = NameOf(element);
+        bool const isLeaf = !element.typeName.empty();
+        bool const hasChildren = element.firstChild != nullptr;
+        if (isLeaf)
+            m_layout.PutValue(m_depth, name, element.typeName, element.text, hasChildren);
+        else if (hasChildren)
+            m_layout.OpenElement(m_depth, name);
+        else
+            m_layout.PutEmptyElement(m_depth, name);
     }
 
-    void Close(ELEMENT const& element) {
-        m_output.Indent(m_depth);
-        PutClosingTag(element);
-    }
-
-    void PutClosingTag(ELEMENT const& element) {
-        m_output.Put("</");
-        PutName(element);
-        m_output.Put(">\n");
-    }
-
-    void PutName(ELEMENT const& element) {
-        m_output.Put(element.name.empty() ? TICKET_FORMAT::NAMELESS : element.name);
-    }
-
-    FILE_TEXT& m_output;
+    LAYOUT m_layout;
     std::size_t m_depth = 0;
 };
 
-TICKET_DOCUMENT::TICKET_DOCUMENT(STICKET_STRING_CONVERSION* conversion, LOG log)
+TREE_WRITER::TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log)
     : m_conversion(conversion), m_log(log), m_memory(FIRST_BLOCK), m_ticket{TICKET_FORMAT::ROOT, nullptr} {}
 
-bool TICKET_DOCUMENT::SaveOne(void* document, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+bool TREE_WRITER::SaveOne(void* document, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
     if (document == nullptr) return false;
     if (!TICKET_FORMAT::NameOf(type).empty())
-        static_cast<TICKET_DOCUMENT*>(document)->CreateSubElem(key != nullptr ? key : "", type, value);
+        static_cast<TREE_WRITER*>(document)->CreateSubElem(key != nullptr ? key : "", type, value);
     return true;
 }
 
-bool TICKET_DOCUMENT::CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value) {
+bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value) {
     KeepSharedSteps(key);
     ELEMENT* parent = m_steps.empty() ? &m_ticket : m_steps.back().element;
     std::size_t begin = m_steps.empty() ? 0 : m_steps.back().end + 1;
@@ -127,14 +103,14 @@ bool TICKET_DOCUMENT::CreateSubElem(std::string_view key, PARAM_TYPE type, void 
     return true;
 }
 
-FILE_TEXT TICKET_DOCUMENT::Serialise(FILE_SINK* sink) const {
-    FILE_TEXT text(sink);
+TEXT_BUFFER TREE_WRITER::Serialise(FILE_SINK* sink) const {
+    TEXT_BUFFER text(sink);
     SERIALISER(text).Write(m_ticket);
     return text;
 }
 
 // Forgets the steps that `key` does not take.
-void TICKET_DOCUMENT::KeepSharedSteps(std::string_view key) {
+void TREE_WRITER::KeepSharedSteps(std::string_view key) {
     std::string_view const last = m_lastKey;
     auto const differing = std::mismatch(key.begin(), key.end(), last.begin(), last.end());
     auto const shared = static_cast<std::size_t>(differing.first - key.begin());
@@ -143,7 +119,7 @@ void TICKET_DOCUMENT::KeepSharedSteps(std::string_view key) {
 }
 
 // The first child of `parent` in document order whose name matches `component`; null if there is none.
-TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindChild(ELEMENT& parent, std::string_view component) {
+TREE_WRITER::ELEMENT* TREE_WRITER::FindChild(ELEMENT& parent, std::string_view component) {
     if (component.empty() || parent.greatestChild == nullptr) return nullptr;
     if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, component);
     // Ascending keys make ascending names, nearly always: most new names are found to be new right here.
@@ -154,7 +130,7 @@ TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindChild(ELEMENT& parent, std::strin
     return found != names.first.end() ? found->second.element : nullptr;
 }
 
-TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindMatchingChild(ELEMENT const& parent, std::string_view pattern) {
+TREE_WRITER::ELEMENT* TREE_WRITER::FindMatchingChild(ELEMENT const& parent, std::string_view pattern) {
     WILDCARD const wildcard(pattern);
     INDEX& index = m_indexes[&parent];
     index.byName.Update(parent);
@@ -172,7 +148,7 @@ TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindMatchingChild(ELEMENT const& pare
 
 // A search among those names that lie inside a part of their order, one a step.
 template <typename LESS, typename IS_INSIDE>
-class TICKET_DOCUMENT::SEARCH {
+class TREE_WRITER::SEARCH {
  public:
     // `from`: the least text inside; if it is empty, all names are, and there is no point in this search.
     SEARCH(NAMES<LESS> const& names, WILDCARD const& wildcard, std::string_view from, IS_INSIDE isInside)
@@ -204,8 +180,7 @@ class TICKET_DOCUMENT::SEARCH {
 // Searches take turns, and the one that is done first has the answer: in document order, among the names of the same
 // beginning, among those of the same end, and, once there has been much to look at, among those that hold a fragment.
 // So it is enough that the pattern matches an early element, or has plain bytes that few names share.
-TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindFirstMatch(ELEMENT const& parent, INDEX& index,
-                                                          WILDCARD const& wildcard) {
+TREE_WRITER::ELEMENT* TREE_WRITER::FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard) {
     std::string const beginning = wildcard.Beginning();
     std::string const end = wildcard.End();
     if (!end.empty()) index.byEnd.Update(parent);
@@ -232,7 +207,7 @@ TICKET_DOCUMENT::ELEMENT* TICKET_DOCUMENT::FindFirstMatch(ELEMENT const& parent,
     return nullptr;
 }
 
-void TICKET_DOCUMENT::FRAGMENTS::Update(ELEMENT const& parent) {
+void TREE_WRITER::FRAGMENTS::Update(ELEMENT const& parent) {
     for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
         last = child;
         isComplete = isComplete && child->name.size() <= LONGEST_NAME_OF_FRAGMENTS;
@@ -244,8 +219,8 @@ void TICKET_DOCUMENT::FRAGMENTS::Update(ELEMENT const& parent) {
     }
 }
 
-std::vector<TICKET_DOCUMENT::ELEMENT*> const* TICKET_DOCUMENT::FRAGMENTS::FewestHolders(ELEMENT const& parent,
-                                                                                        WILDCARD const& wildcard) {
+std::vector<TREE_WRITER::ELEMENT*> const* TREE_WRITER::FRAGMENTS::FewestHolders(ELEMENT const& parent,
+                                                                                WILDCARD const& wildcard) {
     Update(parent);
     std::vector<ELEMENT*> const* fewest = nullptr;
     if (!isComplete) return nullptr;
@@ -256,12 +231,12 @@ std::vector<TICKET_DOCUMENT::ELEMENT*> const* TICKET_DOCUMENT::FRAGMENTS::Fewest
     return fewest;
 }
 
-bool TICKET_DOCUMENT::FROM_BEHIND::operator()(std::string_view a, std::string_view b) const {
+bool TREE_WRITER::FROM_BEHIND::operator()(std::string_view a, std::string_view b) const {
     return std::lexicographical_compare(a.rbegin(), a.rend(), b.rbegin(), b.rend());
 }
 
 template <typename LESS>
-void TICKET_DOCUMENT::NAMES<LESS>::Update(ELEMENT const& parent) {
+void TREE_WRITER::NAMES<LESS>::Update(ELEMENT const& parent) {
     for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
         if (!child->name.empty()) first.emplace_hint(first.end(), child->name, CHILD{count, child});
         ++count;
@@ -269,7 +244,7 @@ void TICKET_DOCUMENT::NAMES<LESS>::Update(ELEMENT const& parent) {
     }
 }
 
-TICKET_DOCUMENT::ELEMENT& TICKET_DOCUMENT::AddElement(ELEMENT& parent, std::string_view name) {
+TREE_WRITER::ELEMENT& TREE_WRITER::AddElement(ELEMENT& parent, std::string_view name) {
     auto* const element = new (m_memory.allocate(sizeof(ELEMENT), alignof(ELEMENT))) ELEMENT{Keep(name), &parent};
     if (parent.lastChild == nullptr)
         parent.firstChild = element;
@@ -281,18 +256,18 @@ TICKET_DOCUMENT::ELEMENT& TICKET_DOCUMENT::AddElement(ELEMENT& parent, std::stri
     return *element;
 }
 
-bool TICKET_DOCUMENT::FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value) {
+bool TREE_WRITER::FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value) {
     std::string_view const typeName = TICKET_FORMAT::NameOf(type);
     if (typeName.empty()) return false;
-    m_text.clear();
-    AppendValue(m_text, type, value, m_conversion);
+    m_value.Clear();
+    PutValue(m_value, type, value, m_conversion);
     leaf.typeName = typeName;
-    leaf.text = m_text.empty() ? TICKET_FORMAT::EMPTY_TEXT : Keep(m_text);
+    leaf.text = Keep(m_value.View());
     return true;
 }
 
 // A copy that lives as long as the document.
-std::string_view TICKET_DOCUMENT::Keep(std::string_view text) {
+std::string_view TREE_WRITER::Keep(std::string_view text) {
     if (text.empty()) return {};
     auto* const copy = static_cast<char*>(m_memory.allocate(text.size(), 1));
     std::memcpy(copy, text.data(), text.size());

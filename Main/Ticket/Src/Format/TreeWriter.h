@@ -19,15 +19,15 @@
 // Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
 // Only a component with wildcards at both its ends, or such ends as many others have, may take up to n by itself, if
 // there are no four plain bytes in it that few others have.
-class TICKET_DOCUMENT {
+class TREE_WRITER {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
 
     // A document with an empty "ticket" element. Texts pass through `conversion` unless it is null; it is only used
     // while a text is added. `log` is told of keys that end where a name should follow; it may be null.
-    TICKET_DOCUMENT(STICKET_STRING_CONVERSION* conversion, LOG log);
+    TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log);
 
-    // Walk callback: adds one parameter, skips the types that files do not keep. `document` is a TICKET_DOCUMENT; false
+    // Walk callback: adds one parameter, skips the types that files do not keep. `document` is a TREE_WRITER; false
     // only if it is null. Throws as CreateSubElem.
     static bool SaveOne(void* document, char const* key, PARAM_TYPE type, void const* value, int index);
 
@@ -38,7 +38,7 @@ class TICKET_DOCUMENT {
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
     // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, and what the sink throws.
-    FILE_TEXT Serialise(FILE_SINK* sink = nullptr) const;
+    TEXT_BUFFER Serialise(FILE_SINK* sink = nullptr) const;
 
  private:
     // Elements, and all that they view, live in m_memory as long as the document. They are only ever added, each behind
@@ -111,5 +111,5 @@ class TICKET_DOCUMENT {
     std::string m_lastKey;
     std::vector<STEP> m_steps;
     std::unordered_map<ELEMENT const*, INDEX> m_indexes;  // by parent
-    std::string m_text;                                   // scratch
+    TEXT_BUFFER m_value;                                  // scratch
 };

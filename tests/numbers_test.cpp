@@ -1,4 +1,6 @@
 // How numbers are spelled in a ticket file, and that they are read back as a stream with the classic locale reads them.
+#include "Format/Numbers.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,20 +16,27 @@
 #include <string>
 #include <utility>
 
-#include "Format/Numbers.h"
 #include "support/ClassicLocale.h"
 #include "support/HostileLocale.h"
+#include "support/RecordedOddities.h"
 
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 std::string Spell(double value, int32_t limit = BestDouble::FILE_LIMIT) {
-    std::string text;
-    AppendNumber(text, BestDouble{value, limit});
-    return text;
+    return NumberText(BestDouble{value, limit});
+}
+
+template <typename NUMBER>
+std::vector<std::string> OdditiesOf(std::string_view text) {
+    RECORDED_ODDITIES oddities;
+    ParseNumber<NUMBER>(text, &oddities);
+    return oddities.Told();
 }
 
 uint64_t Bits(double value) {
@@ -203,13 +212,11 @@ TEST(BestDouble, RoundsAsTheCLibraryDoes) {
 }
 
 TEST(FileIntegers, AreDecimal) {
-    std::string text;
-    AppendNumber(text, int32_t{0});
-    AppendNumber(text += ' ', std::numeric_limits<int32_t>::min());
-    AppendNumber(text += ' ', std::numeric_limits<int32_t>::max());
-    AppendNumber(text += ' ', std::numeric_limits<int64_t>::min());
-    AppendNumber(text += ' ', std::numeric_limits<uint64_t>::max());
-    EXPECT_EQ(text, "0 -2147483648 2147483647 -9223372036854775808 18446744073709551615");
+    EXPECT_EQ(NumberText(int32_t{0}), "0");
+    EXPECT_EQ(NumberText(std::numeric_limits<int32_t>::min()), "-2147483648");
+    EXPECT_EQ(NumberText(std::numeric_limits<int32_t>::max()), "2147483647");
+    EXPECT_EQ(NumberText(std::numeric_limits<int64_t>::min()), "-9223372036854775808");
+    EXPECT_EQ(NumberText(std::numeric_limits<uint64_t>::max()), "18446744073709551615");
 }
 
 TEST(ParseNumber, ReadsPlainIntegers) {
@@ -299,7 +306,6 @@ TEST(ParseNumber, AgreesWithAStreamOnOddSpellings) {
           "4 2",
           "-0",
           "-0.0",
-          "1.#QNAN",
           "1.#INF",
           "2147483648",
           "-2147483649",
@@ -333,14 +339,45 @@ TEST(ParseNumber, AgreesWithAStreamOnRandomSpellingsUnderAnyLocale) {
 
 TEST(FileNumbers, DoNotDependOnTheHostsLocale) {
     HostileLocale const locale;
-    std::string text;
-    AppendNumber(text, int32_t{1234567});
-    AppendNumber(text += ' ', int64_t{-9007199254740993});
-    AppendNumber(text += ' ', uint64_t{18446744073709551615U});
-    EXPECT_EQ(text, "1234567 -9007199254740993 18446744073709551615");
+    EXPECT_EQ(NumberText(int32_t{1234567}), "1234567");
+    EXPECT_EQ(NumberText(int64_t{-9007199254740993}), "-9007199254740993");
+    EXPECT_EQ(NumberText(uint64_t{18446744073709551615U}), "18446744073709551615");
     EXPECT_EQ(Spell(1234567.5), "1.2345675e+06");
     EXPECT_EQ(ParseNumber<double>("2.5"), 2.5);
     EXPECT_EQ(ParseNumber<double>(" +2.5x"), 2.5);
     EXPECT_EQ(ParseNumber<int32_t>("1.234"), 1);
     EXPECT_EQ(ParseNumber<int32_t>(" +1234567"), 1234567);
+}
+
+TEST(ParseNumber, ReadsTheWordForNotANumberAsADoubleOnly) {
+    EXPECT_EQ(Bits(ParseNumber<double>("1.#QNAN")), 0x7FF8000000000000U);
+    EXPECT_EQ(ParseNumber<double>("1.#QNAN "), 1.0);
+    EXPECT_EQ(ParseNumber<double>("-1.#QNAN"), -1.0);
+    EXPECT_EQ(ParseNumber<int32_t>("1.#QNAN"), 1);
+}
+
+TEST(ParseNumber, TellsWhatIsNoNumberOrNoPartOfIt) {
+    EXPECT_THAT(OdditiesOf<int32_t>("twelve"), ElementsAre("not a number 0+6"));
+    EXPECT_THAT(OdditiesOf<int32_t>(""), ElementsAre("not a number 0+0"));
+    EXPECT_THAT(OdditiesOf<double>("1e"), ElementsAre("not a number 0+2"));
+    EXPECT_THAT(OdditiesOf<int32_t>("12 pages"), ElementsAre("behind number 2+6"));
+    EXPECT_THAT(OdditiesOf<int32_t>("0x10"), ElementsAre("behind number 1+3"));
+    EXPECT_THAT(OdditiesOf<double>("1,5"), ElementsAre("behind number 1+2"));
+}
+
+TEST(ParseNumber, TellsWhatTheTypeCannotHold) {
+    EXPECT_THAT(OdditiesOf<int32_t>("2147483648"), ElementsAre("out of range 0+10"));
+    EXPECT_THAT(OdditiesOf<uint64_t>("18446744073709551616"), ElementsAre("out of range 0+20"));
+    EXPECT_THAT(OdditiesOf<double>("1e999"), ElementsAre("out of range 0+5"));
+    EXPECT_THAT(OdditiesOf<uint64_t>("-1"), ElementsAre("negative wraps 0+2"));
+    EXPECT_THAT(OdditiesOf<uint64_t>("-1x"), ElementsAre("negative wraps 0+3", "behind number 2+1"));
+}
+
+TEST(ParseNumber, TellsNothingOfNumbersThatAreReadWhole) {
+    for (char const* text : {"0", "-0", "+5", " 7", "007", "2147483647"})
+        EXPECT_THAT(OdditiesOf<int32_t>(text), IsEmpty()) << text;
+    for (char const* text : {"1.", "500.e-003", "1e-400", "1.#QNAN", "+.5"})
+        EXPECT_THAT(OdditiesOf<double>(text), IsEmpty()) << text;
+    EXPECT_THAT(OdditiesOf<uint64_t>("-"), ElementsAre("not a number 0+1"));
+    EXPECT_THAT(OdditiesOf<uint64_t>("18446744073709551615"), IsEmpty());
 }

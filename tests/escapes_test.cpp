@@ -1,20 +1,41 @@
 // How texts and bytes are spelled in a ticket file: escapes in both directions, and white space.
+#include "Format/Escapes.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "Format/Escapes.h"
+#include "support/RecordedOddities.h"
 
 namespace {
 
 using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 struct SPELLING {
     std::string text;
     std::string written;
 };
+
+std::vector<std::string> OdditiesOfDecoding(std::string const& text) {
+    RECORDED_ODDITIES oddities;
+    std::string out;
+    DecodeTo(out, text, &oddities);
+    return oddities.Told();
+}
+
+std::vector<std::string> OdditiesOfSpace(std::string const& text) {
+    RECORDED_ODDITIES oddities;
+    std::string scratch;
+    NormaliseSpace(text, scratch, &oddities);
+    return oddities.Told();
+}
 
 std::string RandomBytes(std::mt19937& random, std::string const& alphabet) {
     std::string bytes(random() % 40, '\0');
@@ -67,10 +88,24 @@ TEST(EncodeString, ReservesTwiceTheLength) {
     EXPECT_GE(EncodeString(std::string(1000, 'a')).capacity(), 2000U);
 }
 
-TEST(EncodeTo, AppendsAndForgetsTheSpaceThatWasThere) {
-    std::string out = "before ";
-    EncodeTo(out, " x");
-    EXPECT_EQ(out, "before  x");
+TEST(Encode, WritesATextInPartsAsItWritesItWhole) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 20000; ++round) {
+        std::string const bytes = RandomBytes(random, "   \\a<\xFF");
+        std::string_view const first = std::string_view(bytes).substr(0, random() % (bytes.size() + 1));
+        char out[LONGEST_ESCAPE * 40];
+        bool isAfterSpace = false;
+        char* end = Encode(out, first, isAfterSpace);
+        end = Encode(end, std::string_view(bytes).substr(first.size()), isAfterSpace);
+        ASSERT_EQ(std::string(out, end), EncodeString(bytes)) << "round " << round;
+    }
+}
+
+TEST(EncodeString, EscapesSpacesAcrossItsParts) {
+    for (std::size_t const length : {254U, 255U, 256U, 257U, 511U, 512U}) {
+        std::string const text = std::string(length, 'x') + "  y";
+        EXPECT_EQ(EncodeString(text), std::string(length, 'x') + " \\x20y") << length;
+    }
 }
 
 TEST(DecodeString, UndoesEscapesAndKeepsWhatIsNone) {
@@ -103,6 +138,27 @@ TEST(DecodeString, DropsAnUnfinishedEscapeAtTheEnd) {
     EXPECT_EQ(DecodeString("a\\"), "a");
     EXPECT_EQ(DecodeString("a\\x"), "a");
     EXPECT_EQ(DecodeString("a\\x4"), "a");
+}
+
+TEST(DecodeTo, TellsEachBackslashThatStays) {
+    EXPECT_THAT(OdditiesOfDecoding("abc\\xg"), ElementsAre("unknown escape 3+3"));
+    EXPECT_THAT(OdditiesOfDecoding("\\x\\x00b"), ElementsAre("unknown escape 0+3"));
+    EXPECT_THAT(OdditiesOfDecoding("\\q\\x1b"), ElementsAre("unknown escape 0+2", "unknown escape 2+4"));
+}
+
+TEST(DecodeTo, TellsAnEscapeThatTheTextEndsIn) {
+    EXPECT_THAT(OdditiesOfDecoding("abc\\"), ElementsAre("unfinished escape 3+1"));
+    EXPECT_THAT(OdditiesOfDecoding("abc\\x"), ElementsAre("unfinished escape 3+2"));
+    EXPECT_THAT(OdditiesOfDecoding("abc\\x4"), ElementsAre("unfinished escape 3+3"));
+}
+
+TEST(DecodeTo, TellsNothingOfWhatASaveWrites) {
+    EXPECT_THAT(OdditiesOfDecoding("\\"), IsEmpty());  // the empty text
+    std::mt19937 random(5);
+    for (int round = 0; round < 2000; ++round) {
+        std::string const written = EncodeString(RandomBytes(random, "\\x0AnN <>\t"));
+        ASSERT_THAT(OdditiesOfDecoding(written), IsEmpty()) << written;
+    }
 }
 
 TEST(DecodeString, IsTheInverseOfEncodeString) {
@@ -144,6 +200,27 @@ TEST(NormaliseSpace, LosesNothingOfAnEncodedTextButASpaceAtEitherEnd) {
         if (bytes.size() == read.size() + 1) bytes.pop_back();
         ASSERT_EQ(read, bytes) << "round " << round;
     }
+}
+
+TEST(NormaliseSpace, TellsEachRunThatChanges) {
+    EXPECT_THAT(OdditiesOfSpace(" a b\tc  d \n"),
+                ElementsAre("white space 0+1", "white space 4+1", "white space 6+2", "white space 9+2"));
+    EXPECT_THAT(OdditiesOfSpace("  "), ElementsAre("white space 0+2"));
+    EXPECT_THAT(OdditiesOfSpace("a b c"), IsEmpty());
+    EXPECT_THAT(OdditiesOfSpace(""), IsEmpty());
+}
+
+TEST(NormaliseSpace, FindsWhiteSpaceAtEveryPlaceOfALongText) {
+    std::string scratch;
+    for (std::size_t length = 1; length < 40; ++length)
+        for (std::size_t place = 0; place < length; ++place) {
+            std::string text(length, '\xA0');
+            text[place] = '\t';
+            std::string expected = text;
+            bool const isAtEnd = place == 0 || place == length - 1;
+            expected.replace(place, 1, isAtEnd ? "" : " ");
+            ASSERT_EQ(NormaliseSpace(text, scratch), expected) << length << ' ' << place;
+        }
 }
 
 TEST(PlainLength, IsKnownOnlyWhereReadingChangesNothing) {

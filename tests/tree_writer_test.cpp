@@ -36,7 +36,7 @@ __attribute__((format(printf, 2, 3))) void Log(unsigned int level, char const* f
     s_logged.push_back(std::to_string(level) + ' ' + text);
 }
 
-class TicketDocument : public testing::Test {
+class TreeWriter : public testing::Test {
  protected:
     void SetUp() override { s_logged.clear(); }
 
@@ -52,7 +52,7 @@ class TicketDocument : public testing::Test {
         EXPECT_EQ(m_document.Serialise().View(), TicketText::Framed(elements));
     }
 
-    TICKET_DOCUMENT m_document{nullptr, &Log};
+    TREE_WRITER m_document{nullptr, &Log};
 };
 
 class Brackets : public STICKET_STRING_CONVERSION {
@@ -123,7 +123,7 @@ std::string RandomKey(std::mt19937& random, std::vector<std::string> const& comp
 }
 
 void ExpectSameBytesAsPlainSearch(std::vector<std::string> const& keys) {
-    TICKET_DOCUMENT document(nullptr, nullptr);
+    TREE_WRITER document(nullptr, nullptr);
     PlainDocument plain;
     for (int32_t value = 0; value < static_cast<int32_t>(keys.size()); ++value) {
         document.CreateSubElem(keys[static_cast<std::size_t>(value)], PARAM_INT, &value);
@@ -134,11 +134,11 @@ void ExpectSameBytesAsPlainSearch(std::vector<std::string> const& keys) {
 
 }  // namespace
 
-TEST_F(TicketDocument, WithoutValuesIsAnEmptyRoot) {
+TEST_F(TreeWriter, WithoutValuesIsAnEmptyRoot) {
     EXPECT_EQ(m_document.Serialise().View(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }
 
-TEST_F(TicketDocument, WritesEachTypeByItsName) {
+TEST_F(TreeWriter, WritesEachTypeByItsName) {
     Add("b", PARAM_BINSTR, BIN_STRING{"\0\xFF", 2});
     Add("d", 2.5);
     Add("i", -42);
@@ -154,7 +154,7 @@ TEST_F(TicketDocument, WritesEachTypeByItsName) {
         "\t<u type=\"uint64\">18446744073709551615</u>\n");
 }
 
-TEST_F(TicketDocument, WritesEmptyTextsAsALoneBackslash) {
+TEST_F(TreeWriter, WritesEmptyTextsAsALoneBackslash) {
     Add("a", "");
     Add("b", PARAM_BINSTR, BIN_STRING{nullptr, 5});
     Add("c", PARAM_BINSTR, BIN_STRING{"x", 0});
@@ -164,17 +164,17 @@ TEST_F(TicketDocument, WritesEmptyTextsAsALoneBackslash) {
         "\t<c type=\"binstr\">\\</c>\n");
 }
 
-TEST_F(TicketDocument, WritesNan) {
+TEST_F(TreeWriter, WritesNan) {
     Add("n", std::numeric_limits<double>::quiet_NaN());
     ExpectElements("\t<n type=\"double\">1.#QNAN</n>\n");
 }
 
-TEST_F(TicketDocument, ThrowsOnInfinity) {
+TEST_F(TreeWriter, ThrowsOnInfinity) {
     double const infinity = std::numeric_limits<double>::infinity();
-    EXPECT_THROW(TICKET_DOCUMENT::SaveOne(&m_document, "k", PARAM_DOUBLE, &infinity, -1), char const*);
+    EXPECT_THROW(TREE_WRITER::SaveOne(&m_document, "k", PARAM_DOUBLE, &infinity, -1), char const*);
 }
 
-TEST_F(TicketDocument, NestsKeysAndSharesTheirLeadingComponents) {
+TEST_F(TreeWriter, NestsKeysAndSharesTheirLeadingComponents) {
     Add("a/b", 1);
     Add("a/c", "x");
     Add("a/d/e", 2);
@@ -188,7 +188,7 @@ TEST_F(TicketDocument, NestsKeysAndSharesTheirLeadingComponents) {
         "\t</a>\n");
 }
 
-TEST_F(TicketDocument, NeverReusesALeafForALeaf) {
+TEST_F(TreeWriter, NeverReusesALeafForALeaf) {
     Add("v", 1);
     Add("v", "two");
     Add("v", 3);
@@ -198,7 +198,7 @@ TEST_F(TicketDocument, NeverReusesALeafForALeaf) {
         "\t<v type=\"int\">3</v>\n");
 }
 
-TEST_F(TicketDocument, ReusesTheFirstLeafAsABranch) {
+TEST_F(TreeWriter, ReusesTheFirstLeafAsABranch) {
     Add("a", 1);
     Add("a", 2);
     Add("a/b", 3);
@@ -214,19 +214,19 @@ TEST_F(TicketDocument, ReusesTheFirstLeafAsABranch) {
         "\t<a type=\"int\">2</a>\n");
 }
 
-TEST_F(TicketDocument, MakesNoElementForAnEmptyKey) {
+TEST_F(TreeWriter, MakesNoElementForAnEmptyKey) {
     Add("", 1);
     EXPECT_EQ(m_document.Serialise().View(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
     EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key .../ticket/ creates empty node"));
 }
 
-TEST_F(TicketDocument, LeavesAnEmptyElementForAKeyThatEndsInASlash) {
+TEST_F(TreeWriter, LeavesAnEmptyElementForAKeyThatEndsInASlash) {
     Add("a/b/", 1);
     ExpectElements("\t<a>\n\t\t<b/>\n\t</a>\n");
     EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key .../b/ creates empty node"));
 }
 
-TEST_F(TicketDocument, NeverReusesANamelessElement) {
+TEST_F(TreeWriter, NeverReusesANamelessElement) {
     Add("/x", 1);
     Add("/y", 2);
     Add("a//z", 3);
@@ -237,7 +237,7 @@ TEST_F(TicketDocument, NeverReusesANamelessElement) {
     EXPECT_THAT(s_logged, IsEmpty());
 }
 
-TEST_F(TicketDocument, LogsANamelessParentAsASlash) {
+TEST_F(TreeWriter, LogsANamelessParentAsASlash) {
     Add("a//", 1);
     Add("/", 1);
     EXPECT_THAT(s_logged, ElementsAre("0 STICKET_FILE Illegal key ...// creates empty node",
@@ -245,13 +245,13 @@ TEST_F(TicketDocument, LogsANamelessParentAsASlash) {
     ExpectElements("\t<a>\n\t\t<anonymous/>\n\t</a>\n\t<anonymous/>\n");
 }
 
-TEST_F(TicketDocument, DoesWithoutALog) {
-    TICKET_DOCUMENT document(nullptr, nullptr);
+TEST_F(TreeWriter, DoesWithoutALog) {
+    TREE_WRITER document(nullptr, nullptr);
     EXPECT_TRUE(document.CreateSubElem("a/", PARAM_STRING, ""));
     EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a/>\n"));
 }
 
-TEST_F(TicketDocument, ComponentsAreWildcardsForTheElementsThatAreThere) {
+TEST_F(TreeWriter, ComponentsAreWildcardsForTheElementsThatAreThere) {
     Add("alpha/x", 1);
     Add("beta/x", 2);
     Add("*/y", 3);
@@ -265,38 +265,38 @@ TEST_F(TicketDocument, ComponentsAreWildcardsForTheElementsThatAreThere) {
         "\t<[c-z]*>\n\t\t<y type=\"int\">6</y>\n\t</[c-z]*>\n");
 }
 
-TEST_F(TicketDocument, ALastComponentIsNoWildcard) {
+TEST_F(TreeWriter, ALastComponentIsNoWildcard) {
     Add("alpha", 1);
     Add("*", 2);
     ExpectElements("\t<alpha type=\"int\">1</alpha>\n\t<* type=\"int\">2</*>\n");
 }
 
-TEST_F(TicketDocument, LeavesALeafOfAnUnknownTypeBare) {
+TEST_F(TreeWriter, LeavesALeafOfAnUnknownTypeBare) {
     for (PARAM_TYPE const type : {PARAM_NONE, PARAM_POINTER, PARAM_VECTOR, PARAM_UNSIGNED, PARAM_TYPE(10)}) {
-        TICKET_DOCUMENT document(nullptr, nullptr);
+        TREE_WRITER document(nullptr, nullptr);
         EXPECT_FALSE(document.CreateSubElem("a", type, &type));
         EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a/>\n"));
     }
 }
 
-TEST_F(TicketDocument, AWalkSkipsTheTypesThatFilesDoNotKeep) {
+TEST_F(TreeWriter, AWalkSkipsTheTypesThatFilesDoNotKeep) {
     for (PARAM_TYPE const type : {PARAM_NONE, PARAM_POINTER, PARAM_VECTOR, PARAM_UNSIGNED, PARAM_TYPE(10)})
-        EXPECT_TRUE(TICKET_DOCUMENT::SaveOne(&m_document, "a", type, &type, -1));
+        EXPECT_TRUE(TREE_WRITER::SaveOne(&m_document, "a", type, &type, -1));
     EXPECT_EQ(m_document.Serialise().View(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }
 
-TEST_F(TicketDocument, AWalkWithoutADocumentEnds) {
-    EXPECT_FALSE(TICKET_DOCUMENT::SaveOne(nullptr, "a", PARAM_STRING, "x", -1));
+TEST_F(TreeWriter, AWalkWithoutADocumentEnds) {
+    EXPECT_FALSE(TREE_WRITER::SaveOne(nullptr, "a", PARAM_STRING, "x", -1));
 }
 
-TEST_F(TicketDocument, AWalkIgnoresTheIndex) {
-    EXPECT_TRUE(TICKET_DOCUMENT::SaveOne(&m_document, "a", PARAM_STRING, "x", 7));
+TEST_F(TreeWriter, AWalkIgnoresTheIndex) {
+    EXPECT_TRUE(TREE_WRITER::SaveOne(&m_document, "a", PARAM_STRING, "x", 7));
     ExpectElements("\t<a type=\"string\">x</a>\n");
 }
 
-TEST_F(TicketDocument, ConvertsEveryTextAndNothingElse) {
+TEST_F(TreeWriter, ConvertsEveryTextAndNothingElse) {
     Brackets brackets;
-    TICKET_DOCUMENT document(&brackets, nullptr);
+    TREE_WRITER document(&brackets, nullptr);
     document.CreateSubElem("a", PARAM_STRING, "x");
     document.CreateSubElem("b", PARAM_STRING, "");
     BIN_STRING const bytes{"y", 1};
@@ -306,20 +306,20 @@ TEST_F(TicketDocument, ConvertsEveryTextAndNothingElse) {
                                                               "\t<c type=\"binstr\">y</c>\n"));
 }
 
-TEST_F(TicketDocument, LetsAFailingConversionThrough) {
+TEST_F(TreeWriter, LetsAFailingConversionThrough) {
     Refusal refusal;
-    TICKET_DOCUMENT document(&refusal, nullptr);
-    EXPECT_THROW(TICKET_DOCUMENT::SaveOne(&document, "a", PARAM_STRING, "x", -1), std::runtime_error);
+    TREE_WRITER document(&refusal, nullptr);
+    EXPECT_THROW(TREE_WRITER::SaveOne(&document, "a", PARAM_STRING, "x", -1), std::runtime_error);
 }
 
-TEST_F(TicketDocument, IsTheSameUnderAnyLocale) {
+TEST_F(TreeWriter, IsTheSameUnderAnyLocale) {
     HostileLocale const locale;
     Add("d", 1234.5);
     Add("i", 1234567);
     ExpectElements("\t<d type=\"double\">1234.5</d>\n\t<i type=\"int\">1234567</i>\n");
 }
 
-TEST(TicketDocumentSearch, GivesTheSameBytesAsAPlainSearchInDocumentOrder) {
+TEST(TreeWriterSearch, GivesTheSameBytesAsAPlainSearchInDocumentOrder) {
     std::vector<std::string> const components = {"a",  "b",  "ab",   "abc",  "a-b", "",       "*", "?",     "a*",
                                                  "*b", "?b", "[ab]", "[!a]", "[0]", "[a-b]b", "[", "ticket"};
     std::mt19937 random(1);
@@ -332,7 +332,7 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAsAPlainSearchInDocumentOrder) {
     }
 }
 
-TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
+TEST(TreeWriterSearch, GivesTheSameBytesAmongManyChildren) {
     std::mt19937 random(2);
     std::vector<std::string> keys;
     for (int number = 0; number < 1500; ++number) {
@@ -354,7 +354,7 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAmongManyChildren) {
 }
 
 // The ways to a child change while there come to be more of them, and once more behind a long name.
-TEST(TicketDocumentSearch, GivesTheSameBytesAmongNamesThatShareTheirFragments) {
+TEST(TreeWriterSearch, GivesTheSameBytesAmongNamesThatShareTheirFragments) {
     std::mt19937 random(3);
     auto const oneOf = [&](std::vector<std::string> const& choice) { return choice[random() % choice.size()]; };
     auto const syllables = [&](auto count) {
@@ -376,9 +376,9 @@ TEST(TicketDocumentSearch, GivesTheSameBytesAmongNamesThatShareTheirFragments) {
     }
 }
 
-TEST(TicketDocumentDepth, PlacesAHundredThousandComponentsOnASmallStack) {
+TEST(TreeWriterDepth, PlacesAHundredThousandComponentsOnASmallStack) {
     RunOnSmallStack([] {
-        TICKET_DOCUMENT document(nullptr, nullptr);
+        TREE_WRITER document(nullptr, nullptr);
         int32_t const value = 1;
         std::string const path = Repeated("a/", 100000);
         EXPECT_TRUE(document.CreateSubElem(path + "b", PARAM_INT, &value));
@@ -387,10 +387,10 @@ TEST(TicketDocumentDepth, PlacesAHundredThousandComponentsOnASmallStack) {
     });
 }
 
-TEST(TicketDocumentDepth, WritesDeepNestingOnASmallStack) {
+TEST(TreeWriterDepth, WritesDeepNestingOnASmallStack) {
     RunOnSmallStack([] {
         constexpr int DEPTH = 3000;
-        TICKET_DOCUMENT document(nullptr, nullptr);
+        TREE_WRITER document(nullptr, nullptr);
         int32_t const value = 1;
         document.CreateSubElem(Repeated("a/", DEPTH) + "b", PARAM_INT, &value);
         std::string elements;
@@ -401,8 +401,8 @@ TEST(TicketDocumentDepth, WritesDeepNestingOnASmallStack) {
     });
 }
 
-TEST(TicketDocumentDepth, PlacesALongComponentBesideOneOfAThousandWildcards) {
-    TICKET_DOCUMENT document(nullptr, nullptr);
+TEST(TreeWriterDepth, PlacesALongComponentBesideOneOfAThousandWildcards) {
+    TREE_WRITER document(nullptr, nullptr);
     int32_t const value = 1;
     document.CreateSubElem(std::string(20000, 'a') + "/x", PARAM_INT, &value);
     EXPECT_TRUE(document.CreateSubElem(Repeated("*a", 1000) + "b/x", PARAM_INT, &value));

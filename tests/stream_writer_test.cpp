@@ -16,15 +16,15 @@
 namespace {
 
 std::string TextByDocument(clTICKETNODE const& node) {
-    TICKET_DOCUMENT document(nullptr, nullptr);
-    node.WalkParameter(&TICKET_DOCUMENT::SaveOne, &document, "", WALK_EVERYTHING);
+    TREE_WRITER document(nullptr, nullptr);
+    node.WalkParameter(&TREE_WRITER::SaveOne, &document, "", WALK_EVERYTHING);
     return std::string(document.Serialise().View());
 }
 
 // "(refused)" when the stream would not have it.
 std::string TextByStream(clTICKETNODE const& node, STICKET_STRING_CONVERSION* conversion = nullptr) {
-    TICKET_STREAM stream(conversion);
-    node.WalkParameter(&TICKET_STREAM::SaveOne, &stream, "", WALK_EVERYTHING);
+    STREAM_WRITER stream(conversion);
+    node.WalkParameter(&STREAM_WRITER::SaveOne, &stream, "", WALK_EVERYTHING);
     return stream.IsRefused() ? "(refused)" : std::string(stream.Finish().View());
 }
 
@@ -38,7 +38,7 @@ clTICKETNODE NodeOf(std::vector<std::string> const& keys) {
     return node;
 }
 
-TEST(FileStream, WritesEveryTypeAsTheDocumentDoes) {
+TEST(StreamWriter, WritesEveryTypeAsTheDocumentDoes) {
     clTICKETNODE node;
     double const half = 0.5;
     double const notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -56,14 +56,14 @@ TEST(FileStream, WritesEveryTypeAsTheDocumentDoes) {
     EXPECT_EQ(TextByStream(node), TextByDocument(node));
 }
 
-TEST(FileStream, WritesParametersWithoutAnythingToKeepAsAnEmptyElement) {
+TEST(StreamWriter, WritesParametersWithoutAnythingToKeepAsAnEmptyElement) {
     clTICKETNODE node;
     node.SetParameter("pointer", PARAM_POINTER, &node, SCALAR_INDEX);
     EXPECT_EQ(TextByStream(node), TextByDocument(node));
     EXPECT_EQ(TextByStream(node), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }
 
-TEST(FileStream, RefusesKeysWhoseElementsAnotherKeyCouldHaveMade) {
+TEST(StreamWriter, RefusesKeysWhoseElementsAnotherKeyCouldHaveMade) {
     for (std::vector<std::string> const& keys :
          std::vector<std::vector<std::string>>{{"a", "a/b"},         // the leaf takes in the element
                                                {"a", "a-b", "a/c"},  // also when another key stands between them
@@ -83,14 +83,14 @@ TEST(FileStream, RefusesKeysWhoseElementsAnotherKeyCouldHaveMade) {
     }
 }
 
-TEST(FileStream, TakesKeysThatOnlyLookLikeAnothersElements) {
+TEST(StreamWriter, TakesKeysThatOnlyLookLikeAnothersElements) {
     for (std::vector<std::string> const& keys : std::vector<std::vector<std::string>>{
              {"a", "a-b/c"}, {"a-b", "a/c"}, {"a/b", "a.b/c"}, {"ab", "a/b"}, {"a/b", "a/bc/d"}, {"x/a", "y/a/b"}}) {
         EXPECT_EQ(TextByStream(NodeOf(keys)), TextByDocument(NodeOf(keys))) << testing::PrintToString(keys);
     }
 }
 
-TEST(FileStream, WritesRandomKeysAsTheDocumentDoesOrRefusesThem) {
+TEST(StreamWriter, WritesRandomKeysAsTheDocumentDoesOrRefusesThem) {
     std::mt19937 random(20261121);
     std::vector<std::string> const components = {"a",      "a-b", "a.b", "ab", "b", "long-component-of-a-key",
                                                  "ticket", "c"};
@@ -111,14 +111,14 @@ TEST(FileStream, WritesRandomKeysAsTheDocumentDoesOrRefusesThem) {
     EXPECT_GT(written, 1000);
 }
 
-TEST(FileStream, StopsAtAnInfiniteNumber) {
+TEST(StreamWriter, StopsAtAnInfiniteNumber) {
     clTICKETNODE node;
     double const infinity = std::numeric_limits<double>::infinity();
     node.SetParameter("a", PARAM_DOUBLE, &infinity, SCALAR_INDEX);
     EXPECT_THROW(TextByStream(node), char const*);
 }
 
-TEST(FileStream, LetsTextsPassThroughTheConversion) {
+TEST(StreamWriter, LetsTextsPassThroughTheConversion) {
     struct BRACKETS : STICKET_STRING_CONVERSION {
         std::string ToFile(std::string const& text) override { return "(" + text + ")"; }
         std::string FromFile(std::string const& text, int) override { return text; }
@@ -129,7 +129,7 @@ TEST(FileStream, LetsTextsPassThroughTheConversion) {
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket>\n\t<a type=\"string\">()</a>\n</ticket>\n");
 }
 
-TEST(FileStream, GrowsFromTheAllocatorsMemoryIntoAMappingWithoutLosingAByte) {
+TEST(StreamWriter, GrowsFromTheAllocatorsMemoryIntoAMappingWithoutLosingAByte) {
     clTICKETNODE node;
     for (int i = 0; i < 20000; ++i) {
         std::string const key = "Group" + std::to_string(i % 97) + "/Key" + std::to_string(i);
