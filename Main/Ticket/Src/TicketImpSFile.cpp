@@ -253,14 +253,18 @@ void STICKET_FILE::MarkDirty() {
 
 void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
     auto* const conversion = static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext);
-    clTICKETNODE const& parameters = m_content->parameters;
+    auto const walk = [&](STICKET_WALK_CALLBACK callback, void* writer) {
+        clTICKETNODE const& parameters = m_content->parameters;
+        if (conversion == nullptr) return parameters.WalkUnchanged(callback, writer);
+        return parameters.Walk(callback, writer, "", WALK_EVERYTHING);  // the conversion may change this ticket
+    };
     STREAM_WRITER stream(conversion, &file);
-    parameters.WalkParameter(&STREAM_WRITER::SaveOne, &stream, "", WALK_EVERYTHING);
+    walk(&STREAM_WRITER::SaveOne, &stream);
     if (!stream.IsRefused()) return file.Take(stream.Finish().View());
     file.Restart();
-    TREE_WRITER document(conversion, &Log);
-    parameters.WalkParameter(&TREE_WRITER::SaveOne, &document, "", WALK_EVERYTHING);
-    file.Take(document.Serialise(&file).View());
+    TREE_WRITER tree(conversion, &Log);
+    walk(&TREE_WRITER::SaveOne, &tree);
+    file.Take(tree.Serialise(&file).View());
 }
 
 void STICKET_FILE::Save() {

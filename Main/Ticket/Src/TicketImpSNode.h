@@ -168,7 +168,9 @@ class clTICKETNODE {
     // goes on with the next key after the last one, and within a vector with the next position, up to the number of
     // elements the vector had when the walk came to it. False when the callback ended the walk. `prefix` is ignored.
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
-    // The same over a copy taken first; pointers handed out die with the copy.
+    // Walks everything for a callback that does not change this node.
+    bool WalkUnchanged(STICKET_WALK_CALLBACK callback, void* context) const;
+    // As Walk over a copy taken first; pointers handed out die with the copy.
     bool WalkSorted(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;
     // As above; false only for a null callback.
     bool WalkParameter(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) const;

@@ -29,23 +29,23 @@ constexpr auto TableOf(RULE rule) {
     return table;
 }
 
-// How a byte is written. The unused bytes of `text` are copied, too, and overwritten by what follows.
+// How a byte is written. Of a space, its escape. Unused bytes of `text` are copied, too, and overwritten by what
+// follows.
 struct SPELLING {
     char text[LONGEST_ESCAPE];
-    uint32_t length;
+    uint8_t length;
+    bool isItself;
 };
 
 constexpr SPELLING Spell(unsigned int byte) {
     char const itself = static_cast<char>(byte);
     for (std::size_t i = 0; WITH_LETTERS[i] != '\0'; ++i)
-        if (WITH_LETTERS[i] == itself) return {{'\\', LETTERS[i]}, 2};
-    bool const isPlain = byte >= 0x20 && byte < 0x7F && itself != '<' && itself != '>';
-    if (isPlain) return {{itself}, 1};
-    return {{'\\', 'x', HEX_DIGITS[byte >> 4], HEX_DIGITS[byte & 0xF]}, 4};
+        if (WITH_LETTERS[i] == itself) return {{'\\', LETTERS[i]}, 2, false};
+    bool const isItself = byte > 0x20 && byte < 0x7F && itself != '<' && itself != '>';
+    return {{'\\', 'x', HEX_DIGITS[byte >> 4], HEX_DIGITS[byte & 0xF]}, LONGEST_ESCAPE, isItself};
 }
 
 constexpr auto SPELLINGS = TableOf<SPELLING>(Spell);
-constexpr SPELLING ESCAPED_SPACE = {{'\\', 'x', '2', '0'}, 4};
 
 constexpr auto PLAIN = TableOf<bool>([](unsigned int byte) { return byte > 0x20 && byte != '\\'; });
 
@@ -186,18 +186,22 @@ std::string DecodeString(std::string const& in) {
 }
 
 char* Encode(char* out, std::string_view in, bool& isAfterSpace) {
-    bool isAfter = isAfterSpace;
-    for (char const byte : in) {
-        SPELLING const& spelling = byte == ' ' && isAfter ? ESCAPED_SPACE : SPELLINGS[IndexOf(byte)];
-        isAfter = byte == ' ' && !isAfter;
-        if (spelling.length == 1) {
-            *out++ = byte;
-            continue;
+    if (in.empty()) return out;
+    char const* const end = in.data() + in.size();
+    char const* behindSpace = isAfterSpace ? in.data() : nullptr;  // the byte after the last unescaped space
+    for (char const* at = in.data(); at != end; ++at) {
+        SPELLING const& spelling = SPELLINGS[IndexOf(*at)];
+        if (spelling.isItself) {
+            *out++ = *at;
+        } else if (*at == ' ' && at != behindSpace) {
+            *out++ = ' ';
+            behindSpace = at + 1;
+        } else {
+            std::memcpy(out, spelling.text, sizeof spelling.text);
+            out += spelling.length;
         }
-        std::memcpy(out, spelling.text, sizeof spelling.text);
-        out += spelling.length;
     }
-    isAfterSpace = isAfter;
+    isAfterSpace = behindSpace == end;
     return out;
 }
 

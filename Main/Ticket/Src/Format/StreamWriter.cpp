@@ -6,7 +6,6 @@
 #include <cstring>
 #include <utility>
 
-#include "Format/Layout.h"
 #include "Format/Values.h"
 #include "Format/Wildcard.h"
 #include "Format/Words.h"
@@ -40,34 +39,33 @@ bool STREAM_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void
 }
 
 TEXT_BUFFER STREAM_WRITER::Finish() {
-    LAYOUT layout(m_text);
     if (m_lastLength == 0) {
-        layout.PutDeclaration();
-        layout.PutEmptyElement(0, TICKET_FORMAT::ROOT);
+        m_layout.PutDeclaration();
+        m_layout.PutEmptyElement(TICKET_FORMAT::ROOT);
     } else {
         CloseBeyond(0);
-        layout.CloseElement(0, TICKET_FORMAT::ROOT);
+        m_layout.CloseElement(TICKET_FORMAT::ROOT);
     }
-    return std::move(m_text);
+    return m_layout.Finish();
 }
 
 bool STREAM_WRITER::Add(std::string_view key, PARAM_TYPE type, std::string_view typeName, void const* value) {
     if (key.empty() || key.back() == '/') return false;
-    LAYOUT layout(m_text);
     if (m_lastLength == 0) {
-        layout.PutDeclaration();
-        layout.OpenElement(0, TICKET_FORMAT::ROOT);
+        m_layout.PutDeclaration();
+        m_layout.OpenElement(TICKET_FORMAT::ROOT);
     }
     std::size_t const shared = SharedLength(key, LastKey());
+    bool const isLastKey = shared == key.size() && shared == m_lastLength;
     if (IsBelowALeaf(key, shared)) return false;
     if (NameBegin() > shared) CloseBeyond(shared);
     SetLastKey(key, shared);
     std::size_t const slash = key.find('/', NameBegin());
     if (slash != std::string_view::npos && !OpenTo(key, slash)) return false;
     std::string_view const name = key.substr(NameBegin());
-    layout.BeginValue(m_nameEnds.size() + 1, name, typeName);
-    PutValue(m_text, type, value, m_conversion);
-    layout.EndValue(name);
+    m_layout.BeginValue(name, typeName, isLastKey);
+    PutValue(m_layout.Text(), type, value, m_conversion);
+    m_layout.EndValue(name);
     return true;
 }
 
@@ -93,7 +91,7 @@ bool STREAM_WRITER::OpenTo(std::string_view key, std::size_t slash) {
         std::string_view const name = key.substr(NameBegin(), slash - NameBegin());
         if (name.empty() || WILDCARD::IsPattern(name)) return false;
         m_nameEnds.push_back(slash);
-        LAYOUT(m_text).OpenElement(m_nameEnds.size(), name);
+        m_layout.OpenElement(name);
     }
     return true;
 }
@@ -101,9 +99,8 @@ bool STREAM_WRITER::OpenTo(std::string_view key, std::size_t slash) {
 // Closes the open elements of the last key whose names do not end within its first `shared` bytes.
 void STREAM_WRITER::CloseBeyond(std::size_t shared) {
     while (!m_nameEnds.empty() && m_nameEnds.back() >= shared) {
-        std::size_t const depth = m_nameEnds.size();
         std::size_t const end = m_nameEnds.back();
         m_nameEnds.pop_back();
-        LAYOUT(m_text).CloseElement(depth, LastKey().substr(NameBegin(), end - NameBegin()));
+        m_layout.CloseElement(LastKey().substr(NameBegin(), end - NameBegin()));
     }
 }

@@ -7,7 +7,7 @@
 
 #include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketRecords.h"
-#include "Format/TextBuffer.h"
+#include "Format/Layout.h"
 
 // Writes what TREE_WRITER writes, in a fraction of its time, for parameters that a walk delivers in ascending order of
 // keys and whose elements nest as their keys do: then every inner element that is needed again is still open, and no
@@ -19,7 +19,7 @@ class STREAM_WRITER {
  public:
     // Texts pass through `conversion`, and the file's bytes go to `sink` as they come, unless these are null.
     explicit STREAM_WRITER(STICKET_STRING_CONVERSION* conversion, FILE_SINK* sink = nullptr)
-        : m_conversion(conversion), m_text(sink) {}
+        : m_conversion(conversion), m_layout(sink) {}
 
     // Walk callback: adds one parameter, skips the types that files do not keep; false once a key was refused. Throws
     // as TREE_WRITER::CreateSubElem, and what the sink throws.
@@ -27,7 +27,7 @@ class STREAM_WRITER {
 
     // Whether a key was refused: then the sink's bytes are worthless, and a TREE_WRITER must make the text.
     bool IsRefused() const { return m_refused; }
-    // The bytes of the file that the sink has not taken.
+    // The bytes of the file that the sink has not taken. Throws std::bad_alloc if a load would refuse the file.
     TEXT_BUFFER Finish();
 
  private:
@@ -41,7 +41,7 @@ class STREAM_WRITER {
     void CloseBeyond(std::size_t shared);
 
     STICKET_STRING_CONVERSION* m_conversion;
-    TEXT_BUFFER m_text;
+    LAYOUT m_layout;
     std::vector<char> m_lastKey;
     std::size_t m_lastLength = 0;
     std::vector<std::size_t> m_nameEnds;  // where the names of the open elements end in m_lastKey

@@ -32,23 +32,24 @@ bool FindsItself(std::string_view component) {
 // Writes a tree, element by element, without recursion.
 class TREE_WRITER::SERIALISER {
  public:
-    explicit SERIALISER(TEXT_BUFFER& output) : m_layout(output) {}
+    explicit SERIALISER(LAYOUT& layout) : m_layout(layout) {}
 
     void Write(ELEMENT const& root) {
         m_layout.PutDeclaration();
-        ELEMENT const* element = &root;
-        for (;;) {
-            Open(*element);
+        ELEMENT const* before = nullptr;
+        for (ELEMENT const* element = &root;;) {
+            Open(*element, before);
+            before = nullptr;
             if (element->firstChild != nullptr) {
-                ++m_depth;
                 element = element->firstChild;
                 continue;
             }
             while (element != &root && element->next == nullptr) {
                 element = element->parent;
-                m_layout.CloseElement(--m_depth, NameOf(*element));
+                m_layout.CloseElement(NameOf(*element));
             }
             if (element == &root) return;
+            before = element;
             element = element->next;
         }
     }
@@ -58,20 +59,19 @@ class TREE_WRITER::SERIALISER {
         return element.name.empty() ? TICKET_FORMAT::NAMELESS : element.name;
     }
 
-    void Open(ELEMENT const& element) {
+    // `before`: the element before this one in the same parent; null if there is none.
+    void Open(ELEMENT const& element, ELEMENT const* before) {
         std::string_view const name = NameOf(element);
-        bool const isLeaf = !element.typeName.empty();
         bool const hasChildren = element.firstChild != nullptr;
-        if (isLeaf)
-            m_layout.PutValue(m_depth, name, element.typeName, element.text, hasChildren);
-        else if (hasChildren)
-            m_layout.OpenElement(m_depth, name);
-        else
-            m_layout.PutEmptyElement(m_depth, name);
+        if (element.typeName.empty()) return hasChildren ? m_layout.OpenElement(name) : m_layout.PutEmptyElement(name);
+        bool const isLaterOfVector = before != nullptr && !before->typeName.empty() && NameOf(*before) == name;
+        m_layout.BeginValue(name, element.typeName, isLaterOfVector);
+        if (hasChildren) return m_layout.PutValueOfOpenElement(name, element.text);
+        m_layout.Text().Put(element.text);
+        m_layout.EndValue(name);
     }
 
-    LAYOUT m_layout;
-    std::size_t m_depth = 0;
+    LAYOUT& m_layout;
 };
 
 TREE_WRITER::TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log)
@@ -104,9 +104,9 @@ bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void cons
 }
 
 TEXT_BUFFER TREE_WRITER::Serialise(FILE_SINK* sink) const {
-    TEXT_BUFFER text(sink);
-    SERIALISER(text).Write(m_ticket);
-    return text;
+    LAYOUT layout(sink);
+    SERIALISER(layout).Write(m_ticket);
+    return layout.Finish();
 }
 
 // Forgets the steps that `key` does not take.

@@ -37,7 +37,8 @@ class TREE_WRITER {
     // document is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
-    // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, and what the sink throws.
+    // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, also if a load would refuse the
+    // file, and what the sink throws.
     TEXT_BUFFER Serialise(FILE_SINK* sink = nullptr) const;
 
  private:
