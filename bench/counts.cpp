@@ -27,6 +27,13 @@ class TICKET {
         m_table->SetParameter(m_table->pTicket, key.full.c_str(), type, value, SCALAR_INDEX);
     }
     void GetBatch(GETMULTIPAR* records) const { m_table->GetMultiParameter(m_table->pTicket, records); }
+    void SetText(char const* key, std::string const& text) const {
+        m_table->SetParameter(m_table->pTicket, key, PARAM_STRING, text.c_str(), SCALAR_INDEX);
+    }
+    void GetText(char const* key) const {
+        char const* text = nullptr;
+        m_table->GetParameter(m_table->pTicket, key, PARAM_STRING, &text, SCALAR_INDEX);
+    }
     void Save() const { m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr); }
 
     void Fill(WORKLOAD const& workload) const {
@@ -46,7 +53,14 @@ class TICKET {
 // One set of tickets with the same content.
 struct TICKETS {
     TICKETS(std::size_t count, std::size_t first, std::string fileName)
-        : workload(count, SHAPE::GROUPED, first), name(std::move(fileName)), memory(nullptr), file(name.c_str()) {
+        : workload(count, SHAPE::GROUPED, first),
+          name(std::move(fileName)),
+          memory(nullptr),
+          file(name.c_str()),
+          beyondAscii(count, '\xE4'),
+          fileBeyondAscii((name + "-text").c_str()) {
+        fileBeyondAscii.SetText("Text", beyondAscii);
+        fileBeyondAscii.Save();
         memory.Fill(workload);
         file.Fill(workload);
         file.Save();
@@ -58,7 +72,10 @@ struct TICKETS {
         }
         batch.push_back({});
     }
-    ~TICKETS() { std::filesystem::remove(name); }
+    ~TICKETS() {
+        std::filesystem::remove(name);
+        std::filesystem::remove(name + "-text");
+    }
     TICKETS(TICKETS const&) = delete;
     TICKETS& operator=(TICKETS const&) = delete;
 
@@ -66,6 +83,8 @@ struct TICKETS {
     std::string const name;
     TICKET const memory;
     TICKET const file;
+    std::string const beyondAscii;  // as many bytes, each of which is escaped in a file
+    TICKET const fileBeyondAscii;
     std::vector<KEY const*> integers;
     std::vector<KEY const*> texts;
     std::vector<GETMULTIPAR> batch;
@@ -108,6 +127,12 @@ void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
     Count("save", count, 1, tickets, [](TICKETS& all) {
         all.file.Set(*all.integers.front(), PARAM_INT, &all.value);
         all.file.Save();
+    });
+    Count("load_text_beyond_ascii", count, 1, tickets,
+          [](TICKETS& all) { TICKET((all.name + "-text").c_str()).GetText("Text"); });
+    Count("save_text_beyond_ascii", count, 1, tickets, [](TICKETS& all) {
+        all.fileBeyondAscii.SetText("Text", all.beyondAscii);
+        all.fileBeyondAscii.Save();
     });
 }
 

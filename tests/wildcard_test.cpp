@@ -111,17 +111,14 @@ TEST(Wildcard, AgreesWithTheRulesToldSlowly) {
     }
 }
 
-TEST(Wildcard, KnowsHowEveryNameThatMatchesBeginsAndEnds) {
+TEST(Wildcard, KnowsHowEveryNameThatMatchesBegins) {
     struct CASE {
         char const* pattern;
         char const* beginning;
-        char const* end;
     };
-    for (auto const& [pattern, beginning, end] : {CASE{"ab*cd", "ab", "cd"}, CASE{"*", "", ""}, CASE{"a?", "a", ""},
-                                                  CASE{"[ab]cd", "", "cd"}, CASE{"plain", "plain", "plain"}}) {
+    for (auto const& [pattern, beginning] :
+         {CASE{"ab*cd", "ab"}, CASE{"*", ""}, CASE{"a?", "a"}, CASE{"[ab]cd", ""}, CASE{"plain", "plain"}})
         EXPECT_EQ(WILDCARD(pattern).Beginning(), beginning);
-        EXPECT_EQ(WILDCARD(pattern).End(), end);
-    }
 }
 
 TEST(Wildcard, ListsTheNamesOfAPatternThatStandsForFew) {

@@ -2,6 +2,7 @@
 // something changes.
 #include "Format/Escapes.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -31,7 +32,7 @@ constexpr auto TableOf(RULE rule) {
 
 // How a byte is written. Of a space, its escape. Unused bytes of `text` are copied, too, and overwritten by what
 // follows.
-struct SPELLING {
+struct alignas(8) SPELLING {
     char text[LONGEST_ESCAPE];
     uint8_t length;
     bool isItself;
@@ -73,64 +74,50 @@ std::size_t LengthOfUnknown(std::string_view text) {
     return text.size() < 4 ? 0 : 4;
 }
 
-// The bytes of an encoded text that are still to be decoded, and where the decoded ones go.
-class DECODER {
- public:
-    DECODER(std::string_view in, char* out, ODDITY_LISTENER* listener)
-        : m_begin(in.data()), m_in(in.data()), m_end(in.data() + in.size()), m_out(out), m_listener(listener) {}
-
-    // Returns the end of the decoded text.
-    char* Run() {
-        while (m_in != m_end) {
-            auto const* const escape = static_cast<char const*>(std::memchr(m_in, '\\', Left()));
-            std::size_t const length = escape != nullptr ? static_cast<std::size_t>(escape - m_in) : Left();
-            std::memcpy(m_out, m_in, length);
-            m_out += length;
-            m_in += length;
-            while (m_in != m_end && *m_in == '\\') TakeEscape();
-        }
-        return m_out;
+// Decodes the bytes that "\xHH" escapes at `in` stand for, as long as there are any.
+void DecodeHex(char const*& in, char const* end, char*& out) {
+    char const* at = in;
+    char* to = out;
+    for (; end - at >= 4 && at[0] == '\\' && at[1] == 'x'; at += 4) {
+        int const byte = HEX_VALUES[IndexOf(at[2])] * 16 | HEX_VALUES[IndexOf(at[3])];
+        if (byte < 0) break;
+        *to++ = static_cast<char>(byte);
     }
+    in = at;
+    out = to;
+}
 
- private:
-    std::size_t Left() const { return static_cast<std::size_t>(m_end - m_in); }
-
-    void Put(char byte, std::size_t length) {
-        *m_out++ = byte;
-        m_in += length;
+// Decodes the escape of another kind at `text[at]`, or keeps the bytes of what is none. Returns where the text goes on.
+std::size_t DecodeOther(std::string_view text, std::size_t at, char*& out, ODDITY_LISTENER* listener) {
+    std::string_view const rest = text.substr(at);
+    char const* const letter = rest.size() >= 2 ? std::strchr(LETTERS, rest[1]) : nullptr;
+    if (letter != nullptr && *letter != '\0') {
+        *out++ = WITH_LETTERS[letter - LETTERS];
+        return at + 2;
     }
+    std::size_t const kept = LengthOfUnknown(rest);
+    std::size_t const length = kept != 0 ? kept : rest.size();
+    if (listener != nullptr) listener->Tell(kept != 0 ? ODDITY::UNKNOWN_ESCAPE : ODDITY::UNFINISHED_ESCAPE, at, length);
+    out = std::copy_n(rest.data(), kept, out);
+    return at + length;
+}
 
-    void TakeEscape() {
-        if (Left() >= 4 && m_in[1] == 'x') {
-            int const high = HEX_VALUES[IndexOf(m_in[2])];
-            int const low = HEX_VALUES[IndexOf(m_in[3])];
-            if (high >= 0 && low >= 0) return Put(static_cast<char>(high * 16 + low), 4);
-        }
-        char const* const letter = Left() >= 2 ? std::strchr(LETTERS, m_in[1]) : nullptr;
-        if (letter != nullptr && *letter != '\0') return Put(WITH_LETTERS[letter - LETTERS], 2);
-        TakeUnknown();
+// Writes the decoded text to `out` and returns its end.
+char* Decode(char* out, std::string_view text, ODDITY_LISTENER* listener) {
+    char const* in = text.data();
+    char const* const end = in + text.size();
+    while (in != end) {
+        auto const left = static_cast<std::size_t>(end - in);
+        auto const* const escape = static_cast<char const*>(std::memchr(in, '\\', left));
+        out = std::copy(in, escape != nullptr ? escape : end, out);
+        if (escape == nullptr) break;
+        in = escape;
+        DecodeHex(in, end, out);
+        if (in != end && *in == '\\')
+            in = text.data() + DecodeOther(text, static_cast<std::size_t>(in - text.data()), out, listener);
     }
-
-    void TakeUnknown() {
-        std::size_t const length = LengthOfUnknown({m_in, Left()});
-        auto const offset = static_cast<std::size_t>(m_in - m_begin);
-        if (m_listener != nullptr) {
-            if (length == 0)
-                m_listener->Tell(ODDITY::UNFINISHED_ESCAPE, offset, Left());
-            else
-                m_listener->Tell(ODDITY::UNKNOWN_ESCAPE, offset, length);
-        }
-        std::memcpy(m_out, m_in, length);
-        m_out += length;
-        m_in = length == 0 ? m_end : m_in + length;
-    }
-
-    char const* m_begin;
-    char const* m_in;
-    char const* m_end;
-    char* m_out;
-    ODDITY_LISTENER* m_listener;
-};
+    return out;
+}
 
 // The first byte of white space, or the end. Eight bytes at a time: the subtraction borrows into the highest bit of a
 // byte below 0x21, and of no other whose highest bit is clear before the first such byte.
@@ -190,10 +177,11 @@ char* Encode(char* out, std::string_view in, bool& isAfterSpace) {
     char const* const end = in.data() + in.size();
     char const* behindSpace = isAfterSpace ? in.data() : nullptr;  // the byte after the last unescaped space
     for (char const* at = in.data(); at != end; ++at) {
-        SPELLING const& spelling = SPELLINGS[IndexOf(*at)];
+        char const byte = *at;
+        SPELLING const& spelling = SPELLINGS[IndexOf(byte)];
         if (spelling.isItself) {
-            *out++ = *at;
-        } else if (*at == ' ' && at != behindSpace) {
+            *out++ = byte;
+        } else if (byte == ' ' && at != behindSpace) {
             *out++ = ' ';
             behindSpace = at + 1;
         } else {
@@ -209,7 +197,7 @@ void DecodeTo(std::string& out, std::string_view in, ODDITY_LISTENER* listener) 
     if (in == TICKET_FORMAT::EMPTY_TEXT || in.empty()) return;
     std::size_t const before = out.size();
     out.resize(before + in.size());
-    char const* const end = DECODER(in, &out[before], listener).Run();
+    char const* const end = Decode(&out[before], in, listener);
     out.resize(static_cast<std::size_t>(end - out.data()));
 }
 

@@ -1,6 +1,6 @@
-// Builds the document of a ticket file and turns it into text. An inner element of a key is the first child in document
-// order whose name matches; three ways lead to it, all to the same one: the path of the last key, an index of names,
-// and, for names with wildcards, searches.
+// Builds the tree of a ticket file's elements and turns it into text. An inner element of a key is the first child in
+// document order whose name matches. Three ways lead to it, all to the same one: the path of the last key, an index of
+// names, and, for names with wildcards, searches.
 #include "Format/TreeWriter.h"
 
 #include <algorithm>
@@ -15,11 +15,11 @@
 namespace {
 
 constexpr std::size_t FIRST_BLOCK = 8192;
-// Patterns that stand for few names, and are short, are looked up name by name.
+// Short patterns that match at most this many names are looked up name by name.
 constexpr std::size_t FEW_NAMES = 64;
 constexpr std::size_t SHORT_PATTERN = 256;
-// An index of fragments costs as much as so many looks at each name.
-constexpr std::size_t LOOKS_FOR_FRAGMENTS = 32;
+// Making the index of fragments takes as long as comparing each name this many times.
+constexpr std::size_t COMPARISONS_FOR_FRAGMENTS = 32;
 constexpr std::size_t LONGEST_NAME_OF_FRAGMENTS = 256;
 
 // Whether a search for `component` finds the element of that name which it has just made.
@@ -85,16 +85,16 @@ bool TREE_WRITER::SaveOne(void* document, char const* key, PARAM_TYPE type, void
 }
 
 bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value) {
-    KeepSharedSteps(key);
-    ELEMENT* parent = m_steps.empty() ? &m_ticket : m_steps.back().element;
-    std::size_t begin = m_steps.empty() ? 0 : m_steps.back().end + 1;
-    bool isStep = true;
+    KeepSharedParents(key);
+    ELEMENT* parent = m_parents.empty() ? &m_ticket : m_parents.back().element;
+    std::size_t begin = m_parents.empty() ? 0 : m_parents.back().end + 1;
+    bool isOnPath = true;
     for (std::size_t end; (end = key.find('/', begin)) != std::string_view::npos; begin = end + 1) {
         std::string_view const component = key.substr(begin, end - begin);
         ELEMENT* const found = FindChild(*parent, component);
         parent = found != nullptr ? found : &AddElement(*parent, component);
-        isStep = isStep && (found != nullptr || FindsItself(component));
-        if (isStep) m_steps.push_back({end, parent});
+        isOnPath = isOnPath && (found != nullptr || FindsItself(component));
+        if (isOnPath) m_parents.push_back({end, parent});
     }
     std::string_view const name = key.substr(begin);
     if (!name.empty()) return FillLeaf(AddElement(*parent, name), type, value);
@@ -109,12 +109,12 @@ TEXT_BUFFER TREE_WRITER::Serialise(FILE_SINK* sink) const {
     return layout.Finish();
 }
 
-// Forgets the steps that `key` does not take.
-void TREE_WRITER::KeepSharedSteps(std::string_view key) {
+// Forgets the elements that do not lead to `key`.
+void TREE_WRITER::KeepSharedParents(std::string_view key) {
     std::string_view const last = m_lastKey;
     auto const differing = std::mismatch(key.begin(), key.end(), last.begin(), last.end());
     auto const shared = static_cast<std::size_t>(differing.first - key.begin());
-    while (!m_steps.empty() && m_steps.back().end >= shared) m_steps.pop_back();
+    while (!m_parents.empty() && m_parents.back().end >= shared) m_parents.pop_back();
     m_lastKey.replace(shared, std::string::npos, key.substr(shared));
 }
 
@@ -124,7 +124,7 @@ TREE_WRITER::ELEMENT* TREE_WRITER::FindChild(ELEMENT& parent, std::string_view c
     if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, component);
     // Ascending keys make ascending names, nearly always: most new names are found to be new right here.
     if (component > parent.greatestChild->name) return nullptr;
-    auto& names = m_indexes[&parent].byName;
+    auto& names = m_indexes[&parent].names;
     names.Update(parent);
     auto const found = names.first.find(component);
     return found != names.first.end() ? found->second.element : nullptr;
@@ -133,76 +133,44 @@ TREE_WRITER::ELEMENT* TREE_WRITER::FindChild(ELEMENT& parent, std::string_view c
 TREE_WRITER::ELEMENT* TREE_WRITER::FindMatchingChild(ELEMENT const& parent, std::string_view pattern) {
     WILDCARD const wildcard(pattern);
     INDEX& index = m_indexes[&parent];
-    index.byName.Update(parent);
+    index.names.Update(parent);
     std::vector<std::string> names;
-    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(std::min(index.byName.count, FEW_NAMES), names))
+    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(std::min(index.names.count, FEW_NAMES), names))
         return FindFirstMatch(parent, index, wildcard);
     CHILD const* first = nullptr;
     for (std::string const& name : names) {
-        auto const found = index.byName.first.find(name);
-        if (found != index.byName.first.end() && (first == nullptr || found->second.order < first->order))
+        auto const found = index.names.first.find(name);
+        if (found != index.names.first.end() && (first == nullptr || found->second.order < first->order))
             first = &found->second;
     }
     return first != nullptr ? first->element : nullptr;
 }
 
-// A search among those names that lie inside a part of their order, one a step.
-template <typename LESS, typename IS_INSIDE>
-class TREE_WRITER::SEARCH {
- public:
-    // `from`: the least text inside; if it is empty, all names are, and there is no point in this search.
-    SEARCH(NAMES<LESS> const& names, WILDCARD const& wildcard, std::string_view from, IS_INSIDE isInside)
-        : m_place(names.first.lower_bound(from)),
-          m_end(names.first.end()),
-          m_wildcard(wildcard),
-          m_isInside(isInside),
-          m_isOn(!from.empty()) {}
-
-    // False: there are no more names, and Result is known.
-    bool Step() {
-        if (!m_isOn) return true;
-        if (m_place == m_end || !m_isInside(m_place->first)) return false;
-        auto const& [name, child] = *m_place++;
-        if ((m_first == nullptr || child.order < m_first->order) && m_wildcard.Matches(name)) m_first = &child;
-        return true;
-    }
-    ELEMENT* Result() const { return m_first != nullptr ? m_first->element : nullptr; }
-
- private:
-    typename std::map<std::string_view, CHILD, LESS>::const_iterator m_place;
-    typename std::map<std::string_view, CHILD, LESS>::const_iterator m_end;
-    WILDCARD const& m_wildcard;
-    IS_INSIDE m_isInside;
-    bool m_isOn;
-    CHILD const* m_first = nullptr;
-};
-
-// Searches take turns, and the one that is done first has the answer: in document order, among the names of the same
-// beginning, among those of the same end, and, once there has been much to look at, among those that hold a fragment.
-// So it is enough that the pattern matches an early element, or has plain bytes that few names share.
+// Three searches take turns, and the one that ends first has the answer: in document order, among the names with the
+// pattern's beginning, and, once there has been much to compare, among those that hold one of its fragments. So it is
+// enough that the pattern matches an early element, or has plain bytes that few names share.
 TREE_WRITER::ELEMENT* TREE_WRITER::FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard) {
     std::string const beginning = wildcard.Beginning();
-    std::string const end = wildcard.End();
-    if (!end.empty()) index.byEnd.Update(parent);
-    SEARCH byName(index.byName, wildcard, beginning,
-                  [&](std::string_view name) { return name.substr(0, beginning.size()) == beginning; });
-    SEARCH byEnd(index.byEnd, wildcard, end, [&](std::string_view name) {
-        return name.size() >= end.size() && name.substr(name.size() - end.size()) == end;
-    });
-    bool const pays = index.looks > LOOKS_FOR_FRAGMENTS * index.byName.count;
-    auto const* const holders = pays ? index.byFragment.FewestHolders(parent, wildcard) : nullptr;
-    std::size_t looks = 0;
-    for (ELEMENT* child = parent.firstChild; child != nullptr; child = child->next) {
+    auto const& names = index.names.first;
+    auto name = names.lower_bound(beginning);
+    CHILD const* first = nullptr;  // of the names with this beginning that match
+    bool const pays = index.comparisons > COMPARISONS_FOR_FRAGMENTS * index.names.count;
+    auto const* const holders = pays ? index.fragments.FewestHolders(parent, wildcard) : nullptr;
+    std::size_t turn = 0;
+    for (ELEMENT* child = parent.firstChild; child != nullptr; child = child->next, ++turn) {
         if (!child->name.empty() && wildcard.Matches(child->name)) return child;
-        if (!byName.Step()) return byName.Result();
-        if (!byEnd.Step()) return byEnd.Result();
-        if (holders != nullptr) {
-            if (looks == holders->size()) return nullptr;
-            ELEMENT* const holder = (*holders)[looks];
-            if (wildcard.Matches(holder->name)) return holder;
+        if (!beginning.empty()) {
+            if (name == names.end() || name->first.substr(0, beginning.size()) != beginning)
+                return first != nullptr ? first->element : nullptr;
+            bool const isEarlier = first == nullptr || name->second.order < first->order;
+            if (isEarlier && wildcard.Matches(name->first)) first = &name->second;
+            ++name;
         }
-        ++looks;
-        ++index.looks;
+        if (holders != nullptr) {
+            if (turn == holders->size()) return nullptr;
+            if (wildcard.Matches((*holders)[turn]->name)) return (*holders)[turn];
+        }
+        ++index.comparisons;
     }
     return nullptr;
 }
@@ -231,12 +199,7 @@ std::vector<TREE_WRITER::ELEMENT*> const* TREE_WRITER::FRAGMENTS::FewestHolders(
     return fewest;
 }
 
-bool TREE_WRITER::FROM_BEHIND::operator()(std::string_view a, std::string_view b) const {
-    return std::lexicographical_compare(a.rbegin(), a.rend(), b.rbegin(), b.rend());
-}
-
-template <typename LESS>
-void TREE_WRITER::NAMES<LESS>::Update(ELEMENT const& parent) {
+void TREE_WRITER::NAMES::Update(ELEMENT const& parent) {
     for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
         if (!child->name.empty()) first.emplace_hint(first.end(), child->name, CHILD{count, child});
         ++count;

@@ -15,15 +15,18 @@
 #include "Format/TextBuffer.h"
 #include "Format/Wildcard.h"
 
-// Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the document as context, Serialise.
-// Stack use does not depend on the keys; n parameters take O(n log n) in any order, fastest in ascending order of keys.
-// Only a component with wildcards at both its ends, or such ends as many others have, may take up to n by itself, if
-// there are no four plain bytes in it that few others have.
+// Builds a tree of elements first, because a component with wildcards may match any element that is there, and a leaf
+// may get elements inside. STREAM_WRITER needs no tree.
+//
+// Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the writer as context, Serialise.
+// Stack use does not depend on the keys. n parameters take O(n log n) in any order, fastest in ascending order of keys.
+// Only a component that begins with a wildcard, or with plain bytes that many others begin with, may take O(n) by
+// itself, if there are no four plain bytes side by side in it that few others have.
 class TREE_WRITER {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
 
-    // A document with an empty "ticket" element. Texts pass through `conversion` unless it is null; it is only used
+    // A tree with an empty "ticket" element. Texts pass through `conversion` unless it is null; it is only used
     // while a text is added. `log` is told of keys that end where a name should follow; it may be null.
     TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log);
 
@@ -54,26 +57,22 @@ class TREE_WRITER {
         std::string_view typeName{};  // of a leaf, otherwise empty
         std::string_view text{};      // of a leaf
     };
-    // The first child of each name, in an order of names. Nameless ones are left out.
+    // The first child of each name. Nameless ones are left out.
     struct CHILD {
-        std::size_t order;
+        std::size_t order;  // among its siblings
         ELEMENT* element;
     };
-    template <typename LESS>
     struct NAMES {
-        ELEMENT* last = nullptr;  // the last child that was looked at
+        ELEMENT* last = nullptr;  // the last child that is in the index
         std::size_t count = 0;
-        std::map<std::string_view, CHILD, LESS> first;
+        std::map<std::string_view, CHILD, std::less<>> first;
 
         void Update(ELEMENT const& parent);
     };
-    // Compares from the last byte on.
-    struct FROM_BEHIND {
-        bool operator()(std::string_view a, std::string_view b) const;
-    };
-    // The children whose names hold a fragment, in document order. Of long names there would be too much to keep.
+    // The children whose names hold a fragment, in document order; incomplete if a name is long, because there would be
+    // too many. Without this index, saves of patterns that begin with a wildcard take quadratic time.
     struct FRAGMENTS {
-        ELEMENT* last = nullptr;  // the last child that was looked at
+        ELEMENT* last = nullptr;  // the last child that is in the index
         bool isComplete = true;
         std::unordered_map<WILDCARD::FRAGMENT, std::vector<ELEMENT*>> holders;
 
@@ -83,21 +82,18 @@ class TREE_WRITER {
     };
     // The children of one element, brought up to date when a search needs it.
     struct INDEX {
-        NAMES<std::less<>> byName;
-        NAMES<FROM_BEHIND> byEnd;
-        FRAGMENTS byFragment;
-        std::size_t looks = 0;  // at children, in all searches
+        NAMES names;
+        FRAGMENTS fragments;
+        std::size_t comparisons = 0;  // of names with patterns, in all searches
     };
-    // One inner element on the way to the last key. Only such elements as the same name always leads to.
-    struct STEP {
+    // An inner element on the way to the last key. Only such elements as the same name always leads to.
+    struct PARENT {
         std::size_t end;  // where its name ends in m_lastKey
         ELEMENT* element;
     };
     class SERIALISER;
-    template <typename LESS, typename IS_INSIDE>
-    class SEARCH;
 
-    void KeepSharedSteps(std::string_view key);
+    void KeepSharedParents(std::string_view key);
     ELEMENT* FindChild(ELEMENT& parent, std::string_view component);
     ELEMENT* FindMatchingChild(ELEMENT const& parent, std::string_view pattern);
     static ELEMENT* FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard);
@@ -110,7 +106,7 @@ class TREE_WRITER {
     std::pmr::monotonic_buffer_resource m_memory;
     ELEMENT m_ticket;
     std::string m_lastKey;
-    std::vector<STEP> m_steps;
+    std::vector<PARENT> m_parents;
     std::unordered_map<ELEMENT const*, INDEX> m_indexes;  // by parent
     TEXT_BUFFER m_value;                                  // scratch
 };

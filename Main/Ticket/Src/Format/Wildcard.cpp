@@ -1,5 +1,5 @@
-// Matching of names against wildcards, one piece of the pattern after the other. Only the last "*" is ever taken back,
-// which is enough and keeps the time at most quadratic.
+// Matching of names against patterns, one element of the pattern after the other. After a mismatch only the last "*"
+// takes in one more byte, which is enough and keeps the time at most quadratic.
 #include "Format/Wildcard.h"
 
 #include <algorithm>
@@ -55,65 +55,57 @@ void AppendByteOf(BYTES const& bytes, std::vector<std::string>& names) {
 
 WILDCARD::WILDCARD(std::string_view pattern) {
     while (!pattern.empty()) {
-        PIECE piece{};
+        ELEMENT element{};
         if (pattern.front() == '[') {
-            if (!TakeSet(pattern, piece.bytes)) {
+            if (!TakeSet(pattern, element.bytes)) {
                 m_matchable = false;
                 return;
             }
         } else {
-            piece.anyRun = pattern.front() == '*';
-            piece.isPlain = pattern.front() != '*' && pattern.front() != '?';
-            piece.plain = pattern.front();
+            element.isStar = pattern.front() == '*';
+            element.isPlain = pattern.front() != '*' && pattern.front() != '?';
+            element.plain = pattern.front();
             if (pattern.front() == '?')
-                piece.bytes.set();
+                element.bytes.set();
             else
-                piece.bytes.set(Position(pattern.front()));
+                element.bytes.set(Position(pattern.front()));
             pattern.remove_prefix(1);
         }
-        m_pieces.push_back(piece);
+        m_elements.push_back(element);
     }
 }
 
 bool WILDCARD::Matches(std::string_view name) const {
     if (!m_matchable) return false;
     constexpr std::size_t NONE = std::string_view::npos;
-    std::size_t piece = 0;
+    std::size_t element = 0;
     std::size_t at = 0;
-    std::size_t runPiece = NONE;  // the last "*", and where what it stands for ends
-    std::size_t runEnd = 0;
+    std::size_t starAt = NONE;  // the last "*", and where what it stands for ends
+    std::size_t starEnd = 0;
     while (at < name.size()) {
-        if (piece < m_pieces.size() && m_pieces[piece].anyRun) {
-            runPiece = piece++;
-            runEnd = at;
-        } else if (piece < m_pieces.size() && m_pieces[piece].bytes[Position(name[at])]) {
-            ++piece;
+        if (element < m_elements.size() && m_elements[element].isStar) {
+            starAt = element++;
+            starEnd = at;
+        } else if (element < m_elements.size() && m_elements[element].bytes[Position(name[at])]) {
+            ++element;
             ++at;
-        } else if (runPiece != NONE) {
-            piece = runPiece + 1;
-            at = ++runEnd;
+        } else if (starAt != NONE) {
+            element = starAt + 1;
+            at = ++starEnd;
         } else {
             return false;
         }
     }
-    return std::all_of(m_pieces.begin() + static_cast<std::ptrdiff_t>(piece), m_pieces.end(),
-                       [](PIECE const& rest) { return rest.anyRun; });
-}
-
-template <typename ITERATOR>
-std::string WILDCARD::PlainBytes(ITERATOR piece, ITERATOR end) {
-    std::string bytes;
-    for (; piece != end && piece->isPlain; ++piece) bytes += piece->plain;
-    return bytes;
+    return std::all_of(m_elements.begin() + static_cast<std::ptrdiff_t>(element), m_elements.end(),
+                       [](ELEMENT const& rest) { return rest.isStar; });
 }
 
 std::string WILDCARD::Beginning() const {
-    return PlainBytes(m_pieces.begin(), m_pieces.end());
-}
-
-std::string WILDCARD::End() const {
-    std::string bytes = PlainBytes(m_pieces.rbegin(), m_pieces.rend());
-    std::reverse(bytes.begin(), bytes.end());
+    std::string bytes;
+    for (ELEMENT const& element : m_elements) {
+        if (!element.isPlain) break;
+        bytes += element.plain;
+    }
     return bytes;
 }
 
@@ -126,9 +118,9 @@ WILDCARD::FRAGMENT WILDCARD::FragmentOf(char const* bytes) {
 std::vector<WILDCARD::FRAGMENT> WILDCARD::Fragments() const {
     std::vector<FRAGMENT> fragments;
     std::string run;
-    for (PIECE const& piece : m_pieces) {
-        if (piece.isPlain)
-            run += piece.plain;
+    for (ELEMENT const& element : m_elements) {
+        if (element.isPlain)
+            run += element.plain;
         else
             run.clear();
         if (run.size() >= FRAGMENT_LENGTH) fragments.push_back(FragmentOf(run.data() + run.size() - FRAGMENT_LENGTH));
@@ -140,9 +132,9 @@ bool WILDCARD::ListNames(std::size_t limit, std::vector<std::string>& names) con
     names.clear();
     if (!m_matchable) return true;
     names.emplace_back();
-    for (PIECE const& piece : m_pieces) {
-        if (piece.anyRun || piece.bytes.count() > limit / names.size()) return false;
-        AppendByteOf(piece.bytes, names);
+    for (ELEMENT const& element : m_elements) {
+        if (element.isStar || element.bytes.count() > limit / names.size()) return false;
+        AppendByteOf(element.bytes, names);
         if (names.empty()) return true;
     }
     return true;
