@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-#include "Format/StreamWriter.h"
-#include "Format/TreeWriter.h"
+#include "Format/Writer.h"
 #include "Text.h"
 #include "XmlText.h"
 
@@ -73,17 +72,7 @@ bool WriteTo(MEMORY_FILE& file, TICKET const& ticket) {
     auto const walk = [&](STICKET_WALK_CALLBACK callback, void* writer) {
         return table->WalkParameter(table->pTicket, callback, writer, "", WALK_EVERYTHING) != 0;
     };
-    TICKET_STREAM stream(nullptr, &file);
-    bool const written = walk(&TICKET_STREAM::SaveOne, &stream);
-    if (!stream.IsRefused()) {
-        file.Take(stream.Finish().View());
-        return written;
-    }
-    file.Restart();
-    TICKET_DOCUMENT document(nullptr, nullptr);
-    if (!walk(&TICKET_DOCUMENT::SaveOne, &document)) return false;
-    file.Take(document.Serialise(&file).View());
-    return true;
+    return WriteTicket(file, nullptr, nullptr, walk);
 }
 
 std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path, MEMORY_FILE& file) {

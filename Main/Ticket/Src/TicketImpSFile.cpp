@@ -12,8 +12,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "Disk/FileReader.h"
 #include "Format/Reader.h"
-#include "Format/StreamWriter.h"
-#include "Format/TreeWriter.h"
+#include "Format/Writer.h"
 
 namespace {
 
@@ -258,13 +257,7 @@ void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
         if (conversion == nullptr) return parameters.WalkUnchanged(callback, writer);
         return parameters.Walk(callback, writer, "", WALK_EVERYTHING);  // the conversion may change this ticket
     };
-    STREAM_WRITER stream(conversion, &file);
-    walk(&STREAM_WRITER::SaveOne, &stream);
-    if (!stream.IsRefused()) return file.Take(stream.Finish().View());
-    file.Restart();
-    TREE_WRITER tree(conversion, &Log);
-    walk(&TREE_WRITER::SaveOne, &tree);
-    file.Take(tree.Serialise(&file).View());
+    WriteTicket(file, conversion, &Log, walk);
 }
 
 void STICKET_FILE::Save() {

@@ -11,10 +11,10 @@
 #include "Format/Words.h"
 
 // Elements are written in document order. Every function throws what TEXT_BUFFER throws.
-class LAYOUT {
+class FILE_LAYOUT {
  public:
     // The file's bytes go to `sink` as they come, unless it is null.
-    explicit LAYOUT(FILE_SINK* sink) : m_text(sink) {}
+    explicit FILE_LAYOUT(FILE_SINK* sink) : m_text(sink) {}
 
     void PutDeclaration() { m_text.Put(TICKET_FORMAT::DECLARATION); }
     void PutEmptyElement(std::string_view name) {

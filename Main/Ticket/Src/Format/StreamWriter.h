@@ -42,7 +42,7 @@ class STREAM_WRITER {
     void CloseBeyond(std::size_t shared);
 
     STICKET_STRING_CONVERSION* m_conversion;
-    LAYOUT m_layout;
+    FILE_LAYOUT m_layout;
     std::vector<char> m_lastKey;
     std::size_t m_lastLength = 0;
     std::vector<std::size_t> m_nameEnds;  // where the names of the open elements end in m_lastKey

@@ -32,7 +32,7 @@ bool FindsItself(std::string_view component) {
 // Writes a tree, element by element, without recursion.
 class TREE_WRITER::SERIALISER {
  public:
-    explicit SERIALISER(LAYOUT& layout) : m_layout(layout) {}
+    explicit SERIALISER(FILE_LAYOUT& layout) : m_layout(layout) {}
 
     void Write(ELEMENT const& root) {
         m_layout.PutDeclaration();
@@ -71,7 +71,7 @@ class TREE_WRITER::SERIALISER {
         m_layout.EndValue(name);
     }
 
-    LAYOUT& m_layout;
+    FILE_LAYOUT& m_layout;
 };
 
 TREE_WRITER::TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log)
@@ -104,7 +104,7 @@ bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void cons
 }
 
 TEXT_BUFFER TREE_WRITER::Serialise(FILE_SINK* sink) const {
-    LAYOUT layout(sink);
+    FILE_LAYOUT layout(sink);
     SERIALISER(layout).Write(m_ticket);
     return layout.Finish();
 }

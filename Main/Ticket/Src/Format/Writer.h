@@ -1,0 +1,24 @@
+// Writing a whole ticket file, by whichever writer its keys need.
+#pragma once
+
+#include "Format/StreamWriter.h"
+#include "Format/TreeWriter.h"
+
+// `walk(callback, writer)` walks all parameters at WALK_EVERYTHING in ascending order of keys, a second time if the
+// keys need a tree, and returns whether it could. `file` is a FILE_SINK whose Restart() drops everything that it has
+// taken. Texts pass through `conversion`, and `log` is told of keys without a name at their end, unless these are null.
+// Returns whether the file is complete. Throws as the writers do.
+template <typename SINK, typename WALK>
+bool WriteTicket(SINK& file, STICKET_STRING_CONVERSION* conversion, TREE_WRITER::LOG log, WALK const& walk) {
+    STREAM_WRITER stream(conversion, &file);
+    bool const isWalked = walk(&STREAM_WRITER::SaveOne, &stream);
+    if (!stream.IsRefused()) {
+        if (isWalked) file.Take(stream.Finish().View());
+        return isWalked;
+    }
+    file.Restart();
+    TREE_WRITER tree(conversion, log);
+    if (!walk(&TREE_WRITER::SaveOne, &tree)) return false;
+    file.Take(tree.Serialise(&file).View());
+    return true;
+}
