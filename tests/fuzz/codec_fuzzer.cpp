@@ -1,11 +1,13 @@
 // The text and number codecs of a ticket file beside their rules, written down once more as plainly as can be: first
 // with the input as a text, then as the bits of numbers.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <locale>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 #include "ConfigurationControl/MathLib.h"
 #include "Format/Escapes.h"
@@ -14,6 +16,9 @@
 #include "FuzzText.h"
 
 namespace {
+
+using TICKET_FORMAT::ODDITY;
+using TICKET_FORMAT::ODDITY_LISTENER;
 
 constexpr int LARGEST_LIMIT = 16;
 constexpr int MOST_NUMBERS = 16;
@@ -105,6 +110,42 @@ std::string Reloaded(std::string const& text) {
     return text.substr(losesFirst ? 1 : 0, text.size() - (losesFirst ? 1 : 0) - (losesLast ? 1 : 0));
 }
 
+// Counts what it is told, which must lie inside the text, in ascending order.
+class LISTENER final : public ODDITY_LISTENER {
+ public:
+    explicit LISTENER(std::string const& text) : m_size(text.size()) {}
+    void Tell(ODDITY oddity, std::size_t offset, std::size_t length) override {
+        bool const isAboutAll = oddity == ODDITY::NOT_A_NUMBER || oddity == ODDITY::OUT_OF_RANGE;
+        MUST_HOLD(length > 0 || isAboutAll);
+        MUST_HOLD(offset >= m_next && offset <= m_size && length <= m_size - offset);
+        if (oddity != ODDITY::NEGATIVE_WRAPS) m_next = offset + length;
+        ++m_count;
+    }
+    int Count() const { return m_count; }
+
+ private:
+    std::size_t m_size;
+    std::size_t m_next = 0;
+    int m_count = 0;
+};
+
+// A decoder that is told nothing of has used each backslash for an escape: written again, the text decodes to the same.
+void CheckOddities(std::string const& bytes) {
+    LISTENER ofEscapes(bytes);
+    std::string decoded;
+    DecodeTo(decoded, bytes, &ofEscapes);
+    MustBeSame(decoded, Decoded(bytes), "decoded and told");
+    auto const backslashes = std::count(bytes.begin(), bytes.end(), '\\');
+    MUST_HOLD(ofEscapes.Count() <= backslashes);
+    bool const isShorter = decoded.size() < bytes.size();
+    MUST_HOLD(bytes == "\\" || ofEscapes.Count() > 0 || isShorter == (backslashes > 0));
+
+    std::string scratch;
+    LISTENER ofSpace(bytes);
+    std::string const normal(NormaliseSpace(bytes, scratch, &ofSpace));
+    MUST_HOLD((ofSpace.Count() > 0) == (normal != bytes));
+}
+
 void CheckTexts(std::string const& bytes) {
     MustBeSame(EncodeString(bytes), Encoded(bytes), "encoded");
     MustBeSame(DecodeString(bytes), Decoded(bytes), "decoded");
@@ -112,6 +153,8 @@ void CheckTexts(std::string const& bytes) {
     std::string appended = "before";
     DecodeTo(appended, bytes);
     MustBeSame(appended, "before" + Decoded(bytes), "appended");
+
+    CheckOddities(bytes);
 
     std::string const text = bytes.c_str();
     std::string scratch = "used before";
@@ -203,6 +246,21 @@ void CheckDouble(double number, int limit) {
     MUST_HOLD(Bits(ParseNumber<double>(Formatted(number, limit))) == Bits(number));
 }
 
+template <typename NUMBER>
+void CheckOdditiesOfNumber(std::string const& text) {
+    LISTENER listener(text);
+    NUMBER const number = ParseNumber<NUMBER>(text, &listener);
+    MUST_HOLD(Bits(number) == Bits(ParseNumber<NUMBER>(text)));
+    bool const isNan = std::is_same_v<NUMBER, double> && text == "1.#QNAN";
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    NUMBER read{};
+    bool const isWhole = stream >> read && stream.peek() == std::istringstream::traits_type::eof();
+    bool const isPositive = !std::is_unsigned_v<NUMBER> || text.find('-') == std::string::npos;
+    if (isWhole && isPositive) MUST_HOLD(listener.Count() == 0);
+    if (!isWhole && !isNan) MUST_HOLD(listener.Count() > 0);
+}
+
 void CheckSpelledNumber(std::string const& text) {
     MustBeSame(Bits(ParseNumber<std::int32_t>(text)), Bits(Extracted<std::int32_t>(text)), "int");
     MustBeSame(Bits(ParseNumber<std::int64_t>(text)), Bits(Extracted<std::int64_t>(text)), "int64");
@@ -210,6 +268,10 @@ void CheckSpelledNumber(std::string const& text) {
     bool const isNan = text == "1.#QNAN";
     MustBeSame(Bits(ParseNumber<double>(text)),
                Bits(isNan ? std::numeric_limits<double>::quiet_NaN() : Extracted<double>(text)), "double");
+    CheckOdditiesOfNumber<std::int32_t>(text);
+    CheckOdditiesOfNumber<std::int64_t>(text);
+    CheckOdditiesOfNumber<std::uint64_t>(text);
+    CheckOdditiesOfNumber<double>(text);
     CheckInteger(ParseNumber<std::int32_t>(text));
     CheckInteger(ParseNumber<std::int64_t>(text));
     CheckInteger(ParseNumber<std::uint64_t>(text));

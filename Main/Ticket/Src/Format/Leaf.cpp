@@ -2,8 +2,6 @@
 #include "Format/Leaf.h"
 
 #include <cstdint>
-#include <limits>
-#include <type_traits>
 
 #include "Format/Escapes.h"
 #include "Format/Numbers.h"
@@ -43,8 +41,6 @@ void LEAF_SETTER::Set(char const* key, PARAM_TYPE type, std::string_view text, b
 template <typename NUMBER>
 void LEAF_SETTER::HandNumber(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain) {
     std::string_view const digits = isPlain ? text : NormaliseSpace(text, m_space);
-    if (std::is_same_v<NUMBER, double> && digits == TICKET_FORMAT::NOT_A_NUMBER)
-        return Hand(key, type, std::numeric_limits<double>::quiet_NaN());
     Hand(key, type, ParseNumber<NUMBER>(digits));
 }
 
