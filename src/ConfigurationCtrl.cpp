@@ -2,23 +2,22 @@
 // each accessor into a read or a write of the row that SettingsTable.h holds for it.
 #include "ConfigurationControl/ConfigurationCtrl.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 #include <limits>
-#include <memory>
 #include <utility>
 
 #include "Common/Src/Cancellation.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 #include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/Ticket.h"
+#include "Disk/FileNames.h"
+#include "Disk/SystemCalls.h"
 #include "src/SettingsTable.h"
 
 namespace {
@@ -62,15 +61,6 @@ bool Exists(std::string const& path) {
     return access(path.c_str(), F_OK) == 0;
 }
 
-// Null if it cannot be opened. Not a stream of the standard library, whose descriptor a program would inherit that
-// another thread starts meanwhile; nor one of fopen, which waits for the writer of a pipe.
-std::unique_ptr<FILE, int (*)(FILE*)> OpenToRead(std::string const& path) {
-    int const file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    FILE* const stream = file < 0 ? nullptr : fdopen(file, "rb");
-    if (file >= 0 && !stream) close(file);
-    return {stream, fclose};
-}
-
 }  // namespace
 
 // Life of the object
@@ -110,7 +100,7 @@ bool CConfigurationControl::Initialize(std::string path) {
     } else {
         Log(LEVEL_INFORMATION, __LINE__, "Config File name for SM JE is %s", path.c_str());
         std::lock_guard const guard(m_pathLock);
-        m_configFilePath = std::move(path);
+        m_configFilePath = TICKETFILE::AbsoluteName(path);
     }
     if (GetConfigInstance(true)) return true;
     Log(LEVEL_FAILURE, __LINE__, "Not able to create instance of CConfigurationControl");
@@ -157,7 +147,7 @@ std::string CConfigurationControl::ConfigFilePath() const {
 }
 
 bool CConfigurationControl::IsConfigFileAvailable() {
-    return OpenToRead(ConfigFilePath()) != nullptr;
+    return static_cast<bool>(TICKETFILE::OpenToRead(ConfigFilePath()));
 }
 
 void CConfigurationControl::SetConfigFileDefaults(int language) {
@@ -199,10 +189,10 @@ void CConfigurationControl::CreateSubDirectory(std::string const& path) {
 }
 
 bool CConfigurationControl::GetModifiedFileTime(std::string& path, long& mtime) {
-    auto const file = OpenToRead(path);
+    auto const file = TICKETFILE::OpenToRead(path);
     if (!file) return false;
     struct stat status;
-    if (fstat(fileno(file.get()), &status) == 0 && status.st_size >= 1) mtime = status.st_mtime;
+    if (fstat(file.Number(), &status) == 0 && status.st_size >= 1) mtime = status.st_mtime;
     return true;
 }
 

@@ -4,13 +4,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <utility>
 
+#include "Disk/FileReader.h"
 #include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/Replace.h"
@@ -23,14 +26,19 @@ using files::Names;
 using files::Write;
 using testing::ElementsAre;
 using TICKETFILE::Delete;
+using TICKETFILE::FILE_READER;
 using TICKETFILE::KEPT;
 using TICKETFILE::OLD;
+using TICKETFILE::REPLACEMENT;
+using TICKETFILE::SAVE_OUTCOME;
+using TICKETFILE::SAVE_STEP;
 
 // How the system behaves while a test runs; one thread only.
 struct SYSTEM {
     int linkError = 0;
     int copyError = 0;
     int renameError = 0;                   // of what is not the temporary file
+    bool hasMarks = true;                  // whether files can have extended attributes
     int writesLeft = -1;                   // until the disk is full; -1: any number
     std::function<void()> beforeLink{};    // called once
     std::function<void()> beforeChange{};  // called before each change of a directory
@@ -83,6 +91,16 @@ ssize_t write(int file, void const* bytes, size_t size) {
     return next(file, bytes, size);
 }
 
+ssize_t getxattr(char const* file, char const* name, void* value, size_t size) noexcept {
+    static auto const next = Next<ssize_t (*)(char const*, char const*, void*, size_t)>("getxattr");
+    return g_system.hasMarks ? next(file, name, value, size) : Fail(EOPNOTSUPP);
+}
+
+int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
+    static auto const next = Next<int (*)(int, char const*, void const*, size_t, int)>("fsetxattr");
+    return g_system.hasMarks ? next(file, name, value, size, flags) : Fail(EOPNOTSUPP);
+}
+
 int unlink(char const* name) noexcept {
     static auto const next = Next<int (*)(char const*)>("unlink");
     BeforeChange();
@@ -102,11 +120,11 @@ class FileKeep : public testing::Test {
  protected:
     // Replaces the file by "new" and tells what came of the old one.
     KEPT Save() {
-        KEPT kept = KEPT::NOTHING;
-        EXPECT_TRUE(Replace(m_file, "new", OLD::KEEP, &kept));
+        SAVE_OUTCOME const outcome = OutcomeOfReplacing(m_file, "new", OLD::KEEP);
         g_system = SYSTEM{};
+        EXPECT_TRUE(outcome.Succeeded());
         EXPECT_EQ(FileContent(m_file), "new");
-        return kept;
+        return outcome.kept;
     }
 
     // As Save; expects that the name leads to a file at every moment.
@@ -161,9 +179,7 @@ TEST_F(FileKeep, FileThatIsKeptAlreadyStaysKept) {
 
 TEST_F(FileKeep, OnlyTheSaveThatWasAskedToKeeps) {
     Write(m_file, "old");
-    KEPT kept = KEPT::YES;
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD, &kept));
-    EXPECT_EQ(kept, KEPT::NOTHING);
+    EXPECT_EQ(OutcomeOfReplacing(m_file, "new", OLD::DISCARD).kept, KEPT::NOTHING);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
@@ -220,25 +236,56 @@ TEST_F(FileKeep, SymbolicLinkIsKeptAsWhatItIs) {
     EXPECT_FALSE(std::filesystem::is_symlink(m_file));
 }
 
-TEST_F(FileKeep, WhatASymbolicLinkLeadsToIsCopiedWhereThereAreNoLinks) {
-    Write(m_scratch.Path("elsewhere"), "old");
-    std::filesystem::create_symlink("elsewhere", m_file);
-    g_system.linkError = EPERM;
-    EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
-    EXPECT_FALSE(std::filesystem::is_symlink(m_unreadable));
-    EXPECT_EQ(FileContent(m_unreadable), "old");
+TEST_F(FileKeep, SymbolicLinkIsKeptAsWhatItIsWhereThereAreNoHardLinks) {
+    for (char const* const target : {"elsewhere", "nowhere"}) {
+        Write(m_scratch.Path("elsewhere"), "old");
+        std::filesystem::remove(m_file);
+        std::filesystem::create_symlink(target, m_file);
+        g_system.linkError = EPERM;
+        EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
+        EXPECT_EQ(std::filesystem::read_symlink(m_unreadable), target);
+        EXPECT_THAT(Names(m_scratch), ElementsAre("elsewhere", "t.xml", "t.xml.unreadable"));
+    }
 }
 
-TEST_F(FileKeep, LinkToNowhereAndPipeAreKeptToo) {
+TEST_F(FileKeep, LinkToNowhereIsKeptToo) {
     std::filesystem::create_symlink("nowhere", m_file);
     EXPECT_EQ(SaveWithoutAGap(), KEPT::YES);
     EXPECT_EQ(std::filesystem::read_symlink(m_unreadable), "nowhere");
-    for (int const linkError : {0, EPERM}) {
-        std::filesystem::remove(m_file);
-        ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
-        g_system.linkError = linkError;
-        EXPECT_EQ(Save(), KEPT::YES);
-        EXPECT_TRUE(std::filesystem::is_fifo(m_unreadable));
+}
+
+// Which file need not be kept
+
+TEST_F(FileKeep, FileOfALaterSaveIsNotKeptThoughTheMisreadOneWasKeptByACopy) {
+    for (bool const hasMarks : {true, false}) {
+        for (int const linkError : {0, EPERM}) {
+            std::filesystem::remove(m_unreadable);
+            Write(m_file, "old");
+            auto const misread = FILE_READER(m_file).Id();
+            g_system.linkError = linkError;
+            g_system.hasMarks = hasMarks;
+            REPLACEMENT(m_file).Commit(OLD::KEEP, misread);
+            Replace(m_file, "of another", OLD::DISCARD);
+            EXPECT_EQ(REPLACEMENT(m_file).Commit(OLD::KEEP, misread).kept, KEPT::NOTHING);
+            EXPECT_EQ(FileContent(m_unreadable), "old");
+            g_system = SYSTEM{};
+        }
+    }
+}
+
+TEST_F(FileKeep, FileThatWasWrittenToOrCopiedIsKeptThoughASaveMadeIt) {
+    for (bool const isCopied : {false, true}) {
+        std::filesystem::remove(m_unreadable);
+        Write(m_file, "old");
+        auto const misread = FILE_READER(m_file).Id();
+        REPLACEMENT(m_file).Commit(OLD::KEEP, misread);
+        if (isCopied) {
+            ASSERT_EQ(std::system(("cd " + m_scratch.Path() + " && cp -a t.xml t && mv t t.xml").c_str()), 0);
+        } else {
+            Write(m_file, "mended");
+        }
+        EXPECT_EQ(REPLACEMENT(m_file).Commit(OLD::KEEP, misread).kept, KEPT::YES);
+        EXPECT_EQ(FileContent(m_unreadable), isCopied ? "" : "mended");
     }
 }
 
@@ -258,9 +305,9 @@ TEST_F(FileKeep, SaveThatFailsKeepsNothing) {
     Write(m_file, "old");
     Write(m_unreadable, "earlier");
     g_system.writesLeft = 0;
-    KEPT kept = KEPT::NOTHING;
-    EXPECT_FALSE(Replace(m_file, "new", OLD::KEEP, &kept));
-    EXPECT_EQ(kept, KEPT::NOTHING);
+    SAVE_OUTCOME const outcome = OutcomeOfReplacing(m_file, "new", OLD::KEEP);
+    EXPECT_EQ(outcome.failed, SAVE_STEP::WRITE);
+    EXPECT_EQ(outcome.kept, KEPT::NOTHING);
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_EQ(FileContent(m_unreadable), "earlier");
 }
@@ -268,7 +315,7 @@ TEST_F(FileKeep, SaveThatFailsKeepsNothing) {
 TEST_F(FileKeepDelete, FileOfWhichTheKeptOneIsAnotherNameGoes) {
     Write(m_file, "old");
     std::filesystem::create_hard_link(m_file, m_unreadable);
-    EXPECT_TRUE(TICKETFILE::Delete(m_file, OLD::KEEP));
+    EXPECT_TRUE(Delete(m_file, OLD::KEEP).Succeeded());
     EXPECT_FALSE(files::Exists(m_file));
     EXPECT_EQ(FileContent(m_unreadable), "old");
 }
@@ -276,9 +323,7 @@ TEST_F(FileKeepDelete, FileOfWhichTheKeptOneIsAnotherNameGoes) {
 TEST_F(FileKeepDelete, FileIsMoved) {
     Write(m_file, "old");
     Write(m_unreadable, "earlier");
-    KEPT kept = KEPT::NOTHING;
-    EXPECT_TRUE(Delete(m_file, OLD::KEEP, &kept));
-    EXPECT_EQ(kept, KEPT::YES);
+    EXPECT_EQ(Delete(m_file, OLD::KEEP).kept, KEPT::YES);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.unreadable"));
     EXPECT_EQ(FileContent(m_unreadable), "old");
 }
@@ -286,18 +331,21 @@ TEST_F(FileKeepDelete, FileIsMoved) {
 TEST_F(FileKeepDelete, FileThatCannotBeKeptStays) {
     Write(m_file, "old");
     std::filesystem::create_directory(m_unreadable);
-    KEPT kept = KEPT::NOTHING;
-    EXPECT_FALSE(Delete(m_file, OLD::KEEP, &kept));
-    EXPECT_EQ(kept, KEPT::NO);
+    SAVE_OUTCOME const outcome = Delete(m_file, OLD::KEEP);
+    EXPECT_EQ(outcome.failed, SAVE_STEP::KEEP);
+    EXPECT_EQ(outcome.error, EISDIR);
+    EXPECT_EQ(outcome.kept, KEPT::NO);
     EXPECT_EQ(FileContent(m_file), "old");
 }
 
 TEST_F(FileKeepDelete, NothingIsKeptOfAFileThatIsNotThereAndOfADirectory) {
-    KEPT kept = KEPT::YES;
-    EXPECT_TRUE(Delete(m_file, OLD::KEEP, &kept));
-    EXPECT_EQ(kept, KEPT::NOTHING);
+    SAVE_OUTCOME const missing = Delete(m_file, OLD::KEEP);
+    EXPECT_TRUE(missing.Succeeded());
+    EXPECT_EQ(missing.kept, KEPT::NOTHING);
     std::filesystem::create_directory(m_file);
-    Delete(m_file, OLD::KEEP, &kept);
-    EXPECT_EQ(kept, KEPT::NOTHING);
+    SAVE_OUTCOME const directory = Delete(m_file, OLD::KEEP);
+    EXPECT_EQ(directory.failed, SAVE_STEP::REMOVE);
+    EXPECT_EQ(directory.error, EISDIR);
+    EXPECT_EQ(directory.kept, KEPT::NOTHING);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }

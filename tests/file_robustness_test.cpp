@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <functional>
@@ -9,9 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/ConfigurationCtrl.h"
+#include "ConfigurationControl/StringConversion.h"
 #include "support/FileTickets.h"
 #include "support/FullDisk.h"
 #include "support/HostileLocale.h"
+#include "support/Lease.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"
 
@@ -32,7 +36,35 @@ class FileRobustness : public testing::Test {
     std::string const m_unreadable = m_file + ".unreadable";
 };
 
+// Puts a file there as editors do: under another name first.
+class FoundFile : public FileRobustness {
+ protected:
+    void PutThere(std::string const& content) {
+        Write(m_scratch.Path("edited"), content);
+        std::filesystem::rename(m_scratch.Path("edited"), m_file);
+    }
+};
+
+// While one lives the process can open nothing.
+class NO_DESCRIPTORS {
+ public:
+    NO_DESCRIPTORS() {
+        for (int file = dup(0); file >= 0; file = dup(0)) m_all.push_back(file);
+    }
+    ~NO_DESCRIPTORS() {
+        for (int const file : m_all) close(file);
+    }
+    NO_DESCRIPTORS(NO_DESCRIPTORS const&) = delete;
+    NO_DESCRIPTORS& operator=(NO_DESCRIPTORS const&) = delete;
+
+ private:
+    std::vector<int> m_all;
+};
+
 using UnreadableFile = FileRobustness;
+using ClearedTicket = FileRobustness;
+using LeasedFile = FileRobustness;
+using SpecialFile = FileRobustness;
 using FileDisk = FileRobustness;
 using FileLocale = FileRobustness;
 using FileAliasing = FileRobustness;
@@ -158,15 +190,12 @@ TEST_F(UnreadableFile, IsNoneForWantOfDescriptors) {
     std::string const document = Document({"<a type=\"int\">1</a>"});
     Write(m_file, document);
     OWNER const ticket(m_file.c_str());
-    std::vector<int> all;
-    for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
-    auto const found = GetInt(ticket, "a");
-    int const stored = Set(ticket, "b", 2);
-    int const saved = Operate(ticket, STICKET_OP_SAVE);
-    for (int const file : all) close(file);
-    EXPECT_EQ(found, std::nullopt);
-    EXPECT_EQ(stored, 0);
-    EXPECT_EQ(saved, 1);
+    {
+        NO_DESCRIPTORS const none;
+        EXPECT_EQ(GetInt(ticket, "a"), std::nullopt);
+        EXPECT_EQ(Set(ticket, "b", 2), 0);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    }
     EXPECT_EQ(FileContent(m_file), document);
     EXPECT_EQ(GetInt(ticket, "a"), 1);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
@@ -212,16 +241,6 @@ TEST_F(UnreadableFile, FileThatGoesOnBehindANulLoadsAndIsKept) {
     EXPECT_EQ(FileContent(m_unreadable), content);
 }
 
-TEST_F(UnreadableFile, PipeNeitherHoldsTheTicketUpNorIsLost) {
-    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
-    OWNER const ticket(m_file.c_str());
-    EXPECT_THAT(Contents(ticket), IsEmpty());
-    Set(ticket, "a", 1);
-    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_TRUE(std::filesystem::is_fifo(m_unreadable));
-    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">1</a>"}));
-}
-
 TEST_F(UnreadableFile, DirectoryIsNeverReplacedMovedOrDeleted) {
     std::filesystem::create_directory(m_file);
     OWNER const ticket(m_file.c_str());
@@ -245,6 +264,187 @@ TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
     });
     EXPECT_TRUE(FileContent(m_unreadable) == content);
     EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
+}
+
+// What is at the name when a ticket that misread its file saves
+
+TEST_F(FoundFile, OfAnEditorThatMendedTheBrokenOneIsKept) {
+    std::string const mended = Document({"<a type=\"int\">7</a>"});
+    for (bool const empties : {false, true}) {
+        std::filesystem::remove(m_unreadable);
+        Write(m_file, "broken");
+        OWNER const ticket(m_file.c_str());
+        Set(ticket, "b", 1);
+        PutThere(mended);
+        if (empties) Operate(ticket, STICKET_OP_CLEAR);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(FileContent(m_unreadable), mended);
+        EXPECT_EQ(Exists(m_file), !empties);
+    }
+}
+
+TEST_F(FoundFile, OfAnEditorIsKeptAlsoOverTheBrokenOneThatIsKept) {
+    std::string const mended = Document({"<a type=\"int\">7</a>"});
+    for (bool const inPlace : {false, true}) {
+        std::filesystem::remove(m_unreadable);
+        Write(m_file, "broken");
+        OWNER const one(m_file.c_str());
+        OWNER const other(m_file.c_str());
+        Set(one, "a", 1);
+        Set(other, "b", 2);
+        EXPECT_EQ(Operate(one, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(FileContent(m_unreadable), "broken");
+        if (inPlace) Write(m_file, mended);
+        if (!inPlace) PutThere(mended);
+        EXPECT_EQ(Operate(other, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(FileContent(m_unreadable), mended);
+    }
+}
+
+TEST_F(FoundFile, OfSavesThatKeptTheBrokenOneIsNotKept) {
+    Write(m_file, "broken");
+    OWNER const one(m_file.c_str());
+    OWNER const other(m_file.c_str());
+    Set(other, "b", 2);
+    for (int i = 0; i < 3; ++i) {
+        Set(one, "a", i);
+        EXPECT_EQ(Operate(one, STICKET_OP_SAVE), 1);
+    }
+    OWNER const third(m_file.c_str());
+    Set(third, "c", 3);
+    EXPECT_EQ(Operate(third, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(Operate(other, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(m_unreadable), "broken");
+    EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
+    EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.unreadable"));
+}
+
+TEST_F(FoundFile, OfASaveThatKeptNothingIsKept) {
+    Write(m_unreadable, "of another day");
+    Write(m_file, "broken");
+    OWNER const ticket(m_file.c_str());
+    Set(ticket, "b", 2);
+    PutThere(Document({"<a type=\"int\">7</a>"}));
+    OWNER const third(m_file.c_str());
+    Set(third, "c", 3);
+    EXPECT_EQ(Operate(third, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    EXPECT_EQ(FileContent(m_unreadable), Document({"<a type=\"int\">7</a>", "<c type=\"int\">3</c>"}));
+}
+
+// Clearing a ticket reads nothing; whether its file can be read is found out by the save
+
+TEST_F(ClearedTicket, CallsNoConversionAndCannotFail) {
+    struct CONVERSION : STICKET_STRING_CONVERSION {
+        std::string ToFile(std::string const& text) override { return text; }
+        std::string FromFile(std::string const&, int) override {
+            ++calls;
+            throw "no";
+        }
+        int calls = 0;
+    } conversion;
+    STICKET_WHOAMI whoAmI = NOBODY;
+    whoAmI.pContext = &conversion;
+    for (bool const breaks : {false, true}) {
+        std::filesystem::remove(m_unreadable);
+        std::string const content = breaks ? "broken" : Document({"<a type=\"string\">text</a>"});
+        Write(m_file, content);
+        STICKET_ACCESS const* ticket = STICKET::PCreate(m_file, whoAmI);
+        {
+            NO_DESCRIPTORS const none;
+            EXPECT_EQ(Operate(ticket, STICKET_OP_CLEAR), 1);
+        }
+        EXPECT_EQ(FileContent(m_file), content);
+        EXPECT_EQ(Set(ticket, "b", 1), 1);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        EXPECT_EQ(conversion.calls, 0);
+        EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
+        EXPECT_EQ(Exists(m_unreadable), breaks);
+        STICKET::Destroy(ticket);
+    }
+}
+
+TEST_F(ClearedTicket, KeepsItsValuesWhileTheSaveLooksAtTheFile) {
+    for (std::string const& content :
+         {Document({"<a type=\"int\">1</a>"}), std::string("<odd name=><a type=\"int\">")}) {
+        Write(m_file, content);
+        OWNER const ticket(m_file.c_str());
+        Operate(ticket, STICKET_OP_CLEAR);
+        Set(ticket, "b", 2);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        EXPECT_THAT(Contents(ticket), ElementsAre("b 2 2"));
+        EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">2</b>"}));
+    }
+}
+
+// A file under a lease is waited for
+
+TEST_F(LeasedFile, IsReadOnceItsHolderGivesItUp) {
+    Write(m_file, Document({"<a type=\"int\">1</a>"}));
+    {
+        LEASE const lease(m_file);
+        if (!lease.IsHeld()) GTEST_SKIP() << "this file system knows no leases";
+        OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(GetInt(ticket, "a"), 1);
+        Set(ticket, "a", 2);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+    }
+    EXPECT_EQ(FileContent(m_file), Document({"<a type=\"int\">2</a>"}));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
+TEST_F(LeasedFile, IsThereForTheService) {
+    Write(m_file, "content");
+    CConfigurationControl service;
+    service.Initialize(m_file);
+    {
+        LEASE const lease(m_file);
+        if (!lease.IsHeld()) GTEST_SKIP() << "this file system knows no leases";
+        EXPECT_TRUE(service.IsConfigFileAvailable());
+    }
+    LEASE const lease(m_file);
+    std::string path = m_file;
+    long time = 0;
+    EXPECT_TRUE(CConfigurationControl::GetModifiedFileTime(path, time));
+    EXPECT_GT(time, 0);
+}
+
+// Devices, sockets and FIFOs are left alone like directories
+
+TEST_F(SpecialFile, IsNeitherReadNorReplacedNorDeleted) {
+    struct CASE {
+        char const* name;
+        std::function<bool(char const*)> make;
+    };
+    for (CASE const& c : {
+             CASE{"FIFO", [](char const* path) { return mkfifo(path, 0600) == 0; }},
+             CASE{"null device", [](char const* path) { return mknod(path, S_IFCHR | 0600, makedev(1, 3)) == 0; }},
+             CASE{"endless device", [](char const* path) { return mknod(path, S_IFCHR | 0600, makedev(1, 5)) == 0; }},
+             CASE{"block device", [](char const* path) { return mknod(path, S_IFBLK | 0600, makedev(7, 250)) == 0; }},
+             CASE{"socket", [](char const* path) { return mknod(path, S_IFSOCK | 0600, 0) == 0; }},
+         }) {
+        SCOPED_TRACE(c.name);
+        if (!c.make(m_file.c_str())) continue;  // only root makes devices
+        struct stat before;
+        struct stat after;
+        ASSERT_EQ(lstat(m_file.c_str(), &before), 0);
+        {
+            OWNER const ticket(m_file.c_str());
+            EXPECT_THAT(Contents(ticket), IsEmpty());
+            for (int i = 0; i < 2; ++i) {
+                Set(ticket, "a", i);
+                EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+                EXPECT_EQ(GetInt(ticket, "a"), i);
+            }
+            Operate(ticket, STICKET_OP_CLEAR);
+            EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
+        }
+        ASSERT_EQ(lstat(m_file.c_str(), &after), 0);
+        EXPECT_EQ(after.st_ino, before.st_ino);
+        EXPECT_EQ(after.st_mode, before.st_mode);
+        EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+        std::filesystem::remove(m_file);
+    }
 }
 
 // The disk

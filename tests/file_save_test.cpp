@@ -36,7 +36,6 @@ using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-using TICKETFILE::Delete;
 using TICKETFILE::FILE_READER;
 using TICKETFILE::OLD;
 using TICKETFILE::REPLACEMENT;
@@ -187,6 +186,10 @@ class FileSave : public testing::Test {
 
 using FileDelete = FileSave;
 
+bool Deletes(std::string const& fileName, OLD old) {
+    return TICKETFILE::Delete(fileName, old).Succeeded();
+}
+
 // Opens a file and locks it as another process's save would.
 int Lock(std::string const& path) {
     int const file = open(path.c_str(), O_RDWR | O_CREAT, 0600);
@@ -241,7 +244,7 @@ TEST_F(FileSave, PiecesFollowEachOther) {
         whole += piece;
     }
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.tmp"));
-    EXPECT_TRUE(file.Commit(OLD::DISCARD));
+    EXPECT_TRUE(file.Commit(OLD::DISCARD).Succeeded());
     EXPECT_EQ(FileContent(m_file), whole);
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
@@ -252,7 +255,7 @@ TEST_F(FileSave, RestartForgetsThePieces) {
     file.Take("something longer");
     file.Restart();
     file.Take("new");
-    EXPECT_TRUE(file.Commit(OLD::DISCARD));
+    EXPECT_TRUE(file.Commit(OLD::DISCARD).Succeeded());
     EXPECT_EQ(FileContent(m_file), "new");
 }
 
@@ -281,7 +284,7 @@ TEST_F(FileSave, BytesAreOnTheDiskBeforeTheRenameAndTheNameAfterIt) {
     Replace(m_file, "new", OLD::DISCARD);
     g_system.watching = false;
     EXPECT_THAT(g_system.calls,
-                ElementsAre("lock", "write 640", "flush", "close", "rename", "flush directory", "close"));
+                ElementsAre("lock", "write 600", "flush", "close", "rename", "flush directory", "close"));
 }
 
 TEST_F(FileSave, DirectoryThatIsFlushedIsTheOneThatHoldsTheName) {
@@ -295,7 +298,7 @@ TEST_F(FileSave, DirectoryThatIsFlushedIsTheOneThatHoldsTheName) {
     EXPECT_EQ(g_system.flushedDirectory, below);
     EXPECT_TRUE(Replace("t.xml", "new", OLD::DISCARD));
     EXPECT_EQ(g_system.flushedDirectory, elsewhere);
-    EXPECT_TRUE(Delete("below/t.xml", OLD::DISCARD, nullptr));
+    EXPECT_TRUE(Deletes("below/t.xml", OLD::DISCARD));
     EXPECT_EQ(g_system.flushedDirectory, below);
     std::filesystem::current_path(before);
 }
@@ -377,7 +380,7 @@ TEST_F(FileSave, WhatIsPrintedWhileTheStreamsAreClosedDoesNotLandInTheFile) {
         for (int const stream : {0, 1, 2}) {
             if (write(stream, "warning", 7) == 7) return false;
         }
-        return file.Commit(OLD::DISCARD) && FileContent(m_file) == "new";
+        return file.Commit(OLD::DISCARD).Succeeded() && FileContent(m_file) == "new";
     }));
 }
 
@@ -414,7 +417,7 @@ TEST_F(FileSave, NoPieceIsWrittenBehindOneThatFailed) {
     file.Take("third");
     file.Restart();
     file.Take("fourth");
-    EXPECT_FALSE(file.Commit(OLD::DISCARD));
+    EXPECT_FALSE(file.Commit(OLD::DISCARD).Succeeded());
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
@@ -460,8 +463,8 @@ TEST_F(FileSave, ReadOnlyDirectoryKeepsItsOldFile) {
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
     EXPECT_TRUE(Unprivileged([&] { return !Replace(m_file, "new", OLD::DISCARD); }));
     EXPECT_TRUE(Unprivileged([&] { return !Replace(m_file, "new", OLD::KEEP); }));
-    EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::DISCARD); }));
-    EXPECT_TRUE(Unprivileged([&] { return !Delete(m_file, OLD::KEEP); }));
+    EXPECT_TRUE(Unprivileged([&] { return !Deletes(m_file, OLD::DISCARD); }));
+    EXPECT_TRUE(Unprivileged([&] { return !Deletes(m_file, OLD::KEEP); }));
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0700));
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
@@ -489,7 +492,7 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
 
 // What may lie at the temporary name
 
-TEST_F(FileSave, LeftoverOfACrashIsOverwritten) {
+TEST_F(FileSave, LeftoverOfACrashIsRemoved) {
     Write(m_temporary, "left over, and longer than what comes");
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
     EXPECT_EQ(FileContent(m_file), "new");
@@ -682,20 +685,20 @@ TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
 TEST_F(FileDelete, RemovesTheFileForGood) {
     Write(m_file, "old");
     g_system.watching = true;
-    EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
+    EXPECT_TRUE(Deletes(m_file, OLD::DISCARD));
     g_system.watching = false;
     EXPECT_THAT(g_system.calls, ElementsAre("unlink", "flush directory"));
     EXPECT_THAT(Names(m_scratch), IsEmpty());
 }
 
 TEST_F(FileDelete, FileThatIsNotThereIsDeletedAlready) {
-    EXPECT_TRUE(Delete(m_file, OLD::DISCARD));
-    EXPECT_TRUE(Delete(m_file, OLD::KEEP));
+    EXPECT_TRUE(Deletes(m_file, OLD::DISCARD));
+    EXPECT_TRUE(Deletes(m_file, OLD::KEEP));
 }
 
 TEST_F(FileDelete, DirectoryStays) {
     std::filesystem::create_directory(m_file);
-    EXPECT_FALSE(Delete(m_file, OLD::DISCARD));
-    Delete(m_file, OLD::KEEP);
+    EXPECT_FALSE(Deletes(m_file, OLD::DISCARD));
+    Deletes(m_file, OLD::KEEP);
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
 }

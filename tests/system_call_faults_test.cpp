@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 
@@ -29,6 +30,8 @@ namespace {
 
 using namespace tickets;
 using system_calls::FAULT;
+using TICKETFILE::SAVE_OUTCOME;
+using TICKETFILE::SAVE_STEP;
 
 // What each call can plausibly fail with.
 std::map<std::string, std::vector<int>> const ERRORS = {
@@ -51,7 +54,37 @@ std::map<std::string, std::vector<int>> const ERRORS = {
     {"link", {EPERM, EMLINK, EOPNOTSUPP, EACCES, EDQUOT, EIO, ENOSPC, EROFS, EXDEV}},
     {"unlink", {EACCES, EBUSY, EIO, EPERM, EROFS}},
     {"mkostemp", {EEXIST, EACCES, EMFILE, ENOSPC, EROFS}},
+    {"fchown", {EPERM, EROFS, EIO, EINTR}},
+    {"getxattr", {EACCES, EIO, ENOMEM, ERANGE, EOPNOTSUPP}},
+    {"listxattr", {EACCES, EIO, ENOMEM, ERANGE, EOPNOTSUPP}},
+    {"fsetxattr", {EACCES, EDQUOT, ENOSPC, EIO, EOPNOTSUPP, EPERM}},
+    {"fremovexattr", {EACCES, EIO, EPERM, EROFS}},
 };
+
+// The step of a save that fails with a call of that kind, if the save does.
+std::map<std::string, SAVE_STEP> const FAILED_STEPS = {
+    {"open", SAVE_STEP::OPEN},     {"fcntl", SAVE_STEP::OPEN},   {"fstat", SAVE_STEP::OPEN},
+    {"write", SAVE_STEP::WRITE},   {"fsync", SAVE_STEP::FLUSH},  {"close", SAVE_STEP::FLUSH},
+    {"mkostemp", SAVE_STEP::OPEN}, {"lstat", SAVE_STEP::RENAME}, {"rename", SAVE_STEP::RENAME},
+    {"unlink", SAVE_STEP::REMOVE},
+};
+
+SAVE_OUTCOME LastSave(STICKET_ACCESS const* ticket) {
+    return static_cast<STICKET_FILE*>(ticket->pTicket)->LastSave();
+}
+
+LOAD_OUTCOME LastLoad(STICKET_ACCESS const* ticket) {
+    return static_cast<STICKET_FILE*>(ticket->pTicket)->LastLoad();
+}
+
+// `fault` stopped the save if one did, and the outcome tells.
+void ExpectOutcome(SAVE_OUTCOME const& outcome, bool isDone, FAULT const& fault, std::string const& failing) {
+    EXPECT_EQ(outcome.Succeeded(), isDone);
+    EXPECT_EQ(outcome.error, isDone ? 0 : fault.error);
+    if (isDone || fault.scope == FAULT::EVERYTHING) return;
+    ASSERT_TRUE(FAILED_STEPS.count(failing)) << failing;
+    EXPECT_EQ(outcome.failed, FAILED_STEPS.at(failing)) << failing;
+}
 
 constexpr int INTERRUPTIONS = 50;  // nobody is interrupted for good
 
@@ -165,11 +198,19 @@ TEST_P(FailingCall, OfALoadCostsNoValue) {
     auto const load = [](STICKET_ACCESS const* ticket) { return [ticket] { Count(ticket); }; };
     LINES whole;
     std::vector<std::string> calls;
+    LOAD_STATE undisturbed;
     {
         OWNER const ticket(m_file.c_str());
+        EXPECT_EQ(LastLoad(ticket).state, LOAD_STATE::NOT_YET);
         calls = system_calls::With({}, load(ticket)).calls;
+        undisturbed = LastLoad(ticket).state;
+        EXPECT_EQ(LastLoad(ticket).error, GetParam().content.empty() ? ENOENT : 0);
         whole = Contents(ticket);
     }
+    EXPECT_THAT(calls, testing::Contains("open"));
+    EXPECT_EQ(undisturbed, GetParam().content.empty()     ? LOAD_STATE::NO_FILE
+                           : GetParam().content == BROKEN ? LOAD_STATE::NO_DOCUMENT
+                                                          : LOAD_STATE::LOADED);
     WithEachFault(calls, [&](FAULT const& fault) {
         for (bool const saves : {false, true}) {
             MakeFile();
@@ -178,6 +219,10 @@ TEST_P(FailingCall, OfALoadCostsNoValue) {
             m_failures += system_calls::With(fault, load(ticket)).failures;
             ++m_faults;
             EXPECT_EQ(OpenDescriptors(), before);
+            LOAD_OUTCOME const outcome = LastLoad(ticket);
+            bool const isUnreadable = outcome.state == LOAD_STATE::UNREADABLE;
+            EXPECT_TRUE(outcome.state == undisturbed || outcome.state == LOAD_STATE::NOT_YET || isUnreadable);
+            EXPECT_TRUE(!isUnreadable || outcome.error == fault.error);
             LINES const loaded = Contents(ticket);
             EXPECT_TRUE(loaded == whole || loaded.empty()) << testing::PrintToString(loaded);
             EXPECT_EQ(Content(m_file), GetParam().content);
@@ -220,6 +265,7 @@ TEST_P(FailingCall, OfASaveLeavesTheOldFileOrTheNewOne) {
         std::string const found = Content(m_file);
         EXPECT_TRUE(found == old || found == Text(2)) << found;
         EXPECT_TRUE(found == old || old != BROKEN || IsKept(old));
+        ExpectOutcome(LastSave(ticket), found == Text(2), fault, happened.failing);
         EXPECT_EQ(Contents(ticket), LINES{"a 2 2"});
 
         EXPECT_EQ(Set(ticket, "a", 3), 1);
@@ -252,10 +298,16 @@ TEST_P(FailingCall, OfADeletionLeavesTheOldFileOrNone) {
         OWNER const ticket(m_file.c_str());
         empty(ticket);
         int const before = OpenDescriptors();
-        m_failures += system_calls::With(fault, save(ticket)).failures;
+        auto const happened = system_calls::With(fault, save(ticket));
+        m_failures += happened.failures;
         ++m_faults;
         EXPECT_EQ(OpenDescriptors(), before);
         EXPECT_EQ(Content(m_file), files::Exists(m_file) ? old : "");
+        SAVE_OUTCOME const outcome = LastSave(ticket);
+        if (outcome.failed == SAVE_STEP::KEEP)
+            EXPECT_EQ(outcome.error, fault.error);
+        else if (!old.empty())
+            ExpectOutcome(outcome, !files::Exists(m_file), fault, happened.failing);
         EXPECT_TRUE(files::Exists(m_file) || old != BROKEN || IsKept(old));
         empty(ticket);
         EXPECT_EQ(SaveQuickly(ticket), 1);
@@ -296,17 +348,19 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
                            });
     std::set<long> const replaced = {
 #ifdef SYS_open
-        SYS_open,     SYS_stat,       SYS_lstat,
-        SYS_rename,   SYS_link,       SYS_unlink,
+        SYS_open,      SYS_stat,         SYS_lstat,
+        SYS_rename,    SYS_link,         SYS_unlink,
 #endif
-        SYS_openat,   SYS_lseek,      SYS_sync_file_range,
-        SYS_read,     SYS_write,      SYS_fstat,
-        SYS_pread64,  SYS_newfstatat, SYS_fsync,
-        SYS_close,    SYS_fchmod,     SYS_ftruncate,
-        SYS_flock,    SYS_fcntl,      SYS_linkat,
-        SYS_unlinkat, SYS_renameat2,  SYS_getrandom,  // by mkostemp
-        SYS_mmap,     SYS_munmap,     SYS_brk,
-        SYS_madvise,  SYS_mprotect,  // memory
+        SYS_openat,    SYS_lseek,        SYS_sync_file_range,
+        SYS_read,      SYS_write,        SYS_fstat,
+        SYS_pread64,   SYS_newfstatat,   SYS_fsync,
+        SYS_close,     SYS_fchmod,       SYS_ftruncate,
+        SYS_flock,     SYS_fcntl,        SYS_linkat,
+        SYS_unlinkat,  SYS_renameat2,    SYS_getrandom,  // by mkostemp
+        SYS_mmap,      SYS_munmap,       SYS_brk,
+        SYS_madvise,   SYS_mprotect,  // memory
+        SYS_fchown,    SYS_getxattr,     SYS_listxattr,
+        SYS_fsetxattr, SYS_fremovexattr,
     };
     std::set<long> others;
     int calls = 0;
@@ -360,6 +414,7 @@ OBSTACLE const OBSTACLES[] = {
     {"Directory", [](auto& path) { return mkdir(path.c_str(), 0700) == 0; }},
     {"FullDirectory",
      [](auto& path) { return mkdir(path.c_str(), 0700) == 0 && mkdir((path + "/below").c_str(), 0700) == 0; }},
+    {"Device", [](auto& path) { return mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0; }},
     {"Pipe", [](auto& path) { return mkfifo(path.c_str(), 0600) == 0; }},
     {"Socket", [](auto& path) { return MakeSocket(path); }},
     {"SymbolicLink", [](auto& path) { return Link("precious", path); }},
@@ -378,11 +433,22 @@ class InTheWay : public FaultyFile, public testing::WithParamInterface<OBSTACLE>
  protected:
     void SetUp() override {
         files::Write(m_scratch.Path("precious"), Text(1));
-        ASSERT_TRUE(GetParam().make(m_scratch.Path("example")));
+        if (!GetParam().make(m_scratch.Path("example"))) GTEST_SKIP() << "only root makes devices";
         m_kind = std::filesystem::symlink_status(m_scratch.Path("example")).type();
     }
 
     bool IsDirectory() const { return m_kind == std::filesystem::file_type::directory; }
+
+    // A save replaces files and links only.
+    bool IsReplaced() const {
+        return m_kind == std::filesystem::file_type::regular || m_kind == std::filesystem::file_type::symlink;
+    }
+
+    void ExpectRefusal(STICKET_ACCESS const* ticket, SAVE_STEP step) {
+        EXPECT_EQ(std::filesystem::symlink_status(m_file).type(), m_kind);
+        EXPECT_EQ(LastSave(ticket).failed, step);
+        EXPECT_EQ(LastSave(ticket).error, IsDirectory() ? EISDIR : EOPNOTSUPP);
+    }
 
     // What does not belong to the ticket is as it was.
     void ExpectTheRestToBeThere() {
@@ -415,7 +481,8 @@ TEST_P(InTheWay, OfTheFileHoldsNothingUp) {
         OWNER const ticket(m_file.c_str());
         Count(ticket);
         ExpectSave(ticket, 2);
-        EXPECT_EQ(Content(m_file), IsDirectory() ? "" : Text(2));
+        EXPECT_EQ(Content(m_file), IsReplaced() ? Text(2) : "");
+        if (!IsReplaced()) ExpectRefusal(ticket, SAVE_STEP::RENAME);
         ExpectTheRestToBeThere();
         std::filesystem::remove_all(m_file);
         ExpectNextSaveToWork(ticket);
@@ -429,7 +496,8 @@ TEST_P(InTheWay, OfADeletionHoldsNothingUp) {
     Count(ticket);
     EXPECT_EQ(Operate(ticket, STICKET_OP_CLEAR), 1);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-    EXPECT_EQ(files::Exists(m_file), IsDirectory());
+    EXPECT_EQ(files::Exists(m_file), !IsReplaced());
+    if (!IsReplaced()) ExpectRefusal(ticket, SAVE_STEP::REMOVE);
     ExpectTheRestToBeThere();
     EXPECT_EQ(OpenDescriptors(), m_descriptors);
 }
@@ -561,6 +629,32 @@ TEST_F(Limit, OfDescriptorsLeavesTheOldFileWhereItIsTooLow) {
     }
     EXPECT_GT(saved, 0);
     EXPECT_GT(refused, 0);
+}
+
+// The numbers of the standard streams are no room for files, also where nothing else is left.
+TEST_F(Limit, OfDescriptorsLeavesNothingBesideWhereOnlyThoseOfTheStreamsAreFree) {
+    for (int spare = 0; spare < 5; ++spare) {
+        for (int streams = 0; streams <= 3; ++streams) {
+            SCOPED_TRACE(std::to_string(spare) + " free, and of the streams " + std::to_string(streams));
+            Empty();
+            pid_t const child = fork();
+            if (child == 0) {
+                OWNER const ticket(m_file.c_str());
+                Set(ticket, "a", 1);
+                LIMIT const low(RLIMIT_NOFILE, 50);
+                std::vector<int> all;
+                for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
+                for (int i = 0; i < spare; ++i) close(all[all.size() - 1 - static_cast<std::size_t>(i)]);
+                for (int stream = 0; stream < streams; ++stream) close(stream);
+                _exit(Operate(ticket, STICKET_OP_SAVE) == 1 ? 0 : 1);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+            EXPECT_EQ(Content(m_file), files::Exists(m_file) ? Text(1) : "");
+            EXPECT_EQ(files::Names(m_scratch).size(), files::Exists(m_file) ? 1u : 0u);
+        }
+    }
 }
 
 // A full file system

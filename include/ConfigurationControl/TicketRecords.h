@@ -62,8 +62,8 @@ enum {
                                       and the ticket counts as saved: a host that must know looks at the file */
     STICKET_OP_RELEASE = 1,      /**< null, or `int const*` seconds: drop a file ticket's loaded contents (saved first if
                                       dirty), with seconds only after longer disuse; the next access loads again */
-    STICKET_OP_CLEAR = 2,        /**< not read: remove every parameter. A file ticket is loaded first if need be, so that
-                                      a file that cannot be read is known and kept; 0 when that fails */
+    STICKET_OP_CLEAR = 2,        /**< not read: remove every parameter. A file ticket reads nothing; its next save finds
+                                      out whether the file could be read, and keeps it if not */
     STICKET_OP_PARTIAL_KEYS = 3, /**< `char const* const*`, null-terminated: the keys a file ticket keeps loaded. Null
                                       forgets them; a first key of "" removes the following ones; otherwise they are
                                       added. Saves a dirty ticket and drops its contents, as code 1 does. CAUTION:

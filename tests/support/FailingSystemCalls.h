@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -93,6 +94,13 @@ FAILING_SYSTEM_CALL(int, rename, (char const* from, char const* to), (from, to))
 FAILING_SYSTEM_CALL(int, link, (char const* from, char const* to), (from, to))
 FAILING_SYSTEM_CALL(int, unlink, (char const* name), (name))
 FAILING_SYSTEM_CALL(int, mkostemp, (char* name, int flags), (name, flags))
+FAILING_SYSTEM_CALL(int, fchown, (int file, uid_t user, gid_t group), (file, user, group))
+FAILING_SYSTEM_CALL(ssize_t, getxattr, (char const* file, char const* name, void* value, size_t size),
+                    (file, name, value, size))
+FAILING_SYSTEM_CALL(ssize_t, listxattr, (char const* file, char* names, size_t size), (file, names, size))
+FAILING_SYSTEM_CALL(int, fsetxattr, (int file, char const* name, void const* value, size_t size, int flags),
+                    (file, name, value, size, flags))
+FAILING_SYSTEM_CALL(int, fremovexattr, (int file, char const* name), (file, name))
 FAILING_SYSTEM_CALL(ssize_t, read, (int file, void* bytes, size_t size), (file, bytes, system_calls::Portion(size)))
 FAILING_SYSTEM_CALL(ssize_t, pread, (int file, void* bytes, size_t size, off_t place),
                     (file, bytes, system_calls::Portion(size), place))

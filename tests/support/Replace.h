@@ -6,9 +6,13 @@
 
 #include "Disk/Replacement.h"
 
-inline bool Replace(std::string const& fileName, std::string_view bytes, TICKETFILE::OLD old,
-                    TICKETFILE::KEPT* kept = nullptr) {
+inline TICKETFILE::SAVE_OUTCOME OutcomeOfReplacing(std::string const& fileName, std::string_view bytes,
+                                                   TICKETFILE::OLD old) {
     TICKETFILE::REPLACEMENT file(fileName);
     file.Take(bytes);
-    return file.Commit(old, kept);
+    return file.Commit(old);
+}
+
+inline bool Replace(std::string const& fileName, std::string_view bytes, TICKETFILE::OLD old) {
+    return OutcomeOfReplacing(fileName, bytes, old).Succeeded();
 }

@@ -3,6 +3,7 @@
 #include "TicketImpSFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -10,6 +11,7 @@
 
 #include "Common/Src/UntypedValue.h"
 #include "ConfigurationControl/StringConversion.h"
+#include "Disk/FileNames.h"
 #include "Disk/FileReader.h"
 #include "Format/Reader.h"
 #include "Format/Writer.h"
@@ -19,6 +21,26 @@ namespace {
 constexpr std::size_t USUAL_LINE = 48;  // bytes of the file for a parameter
 // Caps the reservation: a larger file may hold few, long values.
 constexpr std::size_t LARGEST_USUAL_FILE = std::size_t{64} << 10;
+
+bool IsNoKey(void*, std::string_view) {
+    return false;
+}
+
+LOAD_STATE StateOf(READING reading) {
+    switch (reading) {
+        case READING::DONE:
+            return LOAD_STATE::LOADED;
+        case READING::IN_PART:
+            return LOAD_STATE::CUT_AT_NUL;
+        case READING::OUT_OF_PROPORTION:
+            return LOAD_STATE::TOO_DEEP;
+        case READING::UNREADABLE:
+            return LOAD_STATE::UNREADABLE;
+        case READING::NO_DOCUMENT:
+            break;
+    }
+    return LOAD_STATE::NO_DOCUMENT;
+}
 
 }  // namespace
 
@@ -31,6 +53,7 @@ STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& wh
     : STICKET(whoAmI),
       m_access(ENTRY::Table(*this)),
       m_fileName(fileName.c_str()),
+      m_path(TICKETFILE::AbsoluteName(m_fileName)),
       m_lastAccess(std::time(nullptr)),
       m_dirtySince(m_lastAccess) {}
 
@@ -153,29 +176,37 @@ STICKET_FILE::DROPPED STICKET_FILE::MakeReady(bool everything) {
 
 void STICKET_FILE::Load() {
     m_misread = false;
+    m_unread = false;
     m_starved = false;
     m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
     try {
-        if (!ReadFile()) m_misread = true;
+        if (!ReadFile(true)) m_misread = true;
+        if (m_misread && m_lastLoad.state == LOAD_STATE::LOADED) m_lastLoad.state = LOAD_STATE::CONVERSION_FAILED;
         if (m_starved) throw std::bad_alloc();  // half of a file is worse than none: the next access loads again
     } catch (...) {
         m_content->parameters.Clear();
         m_loaded = false;
         m_misread = false;
+        m_lastLoad = {};
         throw;
     }
     m_lastAccess = Now();
 }
 
-// False for a file that is there and cannot be read; then what is in the tree is worth nothing.
-bool STICKET_FILE::ReadFile() {
+// Reads the file, to store its values or only to see whether it can be read. False for a file that is there and cannot
+// be read; then what was stored is worth nothing.
+bool STICKET_FILE::ReadFile(bool stores) {
     using TICKETFILE::FILE_READER;
-    FILE_READER file(m_fileName);
+    FILE_READER file(m_path);
     m_fileRead = file.Id();
-    if (file.State() != FILE_READER::OPEN) return file.State() == FILE_READER::MISSING;
-    if (!m_partial) m_content->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
-    READ_RESULT const result =
-        ReadTicket(file, {&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead});
+    bool const isMissing = file.State() == FILE_READER::MISSING;
+    m_lastLoad = {isMissing ? LOAD_STATE::NO_FILE : LOAD_STATE::UNREADABLE, file.Error(), 0, 0};
+    if (file.State() != FILE_READER::OPEN) return isMissing;
+    if (stores && !m_partial) m_content->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
+    LEAF_RECEIVER const storing{&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead};
+    LEAF_RECEIVER const looking{&LocalSetParameter, this, &IsNoKey, nullptr};
+    READ_RESULT const result = ReadTicket(file, stores ? storing : looking);
+    m_lastLoad = {StateOf(result.reading), file.Error(), result.line, result.column};
     if (result.reading == READING::IN_PART) m_misread = true;
     return result.IsRead();
 }
@@ -190,6 +221,15 @@ void STICKET_FILE::DropRead(void* context) {
     self.m_content->parameters.Clear();
     self.m_misread = false;
     self.m_starved = false;
+}
+
+// Finds out whether the file of a ticket that was cleared before a load can be read, and leaves the tree alone.
+void STICKET_FILE::LookAtFile() {
+    LOAD_OUTCOME const lastLoad = m_lastLoad;
+    m_misread = false;
+    if (!ReadFile(false)) m_misread = true;
+    m_lastLoad = lastLoad;
+    m_unread = false;
 }
 
 int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
@@ -261,21 +301,35 @@ void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
 }
 
 void STICKET_FILE::Save() {
-    using TICKETFILE::KEPT;
-    using TICKETFILE::OLD;
-    OLD const old = m_misread ? OLD::KEEP : OLD::DISCARD;
-    KEPT kept = KEPT::NOTHING;
+    using namespace TICKETFILE;
+    try {
+        if (m_unread) LookAtFile();
+        m_lastSave = WriteOrDelete(m_misread ? OLD::KEEP : OLD::DISCARD);
+    } catch (std::bad_alloc const&) {
+        m_lastSave = {SAVE_STEP::MEMORY, ENOMEM, KEPT::NOTHING};
+        throw;
+    } catch (...) {
+        m_lastSave = {SAVE_STEP::CONTENT, 0, KEPT::NOTHING};
+        throw;
+    }
+    if (m_lastSave.Succeeded()) m_misread = false;
+    m_dirty = false;
+}
+
+TICKETFILE::SAVE_OUTCOME STICKET_FILE::WriteOrDelete(TICKETFILE::OLD old) const {
+    using namespace TICKETFILE;
+    SAVE_OUTCOME outcome;
     if (m_content->parameters.NonEmpty()) {
-        TICKETFILE::REPLACEMENT file(m_fileName);
+        REPLACEMENT file(m_path);
         WriteTo(file);
-        if (file.Commit(old, &kept, m_fileRead)) m_misread = false;
+        outcome = file.Commit(old, m_fileRead);
     } else {
-        if (TICKETFILE::Delete(m_fileName, old, &kept, m_fileRead)) m_misread = false;
+        outcome = Delete(m_path, old, m_fileRead);
         Log(2000, "STICKET_FILE deleted empty ticket \"%s\"", m_fileName.c_str());
     }
-    if (kept == KEPT::YES) Log(2000, "STICKET_FILE kept unreadable \"%s.unreadable\"", m_fileName.c_str());
-    if (kept == KEPT::NO) Log(0, "STICKET_FILE cannot keep unreadable \"%s\"", m_fileName.c_str());
-    m_dirty = false;
+    if (outcome.kept == KEPT::YES) Log(2000, "STICKET_FILE kept unreadable \"%s\"", KeptName(m_fileName).c_str());
+    if (outcome.kept == KEPT::NO) Log(0, "STICKET_FILE cannot keep unreadable \"%s\"", m_fileName.c_str());
+    return outcome;
 }
 
 // The last save: nobody is left who could try again or be told. When memory does not suffice for the text, the old file
@@ -307,7 +361,8 @@ bool STICKET_FILE::Operation(STICKET_OP code, void* data) {
             if (!data || (m_loaded && IsOver(m_lastAccess, data))) ReleaseTo(!m_partialKeys.empty());
             return true;
         case STICKET_OP_CLEAR:
-            if (!m_loaded) Load();  // a file that cannot be read is to be kept
+            if (!m_loaded) m_unread = true;
+            m_loaded = true;
             m_partial = false;
             MarkDirty();
             m_content->parameters.Clear();

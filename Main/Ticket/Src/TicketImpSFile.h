@@ -15,6 +15,25 @@
 #include "Disk/Replacement.h"
 #include "TicketImpSBase.h"
 
+// What became of a load.
+enum class LOAD_STATE {
+    NOT_YET,           // nothing was loaded
+    LOADED,            // all of the file
+    NO_FILE,           // there is none
+    UNREADABLE,        // its bytes cannot be had
+    NO_DOCUMENT,       // it is no XML
+    CUT_AT_NUL,        // it may hold values that were not read, behind a NUL for instance
+    TOO_DEEP,          // its nesting is out of proportion
+    CONVERSION_FAILED  // the text conversion threw for a value
+};
+
+struct LOAD_OUTCOME {
+    LOAD_STATE state = LOAD_STATE::NOT_YET;
+    int error = 0;           // errno of a missing or unreadable file
+    std::size_t line = 0;    // where a file stops being a document, counted from 1
+    std::size_t column = 0;  // in bytes
+};
+
 class STICKET_FILE : public STICKET {
  public:
     STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI);
@@ -23,6 +42,11 @@ class STICKET_FILE : public STICKET {
     ~STICKET_FILE() override;
 
     STICKET_ACCESS const* GetInterface() const override { return &m_access; }
+
+    // What became of the last load and the last save, the deletion of an empty ticket's file included. Call them under
+    // the mutex.
+    LOAD_OUTCOME const& LastLoad() const { return m_lastLoad; }
+    TICKETFILE::SAVE_OUTCOME const& LastSave() const { return m_lastSave; }
 
     // The table entries; see STICKET_ACCESS.
     static int GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
@@ -63,20 +87,23 @@ class STICKET_FILE : public STICKET {
     virtual std::time_t Now() const { return std::time(nullptr); }
 
  private:
-    bool ReadFile();
+    bool ReadFile(bool stores);
     static bool IsPartialKey(void* context, std::string_view key);
     static void DropRead(void* context);
+    void LookAtFile();
+    TICKETFILE::SAVE_OUTCOME WriteOrDelete(TICKETFILE::OLD old) const;
+    void WriteTo(TICKETFILE::REPLACEMENT& file) const;
     bool Walk(STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     bool AnyNotPartial(GETMULTIPAR const* records) const;
     void MarkDirty();
     void SaveWhatCanBe();
     void ChangePartialKeys(char const* const* keys);
     bool IsOver(std::time_t since, void const* seconds) const;
-    void WriteTo(TICKETFILE::REPLACEMENT& file) const;
 
     STICKET_ACCESS const m_access;
     TICKETLOCKS m_locks;
-    std::string const m_fileName;
+    std::string const m_fileName;  // as given, for messages
+    std::string const m_path;      // the same from the root: the working directory may change
     std::set<std::string, std::less<>> m_partialKeys;
     TICKET_TEXTS m_texts;  // every text that was read: clients keep the pointers for as long as the ticket lives
     bool m_partial = false;
@@ -85,6 +112,9 @@ class STICKET_FILE : public STICKET {
     std::time_t m_lastAccess;
     std::time_t m_dirtySince;
     bool m_misread = false;                         // the file holds something that never reached the tree
+    bool m_unread = false;                          // cleared without a load: the next save finds out about m_misread
     std::optional<TICKETFILE::FILE_ID> m_fileRead;  // which one that was, as far as it is known
     bool m_starved = false;                         // the load under way ran out of memory
+    LOAD_OUTCOME m_lastLoad;
+    TICKETFILE::SAVE_OUTCOME m_lastSave;
 };

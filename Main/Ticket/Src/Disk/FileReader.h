@@ -17,15 +17,17 @@ class FILE_READER final : public FILE_SOURCE {
  public:
     enum STATE {
         MISSING,     // there is no such file
-        UNREADABLE,  // there is one, but its bytes cannot be had: no permission, not a regular file
+        UNREADABLE,  // its bytes cannot be had: no permission, not a regular file; see Error
         OPEN
     };
-    // Follows a symbolic link. Does not wait for whoever should write to a pipe of that name. Where the system is short
-    // of descriptors or memory, this and Read throw std::bad_alloc: the file may be read later.
+    // Follows a symbolic link. Waits for a regular file under a lease, but not for the writer of a FIFO. Where the
+    // system is short of descriptors or memory, this and Read throw std::bad_alloc: the file may be read later.
     explicit FILE_READER(std::string const& fileName);
 
     STATE State() const { return m_state; }
-    std::optional<FILE_ID> const& Id() const { return m_id; }  // none while nothing is open
+    // errno of what failed, here or in Read; EISDIR and EOPNOTSUPP tell what the file is instead. 0 if nothing failed.
+    int Error() const { return m_error; }
+    std::optional<FILE_ID> const& Id() const { return m_id; }  // none if it is not known
     std::size_t Size() const override { return m_size; }
     std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
     // Compares the file's size and the time of its last change, which is as exact as the system's clock ticks. False if
@@ -37,7 +39,7 @@ class FILE_READER final : public FILE_SOURCE {
     STATE m_state;
     std::optional<FILE_ID> m_id;
     std::size_t m_size = 0;
-    timespec m_modified{};
+    int m_error = 0;
 };
 
 }  // namespace TICKETFILE

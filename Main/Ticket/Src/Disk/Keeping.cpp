@@ -1,19 +1,48 @@
 #include "Disk/Keeping.h"
 
 #include <fcntl.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
+#include <climits>
 #include <cstdio>
+#include <string_view>
+
+#include "Disk/Attributes.h"
+#include "Disk/FileNames.h"
 
 namespace TICKETFILE {
 namespace {
 
-constexpr mode_t PERMISSION_BITS = 0777;
-
-std::string KeptName(std::string const& fileName) {
-    return fileName + ".unreadable";
+// What a mark says: which file it is of, and when that was written last.
+std::string MarkOf(struct stat const& file) {
+    return std::to_string(file.st_ino) + ' ' + std::to_string(file.st_mtim.tv_sec) + '.' +
+           std::to_string(file.st_mtim.tv_nsec);
 }
+
+// Also true where there are no marks.
+bool IsMarked(std::string const& fileName, struct stat const& file) {
+    std::array<char, 80> mark;
+    ssize_t const size = getxattr(fileName.c_str(), SAVED_MARK, mark.data(), mark.size());
+    if (size < 0) return errno == EOPNOTSUPP;
+    return std::string_view(mark.data(), static_cast<std::size_t>(size)) == MarkOf(file);
+}
+
+// A copy has another number, but the same size and time.
+bool IsFileOrCopy(FILE_ID const& id, struct stat const& file) {
+    return IsSameFile(id, file) || (id.size == file.st_size && IsSameTime(id.modified, file.st_mtim));
+}
+
+// Names of one keeping. All memory is taken when they are made: what has been renamed must not end in an exception.
+struct NAMES {
+    explicit NAMES(std::string const& fileName)
+        : file(fileName), kept(KeptName(fileName)), unique(UniqueKeptName(fileName)) {}
+
+    std::string const file;
+    std::string const kept;
+    std::string unique;
+};
 
 // Leaves no `from` behind, also where both are names of one file, which a rename leaves alone.
 bool MoveOver(std::string const& from, std::string const& to) {
@@ -22,12 +51,16 @@ bool MoveOver(std::string const& from, std::string const& to) {
     return moved;
 }
 
+// Makes a name unique that nothing has.
+bool FindFreeName(std::string& name) {
+    DESCRIPTOR const made = CreateUnique(name);
+    return made && unlink(name.c_str()) == 0;
+}
+
 // A second name for the file itself, or for a link if that is what it is.
-bool KeepByLink(std::string const& fileName, std::string const& kept) {
-    std::string free = kept + ".XXXXXX";
-    DESCRIPTOR const made = CreateUnique(free);  // its name is what matters
-    if (!made || unlink(free.c_str()) != 0) return false;
-    return link(fileName.c_str(), free.c_str()) == 0 && MoveOver(free, kept);
+bool KeepByLink(NAMES names) {
+    return FindFreeName(names.unique) && link(names.file.c_str(), names.unique.c_str()) == 0 &&
+           MoveOver(names.unique, names.kept);
 }
 
 bool CopyAll(int from, int to) {
@@ -39,41 +72,65 @@ bool CopyAll(int from, int to) {
     }
 }
 
-bool KeepByCopy(std::string const& fileName, std::string const& kept) {
-    DESCRIPTOR const file = Open(fileName, O_RDONLY | O_NONBLOCK);
+bool CopyLink(NAMES names) {
+    std::array<char, PATH_MAX> target;
+    ssize_t const size = readlink(names.file.c_str(), target.data(), target.size() - 1);
+    if (size < 0 || !FindFreeName(names.unique)) return false;
+    target[static_cast<std::size_t>(size)] = '\0';
+    return symlink(target.data(), names.unique.c_str()) == 0 && MoveOver(names.unique, names.kept);
+}
+
+// A link is not followed: whoever planted it could read a copy of what it leads to.
+bool CopyFile(NAMES names) {
+    FILE_ATTRIBUTES const attributes = AttributesFor(names.file);
+    DESCRIPTOR const file = OpenToRead(names.file, O_NOFOLLOW);
     struct stat found;
     if (!file || fstat(file.Number(), &found) != 0 || !S_ISREG(found.st_mode)) return false;
-    std::string name = kept + ".XXXXXX";
-    DESCRIPTOR copy = CreateUnique(name);
+    DESCRIPTOR copy = CreateUnique(names.unique);
     if (!copy) return false;
-    // Refused only where files have no such bits of their own; then there is nothing to protect by them.
-    fchmod(copy.Number(), found.st_mode & PERMISSION_BITS);
-    bool const whole = FlushAndClose(copy, CopyAll(file.Number(), copy.Number()));
-    if (whole) return MoveOver(name, kept);
-    unlink(name.c_str());
+    bool const isCopied = CopyAll(file.Number(), copy.Number());
+    timespec const times[] = {found.st_atim, found.st_mtim};
+    futimens(copy.Number(), times);
+    GiveAttributes(copy.Number(), attributes);
+    if (FlushAndClose(copy, isCopied)) return MoveOver(names.unique, names.kept);
+    unlink(names.unique.c_str());
     return false;
+}
+
+// Whether both names are of one file already, which a rename would leave alone.
+bool IsKept(struct stat const& file, std::string const& kept) {
+    struct stat earlier;
+    return lstat(kept.c_str(), &earlier) == 0 && IsSameFile(file, earlier);
 }
 
 }  // namespace
 
-bool IsStill(std::string const& fileName, std::optional<FILE_ID> const& misread) {
+void MarkAsSaved(int file) {
     struct stat found;
-    if (!misread || stat(fileName.c_str(), &found) != 0) return true;
-    return found.st_dev == misread->device && found.st_ino == misread->number;
+    if (fstat(file, &found) != 0) return;
+    std::string const mark = MarkOf(found);
+    fsetxattr(file, SAVED_MARK, mark.data(), mark.size(), 0);
+}
+
+bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& misread) {
+    struct stat found;
+    struct stat kept;
+    if (!misread || stat(fileName.c_str(), &found) != 0) return false;
+    if (stat(KeptName(fileName).c_str(), &kept) != 0 || !IsFileOrCopy(*misread, kept)) return false;
+    return IsMarked(fileName, found);
 }
 
 // Only another user's file, which may be neither linked nor read, is moved away first: to be without a file for a
-// moment is better than to lose it. A directory is never replaced.
+// moment is better than to lose it.
 KEPT Keep(std::string const& fileName) {
-    std::string const kept = KeptName(fileName);
+    NAMES const names(fileName);
     std::string const directory = DirectoryOf(fileName);
     struct stat old;
-    struct stat earlier;
     bool const isKnown = lstat(fileName.c_str(), &old) == 0;
-    if (isKnown ? S_ISDIR(old.st_mode) : errno == ENOENT) return KEPT::NOTHING;
-    bool const isKept = isKnown && lstat(kept.c_str(), &earlier) == 0 && IsSameFile(old, earlier);
-    bool const done = isKept || KeepByLink(fileName, kept) || KeepByCopy(fileName, kept) ||
-                      (isKnown && rename(fileName.c_str(), kept.c_str()) == 0);
+    if (isKnown ? WrongKind(old.st_mode) != 0 : errno == ENOENT) return KEPT::NOTHING;
+    auto const copy = isKnown && S_ISLNK(old.st_mode) ? CopyLink : CopyFile;
+    bool const done = (isKnown && IsKept(old, names.kept)) || KeepByLink(names) || copy(names) ||
+                      (isKnown && rename(fileName.c_str(), names.kept.c_str()) == 0);
     if (!done) return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;
     FlushDirectory(directory);
     return KEPT::YES;
@@ -82,11 +139,8 @@ KEPT Keep(std::string const& fileName) {
 KEPT MoveAside(std::string const& fileName) {
     std::string const kept = KeptName(fileName);
     struct stat found;
-    struct stat earlier;
     bool const isKnown = lstat(fileName.c_str(), &found) == 0;
-    if (isKnown && S_ISDIR(found.st_mode)) return KEPT::NOTHING;
-    // A rename leaves both names of one file alone.
-    bool const isKept = isKnown && lstat(kept.c_str(), &earlier) == 0 && IsSameFile(found, earlier);
+    bool const isKept = isKnown && IsKept(found, kept);
     int const failed = isKept ? unlink(fileName.c_str()) : rename(fileName.c_str(), kept.c_str());
     if (failed == 0) return KEPT::YES;
     return errno == ENOENT ? KEPT::NOTHING : KEPT::NO;

@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include <cerrno>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -56,18 +57,37 @@ class DESCRIPTOR {
     int m_number = -1;
 };
 
-// Identifies a file, whatever its name.
+// Identifies a file, whatever its name, and recognises a copy of it.
 struct FILE_ID {
     dev_t device;
     ino_t number;
+    off_t size;
+    timespec modified;
 };
 
+FILE_ID IdOf(struct stat const& file);
+bool IsSameFile(FILE_ID const& id, struct stat const& file);
 bool IsSameFile(struct stat const& a, struct stat const& b);
+bool IsSameTime(timespec const& a, timespec const& b);
 
-// Opens a file under a descriptor that is none of the standard streams'.
-DESCRIPTOR Open(std::string const& name, int flags, mode_t mode = 0);
+// Why something of this kind is not a settings file: EISDIR for a directory, EOPNOTSUPP for a device, a socket or a
+// FIFO; 0 for a regular file or a symbolic link.
+int WrongKind(mode_t mode);
 
-// Makes and opens a file with mode 0600. `name` ends in "XXXXXX", which is replaced to make the name unique.
+// The same for what has the name; a link is not followed. 0 if nothing has it.
+int ObstacleAt(std::string const& fileName);
+
+// All descriptors of this room stay off the standard streams'.
+DESCRIPTOR Open(std::string const& name, int flags);
+
+// Opens a file for reading, without waiting for a writer of a FIFO. A regular file under a lease is waited for, as by
+// any reader.
+DESCRIPTOR OpenToRead(std::string const& name, int flags = 0);
+
+// Makes and opens a file with mode 0600 for writing. Fails with EEXIST if anything has the name.
+DESCRIPTOR Create(std::string const& name);
+
+// The same under a unique name: `name` ends in "XXXXXX", which is replaced.
 DESCRIPTOR CreateUnique(std::string& name);
 
 // A second descriptor of an open file.
@@ -81,9 +101,6 @@ bool WriteAll(int file, std::string_view bytes);
 
 // Flushes to disk, unless the writing failed, and closes. False unless all three succeeded.
 bool FlushAndClose(DESCRIPTOR& file, bool isWritten);
-
-// The directory in which a name is found.
-std::string DirectoryOf(std::string const& fileName);
 
 // Makes renames and deletions in a directory outlive a crash. Where directories cannot be flushed nothing happens.
 void FlushDirectory(std::string const& directory);

@@ -1,0 +1,33 @@
+// Who may do what with a file, and the extended attributes that users give it. A save carries them over to the new
+// file.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace TICKETFILE {
+
+struct FILE_ATTRIBUTES {
+    mode_t mode = 0600;          // permission bits
+    std::optional<gid_t> group;  // none: whichever a new file gets
+    std::string acl;             // the access control list as the system stores it; "" for none
+    std::vector<std::pair<std::string, std::string>> extended;  // "user.*", names and values
+};
+
+// What a new file of that name is to have. Mode 0600, no ACL and no group if there is no regular file, or if another
+// user may have planted it: where the file, a link that has the name, or the directory belongs to neither this user nor
+// root, or where everybody may write to the directory. Throws std::bad_alloc.
+FILE_ATTRIBUTES AttributesFor(std::string const& fileName);
+
+// Gives an open file of mode 0600 these attributes. What cannot be given is dropped in a way that nobody may do more
+// with the file: without its group the group's bits go, without its ACL the bits say no more than the ACL did.
+void GiveAttributes(int file, FILE_ATTRIBUTES const& attributes);
+
+// The name of the extended attribute by which Keeping recognises files that a save made. It is not carried over.
+extern char const SAVED_MARK[];
+
+}  // namespace TICKETFILE
