@@ -77,10 +77,10 @@ class TREE_WRITER::SERIALISER {
 TREE_WRITER::TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log)
     : m_conversion(conversion), m_log(log), m_memory(FIRST_BLOCK), m_ticket{TICKET_FORMAT::ROOT, nullptr} {}
 
-bool TREE_WRITER::SaveOne(void* document, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
-    if (document == nullptr) return false;
+bool TREE_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+    if (writer == nullptr) return false;
     if (!TICKET_FORMAT::NameOf(type).empty())
-        static_cast<TREE_WRITER*>(document)->CreateSubElem(key != nullptr ? key : "", type, value);
+        static_cast<TREE_WRITER*>(writer)->CreateSubElem(key != nullptr ? key : "", type, value);
     return true;
 }
 
@@ -229,7 +229,7 @@ bool TREE_WRITER::FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value) {
     return true;
 }
 
-// A copy that lives as long as the document.
+// A copy that lives as long as the writer.
 std::string_view TREE_WRITER::Keep(std::string_view text) {
     if (text.empty()) return {};
     auto* const copy = static_cast<char*>(m_memory.allocate(text.size(), 1));

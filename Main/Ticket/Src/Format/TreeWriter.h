@@ -1,4 +1,5 @@
-// Writing a ticket file: the document that a walk over the parameters builds, and its text.
+// Writing a ticket file whose keys need a search: a tree of elements that a walk over the parameters builds, and its
+// text.
 #pragma once
 
 #include <cstddef>
@@ -30,14 +31,14 @@ class TREE_WRITER {
     // while a text is added. `log` is told of keys that end where a name should follow; it may be null.
     TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log);
 
-    // Walk callback: adds one parameter, skips the types that files do not keep. `document` is a TREE_WRITER; false
+    // Walk callback: adds one parameter, skips the types that files do not keep. `writer` is a TREE_WRITER; false
     // only if it is null. Throws as CreateSubElem.
-    static bool SaveOne(void* document, char const* key, PARAM_TYPE type, void const* value, int index);
+    static bool SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int index);
 
     // Places one value below the "ticket" element: a new leaf at the path that `key` spells, behind what is there.
     // False for a type that files do not keep; the leaf then stays bare.
     // Throws the C string of BestDouble for an infinite number, std::bad_alloc, and whatever the conversion throws; the
-    // document is then incomplete.
+    // tree is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
     // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, also if a load would refuse the
@@ -45,7 +46,7 @@ class TREE_WRITER {
     TEXT_BUFFER Serialise(FILE_SINK* sink = nullptr) const;
 
  private:
-    // Elements, and all that they view, live in m_memory as long as the document. They are only ever added, each behind
+    // Elements, and all that they view, live in m_memory as long as the writer. They are only ever added, each behind
     // its siblings; hence the first one of a name stays the first.
     struct ELEMENT {
         std::string_view name;
