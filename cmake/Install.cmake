@@ -63,6 +63,9 @@ if(TARGET ticket)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ticket.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
     install(FILES tool/ticket.bash RENAME ticket DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         COMPONENT tool)
+    install(FILES tool/ticket.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+    install(FILES tool/ticket.zsh RENAME _ticket DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+        COMPONENT tool)
 endif()
 
 include(cmake/Packages.cmake)

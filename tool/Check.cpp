@@ -1,5 +1,5 @@
-// `ticket check`: what the library passes over in silence. The file's own text is looked at node by node; what a save
-// would lose is found by saving a copy.
+// `ticket check`: what the library passes over in silence. The file's own text
+// is looked at node by node; what a save would lose is found by saving a copy.
 #include <algorithm>
 #include <cstring>
 #include <iostream>
@@ -85,7 +85,8 @@ pugi::xml_node PreviousElement(pugi::xml_node node) {
     return node;
 }
 
-// The parser tells where a node's name or text begins, which is behind this mark.
+// The parser tells where a node's name or text begins, which is behind this
+// mark.
 std::size_t LengthOfMark(pugi::xml_node_type type) {
     switch (type) {
         case pugi::node_element:
@@ -238,7 +239,9 @@ void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
     }
     LookAtKey(element);
     if (value.type() == pugi::node_element) {
-        Say(element, name + " has a type but starts with an element: its text is taken as empty");
+        Say(element, name +
+                         " has a type but starts with an element: its text is "
+                         "taken as empty");
     } else if (!IsText(value)) {
         Say(value, name + " takes its value from a comment or instruction");
     }
@@ -255,8 +258,9 @@ void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
     }
 }
 
-// A vector is a row of elements. A key that stands in two places was more likely meant as one value, and a program that
-// asks for one value then finds none.
+// A vector is a row of elements. A key that stands in two places was more
+// likely meant as one value, and a program that asks for one value then finds
+// none.
 void CHECKER::LookAtKey(pugi::xml_node element) {
     auto const [leaf, isNew] = m_leaves.try_emplace(m_path + element.name(), element);
     if (isNew) return;
@@ -322,7 +326,8 @@ std::vector<FINDING> CHECKER::TakeFindings() {
 bool CheckOne(std::string const& file) {
     auto const text = ReadTicketText(file);
     TICKET const loads(file);  // throws where it does not
-    // As the library parses it, but with the text outside the top-level element too.
+    // As the library parses it, but with the text outside the top-level element
+    // too.
     constexpr unsigned int decoded = PARSE_AS_LIBRARY | pugi::parse_fragment;
     constexpr unsigned int undecoded = decoded & ~static_cast<unsigned int>(pugi::parse_escapes | pugi::parse_eol);
     auto const document = ParseTicketText(file, text, decoded);
@@ -343,10 +348,10 @@ bool CheckOne(std::string const& file) {
 
 }  // namespace
 
-int Check(std::vector<std::string> const& files) {
+int Check(ARGUMENTS const& arguments) {
     bool clean = true;
     bool failed = false;
-    for (auto const& file : files) {
+    for (auto const& file : arguments.All("FILE")) {
         // The next files are looked at all the same.
         try {
             if (!CheckOne(file)) clean = false;

@@ -1,82 +1,40 @@
-// The tool's commands. Each takes what the command line said and returns an exit code. What goes wrong is thrown as
-// Failure.
+// The tool's commands. Each takes what the command line said and returns an
+// exit code. What goes wrong is thrown as FAILURE.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "CommandLine.h"
+
 constexpr int DONE = 0;
-constexpr int FOUND_SOMETHING = 1;  // diff and check
+constexpr int FOUND_SOMETHING = 1;  // diff, check, recover; and what get and others did not find
 constexpr int FAILED = 2;
 
-struct LIST_OPTIONS {
-    std::string file;
-    std::vector<std::string> selectors;
-    bool json = false;
-    bool keysOnly = false;
-};
-int List(LIST_OPTIONS const& options);
+std::vector<COMMAND> const& Commands();
 
-struct GET_OPTIONS {
-    std::string file;
-    std::string key;
-    std::optional<int> index;
-    std::string type;  // empty: as stored
-    bool hex = false;
-};
-int Get(GET_OPTIONS const& options);
+// Reading
+int List(ARGUMENTS const& arguments);
+int Get(ARGUMENTS const& arguments);
+int Find(ARGUMENTS const& arguments);
+int Diff(ARGUMENTS const& arguments);
+int Export(ARGUMENTS const& arguments);
+int Check(ARGUMENTS const& arguments);
+int Settings(ARGUMENTS const& arguments);
+int Describe(ARGUMENTS const& arguments);
+int Watch(ARGUMENTS const& arguments);
 
-struct SET_OPTIONS {
-    std::string file;
-    std::string key;
-    std::optional<std::string> value;
-    std::string type;  // empty: as stored, or a string for a new key
-    std::optional<int> index;
-    bool append = false;
-    bool hex = false;
-    std::optional<std::string> fromFile;
-    bool force = false;
-};
-int Set(SET_OPTIONS const& options);
+// Writing
+int Set(ARGUMENTS const& arguments);
+int Delete(ARGUMENTS const& arguments);
+int Reset(ARGUMENTS const& arguments);
+int Merge(ARGUMENTS const& arguments);
+int Import(ARGUMENTS const& arguments);
+int Edit(ARGUMENTS const& arguments);
+int Recover(ARGUMENTS const& arguments);
 
-struct DELETE_OPTIONS {
-    std::string file;
-    std::vector<std::string> keys;
-    std::optional<int> index;
-    bool force = false;
-};
-int Delete(DELETE_OPTIONS const& options);
-
-struct MERGE_OPTIONS {
-    std::string from;
-    std::string into;
-    std::vector<std::string> selectors;
-    bool clear = false;
-    bool force = false;
-};
-int Merge(MERGE_OPTIONS const& options);
-
-struct DIFF_OPTIONS {
-    std::string a;
-    std::string b;
-};
-int Diff(DIFF_OPTIONS const& options);
-
-int Export(std::string const& file);
-
-struct IMPORT_OPTIONS {
-    std::string file;
-    bool clear = false;
-    bool force = false;
-};
-int Import(IMPORT_OPTIONS const& options);  // reads standard input
-
-int Check(std::vector<std::string> const& files);
-
-struct SETTINGS_OPTIONS {
-    std::string file;
-    bool json = false;
-    bool showSecrets = false;
-};
-int Settings(SETTINGS_OPTIONS const& options);
+// About the tool itself
+int Help(ARGUMENTS const& arguments);
+int Completion(ARGUMENTS const& arguments);
+int KnownKeys(ARGUMENTS const& arguments);
+int ManPage(ARGUMENTS const& arguments);

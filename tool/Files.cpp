@@ -1,11 +1,13 @@
-// Sees to what a library used by one program need not care about: values that a file cannot hold, other tools at the
-// same time, links, owners, a user who interrupts.
+// Sees to what a library used by one program need not care about: values that a
+// file cannot hold, other tools at the same time, links, owners, a user who
+// interrupts.
 #include "Files.h"
 
 #include <csignal>
 #include <filesystem>
 #include <vector>
 
+#include "Listing.h"
 #include "Owner.h"
 #include "Rehearsal.h"
 #include "Text.h"
@@ -15,7 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Lets signals that would end the tool wait, so that a save leaves no temporary file behind.
+// Lets signals that would end the tool wait, so that a save leaves no temporary
+// file behind.
 class SIGNALS_LATER {
  public:
     SIGNALS_LATER() {
@@ -32,13 +35,29 @@ class SIGNALS_LATER {
     sigset_t m_before;
 };
 
-// The file itself, where the name is a link: a save would put a file in the place of the link.
+// The file itself, where the name is a link: a save would put a file in the
+// place of the link.
 std::string FileBehind(std::string const& path) {
     std::error_code error;
     if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
     auto const file = fs::canonical(path, error);
     if (error) throw FAILURE(path + ": a link to nothing");
     return file;
+}
+
+// A second name for the old file, which a save leaves as it is. An earlier
+// backup goes.
+void KeepBackup(std::string const& file, std::string const& suffix) {
+    if (suffix.find('/') != std::string::npos) throw FAILURE("--backup: a suffix holds no /");
+    auto const backup = file + suffix;
+    std::error_code error;
+    if (!fs::exists(file, error)) return;
+    fs::create_hard_link(file, backup, error);
+    if (error == std::errc::file_exists && !fs::is_directory(backup)) {
+        fs::remove(backup, error);
+        fs::create_hard_link(file, backup, error);
+    }
+    if (error) throw FAILURE(file + ": not written: no backup can be made at " + backup + ": " + error.message());
 }
 
 // The first two, since a key that comes back under another name makes two.
@@ -52,13 +71,15 @@ std::string Told(std::vector<LOSS> const& losses) {
 
 }  // namespace
 
-void Rewrite(std::string const& path, bool force, std::function<void(TICKET&)> const& change) {
+void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<void(TICKET&)> const& change) {
+    bool const force = arguments.Has("--force");
     auto const file = FileBehind(path);
     TURN const turn(file);
     TICKET ticket(file, MISSING::IS_EMPTY);
     if (ticket.IsForeign() && !force) {
         throw FAILURE(file +
-                      ": not written: it has content and not one value: is it a ticket file? --force replaces it");
+                      ": not written: it has content and not one value: is "
+                      "it a ticket file? --force replaces it");
     }
     OWNER const owner(file);
     owner.CheckForSave(force);
@@ -69,7 +90,13 @@ void Rewrite(std::string const& path, bool force, std::function<void(TICKET&)> c
         auto const* const hint = losses.front().preventsSave ? "" : "; --force writes all the same";
         throw FAILURE(file + ": not written: " + Told(losses) + hint);
     }
+    if (arguments.Has("--dry-run")) {
+        TICKET const before(file, MISSING::IS_EMPTY);
+        LISTING(arguments, file).PrintDifferences(&before, &ticket);
+        return;
+    }
     SIGNALS_LATER const signals;
+    if (auto const suffix = arguments.Find("--backup")) KeepBackup(file, suffix->empty() ? "~" : *suffix);
     ticket.Save();
     owner.Restore(saved);
 }

@@ -3,7 +3,9 @@
 
 #include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "Text.h"
@@ -12,7 +14,8 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-// Puts a text under `name`, or its bytes under `hexName` when JSON cannot hold it.
+// Puts a text under `name`, or its bytes under `hexName` when JSON cannot hold
+// it.
 void PutText(JSON& object, char const* name, char const* hexName, std::string const& text) {
     if (IsUtf8(text)) {
         object[name] = text;
@@ -55,6 +58,7 @@ std::string TakeKey(JSON const& object) {
 }
 
 PARAMETER TakeParameter(JSON const& object) {
+    if (object.contains("redacted")) throw FAILURE("the value was hidden when it was exported");
     if (!object.contains("vector")) return {TakeValue(object)};
     PARAMETER parameter;
     auto const& elements = object.at("vector");
@@ -63,7 +67,8 @@ PARAMETER TakeParameter(JSON const& object) {
     return parameter;
 }
 
-// Keeps a parser from taking the last of several members of one name, as it would without a word.
+// Keeps a parser from taking the last of several members of one name, as it
+// would without a word.
 class MEMBERS {
  public:
     // Called for each event of the parser.
@@ -71,8 +76,7 @@ class MEMBERS {
         if (event == JSON::parse_event_t::object_start) m_open.emplace_back();
         if (event == JSON::parse_event_t::object_end) m_open.pop_back();
         if (event == JSON::parse_event_t::key && !m_open.back().insert(parsed.get<std::string>()).second) {
-            throw FAILURE("standard input: an object has the member \"" + Printable(parsed.get<std::string>()) +
-                          "\" twice");
+            throw FAILURE("an object has the member \"" + Printable(parsed.get<std::string>()) + "\" twice");
         }
         return true;
     }
@@ -80,21 +84,6 @@ class MEMBERS {
  private:
     std::vector<std::set<std::string>> m_open;  // the members so far of each object that is not closed
 };
-
-// The library's messages begin with a number of its own.
-std::string Reason(JSON::exception const& error) {
-    std::string const text = error.what();
-    auto const end = text.find("] ");
-    return end == std::string::npos ? text : text.substr(end + 2);
-}
-
-JSON Parse(std::string const& text) {
-    try {
-        return JSON::parse(text, MEMBERS());
-    } catch (JSON::exception const& error) {
-        throw FAILURE("standard input: " + Reason(error));
-    }
-}
 
 }  // namespace
 
@@ -119,24 +108,43 @@ std::string JsonText(JSON const& json) {
     return PrintableJson(json.dump(2)) + "\n";
 }
 
-std::string ToJson(PARAMETERS const& parameters) {
-    JSON array = JSON::array();
-    for (auto const& [key, parameter] : parameters) {
-        JSON object = JSON::object();
-        PutText(object, "key", "keyHex", key);
-        if (parameter.size() == 1) {
-            PutElement(object, parameter.front());
-        } else {
-            auto& elements = object["vector"] = JSON::array();
-            for (auto const& value : parameter) PutElement(elements.emplace_back(JSON::object()), value);
-        }
-        array.push_back(std::move(object));
+std::string JsonReason(std::string const& what) {
+    auto const end = what.find("] ");
+    return end == std::string::npos ? what : what.substr(end + 2);
+}
+
+JSON ParseJson(std::string const& text, std::string const& source) {
+    try {
+        return JSON::parse(text, MEMBERS());
+    } catch (JSON::exception const& error) {
+        throw FAILURE(source + ": " + JsonReason(error.what()));
+    } catch (FAILURE const& failure) {
+        throw FAILURE(source + ": " + failure.what());
     }
-    return JsonText(array);
+}
+
+void JSON_ARRAY::Add(std::string const& key, PARAMETER const& parameter, bool isHidden) {
+    JSON object = JSON::object();
+    PutText(object, "key", "keyHex", key);
+    if (isHidden) {
+        object["redacted"] = true;
+    } else if (parameter.size() == 1) {
+        PutElement(object, parameter.front());
+    } else {
+        auto& elements = object["vector"] = JSON::array();
+        for (auto const& value : parameter) PutElement(elements.emplace_back(JSON::object()), value);
+    }
+    m_out << (std::exchange(m_isEmpty, false) ? "[" : ",");
+    std::istringstream lines(PrintableJson(object.dump(2)));
+    for (std::string line; std::getline(lines, line);) m_out << "\n  " << line;
+}
+
+void JSON_ARRAY::Finish() {
+    m_out << (m_isEmpty ? "[]\n" : "\n]\n");
 }
 
 PARAMETERS FromJson(std::string const& text) {
-    auto const document = Parse(text);
+    auto const document = ParseJson(text, "standard input");
     if (!document.is_array()) throw FAILURE("standard input: the JSON is not an array of keys");
     PARAMETERS parameters;
     std::size_t entry = 0;
@@ -147,7 +155,7 @@ PARAMETERS FromJson(std::string const& text) {
             if (!parameters.emplace(key, TakeParameter(object)).second)
                 throw FAILURE("key " + Quoted(key) + " stands twice");
         } catch (JSON::exception const& error) {
-            throw FAILURE(place + Reason(error));
+            throw FAILURE(place + JsonReason(error.what()));
         } catch (FAILURE const& failure) {
             throw FAILURE(place + failure.what());
         }

@@ -1,4 +1,5 @@
-// A file in memory only, for copies of settings: it is gone with the process, however that ends.
+// A file in memory only, for copies of settings: it is gone with the process,
+// however that ends.
 #pragma once
 
 #include <string>

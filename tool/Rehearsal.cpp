@@ -1,5 +1,6 @@
-// Writes what a save would write to a file in memory, by the library's own writer, and lets the library load that. So
-// no rule of the file format is repeated here, and no copy of the settings reaches a disk.
+// Writes what a save would write to a file in memory, by the library's own
+// writer, and lets the library load that. So no rule of the file format is
+// repeated here, and no copy of the settings reaches a disk.
 #include "Rehearsal.h"
 
 #include <algorithm>
@@ -42,7 +43,8 @@ std::vector<LOSS> Compare(TICKET const& before, TICKET const& after) {
     return losses;
 }
 
-// New keys that come back from this file, and that nobody promises to come back from every one.
+// New keys that come back from this file, and that nobody promises to come back
+// from every one.
 std::vector<LOSS> Unpromised(std::string const& path, TICKET const& ticket) {
     std::vector<LOSS> losses;
     for (auto const& key : ticket.Keys()) {
@@ -56,7 +58,8 @@ std::vector<LOSS> Unpromised(std::string const& path, TICKET const& ticket) {
     return losses;
 }
 
-// Why the library refuses to save, most likely: indentation makes a file as large as the square of its depth.
+// Why the library refuses to save, most likely: indentation makes a file as
+// large as the square of its depth.
 LOSS TooDeepToSave(TICKET const& ticket) {
     auto const depth = [](std::string const& key) { return std::count(key.begin(), key.end(), '/') + 1; };
     auto const shallower = [&](auto const& a, auto const& b) { return depth(a) < depth(b); };
@@ -88,7 +91,8 @@ std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path, M
         return losses.empty() ? Unpromised(path, ticket) : losses;
     } catch (UNLOADABLE_FILE const&) {
         throw FAILURE(path +
-                      ": not written: the file would not parse any more; does a key hold <, >, \" or a line end?");
+                      ": not written: the file would not parse any more; "
+                      "does a key hold <, >, \" or a line end?");
     }
 }
 

@@ -1,5 +1,5 @@
-// `ticket settings`: the settings of the configuration service as a file has them, or what their getters answer
-// instead.
+// `ticket settings`: the settings of the configuration service as a file has
+// them, or what their getters answer instead.
 #include <algorithm>
 #include <array>
 #include <iostream>
@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "Json.h"
+#include "Listing.h"
 #include "TicketFile.h"
 #include "src/SettingsTable.h"
 
@@ -15,13 +16,12 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-constexpr char const* HIDDEN = "********";
-
 struct ROW {
     SETTING_ROW const& setting;
     VALUE value;
     bool fromFile;
-    std::string stored;  // what the file has instead: the type, or "vector"; empty when it has nothing
+    std::string stored;  // what the file has instead: the type, or "vector"; empty
+                         // when it has nothing
     bool hidden;
 };
 
@@ -35,7 +35,7 @@ VALUE Fallback(SETTING_ROW const& setting) {
     return int32_t{setting.readFailed};
 }
 
-ROW Row(SETTINGS_OPTIONS const& options, TICKET const& ticket, SETTING_ROW const& setting) {
+ROW Row(bool showSecrets, TICKET const& ticket, SETTING_ROW const& setting) {
     auto value = ticket.Get(setting.key, ParameterType(setting.kind), SCALAR_INDEX);
     if (!value) {
         auto const stored = ticket.Read(setting.key);
@@ -45,11 +45,11 @@ ROW Row(SETTINGS_OPTIONS const& options, TICKET const& ticket, SETTING_ROW const
     bool const secret = setting.kind == SETTING_KIND::SECRET;
     // A password is text to whoever types it.
     if (secret) value = std::get<BYTES>(*value).data;
-    return {setting, *value, true, {}, secret && !options.showSecrets};
+    return {setting, *value, true, {}, secret && !showSecrets};
 }
 
 std::string Shown(ROW const& row) {
-    if (row.hidden) return HIDDEN;
+    if (row.hidden) return HIDDEN_VALUE;
     if (IsFlag(row)) return std::get<int32_t>(row.value) != 0 ? "true" : "false";
     return OneLine(row.value);
 }
@@ -86,7 +86,7 @@ JSON ToJson(ROW const& row) {
     auto const orNull = [](char const* name) { return name == nullptr ? JSON() : JSON(name); };
     JSON object{{"key", row.setting.key}, {"type", TypeName(ParameterType(row.setting.kind))}};
     if (row.hidden) {
-        object["value"] = HIDDEN;
+        object["value"] = HIDDEN_VALUE;
     } else if (IsFlag(row)) {
         object["value"] = std::get<int32_t>(row.value) != 0;
     } else {
@@ -107,11 +107,12 @@ void PrintJson(std::vector<ROW> const& rows) {
 
 }  // namespace
 
-int Settings(SETTINGS_OPTIONS const& options) {
-    TICKET const ticket(options.file);
+int Settings(ARGUMENTS const& arguments) {
+    INPUT const input(arguments.Text("FILE"));
+    TICKET const ticket(input);
     std::vector<ROW> rows;
-    for (auto const& setting : SETTINGS) rows.push_back(Row(options, ticket, setting));
-    if (options.json) {
+    for (auto const& setting : SETTINGS) rows.push_back(Row(arguments.Has("--show-secrets"), ticket, setting));
+    if (arguments.Has("--json")) {
         PrintJson(rows);
     } else {
         PrintTable(rows);

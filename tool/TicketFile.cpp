@@ -1,5 +1,5 @@
-// Reads and writes tickets through their function table. Values are read one by one, because a walk reports whole
-// numbers beyond 32 bits cut to 32 bits.
+// Reads and writes tickets through their function table. Values are read one by
+// one, because a walk reports whole numbers beyond 32 bits cut to 32 bits.
 #include "TicketFile.h"
 
 #include <sys/stat.h>
@@ -33,7 +33,8 @@ struct KEYS {
     }
 };
 
-// A number as the narrowest type that holds it: whole numbers as integers, which have no -0.
+// A number as the narrowest type that holds it: whole numbers as integers,
+// which have no -0.
 VALUE Narrowed(double number) {
     bool const isNegativeZero = number == 0 && std::signbit(number);
     if (isNegativeZero || std::trunc(number) != number || std::fabs(number) > LARGEST_EXACT) return number;
@@ -65,7 +66,8 @@ std::optional<std::pair<dev_t, ino_t>> IdentityOf(std::string const& path) {
     return std::pair(found.st_dev, found.st_ino);
 }
 
-// The library does not report why; the most likely reasons can be seen from here.
+// The library does not report why; the most likely reasons can be seen from
+// here.
 std::string WhyNotWritten(std::string const& path) {
     auto directory = std::filesystem::path(path).parent_path();
     if (directory.empty()) directory = ".";
@@ -102,16 +104,26 @@ std::vector<STICKET_ACCESS const*>& Abandoned() {
 
 TICKET::TICKET(std::string const& path, MISSING missing) : m_path(path) {
     if (path.empty()) throw FAILURE("the name of a ticket file is empty");
-    bool const isNew = missing == MISSING::IS_EMPTY && !Exists(path);
-    if (isNew) {
+    if (missing == MISSING::IS_EMPTY && !Exists(path)) {
         RequirePlaceFor(path);
+        m_table = hSTicketInstance->Create(path.c_str());
+        if (m_table == nullptr) throw FAILURE(path + ": cannot make a ticket");
     } else {
-        RequireReadable(path);
+        Load(path);
     }
+}
+
+TICKET::TICKET(INPUT const& input) : m_path(input.Name()) {
+    if (m_path.empty()) throw FAILURE("the name of a ticket file is empty");
+    Load(input.Path());
+}
+
+void TICKET::Load(std::string const& path) {
+    RequireReadable(path);
     m_table = hSTicketInstance->Create(path.c_str());
-    if (m_table == nullptr) throw FAILURE(path + ": cannot make a ticket");
+    if (m_table == nullptr) throw FAILURE(m_path + ": cannot make a ticket");
     try {
-        if (!isNew && Count() == 0) Diagnose();
+        if (Count() == 0) Diagnose(path);
     } catch (...) {
         hSTicketInstance->Destroy(m_table);
         throw;
@@ -127,8 +139,8 @@ TICKET::~TICKET() {
 }
 
 // The library loads nothing of a file without telling why.
-void TICKET::Diagnose() {
-    auto const document = ParseTicketText(m_path, ReadTicketText(m_path));
+void TICKET::Diagnose(std::string const& path) {
+    auto const document = ParseTicketText(m_path, ReadTicketText(path));
     if (document->find_node(StoresValue)) {
         throw UNLOADABLE_FILE(m_path + ": is not loaded: nested so deep that its keys would fill the memory");
     }
@@ -174,7 +186,8 @@ std::optional<VALUE> TICKET::ReadElement(std::string const& key, int index) cons
             return Get(key, PARAM_INT64, index);
         case PARAM_UINT64:
             return Get(key, PARAM_UINT64, index);
-        case PARAM_STRING:  // read as bytes, of which the ticket keeps no copy for its whole life
+        case PARAM_STRING:  // read as bytes, of which the ticket keeps no copy for its
+                            // whole life
             return ToString(GetAs<BIN_STRING>(m_table, key, PARAM_BINSTR, index).value_or(BIN_STRING{}));
         case PARAM_BINSTR:
             return Get(key, PARAM_BINSTR, index);
@@ -213,7 +226,8 @@ void TICKET::Set(std::string const& key, VALUE const& value, int index) {
         Check(m_table->SetParameter(m_table->pTicket, key.c_str(), TypeOf(value), pointer, index), "set", key);
     };
     if (key.find('\0') != std::string::npos) throw FAILURE(Quoted(key) + ": a key cannot hold a NUL byte");
-    // An infinite number would stop every later save of this ticket, the one at its end included.
+    // An infinite number would stop every later save of this ticket, the one at
+    // its end included.
     if (auto const* number = std::get_if<double>(&value); number != nullptr && std::isinf(*number)) {
         throw FAILURE(Quoted(key) + ": a ticket file cannot hold an infinite number");
     }
@@ -244,7 +258,8 @@ void TICKET::Merge(TICKET const& from, std::vector<std::string> const& selectors
     auto const source = from.Keys(selectors);
     bool const merged = m_table->MergeTicket(m_table->pTicket, from.m_table, keys.data(), clear) != 0;
     if (!merged && !source.empty()) throw FAILURE(m_path + ": the library refused to merge");
-    // A merge cuts whole numbers to 32 bits; whether the file can hold them is for the rehearsal to tell.
+    // A merge cuts whole numbers to 32 bits; whether the file can hold them is
+    // for the rehearsal to tell.
     for (auto const& key : source) {
         auto const parameter = from.Read(key);
         auto const arrived = Read(key);
@@ -283,7 +298,8 @@ std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {
         if (selector.empty()) throw FAILURE("a selector is empty");
         list.push_back(selector.c_str());
     }
-    // Wide prefixes before the narrower ones that they cover: then a selection takes all that any of them names.
+    // Wide prefixes before the narrower ones that they cover: then a selection
+    // takes all that any of them names.
     std::sort(list.begin(), list.end(), [](char const* a, char const* b) { return std::strcmp(a, b) < 0; });
     list.push_back(nullptr);
     return list;

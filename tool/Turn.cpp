@@ -1,4 +1,5 @@
-// Takes turns by a lock on the directory, which goes with the process however it ends.
+// Takes turns by a lock on the directory, which goes with the process however
+// it ends.
 #include "Turn.h"
 
 #include <fcntl.h>
@@ -29,7 +30,9 @@ TURN::TURN(std::string const& file, std::chrono::milliseconds longestWait) {
     while (m_directory >= 0 && IsTaken(m_directory)) {
         if (std::chrono::steady_clock::now() >= deadline) {
             close(m_directory);
-            throw FAILURE(file + ": not written: another ticket is busy with a file of its directory; try again");
+            throw FAILURE(file +
+                          ": not written: another ticket is busy with a file "
+                          "of its directory; try again");
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     }

@@ -1,5 +1,5 @@
-// Names of types, text of values. Everything here is exact and independent of the locale: a value that is shown can be
-// set again from what was shown.
+// Names of types, text of values. Everything here is exact and independent of
+// the locale: a value that is shown can be set again from what was shown.
 #include "Values.h"
 
 #include <algorithm>

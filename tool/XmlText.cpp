@@ -1,4 +1,5 @@
-// Reading and parsing with places; shared by the checks and by everything that must refuse a broken file.
+// Reading and parsing with places; shared by the checks and by everything that
+// must refuse a broken file.
 #include "XmlText.h"
 
 #include <algorithm>
@@ -12,7 +13,8 @@
 
 namespace {
 
-// Whether the tag at an offset is one that a save makes of a key that no file can hold.
+// Whether the tag at an offset is one that a save makes of a key that no file
+// can hold.
 bool IsOfAnImpossibleKey(std::string_view text, std::size_t offset) {
     auto const end = text.find(" type=\"", text.rfind('\n', offset) + 1);
     auto const start = text.substr(0, end).rfind("\t<");
@@ -80,8 +82,8 @@ std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std
     if (!result) result = ParseAnyNames(text, options, *document);
     if (!result) {
         auto const offset = static_cast<std::size_t>(result.offset);
-        throw UNLOADABLE_FILE(PLACES(path, text).Of(offset) + "does not parse: " + result.description() +
-                              Hint(text, offset));
+        throw UNLOADABLE_FILE(
+            PLACES(path, text).Of(offset) + "does not parse: " + result.description() + Hint(text, offset), offset);
     }
     return document;
 }

@@ -1,47 +1,107 @@
-# bash completion for ticket(1): commands, options, files, and the keys of the file named.
+# bash completion for ticket(1), made by "ticket completion bash".
 
-# The keys of a file that begin with a text. Both are as they were typed, so they may be quoted; so are the keys, unless
-# an open quote stands before them.
+# The keys that begin with a text: of a file, or those that are known as well. File and text are as they were typed, so
+# they may be quoted; so are the keys, unless an open quote stands before them.
 _ticket_keys() {
-    local file=${1//\\/}
+    local kind=$1 file=${2//\\/} start=$3 quote=yes key
     file=${file#[\'\"]}
     file=${file%[\'\"]}
     [[ $file == '~/'* ]] && file=$HOME/${file:2}
-    [ -f "$file" ] || return 0
-    local start=$2 quote=yes key
     [[ $start == [\'\"]* ]] && start=${start:1} quote=''
     [ -n "$quote" ] && start=${start//\\/}
+    [[ $kind == K || -f $file ]] || return 0
     while IFS= read -r key; do
         [ -n "$quote" ] && printf -v key %q "$key"
         printf '%s\n' "$key"
-    done < <(ticket list --keys -- "$file" "$start*" 2>/dev/null)
-}
-
-_ticket_files() {
-    compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -f -- "$1")
+    done < <(
+        if [ "$kind" = K ]; then
+            ticket known-keys -- "$file" "$start" 2>/dev/null
+        else
+            ticket list --keys -- "$file" "$start*" 2>/dev/null
+        fi
+    )
 }
 
 _ticket_words() {
     mapfile -t COMPREPLY < <(compgen -W "$2" -- "$1")
 }
 
+# Offers what an argument takes; see the codes below.
+_ticket_offer() {
+    local code=$1 current=$2 file=$3
+    case $code in
+        f)
+            compopt -o filenames 2>/dev/null
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            ;;
+        k | K) mapfile -t COMPREPLY < <(_ticket_keys "$code" "$file" "$current") ;;
+        c) _ticket_words "$current" "${!options[*]}" ;;
+        \[*) _ticket_words "$current" "${code:1:${#code}-2}" ;;
+    esac
+}
+
 _ticket() {
+    # The options of each command.
     local -A options=(
-        [list]='--json --keys' [get]='--index --type --hex'
-        [set]='--type --index --append --hex --from-file --force' [delete]='--index --force'
-        [merge]='--clear --force' [diff]='' [export]='' [import]='--clear --force'
-        [check]='' [settings]='--json --show-secrets'
+        [list]='--json --keys -z --redact --show-secrets --schema --color --help'
+        [get]='--index --type --hex --default -z --redact --show-secrets --schema --color --help'
+        [find]='--regex --ignore-case --keys -z --redact --show-secrets --schema --color --help'
+        [diff]='--redact --show-secrets --schema --color --help'
+        [export]='--redact --show-secrets --schema --color --help'
+        [check]='--schema --color --help'
+        [settings]='--json --show-secrets --color --help'
+        [describe]='--schema --color --help'
+        [watch]='--count --redact --show-secrets --schema --color --help'
+        [set]='--type --index --append --hex --from-file --schema --dry-run --backup --force --color --help'
+        [delete]='--index --dry-run --backup --force --color --help'
+        [reset]='--schema --dry-run --backup --force --color --help'
+        [merge]='--clear --dry-run --backup --force --color --help'
+        [import]='--clear --dry-run --backup --force --color --help'
+        [edit]='--show-secrets --schema --dry-run --backup --force --color --help'
+        [recover]='--redact --show-secrets --schema --color --help'
+        [help]='--color --help'
+        [completion]='--color --help'
     )
-    local current=${COMP_WORDS[COMP_CWORD]} previous='' command='' word
-    local positionals=() onlyPositionals='' i
+    # What options and arguments take: f file, k key, K key that may be new, c command, [...] one of these,
+    # - anything; + for each argument that follows.
+    local -A values=(
+        [--schema]='f'
+        [--color]='[auto always never]'
+        [--index]='-'
+        [--type]='[int unsigned int64 uint64 double string binstr]'
+        [--default]='-'
+        [--count]='-'
+        [--from-file]='f'
+    )
+    local -A arguments=(
+        [list]='f,k+'
+        [get]='f,k'
+        [find]='f,-'
+        [diff]='f,f+'
+        [export]='f'
+        [check]='f+'
+        [settings]='f'
+        [describe]='K,f'
+        [watch]='f,k+'
+        [set]='f,K,-'
+        [delete]='f,k+'
+        [reset]='f,k+'
+        [merge]='f,f,k+'
+        [import]='f'
+        [edit]='f,k+'
+        [recover]='f,f'
+        [help]='c'
+        [completion]='[bash fish zsh]'
+    )
+    local current=${COMP_WORDS[COMP_CWORD]} previous='' command='' word code
+    local positionals=() codes=() onlyPositionals='' i
     COMPREPLY=()
 
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         # "--type=int" comes as three words.
         [[ $word == '=' && $previous == --* ]] && continue
-        if [[ $previous == --type || $previous == --index || $previous == --from-file ]]; then
+        if [[ -n $previous && -n ${values[$previous]} ]]; then
             previous=''
         elif [[ $word == -- ]]; then
             onlyPositionals=yes previous=''
@@ -55,22 +115,23 @@ _ticket() {
     done
     [[ $current == '=' ]] && current=''
 
-    case $previous in
-        --type) _ticket_words "$current" 'int unsigned int64 uint64 double string binstr' && return ;;
-        --from-file) _ticket_files "$current" && return ;;
-        --index) return ;;
-    esac
-    if [ -z "$command" ]; then
+    if [[ -n $previous && -n ${values[$previous]} ]]; then
+        _ticket_offer "${values[$previous]}" "$current"
+    elif [ -z "$command" ]; then
         _ticket_words "$current" "${!options[*]} --help --version"
     elif [[ $current == -* && -z $onlyPositionals ]]; then
-        _ticket_words "$current" "${options[$command]} --help"
+        _ticket_words "$current" "${options[$command]}"
     else
-        case $command:${#positionals[@]} in
-            get:1 | set:1 | delete:[1-9]* | list:[1-9]* | merge:[2-9]*)
-                mapfile -t COMPREPLY < <(_ticket_keys "${positionals[0]}" "$current")
-                ;;
-            *:0 | check:* | merge:1 | diff:1) _ticket_files "$current" ;;
-        esac
+        # The last code may stand for all arguments that follow.
+        IFS=, read -r -a codes <<< "${arguments[$command]}"
+        i=${#positionals[@]}
+        code=${codes[-1]}
+        if ((i < ${#codes[@]})); then
+            code=${codes[i]}
+        elif [[ $code != *+ ]]; then
+            return
+        fi
+        _ticket_offer "${code%+}" "$current" "${positionals[0]}"
     fi
 }
 

@@ -155,10 +155,10 @@ std::string Tool::Output(ARGUMENTS arguments) const {
     return result.out;
 }
 
-std::string Tool::Error(ARGUMENTS arguments) const {
+std::string Tool::Error(ARGUMENTS arguments, int code) const {
     std::string const begin = "ticket: ";
     auto const result = Ticket(std::move(arguments));
-    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.code, code);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
     if (result.err.substr(0, begin.size()) != begin || result.err.back() != '\n') {

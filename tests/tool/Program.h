@@ -56,8 +56,8 @@ class Tool : public testing::Test {
     RESULT TicketWithInput(std::string input, ARGUMENTS arguments) const;
     // Its standard output; fails the test unless it succeeded without a word of complaint.
     std::string Output(ARGUMENTS arguments) const;
-    // Fails the test unless the tool fails with exit code 2 and one line, which is returned without its "ticket: ".
-    std::string Error(ARGUMENTS arguments) const;
+    // Fails the test unless the tool fails with this exit code and one line, which is returned without its "ticket: ".
+    std::string Error(ARGUMENTS arguments, int code = 2) const;
 
     void Write(std::string const& name, std::string const& content) const {
         files::Write(m_scratch.Path(name), content);

@@ -96,9 +96,9 @@ TEST_F(ToolGet, PrintsAVectorOneElementALine) {
 TEST_F(ToolGet, AnIndexPicksOneElement) {
     EXPECT_EQ(Output({"get", "s.xml", "Sizes", "--index", "2"}), "18446744073709551615\n");
     EXPECT_EQ(Output({"get", "s.xml", "Log/Level", "--index", "0"}), "3\n");
-    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "4"}), "s.xml: 'Sizes' has no element 4");
-    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "-1"}), "s.xml: 'Sizes' has no element -1");
-    EXPECT_EQ(Error({"get", "s.xml", "Log/Level", "--index", "1"}), "s.xml: 'Log/Level' has no element 1");
+    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "4"}, 1), "s.xml: 'Sizes' has no element 4");
+    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"get", "s.xml", "Log/Level", "--index", "1"}, 1), "s.xml: 'Log/Level' has no element 1");
 }
 
 TEST_F(ToolGet, ATypeConvertsAsTheLibraryDoesForAProgram) {
@@ -112,10 +112,23 @@ TEST_F(ToolGet, ATypeConvertsAsTheLibraryDoesForAProgram) {
     EXPECT_THAT(Error({"get", "s.xml", "Log/Level", "--type", "text"}), HasSubstr("--type"));
 }
 
-TEST_F(ToolGet, AKeyThatIsNotThereFails) {
-    EXPECT_EQ(Error({"get", "s.xml", "Log"}), "s.xml: no key 'Log'");
-    EXPECT_EQ(Error({"get", "s.xml", ""}), "s.xml: no key ''");
-    EXPECT_EQ(Error({"get", "s.xml", "--", "-x\ny"}), "s.xml: no key '-x\\ny'");
+TEST_F(ToolGet, AKeyThatIsNotThereGivesExitCodeOne) {
+    EXPECT_EQ(Error({"get", "s.xml", "Log"}, 1), "s.xml: no key 'Log'");
+    EXPECT_EQ(Error({"get", "s.xml", ""}, 1), "s.xml: no key ''");
+    EXPECT_EQ(Error({"get", "s.xml", "--", "-x\ny"}, 1), "s.xml: no key '-x\\ny'");
+}
+
+TEST_F(ToolGet, ADefaultTakesThePlaceOfWhatIsMissing) {
+    EXPECT_EQ(Output({"get", "s.xml", "Log/None", "--default", "7"}), "7\n");
+    EXPECT_EQ(Output({"get", "s.xml", "Sizes", "--index", "9", "--default", ""}), "\n");
+    EXPECT_EQ(Output({"get", "s.xml", "Log/Level", "--default", "7"}), "3\n");
+    EXPECT_EQ(Error({"get", "none.xml", "Log/Level", "--default", "7"}), "none.xml: no such file");
+}
+
+TEST_F(ToolGet, AMisspeltKeyGetsAQuestion) {
+    EXPECT_EQ(Error({"get", "s.xml", "log/levle"}, 1), "s.xml: no key 'log/levle'; did you mean 'Log/Level'?");
+    EXPECT_EQ(Error({"get", "s.xml", "Login/Usr"}, 1), "s.xml: no key 'Login/Usr'; did you mean 'Login/User'?");
+    EXPECT_EQ(Error({"get", "s.xml", "Login/Usr", "--schema", "none"}, 1), "s.xml: no key 'Login/Usr'");
 }
 
 class ToolDiff : public Tool {};

@@ -98,7 +98,7 @@ TEST_F(ToolSet, AnIndexReplacesAnElementOrAppendsAtTheEnd) {
     EXPECT_EQ(AfterSet({"v", "3", "--index", "1"}, "v"), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
     EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "3"}), "s.xml: 'v' has no element 3");
     EXPECT_EQ(Error({"set", "s.xml", "new", "4", "--index", "1"}), "s.xml: 'new' has no element 1");
-    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "-1"}), "an index is 0 or more");
+    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
     EXPECT_EQ(Output({"list", "s.xml"}), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
     EXPECT_EQ(AfterSet({"v", "4", "--type", "int"}, "v"), "v\tint\t4\n");
 }
@@ -266,17 +266,17 @@ TEST_F(ToolDelete, TakesOneElementAway) {
 
 TEST_F(ToolDelete, AKeyThatIsNotThereFailsAndNothingIsDeleted) {
     auto const before = Content("s.xml");
-    EXPECT_EQ(Error({"delete", "s.xml", "v", "x"}), "s.xml: no key 'x'");
-    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "3"}), "s.xml: no key 'v' with element 3");
-    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "-1"}), "an index is 0 or more");
-    EXPECT_EQ(Error({"delete", "s.xml", "a"}), "s.xml: no key 'a'");
+    EXPECT_EQ(Error({"delete", "s.xml", "v", "x"}, 1), "s.xml: no key 'x'");
+    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "3"}, 1), "s.xml: no key 'v' with element 3");
+    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"delete", "s.xml", "a"}, 1), "s.xml: no key 'a'");
     EXPECT_THAT(Error({"delete", "s.xml"}), HasSubstr("KEY"));
     EXPECT_EQ(Error({"delete", "other.xml", "v"}), "other.xml: no such file");
     EXPECT_EQ(Content("s.xml"), before);
 }
 
 TEST_F(ToolDelete, AKeyInBracketsIsNoListOfKeys) {
-    EXPECT_EQ(Error({"delete", "s.xml", "[a/b,v]"}), "s.xml: no key '[a/b,v]'");
+    EXPECT_EQ(Error({"delete", "s.xml", "[a/b,v]"}, 1), "s.xml: no key '[a/b,v]'");
 }
 
 TEST_F(ToolDelete, AKeyNamedTwiceIsDeletedOnce) {

@@ -1,0 +1,60 @@
+#include "Pager.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+#include "Values.h"
+
+namespace {
+
+std::string Command() {
+    char const* const named = std::getenv("PAGER");
+    return named == nullptr ? "less" : named;
+}
+
+}  // namespace
+
+bool PAGER::IsWanted() {
+    auto const command = Command();
+    return !command.empty() && command != "cat";
+}
+
+PAGER::PAGER() {
+    int ends[2];
+    if (pipe(ends) != 0) throw FAILURE("no pager can be started; PAGER=cat does without");
+    auto const command = Command() + " || cat";  // where there is no such program
+    setenv("LESS", "FRX", 0);                    // show colours; leave short texts on the screen
+    m_process = fork();
+    if (m_process == 0) {
+        dup2(ends[0], STDIN_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    close(ends[0]);
+    m_input = ends[1];
+    // Both mean the pager: who leaves it has seen enough, and an interrupt ends
+    // its search.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGINT, SIG_IGN);
+}
+
+PAGER::~PAGER() {
+    close(m_input);
+    while (waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) continue;
+}
+
+void PAGER::Show(std::string_view text) {
+    while (!text.empty()) {
+        ssize_t const count = write(m_input, text.data(), text.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+}

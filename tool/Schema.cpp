@@ -1,0 +1,231 @@
+// Makes one list of the settings' table and of schema files.
+#include "Schema.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "Json.h"
+#include "Text.h"
+#include "XmlText.h"
+#include "src/SettingsTable.h"
+
+namespace {
+
+using JSON = nlohmann::ordered_json;
+
+// Values without a meaning for the settings service: what its getters turn into
+// something else.
+struct LIMIT {
+    char const* key;
+    double minimum;
+    double maximum;
+};
+constexpr double NO_LIMIT = std::numeric_limits<int32_t>::max();
+constexpr LIMIT LIMITS[] = {
+    {"Locale/Measure", 0, 4},  {"JE/Width", 0, NO_LIMIT},  {"JE/Height", 0, NO_LIMIT},
+    {"SM/Width", 0, NO_LIMIT}, {"SM/Height", 0, NO_LIMIT},
+};
+
+KNOWN_KEY Known(SETTING_ROW const& row) {
+    KNOWN_KEY known;
+    known.key = row.key;
+    known.types = {ParameterType(row.kind)};
+    known.isFlag = row.kind == SETTING_KIND::FLAG;
+    known.isSecret = row.kind == SETTING_KIND::SECRET;
+    bool const isNumber = known.types[0] == PARAM_INT || known.types[0] == PARAM_DOUBLE;
+    known.fallback = isNumber ? VALUE(int32_t{row.readFailed}) : VALUE(std::string());
+    if (known.isFlag) known.choices = {int32_t{0}, int32_t{1}};
+    for (auto const& limit : LIMITS) {
+        if (known.key != limit.key) continue;
+        known.minimum = limit.minimum;
+        if (limit.maximum < NO_LIMIT) known.maximum = limit.maximum;
+    }
+    if (row.getter != nullptr) known.getter = row.getter;
+    if (row.setter != nullptr) known.setter = row.setter;
+    return known;
+}
+
+VALUE ValueOf(JSON const& json, PARAM_TYPE type) {
+    auto const text = json.is_string() ? json.get<std::string>() : json.is_boolean() ? (json ? "1" : "0") : json.dump();
+    return ParseValue(text, type);
+}
+
+KNOWN_KEY Known(JSON const& object) {
+    KNOWN_KEY known;
+    known.key = object.at("key").get<std::string>();
+    auto const type = TypeFromName(object.at("type").get<std::string>());
+    known.types = {type};
+    known.isVector = object.value("vector", false);
+    known.isSecret = object.value("secret", false);
+    known.help = object.value("help", "");
+    if (object.contains("default") && object["default"].is_primitive() && !object["default"].is_null()) {
+        known.fallback = ValueOf(object["default"], type);
+    }
+    if (object.contains("min")) known.minimum = object["min"].get<double>();
+    if (object.contains("max")) known.maximum = object["max"].get<double>();
+    for (auto const& choice : object.value("choices", JSON::array())) known.choices.push_back(ValueOf(choice, type));
+    return known;
+}
+
+// The steps that turn one text into another: a letter added, removed, changed,
+// or swapped with the next.
+std::size_t Distance(std::string const& a, std::string const& b) {
+    std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i) {
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                steps[i][j] = i + j;
+                continue;
+            }
+            std::size_t const change = a[i - 1] == b[j - 1] ? 0 : 1;
+            steps[i][j] = std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + change});
+            bool const swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (swapped) steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
+        }
+    }
+    return steps[a.size()][b.size()];
+}
+
+std::string Lower(std::string text) {
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return text;
+}
+
+double Number(VALUE const& value) {
+    return std::visit(
+        [](auto const& content) {
+            using T = std::decay_t<decltype(content)>;
+            if constexpr (std::is_arithmetic_v<T>) {
+                return static_cast<double>(content);
+            } else {
+                return 0.0;
+            }
+        },
+        value);
+}
+
+bool IsNumber(VALUE const& value) {
+    return !std::holds_alternative<std::string>(value) && !std::holds_alternative<BYTES>(value);
+}
+
+bool SameMeaning(VALUE const& a, VALUE const& b) {
+    return IsNumber(a) && IsNumber(b) ? Number(a) == Number(b) : a == b;
+}
+
+}  // namespace
+
+SCHEMA::SCHEMA(ARGUMENTS const& arguments, std::string const& file) {
+    auto const named = arguments.Find("--schema");
+    if (named == "none") return;
+    AddSettings();
+    auto const beside = file + ".schema.json";
+    std::error_code ignored;
+    if (named) {
+        AddFile(*named);
+    } else if (!file.empty() && std::filesystem::is_regular_file(beside, ignored)) {
+        AddFile(beside);
+    }
+}
+
+void SCHEMA::Add(KNOWN_KEY key) {
+    auto const before = [](KNOWN_KEY const& known, std::string const& name) { return known.key < name; };
+    auto const place = std::lower_bound(m_keys.begin(), m_keys.end(), key.key, before);
+    if (place != m_keys.end() && place->key == key.key) {
+        *place = std::move(key);
+    } else {
+        m_keys.insert(place, std::move(key));
+    }
+}
+
+void SCHEMA::AddSettings() {
+    for (auto const& row : SETTINGS) {
+        auto known = Known(row);
+        // Two rows may share a key, which then holds the type of either.
+        if (auto const* const first = Find(known.key)) {
+            known.types.insert(known.types.begin(), first->types.begin(), first->types.end());
+            known.getter = first->getter + ", " + known.getter;
+            known.setter = first->setter + ", " + known.setter;
+            known.fallback = first->fallback;
+        }
+        Add(std::move(known));
+    }
+}
+
+void SCHEMA::AddFile(std::string const& path) {
+    auto const text = ReadBytes(path);
+    std::string where = path;
+    try {
+        auto const document = ParseJson(text, path);
+        std::size_t number = 0;
+        for (auto const& object : document.at("keys")) {
+            where = path + ": key " + std::to_string(number++);
+            Add(Known(object));
+        }
+    } catch (JSON::exception const& error) {
+        throw FAILURE(where + ": " + JsonReason(error.what()) + "; --schema none ignores schema files");
+    } catch (FAILURE const& failure) {
+        throw FAILURE(where + ": " + failure.what() + "; --schema none ignores schema files");
+    }
+}
+
+KNOWN_KEY const* SCHEMA::Find(std::string const& key) const {
+    auto const before = [](KNOWN_KEY const& known, std::string const& name) { return known.key < name; };
+    auto const place = std::lower_bound(m_keys.begin(), m_keys.end(), key, before);
+    return place != m_keys.end() && place->key == key ? &*place : nullptr;
+}
+
+bool SCHEMA::IsSecret(std::string const& key) const {
+    auto const* const known = Find(key);
+    return known != nullptr && known->isSecret;
+}
+
+KNOWN_KEY const* SCHEMA::Meant(std::string const& key) const {
+    if (Find(key) != nullptr) return nullptr;
+    std::vector<std::string> names;
+    for (auto const& known : m_keys) names.push_back(known.key);
+    auto const* const closest = Closest(key, names);
+    return closest == nullptr ? nullptr : Find(*closest);
+}
+
+std::string const* Closest(std::string const& name, std::vector<std::string> const& candidates) {
+    constexpr std::size_t SHORT = 6;  // most short names are close to each other
+    constexpr std::size_t MOST = 3;
+    std::string const* closest = nullptr;
+    std::size_t least = MOST + 1;
+    for (auto const& candidate : candidates) {
+        auto const longer = std::max(name.size(), candidate.size());
+        auto const allowed = candidate.size() < SHORT ? 0 : std::min(MOST, candidate.size() / 4);
+        if (longer - std::min(name.size(), candidate.size()) > allowed) continue;
+        auto const distance = Distance(Lower(name), Lower(candidate));
+        if (distance > allowed || distance >= least) continue;
+        least = distance;
+        closest = &candidate;
+    }
+    return closest;
+}
+
+std::string Objection(KNOWN_KEY const& known, VALUE const& value) {
+    auto const isValue = [&](VALUE const& choice) { return SameMeaning(choice, value); };
+    bool const isChoice = known.choices.empty() || std::any_of(known.choices.begin(), known.choices.end(), isValue);
+    bool const isLow = known.minimum && Number(value) < *known.minimum;
+    bool const isHigh = known.maximum && Number(value) > *known.maximum;
+    return isChoice && !isLow && !isHigh ? "" : "is not " + Allowed(known);
+}
+
+std::string Allowed(KNOWN_KEY const& known) {
+    auto const number = [](double value) { return PlainText(VALUE(value)); };
+    if (known.isFlag) return "0 or 1";
+    if (!known.choices.empty()) {
+        std::string text = "one of ";
+        for (auto const& choice : known.choices) text += (text.size() > 7 ? ", " : "") + OneLine(choice);
+        return text;
+    }
+    if (known.minimum && known.maximum) return number(*known.minimum) + " to " + number(*known.maximum);
+    if (known.minimum) return number(*known.minimum) + " or more";
+    if (known.maximum) return number(*known.maximum) + " or less";
+    return {};
+}

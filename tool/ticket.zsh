@@ -1,0 +1,239 @@
+#compdef ticket
+# zsh completion for ticket(1), made by "ticket completion zsh".
+
+# Offers the keys of the file that is named on the line, or those that are known as well.
+_ticket_keys() {
+    local file=${(Q)line[1]} keys
+    [[ $file == '~/'* ]] && file=$HOME/${file:2}
+    if [[ $1 == known ]]; then
+        keys=("${(@f)$(ticket known-keys -- "$file" 2>/dev/null)}")
+    else
+        keys=("${(@f)$(ticket list --keys -- "$file" 2>/dev/null)}")
+    fi
+    compadd -a keys
+}
+
+_ticket() {
+    local line state
+    local -a commands=(
+        'list:Show keys with their types and values'
+        'get:Print one value'
+        'find:Show keys whose values contain a text'
+        'diff:Show what differs between files'
+        'export:Print a file as JSON'
+        'check:Report problems that the library ignores'
+        'settings:Show every setting of the settings service'
+        'describe:Explain a key\: its type, fallback and allowed values'
+        'watch:Print changes of a file as they are made'
+        'set:Store one value'
+        'delete:Delete keys, or one element of a vector'
+        'reset:Bring keys back to their fallbacks'
+        'merge:Copy keys of one file into another'
+        'import:Store the keys of a JSON text'
+        'edit:Change a file in your editor'
+        'recover:Save what can be read of a file that does not parse'
+        'help:Show the help of a command'
+        'completion:Print the completion script of a shell'
+    )
+    if ((CURRENT == 2)); then
+        _describe command commands
+        return
+    fi
+    local command=$words[2]
+    shift words
+    ((CURRENT--))
+    case $command in
+        list)
+            _arguments -S \
+                '--json[Print JSON, in the form of export]' \
+                '--keys[Print the keys only]' \
+                '-z[End each record with a NUL byte and show keys and values as they are]' \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:SELECTOR:_ticket_keys list'
+            ;;
+        get)
+            _arguments -S \
+                '--index=[Element of a vector; the first one is 0]:index: ' \
+                '--type=[Convert to this type, as the library does for a program]:type:(int unsigned int64 uint64 double string binstr)' \
+                '--hex[Print bytes in hexadecimal]' \
+                '--default=[Print this if the key is missing]:default: ' \
+                '-z[End each record with a NUL byte and show keys and values as they are]' \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '2:KEY:_ticket_keys list'
+            ;;
+        find)
+            _arguments -S \
+                '--regex[TEXT is an extended POSIX regular expression]' \
+                '--ignore-case[Do not distinguish upper and lower case]' \
+                '--keys[Print the keys only]' \
+                '-z[End each record with a NUL byte and show keys and values as they are]' \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '2:TEXT: '
+            ;;
+        diff)
+            _arguments -S \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:OTHER:_files'
+            ;;
+        export)
+            _arguments -S \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files'
+            ;;
+        check)
+            _arguments -S \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '*:FILE:_files'
+            ;;
+        settings)
+            _arguments -S \
+                '--json[Print JSON]' \
+                '--show-secrets[Show passwords; they are hidden in pipes too]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files'
+            ;;
+        describe)
+            _arguments -S \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:KEY:_ticket_keys known' \
+                '2:FILE:_files'
+            ;;
+        watch)
+            _arguments -S \
+                '--count=[End after N changes of the file]:count: ' \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:SELECTOR:_ticket_keys list'
+            ;;
+        set)
+            _arguments -S \
+                '--type=[Type to store]:type:(int unsigned int64 uint64 double string binstr)' \
+                '--index=[Replace this element of a vector, or append at its end]:index: ' \
+                '--append[Append to the key'\''s vector]' \
+                '--hex[VALUE is in hexadecimal; a new key becomes a binstr]' \
+                '--from-file=[Store the bytes of this file or pipe; a new key becomes a binstr]:from-file:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '2:KEY:_ticket_keys known' \
+                '3:VALUE: '
+            ;;
+        delete)
+            _arguments -S \
+                '--index=[Element of a vector; the first one is 0]:index: ' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:KEY:_ticket_keys list'
+            ;;
+        reset)
+            _arguments -S \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:KEY:_ticket_keys list'
+            ;;
+        merge)
+            _arguments -S \
+                '--clear[Empty the file first]' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FROM:_files' \
+                '2:INTO:_files' \
+                '*:SELECTOR:_ticket_keys list'
+            ;;
+        import)
+            _arguments -S \
+                '--clear[Empty the file first]' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files'
+            ;;
+        edit)
+            _arguments -S \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--dry-run[Show what would change, and change nothing]' \
+                '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
+                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '*:SELECTOR:_ticket_keys list'
+            ;;
+        recover)
+            _arguments -S \
+                '--redact[Hide passwords in pipes and files too]' \
+                '--show-secrets[Show passwords on a terminal]' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:FILE:_files' \
+                '2:NEW:_files'
+            ;;
+        help)
+            _arguments -S \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:COMMAND:(list get find diff export check settings describe watch set delete reset merge import edit recover help completion)'
+            ;;
+        completion)
+            _arguments -S \
+                '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
+                '--help[Show this help]' \
+                '1:SHELL:(bash fish zsh)'
+            ;;
+    esac
+}
+
+_ticket "$@"
