@@ -54,12 +54,12 @@ struct TicketText {
     // By each of its two attempts alone.
     static TicketText ReadXmlNames(std::string const& text) {
         TicketText all{};
-        all.result = ReadXml(text, all.Receiver());
+        all.ReadAs(text, PARSED_TEXT::NAMES::OF_XML);
         return all;
     }
     static TicketText ReadAnyNames(std::string const& text) {
         TicketText all{};
-        all.result = ReadXmlOfAnyNames(text, all.Receiver());
+        all.ReadAs(text, PARSED_TEXT::NAMES::ANY);
         return all;
     }
 
@@ -70,7 +70,8 @@ struct TicketText {
 
     // By the first attempt alone: whether it is XML.
     static bool ReadXmlNames(std::string const& text, LEAF_RECEIVER::SET set, void* context) {
-        return ReadXml(text, {set, context}).IsRead();
+        PARSED_TEXT parsed(text, PARSED_TEXT::NAMES::OF_XML);
+        return ReadParsed(parsed, text, {set, context}).IsRead();
     }
 
     // The text of a file with these elements below the root.
@@ -89,6 +90,11 @@ struct TicketText {
     }
 
  private:
+    void ReadAs(std::string const& text, PARSED_TEXT::NAMES names) {
+        PARSED_TEXT parsed(text, names);
+        result = ReadParsed(parsed, text, Receiver());
+    }
+
     LEAF_RECEIVER Receiver() {
         return {&Set, this, nullptr, [](void* all) { static_cast<TicketText*>(all)->values.clear(); }};
     }

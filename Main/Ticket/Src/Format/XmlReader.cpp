@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 
@@ -14,9 +13,6 @@
 #include "Format/Words.h"
 
 namespace {
-
-// White space of texts is ours to normalise; the parser only has to keep a text that is nothing else.
-constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_single;
 
 // The type of the value that an element stores; PARAM_NONE if it stores none.
 PARAM_TYPE StoredType(pug::xml_node const& element) {
@@ -45,35 +41,6 @@ std::string_view UpToNul(std::string_view text) {
     std::size_t const nul = text.find('\0');
     return nul == std::string_view::npos ? text : text.substr(0, nul + 1);
 }
-
-// A text that the parser works on in place, and the document that it makes of it.
-class PARSED_TEXT {
- public:
-    explicit PARSED_TEXT(std::string_view text) : m_text(text), m_copy(new char[text.size()]) {
-        text.copy(m_copy.get(), text.size());
-    }
-
-    char* Copy() const { return m_copy.get(); }
-
-    pug::xml_parse_result Parse() {
-        auto const parsed =
-            m_document.load_buffer_inplace(m_copy.get(), m_text.size(), PARSE_OPTIONS, pug::encoding_utf8);
-        if (parsed.status == pug::status_out_of_memory) throw std::bad_alloc();
-        return parsed;
-    }
-
-    READ_RESULT Walk(LEAF_RECEIVER const& receiver, std::size_t passedOver) {
-        xml_outline outline(receiver, passedOver, TICKET_FORMAT::LongestKeysOf(m_text.size()));
-        if (!m_document.traverse(outline)) return {READING::OUT_OF_PROPORTION};
-        bool const isWhole = m_text.find('\0') == std::string_view::npos;  // what follows a NUL was not parsed
-        return {isWhole ? READING::DONE : READING::IN_PART};
-    }
-
- private:
-    std::string_view m_text;
-    std::unique_ptr<char[]> m_copy;
-    pug::xml_document m_document;
-};
 
 }  // namespace
 
@@ -114,31 +81,38 @@ bool xml_outline::TakeLeaf(pug::xml_node const& leaf, PARAM_TYPE type, std::size
     return true;
 }
 
-READ_RESULT ReadXml(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver) {
-    PARSED_TEXT parsed(text);
-    pug::xml_parse_result const result = parsed.Parse();
-    return result ? parsed.Walk(receiver, passedOver) : NoDocument(text, static_cast<std::size_t>(result.offset));
-}
-
-READ_RESULT ReadXmlOfAnyNames(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver) {
-    std::string_view const parsedPart = UpToNul(text);
-    PARSED_TEXT parsed(text);
-    TICKET_NAMES::Replace(parsedPart, parsed.Copy());
-    pug::xml_parse_result const result = parsed.Parse();
-    if (!result) return NoDocument(text, static_cast<std::size_t>(result.offset));
-    TICKET_NAMES::Restore(parsedPart, parsed.Copy());
-    return parsed.Walk(receiver, passedOver);
+PARSED_TEXT::PARSED_TEXT(std::string_view text, NAMES names, unsigned int options) : m_copy(new char[text.size()]) {
+    std::string_view const looked = UpToNul(text);
+    m_isInPart = !looked.empty() && looked.back() == '\0';
+    text.copy(m_copy.get(), text.size());
+    if (names == NAMES::ANY) TICKET_NAMES::Replace(looked, m_copy.get());
+    m_result = m_document.load_buffer_inplace(m_copy.get(), text.size(), options, pug::encoding_utf8);
+    if (m_result.status == pug::status_out_of_memory) throw std::bad_alloc();
+    if (names == NAMES::ANY && m_result) TICKET_NAMES::Restore(looked, m_copy.get());
 }
 
 // Tags that look like markup, <?a> for instance, can make a document in which everything between two of them is one
 // instruction. Where they stand, the second attempt comes first; if it fails, the file may hold more than was read.
+std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options) {
+    using NAMES = PARSED_TEXT::NAMES;
+    bool const isDoubtful = TICKET_NAMES::LookLikeMarkup(UpToNul(text));
+    auto parsed = std::make_unique<PARSED_TEXT>(text, isDoubtful ? NAMES::ANY : NAMES::OF_XML, options);
+    if (parsed->IsDocument()) return parsed;
+    parsed.reset();
+    parsed = std::make_unique<PARSED_TEXT>(text, isDoubtful ? NAMES::OF_XML : NAMES::ANY, options);
+    if (isDoubtful) parsed->MayHideValues();
+    return parsed;
+}
+
 READ_RESULT ReadDocument(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver) {
     if (text.empty()) return {READING::DONE};
-    bool const isDoubtful = TICKET_NAMES::LookLikeMarkup(UpToNul(text));
-    READ_RESULT const first =
-        isDoubtful ? ReadXmlOfAnyNames(text, receiver, passedOver) : ReadXml(text, receiver, passedOver);
-    if (first.reading != READING::NO_DOCUMENT) return first;
-    READ_RESULT const second =
-        isDoubtful ? ReadXml(text, receiver, passedOver) : ReadXmlOfAnyNames(text, receiver, passedOver);
-    return isDoubtful && second.IsRead() ? READ_RESULT{READING::IN_PART} : second;
+    return ReadParsed(*ParseAsLoad(text), text, receiver, passedOver);
+}
+
+READ_RESULT ReadParsed(PARSED_TEXT& parsed, std::string_view text, LEAF_RECEIVER const& receiver,
+                       std::size_t passedOver) {
+    if (!parsed.IsDocument()) return NoDocument(text, static_cast<std::size_t>(parsed.Result().offset));
+    xml_outline outline(receiver, passedOver, TICKET_FORMAT::LongestKeysOf(text.size()));
+    if (!parsed.Document().traverse(outline)) return {READING::OUT_OF_PROPORTION};
+    return {parsed.IsInPart() ? READING::IN_PART : READING::DONE};
 }

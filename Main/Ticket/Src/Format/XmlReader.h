@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <pugixml.hpp>
 #include <string_view>
 #include <vector>
@@ -52,10 +53,44 @@ class xml_outline : public pug::xml_tree_walker {
     std::vector<std::size_t> m_paths;  // by depth: how much of m_key the keys there begin with
 };
 
-// Reads a text as XML if it is, otherwise allowing names that XML forbids; see OddNames.h. Hands over all leaves but
-// the first `passedOver`. Throws std::bad_alloc and what the receiver throws.
+// How the XML library parses a ticket file. White space of texts is ours to normalise; the parser only has to keep a
+// text that is nothing else.
+constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_single;
+
+// A copy of a text that the XML library has parsed in place, and the document that it made. Throws std::bad_alloc.
+class PARSED_TEXT {
+ public:
+    enum class NAMES {
+        OF_XML,
+        ANY  // also names that XML forbids; see OddNames.h
+    };
+    PARSED_TEXT(std::string_view text, NAMES names, unsigned int options = PARSE_OPTIONS);
+
+    bool IsDocument() const { return static_cast<bool>(m_result); }
+    // What the parser says; for a text that is no document, at which byte it stops being one.
+    pug::xml_parse_result const& Result() const { return m_result; }
+    pug::xml_document& Document() { return m_document; }
+
+    // Whether the text may hold values that the document does not: it goes on behind a NUL, or MayHideValues was
+    // called.
+    bool IsInPart() const { return m_isInPart; }
+    void MayHideValues() { m_isInPart = true; }
+
+ private:
+    std::unique_ptr<char[]> m_copy;
+    pug::xml_document m_document;
+    pug::xml_parse_result m_result;
+    bool m_isInPart;
+};
+
+// Parses a text as a load does: as XML if it is, otherwise allowing names that XML forbids. Where names look like
+// markup it is the other way round.
+std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options = PARSE_OPTIONS);
+
+// Parses a text so and hands over all leaves but the first `passedOver`. An empty text holds nothing. Throws
+// std::bad_alloc and what the receiver throws.
 READ_RESULT ReadDocument(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver = 0);
 
-// Its two attempts.
-READ_RESULT ReadXml(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver = 0);
-READ_RESULT ReadXmlOfAnyNames(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver = 0);
+// The same for a text that has been parsed.
+READ_RESULT ReadParsed(PARSED_TEXT& parsed, std::string_view text, LEAF_RECEIVER const& receiver,
+                       std::size_t passedOver = 0);
