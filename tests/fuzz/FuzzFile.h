@@ -6,6 +6,7 @@
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "ConfigurationControl/TicketRecords.h"
@@ -107,6 +108,7 @@ class FILE_MODEL {
         VALUE const* value = nullptr;
         std::string text;
         std::vector<std::unique_ptr<ELEMENT>> children;
+        std::unordered_map<std::string, ELEMENT*> firstOfName{};  // of the children
     };
 
     static char const* TypeName(PARAM_TYPE type) {
@@ -138,10 +140,15 @@ class FILE_MODEL {
     static ELEMENT& Add(ELEMENT& parent, std::string const& name) {
         parent.children.push_back(std::make_unique<ELEMENT>());
         parent.children.back()->name = name;
+        parent.firstOfName.emplace(name, parent.children.back().get());
         return *parent.children.back();
     }
 
     static ELEMENT& FindOrAdd(ELEMENT& parent, std::string const& component) {
+        if (component.find_first_of("*?[") == std::string::npos) {  // a large file has many, and each stands for itself
+            auto const found = parent.firstOfName.find(component);
+            return component.empty() || found == parent.firstOfName.end() ? Add(parent, component) : *found->second;
+        }
         for (auto const& child : parent.children)
             if (!child->name.empty() && wildcards::Matches(component, child->name)) return *child;
         return Add(parent, component);
@@ -207,5 +214,5 @@ class FILE_MODEL {
         for (auto const& child : element.children) Read(*child, name == "ticket" ? path : path + name + "/", values);
     }
 
-    ELEMENT m_ticket{"ticket", nullptr, {}, {}};
+    ELEMENT m_ticket{"ticket", nullptr, {}, {}, {}};
 };
