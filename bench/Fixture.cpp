@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <thread>
@@ -50,14 +51,18 @@ WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape) {
     return workloads.emplace(std::pair(count, shape), WORKLOAD(count, shape)).first->second;
 }
 
+void WriteFile(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file) {
+    auto const store = FindStoreKind(kind.Writer()).make(workload, file);
+    Fill(*store, workload);
+    store->Save();
+}
+
 std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload) {
     static std::map<std::pair<std::string, WORKLOAD const*>, std::string> files;
     std::string& file = files[{kind.name, &workload}];
     if (file.empty()) {
         file = WorkDirectory() + "/" + kind.name + std::to_string(files.size());
-        auto const store = kind.make(workload, file);
-        Fill(*store, workload);
-        store->Save();
+        WriteFile(kind, workload, file);
     }
     return file;
 }
@@ -87,6 +92,12 @@ STORE& SharedStore(STORE_KIND const& kind, WORKLOAD const& workload) {
     std::unique_ptr<STORE>& store = stores[{kind.name, &workload}];
     if (!store) store = FilledStore(kind, workload, kind.hasFile ? SharedFile(kind, workload) : "");
     return *store;
+}
+
+double ThreadSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 void ParkAThread() {

@@ -12,7 +12,10 @@ std::string const& WorkDirectory();
 // The same workload for the same arguments.
 WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape = SHAPE::GROUPED);
 
-// The name of a file with a workload's values, written by that kind of store when first asked for.
+// A new file with a workload's values, written by the kind of store that writes the files of this one.
+void WriteFile(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file);
+
+// The name of such a file, which is written when first asked for.
 std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload);
 
 // Another name for a file, which no name before it was, for a scope.
@@ -44,6 +47,9 @@ class OWN_STORE {
     std::string const m_file;
     std::unique_ptr<STORE> m_store;
 };
+
+// What this thread has spent on a processor: unlike the time on the wall it leaves out what other processes took.
+double ThreadSeconds();
 
 // Starts a thread that sleeps until the process ends. Allocator and mutexes take shorter paths in a process that never
 // had a second thread, which no host that needs a guarded store is.

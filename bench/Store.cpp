@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -56,6 +57,25 @@ void ReadEverything(STORE& store, WORKLOAD const& workload) {
         if (key.type == VALUE_TYPE::DOUBLE) store.GetDouble(key);
         if (key.type == VALUE_TYPE::TEXT) store.GetText(key);
     }
+}
+
+std::vector<std::vector<std::string>> PathsOf(WORKLOAD const& workload) {
+    std::vector<std::vector<std::string>> paths;
+    for (KEY const& key : workload.Keys()) {
+        auto& path = paths.emplace_back();
+        for (std::size_t begin = 0; begin <= key.full.size();) {
+            std::size_t const end = std::min(key.full.find('/', begin), key.full.size());
+            path.push_back(key.full.substr(begin, end - begin));
+            begin = end + 1;
+        }
+    }
+    return paths;
+}
+
+std::string FileText(std::string const& file) {
+    std::string text(std::filesystem::file_size(file), '\0');
+    std::ifstream(file, std::ios::binary).read(text.data(), static_cast<std::streamsize>(text.size()));
+    return text;
 }
 
 void WriteDurably(std::string const& file, std::string_view content) {

@@ -18,7 +18,9 @@ class STORE {
     virtual ~STORE() = default;
     virtual int GetInt(KEY const& key) = 0;
     virtual double GetDouble(KEY const& key) = 0;
-    virtual std::size_t GetText(KEY const& key) = 0;  // its length
+    virtual std::size_t GetText(KEY const& key) = 0;  // copies the text, as a host must that keeps it; its length
+    // The same without the copy, where a store lends its texts.
+    virtual std::size_t BorrowText(KEY const& key) { return GetText(key); }
     virtual void SetInt(KEY const& key, int value) = 0;
     virtual void SetDouble(KEY const& key, double value) = 0;
     virtual void SetText(KEY const& key, std::string const& value) = 0;
@@ -28,11 +30,23 @@ class STORE {
     virtual void Save() = 0;
 };
 
+// What a kind takes part in.
+enum class USE {
+    EVERYTHING,
+    LOADS,   // it can do nothing else
+    THREADS  // another kind with the same file does everything else
+};
+
 struct STORE_KIND {
     std::string name;
     bool hasFile;
     // A store without content, bound to a file that need not exist.
     std::unique_ptr<STORE> (*make)(WORKLOAD const& workload, std::string const& file);
+    USE use = USE::EVERYTHING;
+    std::string fileOf{};  // the kind that writes its file; "": itself
+
+    bool Reads() const { return hasFile || use == USE::LOADS; }
+    std::string const& Writer() const { return fileOf.empty() ? name : fileOf; }
 };
 
 // Every kind that was built in, in the order of their names.
@@ -48,8 +62,24 @@ struct STORE_REGISTRATION {
 void Fill(STORE& store, WORKLOAD const& workload);
 // Reads each value once, with its type, in the order of the keys.
 void ReadEverything(STORE& store, WORKLOAD const& workload);
+// The components of each key.
+std::vector<std::vector<std::string>> PathsOf(WORKLOAD const& workload);
+// A whole file.
+std::string FileText(std::string const& file);
 // Replaces a file as a careful user of a library without such a function does.
 void WriteDurably(std::string const& file, std::string_view content);
+
+// The operations of a floor that only loads.
+class ONLY_LOADED {
+ public:
+    int GetInt(KEY const&) { return 0; }
+    double GetDouble(KEY const&) { return 0; }
+    std::size_t GetText(KEY const&) { return 0; }
+    void SetInt(KEY const&, int) {}
+    void SetDouble(KEY const&, double) {}
+    void SetText(KEY const&, std::string const&) {}
+    void Save() {}
+};
 
 // Makes a STORE of a peer: a class with the operations of STORE, not virtual.
 template <typename PEER>
@@ -97,4 +127,40 @@ class GUARDED final : public STORE {
  private:
     typename PEER::MUTEX m_mutex;
     PEER m_peer;
+};
+
+// Makes a STORE of a peer of which each thread has an object of its own, unguarded, and only reads. A thread keeps the
+// one of the last store that it used.
+template <typename PEER>
+class PER_THREAD final : public STORE {
+ public:
+    PER_THREAD(WORKLOAD const& workload, std::string const& file) : m_workload(workload), m_file(file) {}
+
+    static std::unique_ptr<STORE> Make(WORKLOAD const& workload, std::string const& file) {
+        return std::make_unique<PER_THREAD>(workload, file);
+    }
+
+    int GetInt(KEY const& key) override { return Own().GetInt(key); }
+    double GetDouble(KEY const& key) override { return Own().GetDouble(key); }
+    std::size_t GetText(KEY const& key) override { return Own().GetText(key); }
+    void SetInt(KEY const&, int) override {}
+    void SetDouble(KEY const&, double) override {}
+    void SetText(KEY const&, std::string const&) override {}
+    void Load() override { Own(); }
+    void Save() override {}
+
+ private:
+    PEER& Own() {
+        static thread_local std::unique_ptr<PEER> peer;
+        static thread_local PER_THREAD const* owner = nullptr;
+        if (owner != this) {
+            peer = std::make_unique<PEER>(m_workload, m_file);
+            peer->Load();
+            owner = this;
+        }
+        return *peer;
+    }
+
+    WORKLOAD const& m_workload;
+    std::string m_file;
 };

@@ -25,7 +25,7 @@ std::string Group(std::size_t number, SHAPE shape) {
             for (int level = 1; level <= 29; ++level) levels += Format("Level%02d/", level);
             return levels + Group(number, SHAPE::GROUPED);
         }
-        case SHAPE::GROUPED:
+        default:
             break;
     }
     return Format("Group%03zu/Sub%02zu", number / 500, number / 25 % 20);
@@ -42,6 +42,15 @@ std::string Name(std::size_t number, SHAPE shape) {
     }
 }
 
+std::string Text(char const* beginning, std::size_t number, SHAPE shape) {
+    std::string const text = Format("%s %07zu of some", beginning, number);
+    if (shape == SHAPE::TEXTS) return text + text;
+    if (shape != SHAPE::FOREIGN) return text;
+    std::string letters;
+    for (char const byte : text) letters += {'\xC3', static_cast<char>(0xA0 + byte % 0x20)};
+    return letters;
+}
+
 }  // namespace
 
 WORKLOAD::WORKLOAD(std::size_t count, SHAPE shape, std::size_t first) {
@@ -49,9 +58,10 @@ WORKLOAD::WORKLOAD(std::size_t count, SHAPE shape, std::size_t first) {
     m_keys.reserve(count);
     for (std::size_t number = first; number < first + count; ++number) {
         KEY key{number, "", Group(number, shape), Name(number, shape), TYPES[number % 4], "", ""};
+        if (shape == SHAPE::TEXTS || shape == SHAPE::FOREIGN) key.type = VALUE_TYPE::TEXT;
         if (key.type == VALUE_TYPE::TEXT) {
-            key.text = Format("text %07zu of some", number);
-            key.otherText = Format("TEXT %07zu of some", number);
+            key.text = Text("text", number, shape);
+            key.otherText = Text("TEXT", number, shape);
         }
         key.full = key.group.empty() ? key.name : key.group + "/" + key.name;
         m_keys.push_back(std::move(key));

@@ -1,5 +1,5 @@
 // What the benchmarks store: keys in one of a few shapes, and for each key a value. Half of the values are integers, a
-// quarter numbers with a fraction, a quarter texts of 20 characters.
+// quarter numbers with a fraction, a quarter texts of 20 characters; in two shapes all are texts.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,9 @@ enum class SHAPE {
     GROUPED,  // "Group012/Sub03/Key004": what settings look like
     FLAT,     // "Key000012": one component, each key another
     WIDE,     // "Group000012/Key": two components, each first one another
-    DEEP      // 32 components, the last three as in GROUPED
+    DEEP,     // 32 components, the last three as in GROUPED
+    TEXTS,    // keys as in GROUPED, each value a text of 40 bytes of ASCII
+    FOREIGN   // the same, but 20 characters of two bytes each
 };
 
 enum class VALUE_TYPE { INT, DOUBLE, TEXT };

@@ -1,9 +1,13 @@
 // Counts the heap of one store: what a load leaves allocated, the most that was allocated at any moment of it, and what
 // there is when each value was read once.
 //
-// usage: heap STORE COUNT: prints one line of JSON; heap --list: prints the names of the stores. The allocator's
-// functions are replaced for the whole process, so that libraries are counted as well. A block counts with what the
-// allocator really uses for it.
+// usage: heap list: prints the names of the stores
+//        heap write STORE COUNT FILE: writes what the store loads, in a process of its own, because what that leaves
+//        with a
+//            library would not be counted when it is used again
+//        heap measure STORE COUNT FILE: prints one line of JSON
+// The allocator's functions are replaced for the whole process, so that libraries are counted as well. A block counts
+// with what the allocator really uses for it.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -136,31 +140,35 @@ __attribute__((visibility("default"))) int munmap(void* begin, std::size_t size)
 }
 }
 
-int main(int count, char** arguments) {
-    if (count == 2 && arguments[1] == std::string_view("--list")) {
-        for (STORE_KIND const& kind : StoreKinds()) std::puts(kind.name.c_str());
-        return 0;
-    }
-    if (count != 3) return 1;
+// Counts what a load takes in a process that does nothing before it, and prints it.
+void Measure(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file) {
     ParkAThread();
-    STORE_KIND const& kind = FindStoreKind(arguments[1]);
-    WORKLOAD const& workload = SharedWorkload(std::strtoul(arguments[2], nullptr, 10));
-    STORE_KIND const& writer = kind.name == "F1 pugixml" ? FindStoreKind("file ticket") : kind;
-    std::string const file = kind.hasFile || kind.name == "F1 pugixml" ? SharedFile(writer, workload) : "";
-
     std::size_t const before = Live();
     auto const store = kind.make(workload, file);
     std::size_t const made = Live();  // some peers have prepared their keys here
     g_peak = made;
-    kind.hasFile || !file.empty() ? store->Load() : Fill(*store, workload);
+    kind.Reads() ? store->Load() : Fill(*store, workload);
     std::size_t const live = Live() - made;
     std::size_t const peak = std::max(g_peak.load(), live + made) - made;
     ReadEverything(*store, workload);
     std::size_t const read = Live() - made;
+    std::size_t const fileSize = kind.Reads() ? static_cast<std::size_t>(std::filesystem::file_size(file)) : 0;
     std::printf(R"({"store": "%s", "count": %zu, "live": %zu, "peak": %zu, "read": %zu, "file": %zu, "made": %zu})"
                 "\n",
-                kind.name.c_str(), workload.Count(), live, peak, read,
-                file.empty() ? std::size_t{0} : static_cast<std::size_t>(std::filesystem::file_size(file)),
-                made - before);
+                kind.name.c_str(), workload.Count(), live, peak, read, fileSize, made - before);
+}
+
+int main(int count, char** arguments) {
+    std::string_view const command = count > 1 ? arguments[1] : "";
+    if (command == "list") {
+        for (STORE_KIND const& kind : StoreKinds())
+            if (kind.use != USE::THREADS) std::puts(kind.name.c_str());
+        return 0;
+    }
+    if (count != 5) return 2;
+    STORE_KIND const& kind = FindStoreKind(arguments[2]);
+    WORKLOAD const& workload = SharedWorkload(std::strtoul(arguments[3], nullptr, 10));
+    if (command == "measure") Measure(kind, workload, arguments[4]);
+    if (command == "write" && kind.Reads()) WriteFile(kind, workload, arguments[4]);
     return 0;
 }

@@ -5,7 +5,6 @@
 #include <sched.h>
 
 #include <chrono>
-#include <ctime>
 
 #include "Fixture.h"
 
@@ -16,13 +15,6 @@ using benchmark::State;
 
 double Seconds(CLOCK::time_point begin) {
     return std::chrono::duration<double>(CLOCK::now() - begin).count();
-}
-
-// What this thread has spent on a processor: unlike the time on the wall it leaves out what other processes took.
-double ThreadSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 // Runs the current thread on one processor for its scope.
@@ -74,6 +66,9 @@ int ReadInt(STORE& store, KEY const& key) {
 std::size_t ReadText(STORE& store, KEY const& key) {
     return store.GetText(key);
 }
+std::size_t BorrowText(STORE& store, KEY const& key) {
+    return store.BorrowText(key);
+}
 // A value of its own each time, as a host has no reason to store the same one again.
 int WriteInt(STORE& store, KEY const& key) {
     static thread_local int value = 0;
@@ -112,8 +107,12 @@ void FirstReads(State& state, STORE_KIND const& kind, WORKLOAD const& workload, 
     }
 }
 
+bool IsOwn(STORE_KIND const& kind) {
+    return kind.name == "memory ticket" || kind.name == "file ticket";
+}
+
 // A text is read that has been read before: a file ticket keeps a text when it is first read, which is a figure of its
-// own.
+// own, and so is a read without a copy.
 void RegisterTexts(STORE_KIND const& kind, std::size_t count) {
     WORKLOAD const& workload = SharedWorkload(count);
     auto const keys = workload.Shuffled(VALUE_TYPE::TEXT);
@@ -125,6 +124,12 @@ void RegisterTexts(STORE_KIND const& kind, std::size_t count) {
                                  });
     benchmark::RegisterBenchmark(("set_string/" + kind.name + suffix).c_str(),
                                  [&kind, &workload, keys](State& state) { WriteTexts(state, kind, workload, keys); });
+    if (IsOwn(kind))
+        benchmark::RegisterBenchmark(("get_string/" + kind.name + ", borrowed" + suffix).c_str(),
+                                     [store = &SharedStore(kind, workload), keys](State& state) {
+                                         ReadAll(*store, keys);
+                                         Access(state, *store, keys, BorrowText);
+                                     });
     if (kind.name != "file ticket") return;
     constexpr int ROUNDS = 3;
     benchmark::RegisterBenchmark(("get_string/file ticket, first read" + suffix).c_str(),
@@ -133,14 +138,16 @@ void RegisterTexts(STORE_KIND const& kind, std::size_t count) {
         ->Iterations(ROUNDS);
 }
 
-void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
-    bool const isMap = kind.name == "F2 std::map";
-    RegisterAccess("get_int", kind, count, VALUE_TYPE::INT, ReadInt);
+void RegisterThreads(STORE_KIND const& kind, std::size_t count) {
     RegisterAccess("read_by_1_thread", kind, count, VALUE_TYPE::INT, ReadInt)->Threads(1)->UseRealTime();
     RegisterAccess("read_by_2_threads", kind, count, VALUE_TYPE::INT, ReadInt)->Threads(2)->UseRealTime();
+}
+
+void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
+    RegisterAccess("get_int", kind, count, VALUE_TYPE::INT, ReadInt);
+    RegisterThreads(kind, count);
     RegisterAccess("set_int", kind, count, VALUE_TYPE::INT, WriteInt);
-    if (isMap) return;
-    RegisterTexts(kind, count);
+    if (kind.name != "F2 std::map") RegisterTexts(kind, count);  // which keeps numbers only
 }
 
 void LoadOnly(STORE& store, WORKLOAD const&) {
@@ -153,40 +160,55 @@ void LoadAndRead(STORE& store, WORKLOAD const& workload) {
 }
 using LOADING = void (*)(STORE&, WORKLOAD const&);
 
-// A host loads its settings once, into memory that the system has just given it; so what earlier rounds left behind is
-// given back first. Qt hands out what it has read of a name before, so that each round needs a name of its own.
-void Load(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file, LOADING loading) {
-    for (auto _ : state) {
-        FRESH_NAME const name(file);
-        auto const store = kind.make(workload, name.Get());
-        malloc_trim(0);
-        double const begin = ThreadSeconds();
-        loading(*store, workload);
-        state.SetIterationTime(ThreadSeconds() - begin);
-    }
+// A host loads its settings once, into memory that the system has just given it ("cold"), or after it has used and
+// freed memory of its own ("warm"). Before a cold load what earlier rounds left behind is given back; before warm ones
+// the store has been loaded once. Qt hands out what it has read of a name before, so that each round needs a name of
+// its own.
+enum class HEAP { COLD, WARM };
+
+double LoadOnce(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file, LOADING loading, HEAP heap) {
+    FRESH_NAME const name(file);
+    auto const store = kind.make(workload, name.Get());
+    if (heap == HEAP::COLD) malloc_trim(0);
+    double const begin = ThreadSeconds();
+    loading(*store, workload);
+    return ThreadSeconds() - begin;
+}
+
+void Load(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file, LOADING loading,
+          HEAP heap) {
+    if (heap == HEAP::WARM) LoadOnce(kind, workload, file, loading, heap);
+    for (auto _ : state) state.SetIterationTime(LoadOnce(kind, workload, file, loading, heap));
+}
+
+void Change(STORE& store, KEY const& key, int round) {
+    if (key.type == VALUE_TYPE::TEXT)
+        store.SetText(key, round % 2 == 0 ? key.text : key.otherText);
+    else
+        store.SetInt(key, round);
 }
 
 // One changed value made durable: what every store but a database does by writing all values.
 void Save(State& state, STORE& store, KEY const& key) {
-    int value = 0;
-    store.SetInt(key, value);
+    int round = 0;
+    Change(store, key, round);
     for (auto _ : state) {
         auto const begin = CLOCK::now();
-        store.SetInt(key, ++value);
+        Change(store, key, ++round);
         store.Save();
         state.SetIterationTime(Seconds(begin));
     }
 }
 
-// The floor reads what the file ticket wrote.
 void RegisterLoad(std::string const& name, LOADING loading, STORE_KIND const& kind, WORKLOAD const& workload,
                   std::string const& suffix) {
-    std::string const file = SharedFile(kind.hasFile ? kind : FindStoreKind("file ticket"), workload);
-    benchmark::RegisterBenchmark(
-        (name + "/" + kind.name + "/" + suffix).c_str(),
-        [&kind, &workload, file, loading](State& state) { Load(state, kind, workload, file, loading); })
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
+    std::string const file = SharedFile(kind, workload);
+    for (HEAP const heap : {HEAP::COLD, HEAP::WARM})
+        benchmark::RegisterBenchmark(
+            (name + (heap == HEAP::WARM ? "_warm/" : "/") + kind.name + "/" + suffix).c_str(),
+            [&kind, &workload, file, loading, heap](State& state) { Load(state, kind, workload, file, loading, heap); })
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
 }
 
 void RegisterSave(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& suffix) {
@@ -197,23 +219,23 @@ void RegisterSave(STORE_KIND const& kind, WORKLOAD const& workload, std::string 
         ->Unit(benchmark::kMicrosecond);
 }
 
-bool IsOwn(STORE_KIND const& kind) {
-    return kind.name == "memory ticket" || kind.name == "file ticket";
+bool IsFloor(STORE_KIND const& kind) {
+    return kind.name[0] == 'F' && kind.name[1] >= '1' && kind.name[1] <= '9';
 }
 
 void RegisterCount(std::size_t count, bool ownOnly) {
     WORKLOAD const& workload = SharedWorkload(count);
     std::string const suffix = std::to_string(count);
     for (STORE_KIND const& kind : StoreKinds()) {
-        bool const isFloor = kind.name[0] == 'F' && kind.name[1] < '3';
-        if (ownOnly && !IsOwn(kind) && !isFloor) continue;
-        if (kind.name == "F1 pugixml") {
-            RegisterLoad("load_only", LoadOnly, kind, workload, suffix);
+        if (ownOnly && !IsOwn(kind) && !IsFloor(kind)) continue;
+        if (kind.use == USE::THREADS) {
+            RegisterThreads(kind, count);
             continue;
         }
+        if (kind.Reads()) RegisterLoad("load_only", LoadOnly, kind, workload, suffix);
+        if (kind.use == USE::LOADS) continue;
         RegisterAccesses(kind, count);
         if (!kind.hasFile) continue;
-        RegisterLoad("load_only", LoadOnly, kind, workload, suffix);
         RegisterLoad("load", LoadAndRead, kind, workload, suffix);
         RegisterSave(kind, workload, suffix);
     }
@@ -234,6 +256,18 @@ void RegisterShapes(std::size_t count) {
     }
 }
 
+// Texts of ASCII and of other letters, as long.
+void RegisterLetters(std::size_t count, bool ownOnly) {
+    for (STORE_KIND const& kind : StoreKinds()) {
+        if (!kind.hasFile || kind.use != USE::EVERYTHING || (ownOnly && !IsOwn(kind))) continue;
+        for (auto const& [shape, name] : {std::pair(SHAPE::TEXTS, "texts"), std::pair(SHAPE::FOREIGN, "foreign")}) {
+            WORKLOAD const& workload = SharedWorkload(count, shape);
+            RegisterLoad("load", LoadAndRead, kind, workload, name);
+            RegisterSave(kind, workload, name);
+        }
+    }
+}
+
 bool TakeFlag(int& count, char** arguments, std::string_view flag) {
     for (int i = 1; i < count; ++i) {
         if (arguments[i] != flag) continue;
@@ -246,7 +280,7 @@ bool TakeFlag(int& count, char** arguments, std::string_view flag) {
 
 }  // namespace
 
-void RegisterTicketBenchmarks();
+void RegisterTicketBenchmarks(bool quick);
 void RegisterServiceBenchmarks();
 
 // "--quick": only this project's stores and the floors, up to 100,000 keys.
@@ -257,7 +291,8 @@ int main(int count, char** arguments) {
     ParkAThread();
     for (std::size_t const keys : {50U, 10000U, 100000U}) RegisterCount(keys, quick);
     RegisterShapes(100000);
-    RegisterTicketBenchmarks();
+    RegisterLetters(10000, quick);
+    RegisterTicketBenchmarks(quick);
     RegisterServiceBenchmarks();
     if (!quick) RegisterCount(1000000, true);
     benchmark::RunSpecifiedBenchmarks();

@@ -40,22 +40,15 @@ class STANDARD_MAP {
     std::map<std::string, VALUE, std::less<>> m_values;
 };
 
-class XML_DOCUMENT {
+class XML_DOCUMENT : public ONLY_LOADED {
  public:
     using MUTEX = std::mutex;
 
     XML_DOCUMENT(WORKLOAD const&, std::string const& file) : m_file(file) {}
 
-    int GetInt(KEY const&) { return 0; }
-    double GetDouble(KEY const&) { return 0; }
-    std::size_t GetText(KEY const&) { return 0; }
-    void SetInt(KEY const&, int) {}
-    void SetDouble(KEY const&, double) {}
-    void SetText(KEY const&, std::string const&) {}
     void Load() {
         m_document.load_file(m_file.c_str(), pugi::parse_full | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
     }
-    void Save() {}
 
  private:
     std::string m_file;
@@ -63,6 +56,6 @@ class XML_DOCUMENT {
 };
 
 STORE_REGISTRATION const map({"F2 std::map", false, GUARDED<STANDARD_MAP>::Make});
-STORE_REGISTRATION const document({"F1 pugixml", false, GUARDED<XML_DOCUMENT>::Make});
+STORE_REGISTRATION const document({"F1 pugixml", false, GUARDED<XML_DOCUMENT>::Make, USE::LOADS, "file ticket"});
 
 }  // namespace

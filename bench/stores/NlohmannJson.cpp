@@ -1,5 +1,4 @@
 // Peer: a JSON document, nested as the keys are.
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "Store.h"
@@ -10,16 +9,7 @@ class JSON {
  public:
     using MUTEX = std::mutex;
 
-    JSON(WORKLOAD const& workload, std::string const& file) : m_file(file) {
-        for (KEY const& key : workload.Keys()) {
-            auto& path = m_paths.emplace_back();
-            for (std::size_t begin = 0; begin <= key.full.size();) {
-                std::size_t const end = std::min(key.full.find('/', begin), key.full.size());
-                path.push_back(key.full.substr(begin, end - begin));
-                begin = end + 1;
-            }
-        }
-    }
+    JSON(WORKLOAD const& workload, std::string const& file) : m_file(file), m_paths(PathsOf(workload)) {}
 
     int GetInt(KEY const& key) { return Find(key).get<int>(); }
     double GetDouble(KEY const& key) { return Find(key).get<double>(); }
@@ -27,11 +17,7 @@ class JSON {
     void SetInt(KEY const& key, int value) { Place(key) = value; }
     void SetDouble(KEY const& key, double value) { Place(key) = value; }
     void SetText(KEY const& key, std::string const& value) { Place(key) = value; }
-    void Load() {
-        std::ifstream stream(m_file, std::ios::binary);
-        std::string const text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-        m_document = nlohmann::json::parse(text);
-    }
+    void Load() { m_document = nlohmann::json::parse(FileText(m_file)); }
     void Save() { WriteDurably(m_file, m_document.dump(1, '\t')); }
 
  private:

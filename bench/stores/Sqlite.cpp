@@ -94,5 +94,7 @@ class SQLITE {
 };
 
 STORE_REGISTRATION const registration({"SQLite", true, GUARDED<SQLITE>::Make});
+STORE_REGISTRATION const perThread({"SQLite, a connection each", true, PER_THREAD<SQLITE>::Make, USE::THREADS,
+                                    "SQLite"});
 
 }  // namespace

@@ -20,10 +20,10 @@ class TICKET_STORE final : public STORE {
         return value;
     }
     std::size_t GetText(KEY const& key) override {
-        char const* value = nullptr;
-        m_table->GetParameter(m_table->pTicket, key.full.c_str(), PARAM_STRING, &value, SCALAR_INDEX);
-        return std::string_view(value).size();
+        std::string const copy = Borrowed(key);
+        return copy.size();
     }
+    std::size_t BorrowText(KEY const& key) override { return std::string_view(Borrowed(key)).size(); }
     void SetInt(KEY const& key, int value) override {
         m_table->SetParameter(m_table->pTicket, key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX);
     }
@@ -41,6 +41,12 @@ class TICKET_STORE final : public STORE {
     void Save() override { m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr); }
 
  private:
+    char const* Borrowed(KEY const& key) {
+        char const* value = nullptr;
+        m_table->GetParameter(m_table->pTicket, key.full.c_str(), PARAM_STRING, &value, SCALAR_INDEX);
+        return value;
+    }
+
     STICKET_ACCESS const* m_table;
 };
 
