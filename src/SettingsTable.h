@@ -9,7 +9,7 @@ enum class SETTING_KIND {
     INTEGER,  // int
     VERSION,  // written as double, read as its whole part
     TEXT,     // string; nothing to read gives ""
-    SECRET    // byte string, shown to nobody; nothing to read gives ""
+    SECRET    // byte string; the tool hides it, the log message of its setter shows it; nothing to read gives ""
 };
 
 constexpr PARAM_TYPE ParameterType(SETTING_KIND kind) {

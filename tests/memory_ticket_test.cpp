@@ -147,6 +147,17 @@ TEST(MemoryTicket, ReadsAndWritesBatches) {
     EXPECT_EQ(ticket->SetMultiParameter(ticket->pTicket, nullptr), 0);
 }
 
+// The array lies at an address that nobody may read.
+TEST(MemoryTicket, WithoutATicketABatchIsNotEvenLookedAt) {
+    OWNER const ticket;
+    auto const unreadable = static_cast<std::uintptr_t>(16);
+    EXPECT_EQ(ticket->GetMultiParameter(nullptr, reinterpret_cast<GETMULTIPAR*>(unreadable)), 0);
+    EXPECT_EQ(ticket->SetMultiParameter(nullptr, reinterpret_cast<SETMULTIPAR*>(unreadable)), 0);
+    SETMULTIPAR writes[] = {{"a", PARAM_STRING, "text", SCALAR_INDEX, true}, {}};
+    EXPECT_EQ(ticket->SetMultiParameter(nullptr, writes), 0);
+    EXPECT_TRUE(writes[0].result);
+}
+
 TEST(MemoryTicket, RefusesTypesThatDoNotExist) {
     OWNER const ticket;
     tickets::Set(ticket, "a", 1);

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/PartialMode.h"
 #include "support/FailingAllocations.h"
@@ -107,6 +108,44 @@ TEST(TicketWithoutMemory, RefusesABatchOrStoresNothingOfIt) {
     EXPECT_EQ(ticket.Registered(), std::vector<int>{});
 }
 
+TEST(TicketWithoutMemory, AnswersABatchAndTellsThoseWhoWatchWhatItStored) {
+    OPEN_TICKET ticket;
+    STICKET_ACCESS const* const access = ticket.GetInterface();
+    BIN_STRING const endless{LONG_TEXT, uint64_t{1} << 62};
+    SETMULTIPAR records[] = {{"a", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+                             {"b", PARAM_BINSTR, &endless, SCALAR_INDEX, true},
+                             {"c", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+                             {}};
+    ticket.Register(1, {"a"});
+    ticket.Register(2, {"b"});
+    ticket.Register(3, {"c"});
+    int calls = 0;
+    access->QueueAfterNotification(
+        access->pTicket, [](void* count) { ++*static_cast<int*>(count); }, &calls);
+    EXPECT_EQ(access->SetMultiParameter(access->pTicket, records), 1);
+    EXPECT_TRUE(records[0].result && !records[1].result && records[2].result);
+    EXPECT_EQ(ticket.Registered(), std::vector<int>{2});
+    EXPECT_EQ(calls, 1);
+}
+
+// However little memory there is: the answer is 1, and each result says whether its value is there.
+TEST(TicketWithoutMemory, AnswersABatchWhateverItCouldStore) {
+    SETMULTIPAR records[] = {{"a", PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+                             {LONG_KEY, PARAM_STRING, LONG_TEXT, SCALAR_INDEX, false},
+                             {}};
+    int granted = 0;
+    for (bool done = false; granted < 1000 && !done; ++granted) {
+        OWNER const ticket;
+        for (SETMULTIPAR& record : records) record.result = true;
+        EXPECT_EQ(allocations::With(granted, [&] { return ticket->SetMultiParameter(ticket->pTicket, records); }), 1);
+        for (SETMULTIPAR const* record = records; record->key; ++record) {
+            EXPECT_EQ(record->result, tickets::GetText(ticket, record->key) == LONG_TEXT) << granted;
+        }
+        done = AllMultiParameterOk(records);
+    }
+    EXPECT_GT(granted, 5);
+}
+
 TEST(TicketWithoutMemory, QueuesNoCallback) {
     OWNER const ticket;
     static int calls = 0;
@@ -125,7 +164,10 @@ TEST(TicketWithoutMemory, MergesNothingUntilEverythingIsCollected) {
     tickets::Set(source, LONG_KEY, LONG_TEXT);
     tickets::Set(source, "real", 0.5);
     tickets::Set(target, "old", 1);
-    auto const merge = [&] { return target->MergeTicket(target->pTicket, source, nullptr, false); };
+    auto const merge = [&] {
+        // A merge that has collected everything answers 1, whatever its batch could store.
+        return target->MergeTicket(target->pTicket, source, nullptr, false) && allocations::t_failed == 0;
+    };
     EXPECT_GT(StarveUntilSuccess(merge, [&] { EXPECT_EQ(tickets::GetInt(target, "old"), 1); }), 5);
     EXPECT_EQ(tickets::Count(target), 3u);
 }
@@ -188,7 +230,7 @@ class BatchWithoutMemory : public testing::Test {
             second.key = static_cast<char const*>(key.data);
             RECORD records[] = {first, second, {}};
             records[0].result = records[1].result = true;
-            done = allocations::With(granted, [&] { return access(ticket, records) != 0; });
+            done = allocations::With(granted, [&] { return access(ticket, records) && AllMultiParameterOk(records); });
             expect(ticket, records, done);
         }
         EXPECT_TRUE(done);

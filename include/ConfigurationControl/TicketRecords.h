@@ -97,7 +97,7 @@ typedef struct GETMULTIPAR {
     PARAM_TYPE type; /**< type of the buffer */
     void* value;     /**< output buffer, as for STICKET_ACCESS::GetParameter */
     int index;       /**< SCALAR_INDEX or an element */
-    bool result;     /**< written by the batch: whether this record was read; false when the batch answers 0 */
+    bool result;     /**< written by the batch: whether this record was read */
 } GETMULTIPAR;
 
 /** One write of a batch. An array of these ends at a record whose key is null or empty. Owns nothing. */
@@ -106,7 +106,7 @@ typedef struct SETMULTIPAR {
     PARAM_TYPE type;   /**< type of the value */
     void const* value; /**< input, as for STICKET_ACCESS::SetParameter */
     int index;         /**< SCALAR_INDEX, APPEND_INDEX or an element */
-    bool result;       /**< written by the batch: whether this record was stored, also when the batch answers 0 */
+    bool result;       /**< written by the batch: whether this record was stored */
 } SETMULTIPAR;
 
 #ifdef __cplusplus
@@ -177,7 +177,8 @@ typedef struct STICKET_ACCESS {
     int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
     /** Reads a batch under one lock, each record as GetParameter does; whether a record was read is in its `result`.
      * Non-zero, or 0 when `records` is null, the ticket cannot be used, memory is short, or a save before a partial
-     * tree is dropped fails: then every `result` is false and the buffers tell nothing. */
+     * tree is dropped fails: then every `result` is false and the buffers tell nothing. A null ticket answers 0 and
+     * leaves the records as they are. */
     int (*GetMultiParameter)(STICKET* ticket, GETMULTIPAR* records);
     /**
      * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
@@ -206,8 +207,9 @@ typedef struct STICKET_ACCESS {
      */
     int (*SetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index);
     /** Stores a batch under one lock, in order, after reading all its keys and values; whether a record was stored is
-     * in its `result`. 1, or 0 when `records` is null, the ticket cannot be used (every `result` is false), or memory
-     * was short for a record (each `result` tells). */
+     * in its `result`. 1, also when records failed, for want of memory too; 0 when `records` is null, or when the
+     * ticket cannot be used or loaded: then every `result` is false. A null ticket answers 0 and leaves the records as
+     * they are. */
     int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
     /**
      * Copies parameters of `source`, which may be this ticket, into this ticket. The mutex is not held between the
@@ -218,8 +220,8 @@ typedef struct STICKET_ACCESS {
      * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or no strings:
      *        everything; a first string of "": nothing
      * @param clear empties the target before the copies are stored
-     * @return 1, or 0 also when the source holds nothing that `keys` selects; what `clear` asked for is done all the
-     * same
+     * @return 1, also when memory was too short to store some of the copies; 0 when it was too short to collect them,
+     * and when the source holds nothing that `keys` selects; what `clear` asked for is done all the same
      */
     int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
     /** Performs an operation code; see STICKET_OP. 1, or 0 when it could not: an unknown code, a null `data` where one

@@ -64,6 +64,7 @@ struct STICKET::ENTRY {
     // before: the work may free its keys.
     template <typename KIND, typename WORK, typename REPORT>
     static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
+        if (!ticket) return 0;
         GETMULTIPAR const* end = nullptr;
         int const answer = Run<KIND>(
             ticket,
@@ -109,6 +110,7 @@ struct STICKET::ENTRY {
     }
     template <typename KIND, typename WORK, typename REPORT>
     static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {
+        if (!ticket) return 0;
         BATCH_COPY copy;
         bool cleared = false;  // before the work, which may free the keys
         int const answer = Change<KIND>(

@@ -2,8 +2,8 @@
 // that the tables offer, and the walks.
 //
 // No locking: a node belongs to one ticket, which calls it with its mutex held. No operation throws on bad input;
-// exhausted memory throws std::bad_alloc and leaves the node as it was (SetParameter and SetMultiParameter catch it and
-// fail). Arguments may point into the node itself: a key or text that was read from it, an element of the vector that
+// exhausted memory throws std::bad_alloc and leaves the node as it was (SetParameter and SetMultiParameter catch it).
+// Arguments may point into the node itself: a key or text that was read from it, an element of the vector that
 // is replaced.
 #pragma once
 
@@ -160,8 +160,8 @@ class clTICKETNODE {
     bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const;
     bool GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts = nullptr) const;
     bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
-    // Reads every key and value before it changes anything. False also when memory was too short for all records; the
-    // results tell which of them were stored.
+    // Reads every key and value before it changes anything. False only for null: each record's result tells whether it
+    // was stored, also when memory was too short.
     bool SetMultiParameter(SETMULTIPAR* records);
 
     // Walks in key order; see STICKET_ACCESS::WalkParameter for the levels. The callback may change this node: the walk

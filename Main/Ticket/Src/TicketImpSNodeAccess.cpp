@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <new>
 #include <utility>
 
 #include "Common/Src/Attempt.h"
@@ -107,19 +106,6 @@ bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
     }
 }
 
-// As Attempt; `starved` becomes true when memory was too short, which an absurd length does not mean.
-template <typename ACTION>
-bool Attempt(bool& starved, ACTION const& action) {
-    return ::Attempt([&] {
-        try {
-            return action();
-        } catch (std::bad_alloc const&) {
-            starved = true;
-            throw;
-        }
-    });
-}
-
 // Whether a value that is stored at `buffer` may change the text or the NUL behind it.
 bool MayOverwrite(void const* buffer, std::string_view text) {
     constexpr std::size_t LARGEST = sizeof(BIN_STRING);
@@ -137,9 +123,8 @@ struct CHANGE {
     bool readable;
 };
 
-// The keys are copied as well as the values: one record may delete the text that names the next. All results become
-// false. `starved` becomes true when memory was too short for a value.
-std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys, bool& starved) {
+// Copies the keys as well as the values: one record may delete the text that names the next. All results become false.
+std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys) {
     ClearResults(records);
     std::size_t count = 0;
     while (IsRecord(records[count])) ++count;
@@ -154,7 +139,7 @@ std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys, bool& sta
             keys += record.key;
         }
         change.keyLength = keys.size() - change.keyBegin;
-        change.readable = Attempt(starved, [&] { return Load(record.type, record.value, change.value); });
+        change.readable = Attempt([&] { return Load(record.type, record.value, change.value); });
         changes.push_back(std::move(change));
     }
     return changes;
@@ -318,22 +303,23 @@ GETMULTIPAR const* clTICKETNODE::PrepareLookups(GETMULTIPAR const* records) cons
     return records;
 }
 
+// True also when memory is short, even for the copies: each record's result tells whether it was stored.
 bool clTICKETNODE::SetMultiParameter(SETMULTIPAR* records) {
     if (!records) return false;
-    return Attempt([&] {
+    Attempt([&] {
         std::string keys;
         std::string_view last;
         clENTRY* place = nullptr;
-        bool starved = false;
-        for (CHANGE& change : ReadBatch(records, keys, starved)) {
+        for (CHANGE& change : ReadBatch(records, keys)) {
             std::string_view const key(keys.data() + change.keyBegin, change.keyLength);
             if (key.data() != last.data()) place = nullptr;
             last = key;
-            records->result = change.readable && Attempt(starved, [&, record = records] {
+            records->result = change.readable && Attempt([&, record = records] {
                                   return Apply(key, place, record->type, std::move(change.value), record->index);
                               });
             ++records;
         }
-        return !starved;
+        return true;
     });
+    return true;
 }
