@@ -10,12 +10,13 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "Common/Src/Cancellation.h"
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
-#include "ConfigurationControl/SysLib.h"
 #include "ConfigurationControl/Ticket.h"
+#include "ConfigurationControl/TicketServices.h"
 #include "Disk/FileNames.h"
 #include "Disk/SystemCalls.h"
 #include "src/SettingsTable.h"
@@ -229,11 +230,21 @@ std::string CConfigurationControl::ReadText(CONFIGURATION_SETTING setting) const
 std::string CConfigurationControl::ReadSecret(CONFIGURATION_SETTING setting) const {
     std::lock_guard const guard(m_lock);
     if (!m_ticket) return {};
-    // Who uses the ticket's table by itself does not wait for us, and frees these bytes by changing them.
-    SysLib::MUTEX_LOCK const untilCopied(m_ticket->pTicket->GetMutexInstance());
-    BIN_STRING bytes{};
-    if (!Get(*m_ticket, setting, PARAM_BINSTR, &bytes) || !bytes.data) return {};
-    return {static_cast<char const*>(bytes.data), bytes.length};
+    struct SECRET {
+        STICKET_ACCESS const& ticket;
+        CONFIGURATION_SETTING setting;
+        std::string copy;
+
+        static void Copy(void* secret) {
+            auto& [ticket, setting, copy] = *static_cast<SECRET*>(secret);
+            BIN_STRING bytes{};
+            if (Get(ticket, setting, PARAM_BINSTR, &bytes) && bytes.data)
+                copy.assign(static_cast<char const*>(bytes.data), bytes.length);
+        }
+    } secret{*m_ticket, setting, {}};
+    // Direct users of the table bypass m_lock, and free these bytes by changing them. Only the copy can fail.
+    if (!TicketRunLocked(m_ticket, &SECRET::Copy, &secret)) throw std::bad_alloc();
+    return std::move(secret.copy);
 }
 
 void CConfigurationControl::ReadWindow(CONFIGURATION_SETTING first, int& x, int& y, int& width, int& height) const {

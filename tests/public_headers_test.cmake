@@ -6,7 +6,7 @@ endif()
 
 set(include ${PROJECT_SOURCE_DIR}/include)
 file(GLOB_RECURSE all_headers CONFIGURE_DEPENDS RELATIVE ${include} ${include}/*.h)
-set(c_headers Export MultiParListC TicketRecords Version)
+set(c_headers Export MultiParListC TicketRecords TicketServices Version)
 list(TRANSFORM c_headers REPLACE "(.+)" "ConfigurationControl/\\1.h")
 
 foreach(standard c++17 c++20)

@@ -32,6 +32,7 @@
 #include "ConfigurationControl/Ticket.h"
 #include "ConfigurationControl/TicketAccess.h"
 #include "ConfigurationControl/TicketRecords.h"
+#include "ConfigurationControl/TicketServices.h"
 #include "ConfigurationControl/ValueCaches.h"
 #include "ConfigurationControl/Version.h"
 

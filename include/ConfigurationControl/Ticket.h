@@ -102,8 +102,6 @@ class STICKET {
     /** Always false in this library. */
     static bool IsLogged(unsigned int level);
 
-    friend class CConfigurationControl; /**< keeps the mutex while it copies what a read has lent it */
-
     STICKET_WHOAMI m_whoAmI;            /**< as given at creation, with the mutex that is used */
     std::unique_ptr<CONTENT> m_content; /**< parameters, registrations and deferred callbacks, in this order */
 };

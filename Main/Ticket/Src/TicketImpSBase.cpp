@@ -182,18 +182,6 @@ int STICKET::FlushToNotification(REGISTRATION const* registration) const {
     return 0;
 }
 
-void BATCH_COPY::Take(SETMULTIPAR const* records) {
-    for (SETMULTIPAR const* record = records; IsRecord(*record); ++record) m_keys.emplace_back(record->key);
-    for (std::string const& key : m_keys) m_records.push_back({key.c_str(), PARAM_NONE, nullptr, 0, false});
-    m_records.push_back({});
-}
-
-SETMULTIPAR const* BATCH_COPY::WithResultsOf(SETMULTIPAR const* records) {
-    if (m_records.empty()) return nullptr;
-    MultiParameterResultCpy(m_records.data(), records);
-    return m_records.data();
-}
-
 // Deferred callbacks
 
 bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument) {

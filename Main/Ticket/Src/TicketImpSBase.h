@@ -6,8 +6,6 @@
 
 #include <list>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "Common/Src/BatchRecords.h"
 #include "Common/Src/Cancellation.h"
@@ -15,6 +13,7 @@
 #include "ConfigurationControl/Ticket.h"
 #include "TicketImpSNode.h"
 #include "TicketMutex.h"
+#include "TicketObservers.h"
 
 // A one-shot registration: which keys it watches; an empty selection watches all.
 struct STICKET::NOTIFICATION {
@@ -30,17 +29,7 @@ struct STICKET::CONTENT {
     };
     std::list<DEFERRED> deferred;
     unsigned int passes = 0;  // runs of AfterNotification under way, one inside the other
-};
-
-// A batch's keys and results, for the notifications that follow it.
-class BATCH_COPY {
- public:
-    void Take(SETMULTIPAR const* records);
-    SETMULTIPAR const* WithResultsOf(SETMULTIPAR const* records);
-
- private:
-    std::vector<std::string> m_keys;
-    std::vector<SETMULTIPAR> m_records;
+    TICKET_OBSERVERS observers;
 };
 
 struct STICKET::ENTRY {
@@ -77,61 +66,58 @@ struct STICKET::ENTRY {
         return answer;
     }
 
-    // The same for a change: after successful work, `notify(KIND&)` and the deferred callbacks run under the same lock.
-    // Returns 1 or 0.
-    template <typename KIND, typename WORK, typename NOTIFY, typename REPORT>
-    static int Change(STICKET* ticket, WORK const& work, NOTIFY const& notify, REPORT const& report) {
-        return Run<KIND>(
-            ticket,
-            [&](KIND& self) {
-                if (!work(self)) return 0;
-                notify(self);
-                if (!self.m_content->deferred.empty()) self.AfterNotification();
-                return 1;
-            },
-            report);
-    }
-
-    // The changes of one parameter and of a batch.
+    // The same for a change by SetParameter, SetMultiParameter and Operation: after successful work, still under the
+    // lock, the registrations that it touches are removed, deferred callbacks run, and observers are told. Returns 1 or
+    // 0.
     template <typename KIND, typename WORK, typename REPORT>
     static int Set(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index, WORK const& work,
                    REPORT const& report) {
-        std::string copy;
-        return Change<KIND>(
+        return Run<KIND>(
             ticket,
             [&](KIND& self) {
-                if (key && IsWatched(self)) key = (copy = key).c_str();
-                return work(self);
-            },
-            [&](KIND& self) {
-                if (IsWatched(self)) self.NotifySetParameter(key, type, value, index);
+                if (!key || !IsWatched(self)) return work(self) && Succeed(self);
+                CHANGES changes = Observers(self).Begin(key);
+                if (!work(self)) return false;
+                self.NotifySetParameter(changes.front().notice.Key(), type, value, index);
+                return Succeed(self, std::move(changes));
             },
             report);
     }
     template <typename KIND, typename WORK, typename REPORT>
     static int SetBatch(STICKET* ticket, SETMULTIPAR* records, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;
-        BATCH_COPY copy;
         bool cleared = false;  // before the work, which may free the keys
-        int const answer = Change<KIND>(
+        int const answer = Run<KIND>(
             ticket,
             [&](KIND& self) {
                 ClearResults(records);
                 cleared = true;
-                if (records && IsWatched(self)) copy.Take(records);
-                return work(self);
-            },
-            [&](KIND& self) {
-                if (IsWatched(self)) self.NotifySetMultiParameter(copy.WithResultsOf(records));
+                if (!records || !IsWatched(self)) return work(self) && Succeed(self);
+                CHANGES changes = Observers(self).Begin(records);
+                if (!work(self)) return false;
+                changes.front().notice.TakeResults(records);
+                self.NotifySetMultiParameter(changes.front().notice.Records());
+                return Succeed(self, std::move(changes));
             },
             report);
         if (!cleared) ClearResults(records);
         return answer;
     }
+    template <typename KIND, typename WORK, typename REPORT>
+    static int Operate(STICKET* ticket, STICKET_OP code, void* data, WORK const& work, REPORT const& report) {
+        return Run<KIND>(
+            ticket,
+            [&](KIND& self) {
+                CHANGES changes;  // the other codes change no value
+                if (code == STICKET_OP_CLEAR && IsWatched(self)) changes = Observers(self).BeginOfAnyKey();
+                if (!work(self)) return false;
+                self.NotifyOperation(code, data);
+                return Succeed(self, std::move(changes));
+            },
+            report);
+    }
 
-    // Whether anything has to be told of changes. If so their keys are copied first: they may be texts of the ticket
-    // itself, which the change frees.
-    static bool IsWatched(STICKET const& ticket) { return !ticket.m_content->registrations.empty(); }
+    static TICKET_OBSERVERS& Observers(STICKET& ticket) { return ticket.m_content->observers; }
 
     // The table of `ticket`, made of the kind's entries and the shared ones; all reserved places are null.
     template <typename KIND>
@@ -154,6 +140,25 @@ struct STICKET::ENTRY {
     }
 
     static constexpr uint32_t ACCESS_VERSION = 2;
+
+ private:
+    using CHANGES = TICKET_OBSERVERS::CHANGES;
+
+    // Whether anybody has to be told of changes.
+    static bool IsWatched(STICKET const& ticket) {
+        return !ticket.m_content->registrations.empty() || !ticket.m_content->observers.IsEmpty();
+    }
+
+    // What follows every successful change. True.
+    static bool Succeed(STICKET& ticket) {
+        if (!ticket.m_content->deferred.empty()) ticket.AfterNotification();
+        return true;
+    }
+    static bool Succeed(STICKET& ticket, CHANGES&& changes) {
+        Succeed(ticket);
+        if (!changes.empty()) Observers(ticket).Tell(std::move(changes));
+        return true;
+    }
 };
 
 // Twenty numbered advisory locks; see STICKET_ACCESS::Lock. Runs under the ticket mutex.

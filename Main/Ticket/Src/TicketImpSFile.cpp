@@ -125,9 +125,8 @@ int STICKET_FILE::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
 }
 
 int STICKET_FILE::Operation(STICKET* ticket, STICKET_OP code, void* data) {
-    return ENTRY::Change<STICKET_FILE>(
-        ticket, [&](STICKET_FILE& self) { return self.Operation(code, data); },
-        [&](STICKET_FILE& self) { self.NotifyOperation(code, data); },
+    return ENTRY::Operate<STICKET_FILE>(
+        ticket, code, data, [&](STICKET_FILE& self) { return self.Operation(code, data); },
         [&](int a, int b) { Log(0, "STICKET_FILE::Operation(%d, %d, %d) catch(...)", a, b, static_cast<int>(code)); });
 }
 

@@ -42,9 +42,8 @@ int STICKET_MEM::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
 }
 
 int STICKET_MEM::Operation(STICKET* ticket, STICKET_OP code, void* data) {
-    return ENTRY::Change<STICKET_MEM>(
-        ticket, [&](STICKET_MEM& self) { return self.Operation(code, data); },
-        [&](STICKET_MEM& self) { self.NotifyOperation(code, data); },
+    return ENTRY::Operate<STICKET_MEM>(
+        ticket, code, data, [&](STICKET_MEM& self) { return self.Operation(code, data); },
         [&](int a, int b) { Log(0, "STICKET_MEM::Operation(%d, %d, %d) catch(...)", a, b, static_cast<int>(code)); });
 }
 
