@@ -1,10 +1,8 @@
-// The recursive ticket mutex. The two pthread calls that can fail are replaced by forwarders which can be told to.
-#include <dlfcn.h>
+// The recursive ticket mutex.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstddef>
 #include <string>
 #include <thread>
@@ -12,35 +10,10 @@
 
 #include "ConfigurationControl/SysLib.h"
 #include "TicketMutex.h"
+#include "support/FailingMutex.h"
 
 using SysLib::MUTEX_INSTANCE;
 using SysLib::MUTEX_LOCK;
-
-namespace {
-
-std::atomic<pthread_mutex_t*> g_failingLock{nullptr};
-std::atomic<pthread_mutex_t*> g_countedLock{nullptr};
-std::atomic<int> g_locks{0};
-std::atomic<bool> g_initFails{false};
-
-template <typename FUNCTION>
-FUNCTION* Next(char const* name) {
-    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-    static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
-    if (mutex == g_failingLock) return EINVAL;
-    if (mutex == g_countedLock) ++g_locks;
-    return next(mutex);
-}
-
-extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t const* attributes) noexcept {
-    static auto* const next = Next<int(pthread_mutex_t*, pthread_mutexattr_t const*)>("pthread_mutex_init");
-    return g_initFails ? ENOMEM : next(mutex, attributes);
-}
 
 namespace {
 
@@ -74,15 +47,14 @@ TEST(MutexInstance, StartsFreeWithTheFixedLayout) {
 }
 
 TEST(MutexInstance, FailingInitialisationThrowsItsText) {
-    g_initFails = true;
+    mutexes::g_initFails = true;
     EXPECT_EQ(ThrownText([] { MUTEX_INSTANCE instance; }), "MUTEX_INSTANCE: pthread_mutex_init fail");
-    g_initFails = false;
+    mutexes::g_initFails = false;
 }
 
 TEST(MutexLock, NestedGuardsLockOnceAndUnlockWhenTheOuterOneEnds) {
     MUTEX_INSTANCE instance;
-    g_locks = 0;
-    g_countedLock = &instance.mutex;
+    mutexes::Count(&instance.mutex);
     {
         MUTEX_LOCK const outer(instance);
         EXPECT_EQ(instance.owner.load(), pthread_self());
@@ -94,8 +66,8 @@ TEST(MutexLock, NestedGuardsLockOnceAndUnlockWhenTheOuterOneEnds) {
         EXPECT_EQ(instance.depth, 1);
         EXPECT_FALSE(IsFree(instance));
     }
-    g_countedLock = nullptr;
-    EXPECT_EQ(g_locks, 1);
+    EXPECT_EQ(mutexes::g_taken, 1);
+    mutexes::Count(nullptr);
     EXPECT_EQ(instance.owner.load(), 0u);
     EXPECT_EQ(instance.depth, 0);
     EXPECT_TRUE(IsFree(instance));
@@ -103,9 +75,9 @@ TEST(MutexLock, NestedGuardsLockOnceAndUnlockWhenTheOuterOneEnds) {
 
 TEST(MutexLock, FailingLockThrowsItsTextAndLeavesTheInstanceFree) {
     MUTEX_INSTANCE instance;
-    g_failingLock = &instance.mutex;
+    mutexes::g_failing = &instance.mutex;
     EXPECT_EQ(ThrownText([&] { MUTEX_LOCK const lock(instance); }), "MUTEX_LOCK: pthread_mutex_lock fail");
-    g_failingLock = nullptr;
+    mutexes::g_failing = nullptr;
     EXPECT_EQ(instance.owner.load(), 0u);
     EXPECT_EQ(instance.depth, 0);
     EXPECT_TRUE(IsFree(instance));
@@ -115,9 +87,9 @@ TEST(MutexLock, FailingLockOfABusyMutexThrowsItsText) {
     MUTEX_INSTANCE instance;
     MUTEX_LOCK const held(instance);
     std::string text;
-    g_failingLock = &instance.mutex;
+    mutexes::g_failing = &instance.mutex;
     std::thread([&] { text = ThrownText([&] { MUTEX_LOCK const lock(instance); }); }).join();
-    g_failingLock = nullptr;
+    mutexes::g_failing = nullptr;
     EXPECT_EQ(text, "MUTEX_LOCK: pthread_mutex_lock fail");
     EXPECT_EQ(instance.owner.load(), pthread_self());
     EXPECT_EQ(instance.depth, 1);
@@ -137,17 +109,17 @@ TEST(MutexLock, WaiterSleepsUntilALongHolderReleases) {
     std::thread waiter;
     {
         MUTEX_LOCK const held(instance);
-        g_locks = 0;
-        g_countedLock = &instance.mutex;
+        mutexes::Count(&instance.mutex);
         waiter = std::thread([&] {
             MUTEX_LOCK const lock(instance);
             acquired = true;
         });
-        while (g_locks == 0) std::this_thread::yield();  // until it leaves the waiting to the system
+        while (mutexes::g_waits == 0) std::this_thread::yield();  // until it leaves the waiting to the system
         EXPECT_FALSE(acquired);
+        EXPECT_LE(mutexes::g_triedInVain, 10) << "at most one try every 2 of 20 microseconds";
     }
     waiter.join();
-    g_countedLock = nullptr;
+    mutexes::Count(nullptr);
     EXPECT_TRUE(acquired);
 }
 

@@ -1,12 +1,7 @@
-// Tickets on a system that fails: no memory, no mutex. The allocations and pthread calls are replaced by forwarders
-// which can be told to fail.
-#include <dlfcn.h>
+// Tickets on a system that fails: no memory, no mutex.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
 #include <filesystem>
 #include <new>
 #include <set>
@@ -17,30 +12,10 @@
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/PartialMode.h"
 #include "support/FailingAllocations.h"
+#include "support/FailingMutex.h"
 #include "support/FileTickets.h"
 #include "support/ScratchDirectory.h"
 #include "support/Tickets.h"
-
-namespace {
-
-std::atomic<pthread_mutex_t*> g_failingLock{nullptr};
-std::atomic<bool> g_initFails{false};
-
-template <typename FUNCTION>
-FUNCTION* Next(char const* name) {
-    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-    static auto* const next = Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
-    return mutex == g_failingLock ? EINVAL : next(mutex);
-}
-extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t const* attributes) noexcept {
-    static auto* const next = Next<int(pthread_mutex_t*, pthread_mutexattr_t const*)>("pthread_mutex_init");
-    return g_initFails ? ENOMEM : next(mutex, attributes);
-}
 
 namespace {
 
@@ -332,13 +307,13 @@ TEST(SelectionWithoutMemory, KeepsThePrefixThatWasToGiveWay) {
 TEST(TicketWithoutMutex, CannotBeCreatedAndSaysSo) {
     for (char const* name : {static_cast<char const*>(nullptr), LONG_TEXT}) {
         std::string thrown;
-        g_initFails = true;
+        mutexes::g_initFails = true;
         try {
             STICKET::Create(name);
         } catch (char const* text) {
             thrown = text;
         }
-        g_initFails = false;
+        mutexes::g_initFails = false;
         EXPECT_EQ(thrown, "MUTEX_INSTANCE: pthread_mutex_init fail");
     }
 }
@@ -347,7 +322,7 @@ TEST(TicketWithoutMutex, AnswersZeroWhileTheMutexCannotBeLocked) {
     OPEN_TICKET ticket;
     STICKET_ACCESS const* const access = ticket.GetInterface();
     ticket.Register(1, {});
-    g_failingLock = &ticket.GetMutexInstance().mutex;
+    mutexes::g_failing = &ticket.GetMutexInstance().mutex;
     int owner = 1;
     unsigned int count = 0;
     EXPECT_EQ(tickets::Set(access, "a", 1), 0);
@@ -358,7 +333,7 @@ TEST(TicketWithoutMutex, AnswersZeroWhileTheMutexCannotBeLocked) {
     EXPECT_FALSE(access->QueueAfterNotification(
         access->pTicket, [](void*) {}, nullptr));
     EXPECT_THROW(ticket.AfterNotification(), char const*);
-    g_failingLock = nullptr;
+    mutexes::g_failing = nullptr;
     EXPECT_EQ(tickets::Set(access, "a", 1), 1) << "and works again afterwards";
 }
 

@@ -8,7 +8,6 @@ namespace TicketMutex {
 
 // Waits for a mutex that another thread holds. Throws the C string "MUTEX_LOCK: pthread_mutex_lock fail".
 void Wait(pthread_mutex_t& mutex);
-[[noreturn]] void ThrowLockFailure();
 
 // The owner word is read and written relaxed: a thread finds its own identifier there only if it wrote it itself, and
 // all else is ordered by the mutex.
@@ -19,10 +18,8 @@ inline void Acquire(SysLib::MUTEX_INSTANCE& instance) {
         ++instance.depth;
         return;
     }
-    if (owner != 0)
-        Wait(instance.mutex);
-    else if (pthread_mutex_lock(&instance.mutex) != 0)
-        ThrowLockFailure();
+    // Tried first: a thread that lost the race for a free mutex would sleep in pthread_mutex_lock.
+    if (owner != 0 || pthread_mutex_trylock(&instance.mutex) != 0) Wait(instance.mutex);
     instance.owner.store(self, std::memory_order_relaxed);
     instance.depth = 1;
 }
