@@ -1,5 +1,6 @@
 /** @file
- * Everything a C++ host can use. Hosts in plain C include TicketRecords.h, MultiParListC.h and Version.h.
+ * Everything a C++ host can use. Hosts in plain C include TicketRecords.h, TicketServices.h, MultiParListC.h and
+ * Version.h.
  */
 /** @mainpage
  * Each header has a page under Files, with a line on what it is for. Where to begin:
@@ -8,6 +9,7 @@
  * - a store of one's own, in memory or bound to a file: STICKET::Create and the table it returns, STICKET_ACCESS;
  * - whole vectors, arrays and file names: STICKET_READ and STICKET_MODIFY;
  * - many values at once: SETMULTIPAR_LIST, and PARTIAL_MODE to select some;
+ * - changes of a ticket, and copies under its mutex: TicketAddObserver and TicketRunLocked;
  * - from plain C: STICKET_INSTANCE, and MultiParListCreate and its companions.
  *
  * The host guide, docs/host-guide.md, shows all of this at work, tells how long each pointer lives and what is not kept
