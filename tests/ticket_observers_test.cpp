@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "ConfigurationControl/StringConversion.h"
 #include "ConfigurationControl/TicketServices.h"
 #include "support/FileTickets.h"
 #include "support/Threads.h"
@@ -331,17 +330,6 @@ TEST_P(Observers, ComeAndGoWhileOtherThreadsChangeTheTicket) {
     EXPECT_EQ(calls[0], before);
 }
 
-// A conversion is called by a load only, and reads or writes while its ticket is loaded.
-class CHANGING_CONVERSION : public STICKET_STRING_CONVERSION {
- public:
-    std::string ToFile(std::string const& text) override { return text; }
-    std::string FromFile(std::string const& text, int) override {
-        if (ticket) tickets::Set(ticket, "by the conversion", 1);
-        return text;
-    }
-    STICKET_ACCESS const* ticket = nullptr;
-};
-
 class FileObservers : public testing::Test {
  protected:
     SCRATCH_DIRECTORY const m_scratch;
@@ -364,18 +352,6 @@ TEST_F(FileObservers, AreNotToldOfLoadsWhateverTheFileHolds) {
     EXPECT_EQ(m_lines, LINES{});
     Set(ticket, "other", 2);
     EXPECT_EQ(m_lines, LINES{"A:other "});
-}
-
-TEST_F(FileObservers, AreToldOfWhatATextConversionSets) {
-    CHANGING_CONVERSION conversion;
-    STICKET_WHOAMI whoAmI = NOBODY;
-    whoAmI.pContext = static_cast<STICKET_STRING_CONVERSION*>(&conversion);
-    OWNER const ticket(STICKET::PCreate(m_file, whoAmI));
-    WITNESS const witness(ticket, m_lines, "A");
-    conversion.ticket = ticket;
-    Count(ticket);
-    conversion.ticket = nullptr;
-    EXPECT_EQ(m_lines, LINES{"A:by the conversion "});
 }
 
 TEST_F(FileObservers, AreNotToldOfASetThatIsRefusedBecauseTheFileCannotBeLoaded) {

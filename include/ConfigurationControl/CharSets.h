@@ -32,9 +32,9 @@ enum ALLOC_METHOD : int {
 };
 
 /**
- * Whether the text looks like UTF-8: true as soon as one multi-byte sequence is found anywhere; false for pure ASCII,
- * malformed bytes only, and null. A guess: the four-byte leads are 0xF0, 0xF2 ... 0xFE (every even one), and overlong
- * forms count. Takes linear time.
+ * Whether the text looks like UTF-8: true if it holds at least one multi-byte sequence; false for pure ASCII, malformed
+ * bytes only, and null. A guess: the four-byte leads are 0xF0, 0xF2 ... 0xFE (every even one), and overlong forms
+ * count. Takes linear time.
  */
 CONFIGURATIONCONTROL_API bool IsUtf8Coded(char const* text);
 /** As above, for the bytes before the first zero. */
@@ -45,7 +45,7 @@ CONFIGURATIONCONTROL_API bool NeedsConversion(char const* text);
 /** @copydoc NeedsConversion(char const*) */
 CONFIGURATIONCONTROL_API bool NeedsConversion(std::string const& text);
 
-/** The bytes that the converted text takes. @return always 0 on this platform: nothing is converted */
+/** The size of the converted text. @return always 0 on this platform: nothing is converted */
 CONFIGURATIONCONTROL_API std::size_t RequiredBufferSize(char const* text);
 /** @copydoc RequiredBufferSize(char const*) */
 CONFIGURATIONCONTROL_API std::size_t RequiredBufferSize(std::string const& text);
@@ -81,13 +81,14 @@ CONFIGURATIONCONTROL_API char* DuplicateAndConvert(char const* source, DIRECTION
  * Escapes, in place, the five characters that XML reserves and the seven German letters of Latin-1 (0xC4, 0xD6, 0xDC,
  * 0xDF, 0xE4, 0xF6, 0xFC), the latter as decimal references such as "&#196;".
  *
- * The characters are treated one after the other in ascending byte order, and each only behind the last place where an
- * earlier one was replaced: "a<b&c" gives "a<b&amp;c", as "&" comes before "<" in that order. Kept: hosts have stored
- * such texts. Takes linear time.
+ * The characters are replaced one after the other in ascending byte order, each only after the position of the last
+ * earlier replacement: "a<b&c" gives "a<b&amp;c", because "&" is replaced first. Hosts have stored such texts.
+ * Takes linear time.
  */
 CONFIGURATIONCONTROL_API void ReplaceConflictingXMLDataInString(std::string& text);
 
-/** Replacing and searching that, where characters may have two bytes, would not mistake a second byte for ASCII. */
+/** Functions that would not mistake the second byte of a double-byte character for ASCII, where such characters exist.
+ */
 namespace DBCS {
 
 /** Replaces every byte equal to `from` by `to`. */

@@ -16,8 +16,8 @@ enum CONFIGURATION_SETTING : int;
 /**
  * Implements IConfigurationControl on one file ticket, which it owns while it is open.
  *
- * There is one object in a process, from GetInstance; a host that makes another must know that the end of any object
- * makes the process forget its one. Threads: as IConfigurationControl says; the static functions from any thread.
+ * There is one object in a process, returned by GetInstance. CAUTION: the destructor of any other object resets that
+ * global instance too. Threads: as for IConfigurationControl; the static functions are safe from any thread.
  */
 class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationControl {
  public:
@@ -30,10 +30,10 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     static CConfigurationControl* GetInstance();
 
     /**
-     * The table of the open ticket; with `create` a ticket is opened from the stored path if none is. Writes no
-     * message. The table stays this object's: it is only called through, never written, and is valid until the ticket
-     * is closed. CAUTION: callbacks given to this table must not call the service; the process could hang.
-     * @return null if there is none
+     * The table of the open ticket; with `create` it is opened from the stored path if none is open. Writes no message.
+     * This object owns the table: do not write to it or destroy it. It is valid until the ticket is closed. CAUTION: a
+     * callback passed to this table must not call the service; the process could hang.
+     * @return null if no ticket is open
      */
     STICKET_ACCESS* GetConfigInstance(bool create);
     /** Closes the ticket without Flush; the ticket itself still saves its unsaved changes. @return always true */
@@ -42,12 +42,12 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     /** "/", which separates the components of keys and paths. */
     static std::string GetSeperator();
     /**
-     * Appends the pieces of `text` between runs of `delimiters`, each of whose bytes is one. A leading delimiter gives
-     * an empty first piece, a trailing one gives none; an empty text gives one empty piece. The arguments may be
+     * Splits `text` at runs of delimiters and appends the tokens. Each byte of `delimiters` is one. A leading delimiter
+     * gives an empty first token, a trailing one gives none; an empty text gives one empty token. The arguments may be
      * elements of `tokens`.
      */
     static void Tokenize(std::string const& text, std::vector<std::string>& tokens, std::string const& delimiters);
-    /** Creates every missing directory of `path`, with mode 0777 less the process's mask. Failures are not reported. */
+    /** Creates every missing directory of `path`, with mode 0777 less the umask. Failures are not reported. */
     static void CreateSubDirectory(std::string const& path);
     /**
      * Stores the modification time of the file in `mtime`, in whole seconds since 1970; an empty file leaves it as it
@@ -130,7 +130,7 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     bool IsVireoVerifySupported() override;
 
     void Release() override;
-    /** As IConfigurationControl says; also makes the process forget its one object. */
+    /** Closes the ticket without Flush; also resets the global instance. */
     ~CConfigurationControl() override;
 
  private:
@@ -164,7 +164,8 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     mutable std::mutex m_lock;                 // before m_pathLock and the ticket's own mutex
     bool m_dirty = false;                      // guarded by m_lock; once set it stays
     std::vector<IConfigNotification*> m_observers;
-    mutable std::mutex m_pathLock;  // held for copying only: a path question need not wait for a load or a save
+    mutable std::mutex
+        m_pathLock;  // held for copying only, so that IsConfigFileAvailable never waits for a load or save
 };
 
 #endif

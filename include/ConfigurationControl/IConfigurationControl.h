@@ -1,5 +1,5 @@
 /** @file
- * The configuration service, as hosts use it.
+ * The configuration service: the persistent settings of the application.
  */
 #ifndef CONFIGURATIONCONTROL_ICONFIGURATIONCONTROL_H
 #define CONFIGURATIONCONTROL_ICONFIGURATIONCONTROL_H
@@ -8,33 +8,34 @@
 
 #include "ConfigurationControl/Export.h"
 
-/** An observer of the configuration. The host declares it; this library keeps pointers to observers, no more. */
+/** An observer of the configuration, defined by the host. This library only stores pointers to observers. */
 class IConfigNotification;
 
 /**
  * Reads and writes the persistent settings of the application. Obtained from GetConfigurationControl().
  *
  * Each setting is one key of a ticket that is bound to the configuration file. Between Initialize and UnInitialize the
- * ticket is open; without one, getters return a fixed value and setters do nothing, not even a message. Getters report
- * no failure: a key that is absent or holds another type gives a fixed value too, and so does exhausted memory, except
- * that getters of text, and Initialize, may throw std::bad_alloc. Each getter names its key and these two values; where
- * it does not, both are 0, false or "".
+ * ticket is open. Without one, getters return a fixed value, and setters do nothing and write no message. Getters
+ * report no failure: they return a second fixed value if the key is absent, holds another type, or memory is exhausted;
+ * but getters of text, and Initialize, may throw std::bad_alloc. Each getter below names its key and these two values;
+ * if it names none, both are 0, false or "".
  *
- * Setters report nothing. Most write a message of level 6 to the host's logger, with the value in it. Text is kept up
- * to its first NUL. The non-const string references are inputs like the others and stay unchanged.
+ * Setters report nothing. Most write a message of level 6, with the value in it, to the host's logger. Text is stored
+ * up to its first NUL. The non-const string references are inputs; they stay unchanged.
  *
- * Any thread may call any operation but AddConfigNotification and Release: one mutex serialises all access. An
- * exception from the host's logger leaves the mutex unlocked and passes to the caller.
+ * Any thread may call any operation except AddConfigNotification and Release: one mutex serialises all access. An
+ * exception from the host's logger unlocks the mutex and passes to the caller.
  *
- * The operations and their order are the binary interface: none is added here. CConfigurationControl takes new ones.
+ * The operations and their order are the binary interface: none may be added here. New ones go into
+ * CConfigurationControl.
  */
 class CONFIGURATIONCONTROL_API IConfigurationControl {
  public:
     /**
      * Opens the configuration file; nothing is read until the first access. Writes the path to the logger, level 6. An
-     * empty path, of which a message of level 1 tells, keeps the path of an earlier call; without one the ticket has no
-     * file, and nothing of it is ever saved. With a ticket already open the path is only stored, for the next opening.
-     * @return whether a ticket is open; if not, a message of level 1 tells
+     * empty path writes a message of level 1 and keeps the path of an earlier call; if there was none, the ticket has
+     * no file and is never saved. If a ticket is already open, the path is only stored for the next Initialize.
+     * @return whether a ticket is open; if not, a message of level 1 is written
      */
     virtual bool Initialize(std::string path) = 0;
     /**
@@ -44,16 +45,16 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     virtual bool UnInitialize() = 0;
     /**
      * Saves the settings to the file: with `force` if the ticket holds unsaved changes, without it only once a setter
-     * has been used. @return always true, whatever became of the save
+     * has been used. @return always true, also if the save failed
      */
     virtual bool Flush(bool force) = 0;
-    /** Stores an observer, null and duplicates too. It is never called and stays the host's. Takes no lock. */
+    /** Stores an observer, which may be null or a duplicate. It is never called and never deleted. Takes no lock. */
     virtual void AddConfigNotification(IConfigNotification* observer) = 0;
     /** Whether the file of the stored path can be opened for reading. */
     virtual bool IsConfigFileAvailable() = 0;
     /**
      * Sets language, product name ("OKT_Vireo_ZR"), product version (7.0) and error tracing (off) to what a new
-     * installation has; always on the process-wide object, whichever this one is.
+     * installation has; always on the process-wide object, even if this is another one.
      */
     virtual void SetConfigFileDefaults(int language) = 0;
 
@@ -93,8 +94,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     /** "Product/Version", cut to the whole number towards 0: 7.5 reads as 7.0. -1.0 without a ticket, 0.0 if absent. */
     virtual double GetProductVersion() = 0;
     /**
-     * Stores "Product/Version", with its fraction. CAUTION: an infinite version has no text in a file. No save succeeds
-     * while it is there, and the one at the ticket's end, as of Release and UnInitialize, ends the process.
+     * Stores "Product/Version", with its fraction. CAUTION: a file cannot hold an infinite version. Every save fails
+     * while it is there, and the save at the ticket's end, in Release and UnInitialize, ends the process.
      */
     virtual void SetProductVersion(double version) = 0;
 
@@ -207,8 +208,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     virtual bool IsVireoVerifySupported() = 0;
 
     /**
-     * UnInitialize, then deletes this object. Only for objects of GetConfigurationControl() (or of `new`); the caller
-     * sees to it that no other call is under way or follows. CAUTION: as UnInitialize.
+     * UnInitialize, then deletes this object. Only for objects of GetConfigurationControl() (or of `new`). The caller
+     * ensures that no other call is under way or follows. CAUTION: as UnInitialize.
      */
     virtual void Release() = 0;
 
@@ -217,8 +218,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
 };
 
 /**
- * The process-wide configuration object, made on the first call; no ticket is open yet. It belongs to the library until
- * Release. Safe from any thread.
+ * Returns the process-wide configuration object, created on the first call without an open ticket. The library owns it
+ * until Release. Safe from any thread.
  */
 CONFIGURATIONCONTROL_API IConfigurationControl* GetConfigurationControl();
 

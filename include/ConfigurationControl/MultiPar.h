@@ -7,15 +7,15 @@
 #include "ConfigurationControl/TicketRecords.h"
 
 /**
- * Makes an array that reads `count` elements of one vector: record i has `key` (the pointer, not a copy), `type`, index
- * i, a null value and a false result; an all-zero record ends it.
+ * Allocates an array that reads `count` elements of one vector. Record i has `key` (the pointer, not a copy), `type`,
+ * index i, a null value and a false result; an all-zero record ends the array.
  * @return the array, to be released with `free`; null when memory is short or `count` is above 2147483647
  */
 CONFIGURATIONCONTROL_API GETMULTIPAR* NewGetMultipar(unsigned long count, char const* key, PARAM_TYPE type);
 
 /**
- * Makes an array that rewrites one key as exactly `count` values: as NewGetMultipar, but record 0 has SCALAR_INDEX, so
- * that it replaces whatever the key held and the later records append. One value stays a scalar.
+ * Allocates an array that rewrites one key as exactly `count` values: as NewGetMultipar, but record 0 has SCALAR_INDEX,
+ * so it replaces the old value and the later records append. One value stays a scalar.
  * @return the array, to be released with `free`; null when memory is short or `count` is above 2147483647
  */
 CONFIGURATIONCONTROL_API SETMULTIPAR* NewSetMultipar(unsigned long count, char const* key, PARAM_TYPE type);

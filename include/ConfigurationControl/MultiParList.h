@@ -1,5 +1,5 @@
 /** @file
- * An owning list of batched settings.
+ * A list of settings for a batch, with copies of their keys and values.
  */
 #ifndef CONFIGURATIONCONTROL_MULTIPARLIST_H
 #define CONFIGURATIONCONTROL_MULTIPARLIST_H
@@ -18,9 +18,9 @@
  * Collects settings one by one, from short-lived values or from a ticket, and hands them out as one array for
  * STICKET_ACCESS::SetMultiParameter. It keeps copies of all keys and copied values until `Clear` or destruction.
  *
- * Errors: setters return true; one that throws adds nothing: exhausted memory std::bad_alloc, the copy of a byte string
- * of absurd length std::length_error. What collects from a ticket that cannot be walked (unusable, its load out of
- * memory) adds nothing and reports nothing. Threads: one at a time per list.
+ * Errors: setters return true. A setter that throws adds nothing: std::bad_alloc if memory is exhausted,
+ * std::length_error for a byte string of absurd length. Collecting from a ticket that cannot be walked (it is unusable,
+ * or its load ran out of memory) adds nothing and reports nothing. Threads: one at a time per list.
  */
 class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
  public:
@@ -35,7 +35,7 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     SETMULTIPAR_LIST& operator=(SETMULTIPAR_LIST const&) = delete;
 
     /**
-     * Adds one record with copies of key and value. Types 0, 1 and 6 and numbers above 9 keep the caller's `value`
+     * Adds one record with copies of key and value. Types 0, 1 and 6 and unknown types keep the caller's `value`
      * pointer; null stays null. A double that is not a number, infinities included, becomes NaN. A null key is kept (as
      * an array ends there, it sorts last).
      * @return true
@@ -83,8 +83,8 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
      */
     void MergeIf(STICKET_ACCESS const* ticket, std::function<bool(char const*)> filter);
 
-    /** STICKET_WALK_CALLBACK whose context is a SETMULTIPAR_LIST: adds every value; passes over types 0 and 6. Always
-     * true. Exhausted memory throws std::bad_alloc, with which the walked entry answers 0. */
+    /** STICKET_WALK_CALLBACK whose context is a SETMULTIPAR_LIST: adds every value, ignores types 0 and 6. Returns
+     * true. Exhausted memory throws std::bad_alloc; the walking entry then returns 0. */
     static bool CollectAction(void* list, char const* key, PARAM_TYPE type, void const* value, int index);
 
  private:

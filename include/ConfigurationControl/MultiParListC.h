@@ -2,7 +2,7 @@
  * The batch list for callers that use only plain functions and records. C11 and C++.
  *
  * The handle names a SETMULTIPAR_LIST. A null handle is accepted everywhere. No locking: one thread at a time per list.
- * No exception leaves these functions; when memory is short they answer as for a null handle.
+ * No exception leaves these functions; if memory is exhausted they return what they return for a null handle.
  */
 #ifndef CONFIGURATIONCONTROL_MULTIPARLISTC_H
 #define CONFIGURATIONCONTROL_MULTIPARLISTC_H
@@ -34,8 +34,7 @@ CONFIGURATIONCONTROL_API unsigned long MultiParListSize(SETMULTIPAR_LIST const* 
 CONFIGURATIONCONTROL_API SETMULTIPAR* MultiParListTable(SETMULTIPAR_LIST* handle, int sort);
 
 /**
- * Adds one record. Key and value are copied, except for types 0, 1 and 6 and numbers above 9, whose `value` pointer is
- * kept as it is.
+ * Adds one record. Key and value are copied; types 0, 1 and 6 and unknown types keep the `value` pointer as it is.
  * @return false for a null handle
  */
 CONFIGURATIONCONTROL_API bool MultiParListSetParameter(SETMULTIPAR_LIST* handle, char const* key, PARAM_TYPE type,

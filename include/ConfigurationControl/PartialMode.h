@@ -29,13 +29,13 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
         /** Whether `a` comes before `b`. */
         bool operator()(std::string_view a, std::string_view b) const;
     };
-    /** A place in the set. Valid until its element is removed. */
+    /** An iterator. Valid until its element is removed. */
     using const_iterator = std::set<std::string, LESS>::const_iterator;
 
     /**
      * Adds a prefix unless one that covers it is there. A longer stored prefix that it covers is replaced; of several
-     * such only the first is removed, and the new prefix is then not added ("a/b/", "a/c/" and "a/" give "a/c/"). Kept:
-     * hosts' selections have always been reduced this way.
+     * such only the first is removed, and the new prefix is then not added ("a/b/", "a/c/" and "a/" give "a/c/").
+     * Hosts' selections have always been reduced this way.
      */
     void insert(std::string const& prefix);
     /**
@@ -51,7 +51,7 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
 
     /** The first prefix, in byte order. */
     const_iterator begin() const { return m_prefixes.begin(); }
-    /** Behind the last prefix. */
+    /** After the last prefix. */
     const_iterator end() const { return m_prefixes.end(); }
     /** Whether there is no prefix. */
     bool empty() const { return m_prefixes.empty(); }
@@ -70,8 +70,8 @@ struct CONFIGURATIONCONTROL_API PARTIAL_MODE {
     STRINGPREFIXSET prefixes;                /**< selected with everything that begins with them */
 
     /**
-     * Changes the selection. Null empties it. A first string of "" removes the following ones (see erase); otherwise
-     * all are added. A list without strings changes nothing.
+     * Changes the selection. Null empties it. If the first string is "", the following strings are removed (see erase);
+     * otherwise all strings are added. A list without strings changes nothing.
      */
     void set(char const* const* list);
     /** Removes one entry, written as in a list; a trailing "*" means a prefix (see STRINGPREFIXSET::erase). */
@@ -105,7 +105,7 @@ struct CONFIGURATIONCONTROL_API PARTIAL_COLLECT_ACTION {
 
     /** Adds the parameter when the mode selects its key. May throw std::bad_alloc. */
     void SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
-    /** STICKET_WALK_CALLBACK whose context is a PARTIAL_COLLECT_ACTION; passes over types 0 and 6. Always true. */
+    /** STICKET_WALK_CALLBACK whose context is a PARTIAL_COLLECT_ACTION; ignores types 0 and 6. Returns true. */
     static bool CollectAction(void* action, char const* key, PARAM_TYPE type, void const* value, int index);
 };
 

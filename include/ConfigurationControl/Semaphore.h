@@ -12,12 +12,12 @@
 #include "ConfigurationControl/Export.h"
 
 /**
- * Counts units that threads take and give back. The count may go below 0 through `update` or `signal(int)`; then as
- * many units are owed before a waiter gets one.
+ * Counts units that threads take and give back. `update` and `signal(int)` may make the count negative; then as many
+ * units must be given back before a waiter gets one.
  *
- * Threads: any, at any time, for all operations. `status` and `update` take no lock: they wake nobody, and what they
- * answer is steady only where the callers take turns. The object must outlive every call. No operation throws; what the
- * system's mutex and condition report is not looked at.
+ * Threads: any thread may call any operation at any time. `status` and `update` take no lock and wake nobody; their
+ * answers are reliable only where the callers exclude each other. The object must outlive every call. No operation
+ * throws; errors of the system's mutex and condition variable are ignored.
  */
 class CONFIGURATIONCONTROL_API Semaphore {
  public:
@@ -38,25 +38,24 @@ class CONFIGURATIONCONTROL_API Semaphore {
     /**
      * Takes one unit, waiting in periods of `seconds` by the wall clock.
      * @param block false: does not wait
-     * @param seconds length of a period; at 0 or less a period has passed at once
-     * @param giveUpOnTimeout true: gives up when the thread wakes, for whatever reason, and there is still no unit;
-     * false: waits another period instead
+     * @param seconds length of a period; 0 or less ends it at once
+     * @param giveUpOnTimeout true: returns false when the thread wakes, for any reason, and there is no unit; false:
+     * waits for another period
      * @return whether a unit was taken
      */
     bool wait(bool block, int seconds, bool giveUpOnTimeout);
     /**
      * Takes one unit if there is one; never waits, not even for the lock.
-     * @param peek what a failure leaves: true, the state of a caller who is still checking; false, that of one who
-     * went away
-     * @return 1 when a unit was taken; otherwise 2 when `peek`, else 0
+     * @param peek after a failure, true leaves the state at 2 (checking), false sets it to 0
+     * @return 1 if a unit was taken; otherwise 2 if `peek`, else 0
      */
     int status(bool peek);
 
-    /** Gives one unit, and wakes one waiter unless units were owed. */
+    /** Gives one unit, and wakes one waiter unless the count was negative. */
     void signal();
-    /** Gives `count` units, and wakes one waiter (only one, whatever `count` is) if there is a unit then. */
+    /** Gives `count` units. If the new count is above 0, wakes one waiter, whatever `count` is. */
     void signal(int count);
-    /** Gives one unit, and wakes all waiters unless units were owed. One of them takes it, the others wait on. */
+    /** Gives one unit, and wakes all waiters unless the count was negative. One takes the unit, the others wait on. */
     void broadcast();
     /** Adds `delta`, which may be negative, to the count; wakes nobody. @return the new count */
     int update(int delta);

@@ -1,5 +1,5 @@
 /** @file
- * How a host converts the text of a ticket file, for instance between character sets.
+ * An interface for hosts that convert the text of a ticket file, for instance between character sets.
  */
 #ifndef CONFIGURATIONCONTROL_STRINGCONVERSION_H
 #define CONFIGURATIONCONTROL_STRINGCONVERSION_H
@@ -18,10 +18,10 @@
 class STICKET_STRING_CONVERSION {
  public:
     /**
-     * Converts a stored text, the empty one included, to what the file keeps. A save may ask for a text twice. It must
-     * not save the same file by another ticket: behind the first 64 KB of text the save that asks has its temporary
-     * file open and locked, so that the other one waits for two seconds, goes through a temporary file of its own, and
-     * is replaced when the first one ends.
+     * Converts a stored text, the empty one included, to what the file keeps. A save may convert a text twice. Do not
+     * save the same file through another ticket here: after the first 64 KB of text the running save has locked its
+     * temporary file, so the other save waits for two seconds, uses a temporary file of its own, and is replaced when
+     * the first one ends.
      */
     virtual std::string ToFile(std::string const& text) = 0;
     /**

@@ -1,5 +1,5 @@
 /** @file
- * The ticket mutex with its guard, and two file system helpers.
+ * The ticket mutex, its scoped lock, and two file system helpers.
  */
 #ifndef CONFIGURATIONCONTROL_SYSLIB_H
 #define CONFIGURATIONCONTROL_SYSLIB_H
@@ -17,8 +17,8 @@
 namespace SysLib {
 
 /**
- * A mutex that its owning thread may lock again, through MUTEX_LOCK. Shared between tickets by STICKET_WHOAMI::pMutex;
- * must outlive every ticket that uses it.
+ * A mutex that its owning thread may lock again through MUTEX_LOCK. Several tickets can share one by
+ * STICKET_WHOAMI::pMutex; it must outlive them.
  */
 struct CONFIGURATIONCONTROL_API MUTEX_INSTANCE {
     /** Throws the C string "MUTEX_INSTANCE: pthread_mutex_init fail". */
@@ -28,16 +28,16 @@ struct CONFIGURATIONCONTROL_API MUTEX_INSTANCE {
     MUTEX_INSTANCE& operator=(MUTEX_INSTANCE const&) = delete;
 
     pthread_mutex_t mutex;        /**< default attributes */
-    std::atomic<pthread_t> owner; /**< 0 when free; only the owner can find itself here, so reading needs no lock */
-    int32_t depth;                /**< locks held by the owner; touched by the owner only */
+    std::atomic<pthread_t> owner; /**< 0: free. Only the owner can find itself here, so reading needs no lock */
+    int32_t depth;                /**< how often the owner has locked it; only the owner reads or writes this */
 };
 static_assert(sizeof(std::atomic<pthread_t>) == 8 && alignof(std::atomic<pthread_t>) == 8);
 static_assert(sizeof(MUTEX_INSTANCE) == sizeof(pthread_mutex_t) + 16);
 
-/** Holds a MUTEX_INSTANCE for its scope. Locks may nest on one thread. */
+/** Locks a MUTEX_INSTANCE for its scope. One thread may nest such locks. */
 class CONFIGURATIONCONTROL_API MUTEX_LOCK {
  public:
-    /** Waits for the mutex. Throws the C string "MUTEX_LOCK: pthread_mutex_lock fail". */
+    /** Waits until this thread has the mutex. Throws the C string "MUTEX_LOCK: pthread_mutex_lock fail". */
     explicit MUTEX_LOCK(MUTEX_INSTANCE& instance);
     ~MUTEX_LOCK();
     MUTEX_LOCK(MUTEX_LOCK const&) = delete;

@@ -11,17 +11,17 @@
 #include "ConfigurationControl/Export.h"
 
 /**
- * A derived class supplies `Run`. Nobody joins the thread, and after `Run` it looks once more at the object (see
- * m_selfDelete): the object must either delete itself or live as long as the thread, in practice as the process.
+ * A derived class supplies `Run`. Nobody joins the thread, and after `Run` the thread reads m_selfDelete: the object
+ * must either delete itself or live as long as the thread, in practice as long as the process.
  *
- * The safe pattern: give this base `false`, and call `Start` when the derived object is complete, at the earliest at
- * the end of the most derived constructor.
+ * The safe pattern: pass `false` to this base, and call `Start` when the derived object is complete, at the earliest
+ * at the end of the most derived constructor.
  *
  *     class JOB : public CThreadBase {
  *      public:
  *         JOB() : CThreadBase(false) {
  *             m_selfDelete = true;
- *             Start();  // nothing behind this line: the object may be gone already
+ *             Start();  // the last statement: the object may have deleted itself
  *         }
  *
  *      private:
@@ -33,31 +33,31 @@
 class CONFIGURATIONCONTROL_API CThreadBase {
  public:
     /**
-     * Starts nothing unless `startNow`. With `startNow` the thread runs while the derived object is still being built:
-     * it may call `Run` before there is one, which ends the process, or find members that are not there yet. It is only
-     * safe where the host keeps the thread from getting that far; otherwise use the pattern above.
+     * With `startNow` the thread starts while the derived object is still being constructed: it may call the pure
+     * virtual `Run`, which ends the process, or use members that are not constructed yet. That is safe only if the host
+     * delays the thread; otherwise use the pattern above.
      */
     explicit CThreadBase(bool startNow);
-    /** Forgets the thread. It is not stopped: a thread that still runs must not touch the object any more. */
+    /** Forgets the thread without stopping it. A thread that still runs must not use the object any more. */
     virtual ~CThreadBase();
     CThreadBase(CThreadBase const&) = delete;
     CThreadBase& operator=(CThreadBase const&) = delete;
 
  protected:
     /**
-     * The work. Called once on the object's thread. An exception that leaves it is swallowed; a cancellation or
-     * pthread_exit ends the thread at once, and the object is then not deleted.
+     * The work, called once on the object's thread. An exception that leaves it is dropped. A cancellation or
+     * pthread_exit ends the thread at once without deleting the object.
      */
     virtual void Run() = 0;
 
  public:
     /**
-     * Starts the thread, detached and with default attributes, unless one was started and not forgotten. A thread that
-     * cannot be made is not reported; `Start` may be called again. Does not touch the object once `Run` can begin, so
-     * that the thread may delete it at any moment.
+     * Starts the thread, detached and with default attributes, unless one was started and not forgotten. A failure is
+     * not reported; `Start` may be called again. Does not use the object once `Run` can begin, so the thread may delete
+     * it at any moment.
      */
     virtual void Start();
-    /** Forgets the thread, so that `Start` starts another one. It is neither stopped nor waited for. */
+    /** Forgets the thread, so that `Start` starts another one. Neither stops the thread nor waits for it. */
     void Terminate();
     /**
      * What the thread does: `Run`, then the deletion of the object if it is to delete itself.

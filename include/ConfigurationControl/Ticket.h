@@ -1,5 +1,5 @@
 /** @file
- * The ticket: creation and destruction. Everything else is done through the table that creation returns.
+ * Creates and destroys tickets. Everything else is done through the table that creation returns.
  */
 #ifndef CONFIGURATIONCONTROL_TICKET_H
 #define CONFIGURATIONCONTROL_TICKET_H
@@ -12,15 +12,15 @@
 #include "ConfigurationControl/TicketRecords.h"
 
 /**
- * A typed, ordered parameter store. Hosts use the public static functions and the STICKET_ACCESS table; the rest is for
- * the library's own ticket kinds.
+ * A typed, ordered parameter store. Hosts use the public static functions and the STICKET_ACCESS table. Everything else
+ * here serves the library's own kinds of tickets.
  */
 class STICKET {
  public:
     /**
      * Creates a ticket with the default identity (no server, both numbers -2, no context): in memory for a null `name`,
      * otherwise bound to the XML file of that name, "" included. The file is read at the first access.
-     * @return the table, to be given to Destroy
+     * @return the table; pass it to Destroy
      * Throws std::bad_alloc, or the C string "MUTEX_INSTANCE: pthread_mutex_init fail".
      */
     CONFIGURATIONCONTROL_API static STICKET_ACCESS const* Create(char const* name);
@@ -32,10 +32,10 @@ class STICKET {
     CONFIGURATIONCONTROL_API static STICKET_ACCESS const* PCreate(std::string const& fileName,
                                                                   STICKET_WHOAMI const& whoAmI);
     /**
-     * Destroys a ticket and sets the caller's pointer to null; the table and all that was read from the ticket end with
-     * it. A dirty file ticket is saved first; if that save throws (an infinite number cannot be written, a conversion
-     * may throw), the process ends; without memory for it the old file stays. No other call may be under way. Null does
-     * nothing.
+     * Destroys a ticket and sets the caller's pointer to null. The table and all pointers read from the ticket become
+     * invalid. Saves a dirty file ticket first. The process ends if that save throws, which it does for an infinite
+     * number and when a text conversion throws; if the save runs out of memory, the old file stays. No other call may
+     * be under way. Null does nothing.
      */
     CONFIGURATIONCONTROL_API static void Destroy(STICKET_ACCESS const*& access);
 
@@ -68,13 +68,14 @@ class STICKET {
     /** Throws as Create. */
     explicit STICKET(STICKET_WHOAMI const& whoAmI);
 
-    /** Throws the C string "STICKET::GetMutexInstance !WhoAmI.pMutex" when there is none. */
+    /** The ticket's mutex. Throws the C string "STICKET::GetMutexInstance !WhoAmI.pMutex" if there is none. */
     SysLib::MUTEX_INSTANCE& GetMutexInstance() const;
 
-    /** The operation codes that every kind performs alike: 4 to 12, on the parameters as they are in memory. */
+    /** Performs the operation codes 4 to 12, which are the same for every kind, on the parameters in memory. */
     bool CommonOperation(STICKET_OP code, void* data);
 
-    // Change registrations and deferred callbacks: to be called with the mutex held.
+    // Change registrations and deferred callbacks. Call these with the mutex held. Registrations are for tickets that
+    // derive from these classes inside the library: no function that a host can reach adds one.
 
     /** Always 0: no handles are issued. */
     int GetHNotification(int number) const;
@@ -86,14 +87,15 @@ class STICKET {
     void NotifySetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
     /** Removes the registrations that watch a key of a record whose `result` is set. */
     void NotifySetMultiParameter(SETMULTIPAR const* records);
-    /** Removes all registrations after the codes 2, 7 and 8. */
+    /** Removes all registrations after the codes 2, 7 and 8. Both kinds of ticket refuse code 8, so it gets here only
+     * from a derived kind. */
     void NotifyOperation(STICKET_OP code, void* data);
-    /** Runs the deferred callbacks. Their exceptions are swallowed. */
+    /** Runs the deferred callbacks and drops their exceptions. */
     void AfterNotification();
-    /** Always 0: there is nobody to flush to. */
+    /** Collects the parameters that a registration selects, drops them and returns 0: there is no receiver. */
     int FlushToNotification(REGISTRATION const* registration) const;
 
-    // Log hooks, called wherever something is worth a line.
+    // Log hooks. The library calls them where a log would help; they do nothing.
 
     /** Does nothing in this library; `format` is printf's. */
     static void Log(unsigned int level, char const* format, ...) __attribute__((format(printf, 2, 3)));

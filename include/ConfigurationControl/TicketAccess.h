@@ -8,10 +8,10 @@
  * Element types: bool (stored as the int 0 or 1), int, unsigned int, long long, unsigned long long, double,
  * char const*, std::string (vectors only) and void*. Numbers are converted as STICKET_ACCESS::GetParameter does.
  *
- * Lifetime of text. A `char const*` read from a ticket in memory points into the ticket until that value changes or
- * goes; one read from a file ticket stays valid until the ticket is destroyed. std::string results are copies, but they
- * are made after the batch has returned: while one thread reads text of a ticket in memory, other threads must not
- * change it (the ticket's numbered locks serve to agree on that). File tickets need no such care.
+ * Lifetime of text. A `char const*` read from a ticket in memory is valid until that value changes or is deleted; one
+ * read from a file ticket is valid until the ticket is destroyed. std::string results are copies that are made after
+ * the batch has returned: while one thread reads text of a ticket in memory, other threads must not change it, or the
+ * read must run in TicketRunLocked. Texts of a file ticket need no such care.
  */
 #ifndef CONFIGURATIONCONTROL_TICKETACCESS_H
 #define CONFIGURATIONCONTROL_TICKETACCESS_H
@@ -56,8 +56,8 @@ class CONFIGURATIONCONTROL_API STICKET_READ {
     bool GetVectorParameter(char const* key, std::vector<bool>& value) const;
     /** @copydoc GetVectorParameter(char const*, std::vector<int>&) const */
     bool GetVectorParameter(char const* key, std::vector<std::string>& value) const;
-    /** Tickets answer pointers only as whole values, so no element can be read: false, with `value` empty if there are
-     * elements. Here so that every type that can be written has its counterpart. */
+    /** Always false, with `value` empty if there are elements: tickets return pointers only as whole values. Declared
+     * because every type that can be written has its counterpart. */
     bool GetVectorParameter(char const* key, std::vector<void*>& value) const;
     /** As the vector of std::string, each element a file name with every backslash turned into "/". */
     bool GetFilenameVectorParameter_C(char const* key, std::vector<std::string>& value) const;
@@ -79,7 +79,7 @@ class CONFIGURATIONCONTROL_API STICKET_READ {
     bool GetArrayParameter(char const* key, char const** array, unsigned long count) const;
     /** @copydoc GetArrayParameter(char const*, int*, unsigned long) const */
     bool GetArrayParameter(char const* key, bool* array, unsigned long count) const;
-    /** Always false, and `array` is not written: tickets answer pointers only as whole values. */
+    /** Always false, and `array` is not written: tickets return pointers only as whole values. */
     bool GetArrayParameter(char const* key, void** array, unsigned long count) const;
 
  private:

@@ -1,15 +1,15 @@
 /** @file
- * The records, numbers and function tables through which every ticket is used. C11 and C++.
+ * A stable C ABI: the records, numbers and tables of functions through which hosts use tickets. C11 and C++.
  *
- * This is a binary interface: hosts that were built separately read these records by offset. Sizes, offsets, orders,
- * numbers and the reserved gaps never change; the assertions at the end hold them in place.
+ * Hosts that were built separately read these records by offset. Sizes, offsets, orders, numbers and the reserved
+ * fields never change; the assertions at the end check them.
  *
- * Vocabulary used throughout:
+ * Terms used below:
  * - *key*: NUL-terminated text, compared byte by byte. "/" has no meaning to a ticket in memory; a ticket file nests
  * its elements by it.
  * - *index*: SCALAR_INDEX addresses a value as a whole, APPEND_INDEX (set only) appends, 0 and up address the elements
- * of a vector. A scalar is readable as its own element 0.
- * - *result*: table entries return 0 for failure and non-zero for success; no exception ever leaves one.
+ * of a vector. A scalar can be read as element 0.
+ * - *result*: table entries return 0 for failure and non-zero for success; no exception leaves one.
  *
  * Threads: every table entry takes the ticket's mutex for the whole of its work, so any thread may call any entry. The
  * mutex is recursive: callbacks may call the same ticket again on the same thread.
@@ -30,7 +30,7 @@
 
 /* clang-format off */
 
-/** The types in which values are exchanged. Other numbers are refused everywhere. */
+/** The types in which values are exchanged. Unknown types are refused everywhere. */
 #ifdef __cplusplus
 enum PARAM_TYPE : uint32_t {
 #else
@@ -49,8 +49,8 @@ enum {
     PARAM_UINT64 = 9    /**< uint64_t */
 };
 
-/** Operation codes of STICKET_ACCESS::Operation, each with what `data` points to. A ticket in memory has nothing to do
- * for the codes 0, 1 and 3 and answers 1. */
+/** Operation codes of STICKET_ACCESS::Operation, each with what `data` points to. A ticket in memory does nothing for
+ * the codes 0, 1 and 3 and returns 1. */
 #ifdef __cplusplus
 enum STICKET_OP : uint32_t {
 #else
@@ -70,10 +70,10 @@ enum {
                                       saving a partial tree writes only what is in memory */
     STICKET_OP_COUNT = 4,        /**< `unsigned int*`: receives the number of values, loaded first if need be */
     STICKET_OP_COUNT_LOADED = 5, /**< `unsigned int*`: receives the number of values in memory */
-    STICKET_OP_FLUSH_NOTIFICATION = 6, /**< `int const*` registration number: always answers 0 */
+    STICKET_OP_FLUSH_NOTIFICATION = 6, /**< `int const*` registration number: always returns 0 */
     STICKET_OP_INCREMENT = 7,    /**< `unsigned int*`: incremented by one */
-    STICKET_OP_UNUSED_8 = 8,     /**< always answers 0 */
-    STICKET_OP_UNUSED_9 = 9,     /**< always answers 0 */
+    STICKET_OP_UNUSED_8 = 8,     /**< always returns 0 */
+    STICKET_OP_UNUSED_9 = 9,     /**< always returns 0 */
     STICKET_OP_CONTEXT = 10,     /**< `void**`: receives STICKET_WHOAMI::pContext */
     STICKET_OP_WHOAMI = 11,      /**< `STICKET_OPTION_WHOAMI*`: filled */
     STICKET_OP_INSTANCE = 12     /**< `void**`: receives a pointer to the library's STICKET_INSTANCE record */
@@ -85,7 +85,8 @@ enum {
     APPEND_INDEX = -2  /**< set only: append to the key's vector */
 };
 
-/** A borrowed byte string: it never owns its bytes. A null `data` is the empty byte string whatever `length` says. */
+/** A borrowed byte string: it never owns its bytes. If `data` is null, the byte string is empty and `length` is
+ * ignored. */
 typedef struct BIN_STRING {
     void const* data; /**< the first byte; may be null */
     uint64_t length;  /**< bytes */
@@ -157,38 +158,37 @@ typedef struct STICKET_ACCESS {
      * Reads one value, converted to `type`. Numbers are read as any number type: rounded half away from zero, out of
      * range as the nearest bound. NaN reads as INT32_MIN, UINT32_MAX, INT64_MAX or UINT64_MAX; so does, as uint64, an
      * infinity of either sign. 64-bit integers beyond 2^53 keep their bits when read with the other sign. Text is also
-     * read as a byte string. Nothing else is converted. PARAM_NONE reads the type (a PARAM_TYPE), PARAM_VECTOR the
-     * number of elements (1 for a scalar). The type of a number is PARAM_DOUBLE whatever it was set as, except that of
-     * a 64-bit integer beyond 2^53.
+     * read as a byte string. There are no other conversions. PARAM_NONE reads the type (a PARAM_TYPE), PARAM_VECTOR the
+     * number of elements (1 for a scalar). The type of every number is PARAM_DOUBLE, except that of a 64-bit integer
+     * beyond 2^53.
      *
-     * Lifetime of what is read: text of a ticket in memory, and the bytes of a byte string, until that value changes or
-     * goes (also because a file ticket drops its contents); text of a file ticket until the ticket is destroyed. An
-     * opaque pointer is the host's.
+     * Lifetime: text of a ticket in memory, and bytes of a byte string, are valid until that value changes or is
+     * deleted, or a file ticket drops its contents. Text of a file ticket is valid until the ticket is destroyed. The
+     * host owns what an opaque pointer points to.
      *
-     * @param ticket null answers 0
-     * @param key null is a key that does not exist
+     * @param ticket null returns 0
+     * @param key null: no such key
      * @param type type of the buffer
-     * @param value buffer of the type's size. On failure it receives 0, null or {null, 0}, except
-     *        that PARAM_POINTER and PARAM_VECTOR with an element index, and types above 9, write nothing; nor does
-     *        anything when the ticket cannot be used or loaded. Null: nothing is read, the result tells whether there
-     *        is a value
+     * @param value buffer of the type's size. On failure it receives 0, null or {null, 0}. It is left alone by
+     *        PARAM_POINTER and PARAM_VECTOR with an element index, by unknown types, and if the ticket cannot be used
+     *        or loaded. Null: nothing is read, the result tells whether the value exists
      * @param index SCALAR_INDEX or an element. A vector as a whole is read as PARAM_NONE or PARAM_VECTOR only
      */
     int (*GetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index);
-    /** Reads a batch under one lock, each record as GetParameter does; whether a record was read is in its `result`.
-     * Non-zero, or 0 when `records` is null, the ticket cannot be used, memory is short, or a save before a partial
-     * tree is dropped fails: then every `result` is false and the buffers tell nothing. A null ticket answers 0 and
-     * leaves the records as they are. */
+    /** Reads a batch under one lock, each record as GetParameter does, and sets each record's `result`. Returns
+     * non-zero; or 0 if `records` is null, the ticket cannot be used, memory is exhausted, or a save before a partial
+     * tree is dropped fails: then every `result` is false and the buffers are undefined. For a null ticket returns 0
+     * and leaves the records alone. */
     int (*GetMultiParameter)(STICKET* ticket, GETMULTIPAR* records);
     /**
      * Calls back for every parameter in ascending key order. `prefix` is accepted and ignored. Levels: below 1 keys
      * only, 1 types, 2 and 3 values (vectors by their count), 4 to 9 elements by type, from 10 elements with values.
      * As a value, a number without a fraction is reported as PARAM_INT, any other as PARAM_DOUBLE, an integer beyond
-     * 2^53 as PARAM_INT64 or PARAM_UINT64; by type alone the first two are both PARAM_DOUBLE. CAUTION: of a number
-     * without a fraction that an int32_t cannot hold a walk reports INT32_MIN. Read such values by their key.
-     * Runs on the calling thread, with the mutex held throughout. The callback may change this ticket: the walk goes on
-     * with the next key after the last one. A C++ exception that leaves the callback ends the walk with 0.
-     * @return non-zero, also when the callback ended the walk; 0 when `callback` is null or the ticket cannot be used
+     * 2^53 as PARAM_INT64 or PARAM_UINT64; by type alone the first two are both PARAM_DOUBLE. CAUTION: a number without
+     * a fraction that does not fit into an int32_t is reported as INT32_MIN. Read such values by their key.
+     * Runs on the calling thread, with the mutex held throughout. The callback may change this ticket: the walk
+     * continues with the next greater key. A C++ exception that leaves the callback ends the walk with 0.
+     * @return non-zero, also if the callback ended the walk; 0 if `callback` is null or the ticket cannot be used
      */
     int (*WalkParameter)(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level);
     void* Reserved1[20]; /**< null */
@@ -196,60 +196,61 @@ typedef struct STICKET_ACCESS {
     /**
      * Stores a copy of the value that `value` points to; PARAM_POINTER stores `value` itself. A null `value` is "" for
      * PARAM_STRING, null for PARAM_POINTER, and refused for numbers and byte strings. PARAM_NONE takes a null `value`
-     * and deletes the key or, with an element index, that element; the later ones move down. PARAM_VECTOR is refused:
-     * vectors are made element by element.
+     * and deletes the key or, with an element index, that element; later elements move down. PARAM_VECTOR is refused:
+     * vectors are built element by element.
      *
-     * SCALAR_INDEX replaces whatever the key held. APPEND_INDEX gives an absent key a scalar, makes a scalar the vector
-     * of the old and the new value, and adds to a vector. An element index first makes a vector of whatever there is;
-     * one equal to the number of elements appends, a higher or negative one is refused, and the key is a vector all the
-     * same. Any other refusal leaves the value as it was. `value` and `key` may point into this ticket.
+     * SCALAR_INDEX replaces the old value or vector. APPEND_INDEX stores a scalar under an absent key, turns a scalar
+     * into the vector of the old and the new value, and appends to a vector. An element index first turns the key into
+     * a vector: an absent key into an empty one, a scalar into one element. Then an index equal to the number of
+     * elements appends; a higher or negative one is refused, but the key stays a vector. Any other refusal changes
+     * nothing. `value` and `key` may point into this ticket.
      * @return 1 or 0
      */
     int (*SetParameter)(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index);
-    /** Stores a batch under one lock, in order, after reading all its keys and values; whether a record was stored is
-     * in its `result`. 1, also when records failed, for want of memory too; 0 when `records` is null, or when the
-     * ticket cannot be used or loaded: then every `result` is false. A null ticket answers 0 and leaves the records as
-     * they are. */
+    /** Stores a batch under one lock, in order, after reading all its keys and values, and sets each record's `result`.
+     * Returns 1, also if records failed because memory was exhausted; or 0 if `records` is null, or the ticket cannot
+     * be used or loaded: then every `result` is false. For a null ticket returns 0 and leaves the records alone. */
     int (*SetMultiParameter)(STICKET* ticket, SETMULTIPAR* records);
     /**
      * Copies parameters of `source`, which may be this ticket, into this ticket. The mutex is not held between the
      * steps (collect, clear, store): other threads may see a cleared target. CAUTION: the values are those that a walk
      * reports, so a number without a fraction beyond 32 bits arrives as INT32_MIN.
-     * @param ticket the target; null answers 0
-     * @param source null answers 0. One that cannot be walked changes nothing
+     * @param ticket the target; null returns 0
+     * @param source null returns 0. If it cannot be walked, nothing changes
      * @param keys null-terminated selection: exact keys, or prefixes with a trailing "*". Null or no strings:
      *        everything; a first string of "": nothing
      * @param clear empties the target before the copies are stored
-     * @return 1, also when memory was too short to store some of the copies; 0 when it was too short to collect them,
-     * and when the source holds nothing that `keys` selects; what `clear` asked for is done all the same
+     * @return 1, also if memory ran out while the copies were stored; 0 if it ran out while they were collected, or if
+     * the source holds nothing that `keys` selects; `clear` then still empties the target
      */
     int (*MergeTicket)(STICKET* ticket, struct STICKET_ACCESS const* source, char const* const* keys, bool clear);
-    /** Performs an operation code; see STICKET_OP. 1, or 0 when it could not: an unknown code, a null `data` where one
-     * is needed, an unusable ticket, a save without memory or stopped by an infinite number, a throwing conversion or
-     * a key nested too deep. Such a save leaves the file and the unsaved values as they were. */
+    /** Performs an operation code; see STICKET_OP. Returns 1; or 0 for an unknown code, a null `data` where one is
+     * needed, an unusable ticket, or a save that ran out of memory or met an infinite number, a throwing conversion or
+     * a key nested too deep. Such a save leaves the file as it was, and the ticket stays unsaved. */
     int (*Operation)(STICKET* ticket, STICKET_OP code, void* data);
     /**
-     * Takes or gives back one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but
-     * -1 and -2). Refused because somebody holds it: 0, and `*owner` receives the holder. Unlocking writes -1 to
-     * `*owner` once the lock is free; number -2 unlocks everything that `*owner` holds, and writes -1 only if no lock
-     * is held any more. With `*owner` -2, which stays so, unlocking frees the lock, or all of them, whoever holds it.
-     * The holder may lock again and then unlocks as often. Locks are not saved.
-     * @return non-zero when the lock was taken, or given back or free already; for number -2 when there was one to give
-     * back, or `*owner` is -2
+     * Takes or releases one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but -1
+     * and -2). If another owner holds the lock, returns 0 and writes the holder to `*owner`. Unlocking writes -1 to
+     * `*owner` once the lock is free. Number -2 unlocks everything that `*owner` holds, and writes -1 only if no lock
+     * is held any more. With `*owner` -2, which is left as it is, unlocking frees the lock, or all locks, of any owner.
+     * The holder may lock again and must unlock as often. Locks are not saved.
+     * @return non-zero if the lock was taken, released, or already free; for number -2 if at least one was released, or
+     * `*owner` is -2
      */
     int (*Lock)(STICKET* ticket, int number, int* owner, bool lock);
     void* Reserved2[20]; /**< null */
 
-    /** Removes change registrations, of which this library makes none: number -2 with `enable` false all of them, a
-     * number from 0 that one, for tickets with a server. `keys` is ignored. 1, or 0 for any other number and for a
-     * ticket that cannot be used. */
+    /** Removes change registrations: all of them for number -2 with `enable` false; one for a number from 0 on a ticket
+     * with a server. No function that a host can call adds one; see TicketServices.h for observers. `keys` is ignored.
+     * Returns 1; or 0 for any other number and for a ticket that cannot be used. */
     int (*EnDisNotification)(STICKET* ticket, int number, bool enable, char const* const* keys);
     /**
      * Queues a callback that runs once: in the next SetParameter, SetMultiParameter or Operation that succeeds, on its
-     * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued; one may use
-     * the ticket and queue others, which run in the same pass. Those still queued when the ticket is destroyed are
-     * dropped. `argument` is passed on as it is.
-     * @return false if `callback` is null, the ticket is null or cannot be used, or memory is short
+     * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued. A callback may
+     * use the ticket and queue others, which run in the same pass: one that queues itself again never ends. To hear of
+     * every change, see TicketAddObserver. Callbacks still queued when the ticket is destroyed are dropped. `argument`
+     * is passed to the callback.
+     * @return false if `callback` is null, the ticket is null or cannot be used, or memory is exhausted
      */
     bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);
     void* Reserved3[19]; /**< null */
@@ -257,14 +258,14 @@ typedef struct STICKET_ACCESS {
 
 /** Identity and options of a ticket, copied when it is created. */
 typedef struct STICKET_WHOAMI {
-    STICKET* pServer; /**< the ticket that serves this one and outlives it; null: the ticket makes and owns its mutex */
+    STICKET* pServer; /**< the ticket that serves this one and outlives it; null: this ticket owns a mutex of its own */
     int nIdA;         /**< reported by STICKET_OP_WHOAMI and in log texts; -2 by default */
     int nIdB;         /**< likewise */
     void* pContext;   /**< the caller's, returned by STICKET_OP_CONTEXT. For a file ticket null or a
                            STICKET_STRING_CONVERSION, used whenever text is saved or loaded; outlives the ticket */
 #ifdef __cplusplus
-    SysLib::MUTEX_INSTANCE* pMutex; /**< with `pServer`: the mutex to share, not owned; null there: the ticket cannot be
-                                         used, every entry answers 0. Without `pServer` ignored */
+    SysLib::MUTEX_INSTANCE* pMutex; /**< with `pServer`: the mutex to share, not owned; if null, the ticket cannot be
+                                         used and every entry returns 0. Without `pServer`: ignored */
 #else
     void* pMutex; /**< as in C++ */
 #endif
@@ -282,16 +283,16 @@ typedef struct STICKET_INSTANCE {
     uint64_t nSize;    /**< 192 */
     uint64_t nVersion; /**< 1; a host goes no further with another one */
     /**
-     * Creates a ticket and returns its table, to be given back to `Destroy`. Null name: in memory; any other, ""
-     * included: bound to the XML file of that name, which is read at the first access. May throw C++ exceptions on
-     * exhausted memory.
+     * Creates a ticket and returns its table, to be passed to `Destroy`. Null name: in memory; any other, "" included:
+     * bound to the XML file of that name, which is read at the first access. Throws a C++ exception if memory is
+     * exhausted.
      */
     STICKET_ACCESS const* (*Create)(char const* name);
     /**
-     * Destroys the ticket of a table, which ends with all that was read from the ticket, and sets the caller's pointer
-     * to null. A dirty file ticket is saved first. CAUTION: the process ends where that save would answer 0 (an
-     * infinite number, a conversion that throws), except for want of memory. No call may be under way. Null does
-     * nothing.
+     * Destroys the ticket of a table and sets the caller's pointer to null. The table and all pointers read from the
+     * ticket become invalid. Saves a dirty file ticket first. CAUTION: the process ends if that save meets an infinite
+     * number or a conversion that throws; if it runs out of memory, the old file stays. No call may be under way. Null
+     * does nothing.
      */
 #ifdef __cplusplus
     void (*Destroy)(STICKET_ACCESS const*& access);
@@ -360,7 +361,7 @@ TICKETRECORDS_ASSERT(offsetof(STICKET_INSTANCE, Reserved) == 40);
 /* clang-format on */
 /** @endcond */
 
-/** The factory record. Constant, usable from any thread, also while other static objects are made or destroyed. */
+/** The factory record. Constant; usable from any thread, also while static objects are constructed or destroyed. */
 CONFIGURATIONCONTROL_API extern STICKET_INSTANCE const STicketInstance;
 /** Pointer to STicketInstance; what STICKET_OP_INSTANCE hands out. */
 CONFIGURATIONCONTROL_API extern STICKET_INSTANCE const* const hSTicketInstance;

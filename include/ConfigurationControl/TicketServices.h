@@ -26,6 +26,7 @@ typedef void (*TICKET_LOCKED_CALLBACK)(void* context);
  * table and may change the ticket. It must not wait for another thread that uses the ticket, and must not destroy it.
  * @param access the ticket's table
  * @param callback null returns 0
+ * @param context passed to the callback
  * @return 1 once the callback has returned; 0 if it was not called, or if a C++ exception left it
  */
 CONFIGURATIONCONTROL_API int TicketRunLocked(STICKET_ACCESS const* access, TICKET_LOCKED_CALLBACK callback,
@@ -61,6 +62,7 @@ typedef void (*TICKET_OBSERVER)(void* context, char const* const* keys);
  *
  * @param access the ticket's table
  * @param observer null returns 0
+ * @param context passed to the observer
  * @return a number for TicketRemoveObserver, which no other observer of this process gets; 0 if there was no memory
  */
 CONFIGURATIONCONTROL_API uint64_t TicketAddObserver(STICKET_ACCESS const* access, TICKET_OBSERVER observer,

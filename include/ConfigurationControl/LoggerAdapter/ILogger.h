@@ -1,5 +1,5 @@
 /** @file
- * The host's logging service, as this library sees it.
+ * The interface of the host's logging service.
  */
 #ifndef CONFIGURATIONCONTROL_LOGGERADAPTER_ILOGGER_H
 #define CONFIGURATIONCONTROL_LOGGERADAPTER_ILOGGER_H
@@ -11,24 +11,25 @@ namespace LoggerAdapter {
 
 /**
  * Implemented by the host; the order of the operations is the binary interface. The library calls IsLogLevelEnabled
- * and, only if that answers true, LogMessage, on whichever thread uses the service and mostly with the service's mutex
- * held: they must be safe from any thread and must not call the service back. The logger must live as long as the
- * service is used.
+ * and, only if that returns true, LogMessage, on the thread that uses the service, mostly with the service's mutex
+ * held. Both must be safe from any thread and must not call the service. The logger must live as long as the service is
+ * used.
  */
 class CONFIGURATIONCONTROL_API ILogger {
  public:
-    /** Never called by this library; it keeps the other operations in their places. */
+    /** Never called by this library; holds a place in the order of the operations. */
     virtual void Reserved() {}
     /** Whether messages of this level are wanted. The library uses 1 (failures) and 6 (settings changed). */
     virtual bool IsLogLevelEnabled(int level) = 0;
-    /** Writes a message; `format` and what follows are as for printf. The pointers live during the call. */
+    /** Writes a message; `format` and the arguments after it are those of printf. All pointers are valid during the
+     * call. */
     virtual void LogMessage(int level, char const* fileName, int line, char const* format, ...) = 0;
 
     /**
-     * The host defines this function: it returns the logger, which stays the host's, or null for none. The library
-     * carries a weak definition whose logger is disabled; a host's own definition wins, in the program or in a shared
-     * library, if it is visible to the dynamic linker: programs that load the library with `dlopen` are linked with
-     * -rdynamic, and from a static library the linker takes the definition only if it is told to (`-u`).
+     * Defined by the host: returns the logger, which the host keeps, or null for none. The library has a weak
+     * definition, a fallback logger with all levels disabled. The host's definition, in the program or in a shared
+     * library, takes precedence if the dynamic linker can see it: link a program that loads the library with `dlopen`
+     * with -rdynamic, and name the symbol to the linker (`-u`) if its definition lies in a static library.
      */
     static ILogger* getInstance();
 
