@@ -14,19 +14,22 @@ void Wait(pthread_mutex_t& mutex);
 inline void Acquire(SysLib::MUTEX_INSTANCE& instance) {
     pthread_t const self = pthread_self();
     pthread_t const owner = instance.owner.load(std::memory_order_relaxed);
-    if (owner == self) {
+    if (__builtin_expect(owner == self, false)) {
         ++instance.depth;
         return;
     }
     // Tried first: a thread that lost the race for a free mutex would sleep in pthread_mutex_lock.
-    if (owner != 0 || pthread_mutex_trylock(&instance.mutex) != 0) Wait(instance.mutex);
+    if (__builtin_expect(owner != 0 || pthread_mutex_trylock(&instance.mutex) != 0, false)) Wait(instance.mutex);
     instance.owner.store(self, std::memory_order_relaxed);
     instance.depth = 1;
 }
 
 // By the owner only.
 inline void Release(SysLib::MUTEX_INSTANCE& instance) noexcept {
-    if (--instance.depth > 0) return;
+    if (__builtin_expect(instance.depth > 1, false)) {
+        --instance.depth;
+        return;
+    }
     instance.depth = 0;
     instance.owner.store(0, std::memory_order_relaxed);
     pthread_mutex_unlock(&instance.mutex);
