@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <exception>
 #include <iterator>
 #include <limits>
-#include <new>
 #include <utility>
 
 #include "Common/Src/Cancellation.h"
@@ -234,16 +234,23 @@ std::string CConfigurationControl::ReadSecret(CONFIGURATION_SETTING setting) con
         STICKET_ACCESS const& ticket;
         CONFIGURATION_SETTING setting;
         std::string copy;
+        std::exception_ptr thrown;
 
-        static void Copy(void* secret) {
-            auto& [ticket, setting, copy] = *static_cast<SECRET*>(secret);
-            BIN_STRING bytes{};
-            if (Get(ticket, setting, PARAM_BINSTR, &bytes) && bytes.data)
-                copy.assign(static_cast<char const*>(bytes.data), bytes.length);
+        static void Copy(void* context) {
+            auto& [ticket, setting, copy, thrown] = *static_cast<SECRET*>(context);
+            try {
+                BIN_STRING bytes{};
+                if (Get(ticket, setting, PARAM_BINSTR, &bytes) && bytes.data)
+                    copy.assign(static_cast<char const*>(bytes.data), bytes.length);
+            } catch (...) {
+                PassCancellation();
+                thrown = std::current_exception();
+            }
         }
-    } secret{*m_ticket, setting, {}};
-    // Direct users of the table bypass m_lock, and free these bytes by changing them. Only the copy can fail.
-    if (!TicketRunLocked(m_ticket, &SECRET::Copy, &secret)) throw std::bad_alloc();
+    } secret{*m_ticket, setting, {}, {}};
+    // Direct users of the table bypass m_lock, and free these bytes by changing them.
+    TicketRunLocked(m_ticket, &SECRET::Copy, &secret);
+    if (secret.thrown) std::rethrow_exception(secret.thrown);
     return std::move(secret.copy);
 }
 
