@@ -1,0 +1,401 @@
+/** @file
+ * The typed C++ layer on a ticket: settings as the types that a host works with. C++17, POSIX.
+ *
+ *     ticket::Store store("viewer.xml");
+ *     int width = store.get("Window/Width", 800);
+ *     store.set("Recent", {"a.pdf", "b.pdf"});
+ *     if (auto saved = store.save(); !saved) warn(saved.message());
+ *
+ * Header-only, on the public table and the plain functions of TicketServices.h. docs/store-guide.md shows all of it at
+ * work, with a table of what a file keeps.
+ *
+ * Threads: any thread may use one store at any time, except that its construction, move and destruction want it alone.
+ * Reads copy with the ticket's mutex held. Exceptions: std::bad_alloc, and Error where it was asked for; nothing else.
+ */
+#ifndef CONFIGURATIONCONTROL_STORE_H
+#define CONFIGURATIONCONTROL_STORE_H
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "ConfigurationControl/Store/Change.h"
+#include "ConfigurationControl/Store/Forms.h"
+#include "ConfigurationControl/Store/Key.h"
+#include "ConfigurationControl/Store/Result.h"
+#include "ConfigurationControl/Store/State.h"
+#include "ConfigurationControl/Store/Value.h"
+#include "ConfigurationControl/Store/Watch.h"
+
+namespace ticket {
+
+template <typename Function>
+class FileWatch;
+
+/** Settings in memory, on a file, or on the table of a ticket that somebody else owns. */
+template <typename Lazy>
+class BasicStore {
+ public:
+    using Options = StoreOptions; /**< how a store works */
+
+    /** A store in memory. It keeps every value, and save() has nothing to do. */
+    explicit BasicStore(Options const& options = {})
+        : BasicStore({STicketInstance.Create(nullptr), true}, {}, detail::Rules::memory, options) {}
+    /**
+     * A store on a file, which is read now; it need not exist. The values are kept in memory until save().
+     * loaded() tells whether the file was read.
+     */
+    explicit BasicStore(std::string file, Options const& options = {})
+        : BasicStore({STicketInstance.Create(nullptr), true}, std::move(file), detail::Rules::file, options) {
+        m_state->open();
+    }
+    /** As above. */
+    explicit BasicStore(char const* file, Options const& options = {}) : BasicStore(std::string(file), options) {}
+    /** As above, with a std::filesystem::path. */
+    template <typename Path, std::enable_if_t<detail::is_path<Path>, int> = 0>
+    explicit BasicStore(Path const& file, Options const& options = {}) : BasicStore(file.native(), options) {}
+    /**
+     * A store on a ticket that its owner keeps, and that outlives the store: for instance the settings service's,
+     * CConfigurationControl::GetConfigInstance. save() saves that ticket, without a merge. Null is a store that holds
+     * nothing and takes nothing.
+     */
+    explicit BasicStore(STICKET_ACCESS const* table, Options const& options = {})
+        : BasicStore({table, false}, {}, detail::Rules::file, options) {}
+    BasicStore(std::nullptr_t) = delete;
+
+    /** Leaves `other` without a ticket: it holds nothing and takes nothing. */
+    BasicStore(BasicStore&& other) noexcept { swap(other); }
+    /** As above. */
+    BasicStore& operator=(BasicStore&& other) noexcept {
+        BasicStore(std::move(other)).swap(*this);
+        return *this;
+    }
+    /** Saves what is unsaved, and cannot tell when that fails: call save() before. */
+    ~BasicStore() {
+        if (m_state == nullptr) return;
+        try {
+            if (!m_state->file().empty()) (void)m_state->save();
+        } catch (...) {
+        }
+        delete m_state;
+    }
+
+    // ---- Reading
+
+    /** The value of a key, or `fallback` where there is none that fits its type: store.get("Window/Width", 800). */
+    template <typename T>
+    detail::Kept<T> get(detail::KeyName const& key, T const& fallback) const {
+        return get_or<detail::Kept<T>>(key, fallback, {});
+    }
+    /** As above, but a number is rounded and cut to the range of its type instead of being refused. */
+    template <typename T>
+    detail::Kept<T> get(detail::KeyName const& key, T const& fallback, Nearest) const {
+        return get_or<detail::Kept<T>>(key, fallback, {true});
+    }
+    /** As above, with a list as fallback: store.get("Recent", {"a", "b"}). */
+    template <typename T>
+    std::vector<detail::Kept<T>> get(detail::KeyName const& key, std::initializer_list<T> fallback) const {
+        using V = std::vector<detail::Kept<T>>;
+        return get_or<V>(key, V(fallback.begin(), fallback.end()), {});
+    }
+    /** The value of a key, or nothing where there is none that fits the type: store.get<int>("Window/Width"). */
+    template <typename T = void>
+    auto get(detail::KeyName const& key) const {
+        static_assert(!std::is_void_v<T>,
+                      "ticket::Store: name the type, get<int>(key), or give a fallback, get(key, 0)");
+        if constexpr (!std::is_void_v<T>) return read<T>(key).optional();
+    }
+    /** As above; a number is rounded and cut to the range of its type: store.get<int>("Zoom", ticket::nearest). */
+    template <typename T>
+    std::optional<T> get(detail::KeyName const& key, Nearest) const {
+        check_read<T>();
+        T value{};
+        if (!take(key.c_str(), {true}, value)) return std::nullopt;
+        return value;
+    }
+    /** The value of a declared key, or its fallback. */
+    template <typename T>
+    T get(Key<T> const& key) const {
+        T value = first_value(key);
+        if (!take(key, value)) return key.fallback();
+        return value;
+    }
+    /** The value of a declared key, or another fallback. */
+    template <typename T>
+    T get(Key<T> const& key, detail::Same<T> const& fallback) const {
+        T value = fallback;
+        if (!take(key, value)) return fallback;
+        return value;
+    }
+    /** The values of declared keys, read together: auto [width, height] = store.get(Width, Height). */
+    template <typename T, typename U, typename... More>
+    std::tuple<T, U, More...> get(Key<T> const& first, Key<U> const& second, Key<More> const&... more) const {
+        std::tuple<T, U, More...> values(first.fallback(), second.fallback(), more.fallback()...);
+        detail::locked(m_table, [&] { values = {get(first), get(second), get(more)...}; });
+        return values;
+    }
+    /** The value of a key, or why there is none. */
+    template <typename T>
+    Expected<T> read(detail::KeyName const& key) const {
+        check_read<T>();
+        T value{};
+        if (detail::Status const status = take(key.c_str(), {}, value); !status)
+            return Expected<T>(Result(status, key.c_str()));
+        return Expected<T>(std::move(value));
+    }
+    /** The value of a declared key, or why there is none. */
+    template <typename T>
+    Expected<T> read(Key<T> const& key) const {
+        T value = first_value(key);
+        if (detail::Status const status = take(key, value); !status) return Expected<T>(Result(status, key.name()));
+        return Expected<T>(std::move(value));
+    }
+    /** Whether a key has a value, of any type. */
+    bool contains(detail::KeyName const& key) const {
+        return m_table != nullptr && key.is_whole() && detail::Slot{m_table, key.c_str()}.get(PARAM_NONE, nullptr);
+    }
+    /** Copies of all keys that begin with `prefix`, and of their values, in key order. */
+    std::vector<Entry> entries(std::string_view prefix = {}) const {
+        if (!prefix.empty() && prefix.back() == '*') prefix.remove_suffix(1);
+        std::vector<Entry> found;
+        detail::locked(m_table, [&] {
+            detail::walk_keys(m_table, [&](char const* name) {
+                std::string_view const key = name;
+                if (key.substr(0, prefix.size()) != prefix) return key < prefix;
+                if (auto value = detail::read_value(m_table, name)) found.push_back({name, *std::move(value)});
+                return true;
+            });
+        });
+        return found;
+    }
+    /**
+     * The text of a key without a copy. CAUTION: borrowed; valid until that value changes or goes, by any thread, or
+     * the store is destroyed. For a store that other threads use, get() copies.
+     */
+    std::optional<std::string_view> borrow_text(detail::KeyName const& key) const {
+        return borrow(key, detail::view_text);
+    }
+    /** The bytes of a key without a copy. CAUTION: borrowed, as borrow_text. */
+    std::optional<std::string_view> borrow_bytes(detail::KeyName const& key) const {
+        return borrow(key, detail::view_bytes);
+    }
+
+    // ---- Changing
+
+    /**
+     * Stores a value in place of what the key held; an empty optional removes it. A value that the file would not give
+     * back as it is, is refused, and the key keeps what it held.
+     */
+    template <typename T>
+    Result set(detail::KeyName const& key, T const& value) {
+        using V = detail::Given<T>;
+        detail::check_type<V>();
+        if (m_table == nullptr) return report({Reason::no_ticket, nullptr}, key.c_str());
+        if (detail::Status const status = detail::check_key(key, m_rules); !status) return report(status, key.c_str());
+        if constexpr (detail::is_scalar<V>) {
+            auto sink = [&](PARAM_TYPE type, void const* stored, detail::Lifetime) {
+                bool const done = m_table->SetParameter(m_table->pTicket, key.c_str(), type, stored, SCALAR_INDEX) != 0;
+                return detail::Status{done ? Reason::none : Reason::no_memory, nullptr};
+            };
+            detail::Status const status = detail::put_scalar<V>(value, m_rules, sink);
+            return status ? Result() : report(status, key.c_str());
+        } else {
+            detail::Batch batch;
+            detail::Status status = detail::put<V>(key.c_str(), value, m_rules, batch);
+            std::vector<std::string> failed;
+            if (status) status = batch.store(m_table, failed);
+            return status ? Result() : report(status, key.c_str());
+        }
+    }
+    /** Stores a vector: store.set("Recent", {"a", "b"}). */
+    template <typename T>
+    Result set(detail::KeyName const& key, std::initializer_list<T> values) {
+        return set(key, std::vector<detail::Kept<T>>(values.begin(), values.end()));
+    }
+    /** Stores a value of a declared key; one outside its range or choices is refused. */
+    template <typename T>
+    Result set(Key<T> const& key, detail::Same<T> const& value) {
+        if (!key.allows(value))
+            return report({Reason::out_of_range, "the value is not among those declared"}, key.name());
+        if constexpr (detail::can_be_wide<T>)
+            if (key.is_wide()) return set(key.name(), Wide<T>{value});
+        return set(key.name(), value);
+    }
+    /** Removes a key, or with a trailing '*' all keys that begin so. Reason::missing where there is none. */
+    Result erase(std::string_view selector) {
+        std::size_t count = 0;
+        ChangeResult changed = change([&](Change& change) { count = change.erase(selector); });
+        if (!changed) return std::move(changed);
+        return count != 0 ? Result() : report({Reason::missing, nullptr}, selector);
+    }
+    /** Removes the value of a declared key, of a struct that of all its members. */
+    template <typename T>
+    Result erase(Key<T> const& key) {
+        return change([&](Change& change) { change.erase(key); });
+    }
+    /**
+     * Several changes as one, under one holding of the ticket's mutex: store.change([&](ticket::Change& c) {...}). All
+     * is checked beforehand: a refused value refuses the whole change, and an exception leaves everything as it was.
+     * Reads within the function see the store as it was.
+     */
+    template <typename Function>
+    ChangeResult change(Function&& function) {
+        ChangeResult result(Result(Reason::no_ticket, {}));
+        detail::locked(m_table, [&] {
+            Change change(m_table, m_rules);
+            function(change);
+            result = change.apply();
+        });
+        if (!result && m_throws) result.or_throw();
+        return result;
+    }
+
+    // ---- The file
+
+    /**
+     * Writes what was changed since the last save, and takes over what other programs have changed in the file. With
+     * nothing changed it does nothing. Waits at most Options::longest_wait for other programs that save.
+     */
+    [[nodiscard]] Result save() {
+        if (m_state == nullptr) return report({Reason::no_ticket, nullptr}, {});
+        Result saved = m_state->save();
+        if (!saved && m_throws) saved.or_throw();
+        return saved;
+    }
+    /** Takes over what other programs have changed in the file. Keys that were changed here and not saved stay. */
+    Result reload() {
+        if (m_state == nullptr || m_state->file().empty()) return report({Reason::no_ticket, nullptr}, {});
+        return m_state->reload(true, [](std::vector<std::string> const&, detail::Table) {});
+    }
+    /** Whether the file was read when the store was made; done also for a file that is not there. */
+    Result loaded() const { return m_state != nullptr ? m_state->loaded() : Result(Reason::no_ticket, {}); }
+    /** Whether something was changed and not saved. */
+    bool has_unsaved() const { return m_state != nullptr && m_state->has_unsaved(); }
+    /** The table of the store's ticket, for plain calls; what they change is saved and heard, too. Null after a move.
+     */
+    STICKET_ACCESS const* table() const { return m_table; }
+
+    // ---- Hearing of changes
+
+    /**
+     * Calls `function(ticket::Event const&)` after each change of a key, or of all keys that begin with what stands
+     * before a trailing '*', until the Watch is destroyed. See Watch for what the function may do.
+     */
+    template <typename Function>
+    Watch on_change(std::string_view selector, Function function) {
+        static_assert(std::is_invocable_v<Function&, Event const&>,
+                      "ticket::Store: the function of on_change takes a ticket::Event const&");
+        if (m_state == nullptr) return Watch();
+        auto* const watcher = new detail::FunctionWatcher<Function>(m_state->ticket(), selector, std::move(function));
+        Watch watch(watcher);
+        return watcher->begin() ? std::move(watch) : Watch();
+    }
+
+ private:
+    BasicStore(detail::SharedTicket ticket, std::string file, detail::Rules rules, Options const& options)
+        : m_table(ticket.table()),
+          m_rules(rules),
+          m_throws(options.throws),
+          m_state(new detail::BasicState<Lazy>(std::move(ticket), std::move(file), options)) {}
+
+    void swap(BasicStore& other) noexcept {
+        std::swap(m_table, other.m_table);
+        std::swap(m_rules, other.m_rules);
+        std::swap(m_throws, other.m_throws);
+        std::swap(m_state, other.m_state);
+    }
+
+    Result report(detail::Status status, std::string_view subject) const {
+        Result result(status, subject);
+        if (m_throws) result.or_throw();
+        return result;
+    }
+
+    template <typename T>
+    static constexpr void check_read() {
+        detail::check_type<T>();
+        static_assert(!std::is_same_v<T, std::string_view> && !std::is_same_v<T, char const*>,
+                      "ticket::Store: read a std::string, which is a copy; borrow_text() is the view of the text");
+        static_assert(
+            std::is_default_constructible_v<T>,
+            "ticket::Store: a type without a default constructor is read with a fallback, get(key, fallback)");
+    }
+
+    template <typename T>
+    detail::Status take(char const* key, detail::ReadMode mode, T& out) const {
+        detail::Status status{Reason::no_ticket, nullptr};
+        if (m_table == nullptr) return status;
+        detail::Slot const slot{m_table, key};
+        if constexpr (detail::kind_of<T>() == detail::Kind::number)
+            status = detail::take(slot, mode, out);
+        else
+            detail::locked(m_table, [&] { status = detail::take(slot, mode, out); });
+        return status;
+    }
+    template <typename T>
+    detail::Status take(Key<T> const& key, T& out) const {
+        if constexpr (detail::can_be_wide<T>) {
+            if (key.is_wide()) {
+                Wide<T> wide{};
+                detail::Status const status = take(key.name(), {}, wide);
+                if (status) out = std::move(wide.value);
+                return status && !key.allows(out) ? not_allowed() : status;
+            }
+        }
+        detail::Status const status = take(key.name(), {}, out);
+        return status && !key.allows(out) ? not_allowed() : status;
+    }
+    static constexpr detail::Status not_allowed() {
+        return {Reason::out_of_range, "the value is not among those declared"};
+    }
+
+    /** What a read begins with: of a struct the fallback, whose members stand for those that are missing. */
+    template <typename T>
+    static T first_value(Key<T> const& key) {
+        if constexpr (detail::kind_of<T>() == detail::Kind::structure || !std::is_default_constructible_v<T>)
+            return key.fallback();
+        else
+            return T{};
+    }
+    template <typename V, typename T>
+    V get_or(detail::KeyName const& key, T const& fallback, detail::ReadMode mode) const {
+        detail::check_type<V>();
+        if constexpr (detail::kind_of<V>() == detail::Kind::structure || !std::is_default_constructible_v<V>) {
+            V value = fallback;
+            if (!take(key.c_str(), mode, value)) return fallback;
+            return value;
+        } else {
+            V value{};
+            if (take(key.c_str(), mode, value)) return value;
+            if constexpr (std::is_pointer_v<T>)
+                if (fallback == nullptr) return V{};
+            return V(fallback);
+        }
+    }
+
+    template <typename View>
+    std::optional<std::string_view> borrow(detail::KeyName const& key, View view) const {
+        std::string_view found;
+        if (m_table == nullptr || !view(detail::Slot{m_table, key.c_str()}, found)) return std::nullopt;
+        return found;
+    }
+
+    template <typename>
+    friend class FileWatch;
+
+    detail::Table m_table = nullptr;
+    detail::Rules m_rules = detail::Rules::memory;
+    bool m_throws = false;
+    detail::BasicState<Lazy>* m_state = nullptr;
+};
+/** Settings in memory, on a file, or on the table of a ticket that somebody else owns. */
+using Store = BasicStore<void>;
+
+}  // namespace ticket
+
+#endif

@@ -1,0 +1,138 @@
+/** @file
+ * Several changes as one: what ticket::Store::change hands to its function. C++17.
+ */
+#ifndef CONFIGURATIONCONTROL_STORE_CHANGE_H
+#define CONFIGURATIONCONTROL_STORE_CHANGE_H
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ConfigurationControl/Store/Forms.h"
+#include "ConfigurationControl/Store/Key.h"
+
+namespace ticket {
+
+/**
+ * The result of Store::change. A refused value (see reason()) refuses the whole change. A change for which memory was
+ * short is done in part, because a batch has no rollback: `failed` then names the keys that were not stored.
+ */
+template <typename Key>
+class BasicChangeResult : public Result {
+ public:
+    BasicChangeResult() = default;
+    /** A result, and the keys for which memory was short. */
+    explicit BasicChangeResult(Result result, std::vector<Key> failed = {})
+        : Result(std::move(result)), m_failed(std::move(failed)) {}
+    /** The keys for which memory was short. */
+    std::vector<Key> const& failed() const noexcept { return m_failed; }
+
+ private:
+    std::vector<Key> m_failed;
+};
+using ChangeResult = BasicChangeResult<std::string>; /**< what Store::change returns */
+
+namespace detail {
+
+/** A key that can be stored under, or why not. */
+inline Status check_key(KeyName const& key, Rules rules) {
+    if (!key.is_whole() || *key.c_str() == '\0') return {Reason::not_kept, "a key is not empty and has no NUL"};
+    if (rules == Rules::file && !is_kept_key(key.c_str()))
+        return {
+            Reason::not_kept,
+            "a file does not give this key back; no component is empty, \"ticket\", begins or ends with a blank, or "
+            "holds <, >, \", * or a control byte"};
+    return {};
+}
+
+/** Adds the erasure of every key that a selector names. With the mutex held. Returns how many. */
+template <typename Batch>
+std::size_t put_erasures(Table table, Selector const& selector, Batch& batch) {
+    std::size_t count = 0;
+    auto const erase = [&](char const* key) {
+        batch.erase(key);
+        ++count;
+    };
+    if (!selector.is_prefix()) {
+        if (Slot{table, selector.text().c_str()}.type() != PARAM_NONE) erase(selector.text().c_str());
+        return count;
+    }
+    walk_keys(table, [&](std::string_view key) {
+        bool const selected = selector.selects(key);
+        if (selected) erase(key.data());
+        return selected || key < selector.text();
+    });
+    return count;
+}
+
+}  // namespace detail
+
+/**
+ * Changes that are collected and then stored together, under one holding of the ticket's mutex. Reads through the store
+ * see what was there before. Use it within the function that was given to Store::change only.
+ */
+template <typename Lazy>
+class BasicChange {
+ public:
+    /** Made by Store::change. */
+    BasicChange(detail::Table table, detail::Rules rules) : m_table(table), m_rules(rules) {}
+    BasicChange(BasicChange const&) = delete;
+    BasicChange& operator=(BasicChange const&) = delete;
+
+    /** Stores a value; see Store::set. */
+    template <typename T>
+    void set(detail::KeyName const& key, T const& value) {
+        using V = detail::Given<T>;
+        detail::check_type<V>();
+        note(detail::check_key(key, m_rules), key.c_str());
+        if (m_refused) note(detail::put<V>(key.c_str(), value, m_rules, m_batch), key.c_str());
+    }
+    /** Stores a vector: change.set("Recent", {"a", "b"}). */
+    template <typename T>
+    void set(detail::KeyName const& key, std::initializer_list<T> values) {
+        set(key, std::vector<detail::Kept<T>>(values.begin(), values.end()));
+    }
+    /** Stores a value of a declared key. */
+    template <typename T>
+    void set(Key<T> const& key, detail::Same<T> const& value) {
+        if (!key.allows(value)) note({Reason::out_of_range, "the value is not in the declared range"}, key.name());
+        if (!m_refused) return;
+        if constexpr (detail::can_be_wide<T>)
+            if (key.is_wide()) return set(key.name(), Wide<T>{value});
+        set(key.name(), value);
+    }
+    /** Removes a key, or with a trailing '*' all keys that begin so and are there now. Returns how many. */
+    std::size_t erase(std::string_view selector) {
+        return detail::put_erasures(m_table, detail::Selector(selector), m_batch);
+    }
+    /** Removes the value of a declared key, of a struct that of all its members. */
+    template <typename T>
+    void erase(Key<T> const& key) {
+        detail::put_erasure<T>(key.name(), m_batch);
+    }
+
+    /** Stores everything; called by Store::change. */
+    ChangeResult apply() {
+        if (!m_refused || m_batch.empty()) return ChangeResult(m_refused);
+        std::vector<std::string> failed;
+        detail::Status const status = m_batch.store(m_table, failed);
+        if (status) return {};
+        return ChangeResult(Result(status, failed.front()), std::move(failed));
+    }
+
+ private:
+    void note(detail::Status status, char const* key) {
+        if (!status && m_refused) m_refused = Result(status, key);
+    }
+
+    detail::Table m_table;
+    detail::Rules m_rules;
+    detail::BasicBatch<Lazy> m_batch{detail::Lifetime::temporary};
+    Result m_refused;
+};
+using Change = BasicChange<void>; /**< what the function of Store::change is given */
+
+}  // namespace ticket
+
+#endif

@@ -1,0 +1,194 @@
+/** @file
+ * Keys of a ticket::Store: as text, and declared once with type, fallback, range and help. C++17.
+ */
+#ifndef CONFIGURATIONCONTROL_STORE_KEY_H
+#define CONFIGURATIONCONTROL_STORE_KEY_H
+
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "ConfigurationControl/Store/Result.h"
+#include "ConfigurationControl/Store/Types.h"
+
+namespace ticket {
+
+namespace detail {
+
+/** Whether a component of a key, which the text of a file nests by, comes back from a file. */
+constexpr bool is_kept_component(std::string_view part, bool last) {
+    if (part.empty() || part == "ticket") return false;
+    if (part.front() == ' ' || part.back() == ' ' || part.front() == '?' || part.front() == '!') return false;
+    for (std::size_t i = 0; i < part.size(); ++i) {
+        auto const byte = static_cast<unsigned char>(part[i]);
+        if (byte < 0x20 || byte == 0x7F || byte == '<' || byte == '>' || byte == '"' || byte == '*') return false;
+        if (!last && (byte == '?' || byte == '[')) return false;
+        if (byte == '\'' && i > 0 && part[i - 1] == '=') return false;
+    }
+    return true;
+}
+
+/** Whether a file gives a value back under this key. Usable at compile time. */
+constexpr bool is_kept_key(std::string_view key) {
+    for (std::size_t slash = key.find('/'); slash != std::string_view::npos; slash = key.find('/')) {
+        if (!is_kept_component(key.substr(0, slash), false)) return false;
+        key.remove_prefix(slash + 1);
+    }
+    return is_kept_component(key, true);
+}
+
+/** A key as an argument: borrows from literals and std::string, copies a std::string_view. Lives during the call. */
+class KeyName {
+ public:
+    /** Null is the empty key, which holds no value. */
+    KeyName(char const* text) : m_text(text != nullptr ? text : "") {}
+    KeyName(std::string const& text) : m_text(text.c_str()), m_whole(text.find('\0') == std::string::npos) {}
+    KeyName(std::string_view text)
+        : m_copy(text), m_text(m_copy.c_str()), m_whole(text.find('\0') == std::string_view::npos) {}
+    KeyName(KeyName const&) = delete;
+    KeyName& operator=(KeyName const&) = delete;
+
+    char const* c_str() const { return m_text; }
+    /** Whether no NUL cuts the key. */
+    bool is_whole() const { return m_whole; }
+
+ private:
+    std::string m_copy;
+    char const* m_text;
+    bool m_whole = true;
+};
+
+/** A key, or all keys that begin with what stands before a trailing '*'. */
+class Selector {
+ public:
+    explicit Selector(std::string_view text) : m_text(text), m_prefix(!m_text.empty() && m_text.back() == '*') {
+        if (m_prefix) m_text.pop_back();
+    }
+    bool is_prefix() const { return m_prefix; }
+    std::string const& text() const { return m_text; }
+    bool selects(std::string_view key) const {
+        return m_prefix ? key.substr(0, m_text.size()) == m_text : key == m_text;
+    }
+
+ private:
+    std::string m_text;
+    bool m_prefix;
+};
+
+struct NoFallback {};
+
+/** What a declared key holds as its fallback, so that it can be a constant. */
+template <typename T>
+using FallbackOf = std::conditional_t<is_text<T> || is_path<T>, std::string_view,
+                                      std::conditional_t<std::is_trivially_copyable_v<T>, T, NoFallback>>;
+
+template <typename T>
+inline constexpr bool has_range = (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) || is_duration<T>;
+
+/** The bounds and the choices of a key. */
+template <typename T, typename F>
+struct Limits {
+    F low{};
+    F high{};
+    bool bounded = false;
+    F const* choices = nullptr;
+    std::size_t count = 0;
+};
+
+}  // namespace detail
+
+/**
+ * A key declared once: its name, type and fallback, and on request its range or choices, a line of help, and whether it
+ * is kept in the wide form. A constant; the texts that it is given must be literals.
+ *
+ *     inline constexpr ticket::Key<int> Width = ticket::Key<int>{"Window/Width", 800}.range(100, 10000).help("pixels");
+ *
+ * A name that no file keeps does not compile where the key is constexpr. A stored value outside the range or choices is
+ * read as the fallback, and set() refuses one.
+ */
+template <typename T>
+class Key {
+ public:
+    using Type = T;                         /**< what get() returns */
+    using Fallback = detail::FallbackOf<T>; /**< std::string_view for texts and paths */
+
+    /** A key whose fallback is T{}. */
+    constexpr explicit Key(char const* name) : Key(name, Fallback{}) {}
+    /** A key with a fallback. */
+    constexpr Key(char const* name, Fallback fallback) : m_name(name), m_fallback(fallback) {
+        detail::check_type<T>();
+        static_assert(!std::is_same_v<T, char const*> && !std::is_same_v<T, std::string_view>,
+                      "ticket::Key: declare Key<std::string>; its fallback is a text that is not copied");
+        if (!detail::is_kept_key(name)) throw Error(Reason::not_kept, "ticket::Key: no file keeps a key of this name");
+    }
+
+    /** The same key with the values from `low` to `high`, both included. */
+    constexpr Key range(Fallback low, Fallback high) const {
+        static_assert(detail::has_range<T>, "ticket::Key: only numbers and durations have a range");
+        Key key = *this;
+        key.m_limits.low = low;
+        key.m_limits.high = high;
+        key.m_limits.bounded = true;
+        return key;
+    }
+    /** The same key with these values only. The array must be a constant that outlives the key. */
+    template <std::size_t N>
+    constexpr Key choices(Fallback const (&values)[N]) const {
+        static_assert(has_choices, "ticket::Key: only numbers, texts, times and enumerators have choices");
+        Key key = *this;
+        key.m_limits.choices = values;
+        key.m_limits.count = N;
+        return key;
+    }
+    /** The same key with a line for people. */
+    constexpr Key help(char const* text) const {
+        Key key = *this;
+        key.m_help = text;
+        return key;
+    }
+    /** The same key, kept in the wide form (see Wide): every number, text and byte string comes back from a file. */
+    constexpr Key wide() const {
+        static_assert(detail::can_be_wide<T>,
+                      "ticket::Key: only numbers, std::string and ticket::Bytes have a wide form");
+        Key key = *this;
+        key.m_wide = true;
+        return key;
+    }
+
+    constexpr char const* name() const { return m_name; }      /**< such as "Window/Width" */
+    constexpr char const* help_text() const { return m_help; } /**< "" without help */
+    constexpr bool is_wide() const { return m_wide; }          /**< whether wide() was asked for */
+    /** Bounds and choices. */
+    constexpr detail::Limits<T, Fallback> const& limits() const { return m_limits; }
+    /** What a read gives where there is no value, or none that fits. */
+    T fallback() const {
+        if constexpr (std::is_same_v<Fallback, detail::NoFallback>)
+            return T{};
+        else
+            return T(m_fallback);
+    }
+    /** Whether a value is in the range and among the choices. */
+    bool allows(T const& value) const {
+        if constexpr (detail::has_range<T>)
+            if (m_limits.bounded && !(value >= m_limits.low && value <= m_limits.high)) return false;
+        if constexpr (has_choices) {
+            for (std::size_t i = 0; i < m_limits.count; ++i)
+                if (value == T(m_limits.choices[i])) return true;
+        }
+        return m_limits.count == 0;
+    }
+
+ private:
+    static constexpr bool has_choices =
+        !std::is_same_v<Fallback, detail::NoFallback> && detail::is_scalar<T> && !detail::has_codec<T>;
+
+    char const* m_name;
+    Fallback m_fallback;
+    detail::Limits<T, Fallback> m_limits{};
+    char const* m_help = "";
+    bool m_wide = false;
+};
+
+}  // namespace ticket
+
+#endif

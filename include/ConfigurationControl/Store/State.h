@@ -1,0 +1,185 @@
+/** @file
+ * The inside of a ticket::Store: its ticket, its file, and the journal of its changes. C++17, POSIX.
+ */
+#ifndef CONFIGURATIONCONTROL_STORE_STATE_H
+#define CONFIGURATIONCONTROL_STORE_STATE_H
+
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ConfigurationControl/Store/File.h"
+#include "ConfigurationControl/Store/Ticket.h"
+
+namespace ticket {
+
+/** How a store works. */
+struct StoreOptions {
+    bool merge = true; /**< save writes what this store has changed into the file as it is now; else all of the store */
+    bool throws =
+        false; /**< set, erase, change and save throw Error instead of returning a Result that tells why not */
+    /** How long save waits for another program that saves a file of the same directory. */
+    std::chrono::milliseconds longest_wait = std::chrono::seconds(1);
+};
+
+namespace detail {
+
+/** A store at a fixed address. For a file its ticket is in memory, and its own observer writes the journal. */
+template <typename Lazy>
+class BasicState {
+ public:
+    BasicState(SharedTicket ticket, std::string file, StoreOptions const& options)
+        : m_ticket(std::move(ticket)), m_file(std::move(file)), m_options(options) {}
+    ~BasicState() {
+        if (m_observer != 0) TicketRemoveObserver(table(), m_observer);
+    }
+    BasicState(BasicState const&) = delete;
+    BasicState& operator=(BasicState const&) = delete;
+
+    Table table() const { return m_ticket.table(); }
+    SharedTicket const& ticket() const { return m_ticket; }
+    std::string const& file() const { return m_file; }
+    StoreOptions const& options() const { return m_options; }
+    Result const& loaded() const { return m_loaded; }
+
+    /** Reads the file and begins the journal. Called once. */
+    void open() {
+        FileTicket source(m_file);
+        m_loaded = source.load();
+        m_known = keys_of(source.table());
+        Batch batch;
+        for (std::string const& key : m_known) batch.copy(source.table(), key);
+        locked(table(), [&] {
+            std::vector<std::string> failed;
+            if (!batch.empty() && !batch.store(table(), failed))
+                m_loaded = Result(Reason::no_memory, m_file, "not loaded as a whole: memory is short");
+            m_observer = TicketAddObserver(table(), &BasicState::observe, this);
+            m_journal.everything = m_observer == 0;
+        });
+    }
+
+    bool has_unsaved() const {
+        bool unsaved = false;
+        locked(table(), [&] { unsaved = !m_journal.empty(); });
+        return unsaved;
+    }
+
+    /** Writes what was changed, and takes over what others have changed. */
+    Result save() {
+        if (m_file.empty()) return save_table(table(), "ticket");
+        if (!has_unsaved()) return {};
+        DirectoryLock const lock(m_file, m_options.longest_wait);
+        if (lock.is_taken())
+            return Result(Reason::busy, m_file,
+                          "not saved: another program is busy with a file of its directory; try again");
+        FileTicket target(m_file);
+        if (Result loaded = target.load(); loaded.reason() == Reason::no_memory) return loaded;
+        bool const whole = !m_options.merge || !target.is_loaded();
+
+        Batch batch;
+        Journal saving;
+        Result saved;
+        locked(table(), [&] {
+            saved = fill(batch, whole || m_journal.everything);
+            if (saved) saving = std::exchange(m_journal, Journal{});
+        });
+        if (!saved) return saved;
+        saved = target.save(batch, whole);
+        locked(table(), [&] {
+            if (!saved) {
+                m_journal.merge(std::move(saving));
+            } else if (m_options.merge) {
+                take_over(target.table(), differing_keys(target.table()));
+            } else {
+                m_known = keys_of(table());
+            }
+        });
+        return saved;
+    }
+
+    /**
+     * Takes over what others have changed in the file, but for the keys that were changed here and not saved.
+     * `report(keys, source)` is called before, with both mutexes held.
+     */
+    template <typename Report>
+    Result reload(bool merge, Report&& report) {
+        FileTicket source(m_file);
+        if (Result loaded = source.load(); !loaded) return loaded;
+        if (!source.is_loaded()) return {};
+        locked(table(), [&] {
+            std::vector<std::string> const keys = differing_keys(source.table());
+            report(keys, source.table());
+            if (merge) take_over(source.table(), keys);
+        });
+        return {};
+    }
+
+ private:
+    static void observe(void* context, char const* const* keys) {
+        auto& self = *static_cast<BasicState*>(context);
+        if (self.m_taking_over) return;
+        try {
+            if (keys != nullptr) {
+                for (; *keys != nullptr; ++keys) self.m_journal.keys.insert(*keys);
+            } else {
+                self.m_journal.keys.insert(self.m_known);
+                self.m_journal.keys.insert(keys_of(self.table()));
+            }
+        } catch (...) {
+            self.m_journal.everything = true;
+        }
+    }
+
+    /**
+     * Adds what is to be written: everything, or the keys of the journal. Refuses an infinite number: with one no file
+     * ticket can be saved, and its end would end the process.
+     */
+    Result fill(Batch& batch, bool everything) const {
+        for (std::string const& key : everything ? keys_of(table()) : m_journal.keys.keys()) batch.copy(table(), key);
+        if (std::string const* const key = batch.infinite_key())
+            return Result(Reason::not_kept, m_file + ": " + *key, "not saved: no file keeps an infinite number");
+        return {};
+    }
+
+    /** The keys that differ between a file and the store, but for those that were changed here and not saved. */
+    std::vector<std::string> differing_keys(Table source) const {
+        std::vector<std::string> keys;
+        if (m_journal.everything) return keys;
+        KeySet all;
+        all.insert(keys_of(source));
+        all.insert(keys_of(table()));
+        for (std::string const& key : all.keys()) {
+            bool const own = m_journal.keys.contains(key);
+            if (!own && !is_same_value({table(), key.c_str()}, {source, key.c_str()})) keys.push_back(key);
+        }
+        return keys;
+    }
+
+    void take_over(Table source, std::vector<std::string> const& keys) {
+        m_known = keys_of(source);
+        Batch batch;
+        for (std::string const& key : keys) batch.copy(source, key);
+        if (batch.empty()) return;
+        std::vector<std::string> failed;
+        m_taking_over = true;
+        batch.store(table(), failed);
+        m_taking_over = false;
+    }
+
+    SharedTicket m_ticket;
+    std::string const m_file;
+    StoreOptions const m_options;
+    Result m_loaded;
+    std::uint64_t m_observer = 0;
+    // With the ticket's mutex held:
+    Journal m_journal;
+    std::vector<std::string> m_known;  // the keys of the file when it was last loaded or saved
+    bool m_taking_over = false;
+};
+using State = BasicState<void>;
+
+}  // namespace detail
+}  // namespace ticket
+
+#endif

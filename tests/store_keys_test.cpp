@@ -1,0 +1,176 @@
+// Declared keys of the typed store, changes of several as one, and schemas.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "ConfigurationControl/Store/Schema.h"
+#include "support/StoreTypes.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using ticket::Key;
+using ticket::Reason;
+using ticket::Store;
+
+constexpr int SIZES[] = {10, 12, 16};
+constexpr std::string_view PAPERS[] = {"matt", "gloss"};
+
+constexpr Key<int> Width = Key<int>{"Window/Width", 800}.range(100, 10000).help("pixels");
+constexpr Key<int> Height{"Window/Height", 600};
+constexpr Key<int> Size = Key<int>{"View/Size", 12}.choices(SIZES);
+constexpr Key<std::string> Paper = Key<std::string>{"Job/Paper", "matt"}.choices(PAPERS).help("\"paper\"");
+constexpr Key<Theme> TheTheme{"View/Theme", Theme::light};
+constexpr Key<std::vector<std::string>> Recent{"Recent"};
+constexpr Key<std::int64_t> Total = Key<std::int64_t>{"Total", 7}.wide();
+constexpr Key<std::chrono::milliseconds> Delay = Key<std::chrono::milliseconds>{"Delay", 1500ms}.range(0ms, 10s);
+constexpr Key<Window> TheWindow{"Main"};
+constexpr Key<Colour> TheColour{"Colour", Colour{3}};
+constexpr Key<double> Zoom = Key<double>{"Zoom", 0.5}.range(0.1, 10);
+constexpr Key<ticket::Bytes> Preset = Key<ticket::Bytes>{"Preset"}.wide();
+
+}  // namespace
+
+TEST(StoreKeys, AKeyIsReadWithItsTypeAndFallback) {
+    Store store;
+    EXPECT_EQ(store.get(Width), 800);
+    EXPECT_EQ(store.get(Width, 640), 640);
+    EXPECT_EQ(store.get(Paper), "matt");
+    EXPECT_EQ(store.get(TheTheme), Theme::light);
+    EXPECT_THAT(store.get(Recent), ElementsAre());
+    EXPECT_EQ(store.get(Delay), 1500ms);
+    EXPECT_EQ(store.get(TheColour), Colour{3});
+    EXPECT_EQ(store.get(TheWindow), Window());
+    EXPECT_EQ(store.read(Width).result().reason(), Reason::missing);
+    EXPECT_TRUE(store.set(Recent, {"a", "b"}));
+    EXPECT_TRUE(store.set(Paper, "gloss"));
+    EXPECT_TRUE(store.set(TheWindow, Window{{1, 2}, "t", 1.5}));
+    EXPECT_THAT(store.get(Recent), ElementsAre("a", "b"));
+    EXPECT_EQ(store.get(Paper), "gloss");
+    EXPECT_EQ(store.get(TheWindow), (Window{{1, 2}, "t", 1.5}));
+    EXPECT_TRUE(store.erase(TheWindow));
+    EXPECT_TRUE(store.entries("Main").empty());
+}
+
+TEST(StoreKeys, SeveralAreReadTogether) {
+    Store store;
+    store.set(Width, 900);
+    auto const [width, height, paper] = store.get(Width, Height, Paper);
+    EXPECT_EQ(width, 900);
+    EXPECT_EQ(height, 600);
+    EXPECT_EQ(paper, "matt");
+}
+
+TEST(StoreKeys, AValueOutsideRangeOrChoicesIsNeitherSetNorRead) {
+    Store store;
+    EXPECT_EQ(store.set(Width, 99).reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Size, 11).reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Paper, "silk").reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Zoom, std::numeric_limits<double>::quiet_NaN()).reason(), Reason::out_of_range);
+    EXPECT_TRUE(store.entries().empty());
+    EXPECT_TRUE(store.set(Width, 100));
+    EXPECT_TRUE(store.set(Width, 10000));
+    EXPECT_TRUE(store.set(Size, 16));
+    store.set("Window/Width", 5);
+    store.set("Job/Paper", "silk");
+    EXPECT_EQ(store.get(Width), 800);
+    EXPECT_EQ(store.get(Width, 700), 700);
+    EXPECT_EQ(store.get(Paper), "matt");
+    EXPECT_EQ(store.read(Width).result().reason(), Reason::out_of_range);
+}
+
+TEST(StoreKeys, AWideKeyIsDecimalTextAndReadsWhatAPlainHostLeft) {
+    Store store;
+    store.set("Total", 5);
+    EXPECT_EQ(store.get(Total), 5);
+    EXPECT_TRUE(store.set(Total, 5000000000));
+    EXPECT_EQ(store.get("Total", ""), "5000000000");
+    EXPECT_EQ(store.get(Total), 5000000000);
+    EXPECT_EQ(store.get("Total", 1), 1) << "a text is no number to a key that is not wide";
+}
+
+TEST(StoreChange, EverythingIsStoredTogetherAndReadsSeeWhatWasBefore) {
+    Store store;
+    store.set("Old/A", 1);
+    store.set("Old/B", 2);
+    store.set("Older", 3);
+    ticket::ChangeResult const changed = store.change([&](ticket::Change& c) {
+        c.set(Width, store.get(Width) + 100);
+        c.set("Text", std::string("a temporary of more than a few characters"));
+        c.set("List", {"a", "b"});
+        c.set(Total, 9);
+        EXPECT_EQ(c.erase("Old/*"), 2u);
+        c.set("Old/C", 1);
+        EXPECT_FALSE(store.contains("Text"));
+    });
+    EXPECT_TRUE(changed) << changed.message();
+    EXPECT_EQ(store.get(Width), 900);
+    EXPECT_EQ(store.get("Text", ""), "a temporary of more than a few characters");
+    EXPECT_THAT(store.get("List", {""}), ElementsAre("a", "b"));
+    EXPECT_EQ(store.get("Total", ""), "9");
+    EXPECT_FALSE(store.contains("Old/A"));
+    EXPECT_TRUE(store.contains("Old/C"));
+    EXPECT_TRUE(store.contains("Older"));
+}
+
+TEST(StoreChange, ARefusedValueOrAnExceptionRefusesAll) {
+    Store store;
+    ticket::ChangeResult const changed = store.change([](ticket::Change& c) {
+        c.set(Height, 1);
+        c.set(Width, 5);
+        c.set("", 1);
+    });
+    EXPECT_EQ(changed.reason(), Reason::out_of_range);
+    EXPECT_EQ(changed.subject(), "Window/Width") << "the first is told";
+    auto const throwing = [](ticket::Change& c) {
+        c.set(Height, 1);
+        throw std::runtime_error("no");
+    };
+    EXPECT_THROW(store.change(throwing), std::runtime_error);
+    EXPECT_TRUE(store.entries().empty());
+    EXPECT_TRUE(store.change([](ticket::Change&) {}));
+    EXPECT_EQ(store.erase("None*").reason(), Reason::missing);
+}
+
+TEST(StoreSchema, ACheckListsWhatDeviates) {
+    Store store;
+    ticket::Schema const schema(Width, Paper, TheWindow, Recent);
+    EXPECT_TRUE(schema.check(store).empty());
+    store.set("Window/Width", "wide");
+    store.set("Job/Paper", "silk");
+    store.set("Main/Place/X", 1);
+    store.set("Main/Place/Z", 1);
+    store.set(Recent, {"a"});
+    std::vector<std::string> messages;
+    for (ticket::Result const& deviation : schema.check(store)) messages.push_back(deviation.message());
+    EXPECT_THAT(messages, ElementsAre("Window/Width: wrong type", "Job/Paper: the value is not among those declared",
+                                      "Main/Place/Z: undeclared"));
+}
+
+TEST(StoreSchema, JsonTellsEveryKey) {
+    EXPECT_EQ(ticket::Schema(Width, Size, Paper, TheTheme, Recent, Total, Delay, TheWindow, Zoom, Preset).json(),
+              R"({
+  "keys": [
+    {"key": "Window/Width", "type": "int", "default": 800, "min": 100, "max": 10000, "help": "pixels"},
+    {"key": "View/Size", "type": "int", "default": 12, "choices": [10, 12, 16]},
+    {"key": "Job/Paper", "type": "string", "default": "matt", "choices": ["matt", "gloss"], "help": "\"paper\""},
+    {"key": "View/Theme", "type": "string", "default": "light", "choices": ["light", "dark & deep"]},
+    {"key": "Recent", "type": "string"},
+    {"key": "Total", "type": "string", "default": "7"},
+    {"key": "Delay", "type": "string", "default": "1.5", "min": "0", "max": "10"},
+    {"key": "Main/Place/X", "type": "int"},
+    {"key": "Main/Place/Y", "type": "int"},
+    {"key": "Main/Title", "type": "string"},
+    {"key": "Main/Zoom", "type": "double"},
+    {"key": "Zoom", "type": "double", "default": 0.5, "min": 0.1, "max": 10},
+    {"key": "Preset", "type": "string"}
+  ]
+}
+)");
+    EXPECT_EQ(ticket::Schema().json(), "{\n  \"keys\": [\n  ]\n}\n");
+}

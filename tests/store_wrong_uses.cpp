@@ -1,0 +1,55 @@
+// Not compiled as it is: each line below is a wrong use of the typed store, and the compiler must say why. The tests
+// look for the text behind "says:" in what it writes.
+#include <string>
+#include <vector>
+
+#include "ConfigurationControl/Store.h"
+
+struct Unknown {};
+
+// clang-format off: a wrong use and its explanation share a line
+
+// A function each, so that the compiler goes on after an error.
+void Null(ticket::Store& store) {
+    store.set("Key", nullptr);
+}  // says: nullptr is no value
+void Pointer(ticket::Store& store, std::string* text) {
+    store.set("Key", text);
+}  // says: a pointer is no setting
+void LongDouble(ticket::Store& store) {
+    store.set("Key", 1.5L);
+}  // says: no file keeps a long double
+void WideCharacter(ticket::Store& store) {
+    store.set("Key", L'x');
+}  // says: wide characters are not kept
+void Struct(ticket::Store& store) {
+    store.set("Key", Unknown{});
+}  // says: this type is not known
+void Nested(ticket::Store& store) {
+    store.set("Key", std::vector<std::vector<int>>());
+}  // says: the elements of a vector
+void Optionals(ticket::Store& store) {
+    store.set("Key", std::optional<std::optional<int>>());
+}  // says: optional of an optional
+void Clock(ticket::Store& store) {
+    store.set("Key", std::chrono::steady_clock::now());
+}  // says: only times of std::chrono::system_clock
+void Ticks(ticket::Store& store) {
+    store.set("Key", std::chrono::duration<double>(1));
+}  // says: needs whole ticks of a decimal unit
+void NoType(ticket::Store& store) {
+    store.get("Key");
+}  // says: name the type, get<int>(key)
+void View(ticket::Store& store) {
+    store.get<std::string_view>("Key");
+}  // says: borrow_text() is the view
+void WideBool(ticket::Store& store) {
+    store.set("Key", ticket::Wide<bool>{});
+}  // says: have a wide form
+void Function(ticket::Store& store) {
+    (void)store.on_change("*", [] {});
+}  // says: takes a ticket::Event
+constexpr ticket::Key<char const*> TextKey{"Key", ""};  // says: declare Key<std::string>
+constexpr ticket::Key<int> NoKey{"a//b", 1};            // says: no file keeps a key of this name
+constexpr auto TextRange =
+    ticket::Key<std::string>{"Key", ""}.range("a", "b");  // says: only numbers and durations have a range
