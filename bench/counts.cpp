@@ -34,6 +34,14 @@ class TICKET {
         char const* text = nullptr;
         m_table->GetParameter(m_table->pTicket, key, PARAM_STRING, &text, SCALAR_INDEX);
     }
+    void SetBatch(SETMULTIPAR* records) const { m_table->SetMultiParameter(m_table->pTicket, records); }
+    void Append(char const* key, int value) const {
+        m_table->SetParameter(m_table->pTicket, key, PARAM_INT, &value, APPEND_INDEX);
+    }
+    void DeleteFront(char const* key) const { m_table->SetParameter(m_table->pTicket, key, PARAM_NONE, nullptr, 0); }
+    void MergeFrom(TICKET const& source) const {
+        m_table->MergeTicket(m_table->pTicket, source.m_table, nullptr, true);
+    }
     void Save() const { m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr); }
 
     void Fill(WORKLOAD const& workload) const {
@@ -69,8 +77,10 @@ struct TICKETS {
             if (key.type != VALUE_TYPE::INT) continue;
             integers.push_back(&key);
             batch.push_back({key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX, false});
+            writes.push_back({key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX, false});
         }
         batch.push_back({});
+        writes.push_back({});
     }
     ~TICKETS() {
         std::filesystem::remove(name);
@@ -88,6 +98,7 @@ struct TICKETS {
     std::vector<KEY const*> integers;
     std::vector<KEY const*> texts;
     std::vector<GETMULTIPAR> batch;
+    std::vector<SETMULTIPAR> writes;
     int value = 0;
 };
 
@@ -120,6 +131,14 @@ void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
         for (KEY const* key : all.texts) all.file.Get(*key, PARAM_STRING, &text);
     });
     Count("get_batch", count, rounds, tickets, [](TICKETS& all) { all.memory.GetBatch(all.batch.data()); });
+    Count("set_batch", count, rounds, tickets, [](TICKETS& all) { all.memory.SetBatch(all.writes.data()); });
+    Count("merge", count, 1, tickets, [](TICKETS& all) { TICKET(nullptr).MergeFrom(all.memory); });
+    TICKET const vector(nullptr);
+    for (std::size_t i = 0; i < 2 * count; ++i) vector.Append("vector", 1);
+    std::vector<TICKET const*> vectors{&vector};
+    Count("delete_front", count, 1, vectors, [count](TICKET const* one) {
+        for (std::size_t i = 0; i < count / 2; ++i) one->DeleteFront("vector");
+    });
     Count("load", count, 1, tickets, [](TICKETS& all) {
         TICKET const cold(all.name.c_str());
         cold.Get(*all.integers.front(), PARAM_INT, &all.value);

@@ -413,6 +413,49 @@ TEST(Batch, ReadsManyKeysOfALargeNode) {
     }
 }
 
+TEST(Batch, ReadsWhatEarlierRecordsHaveWrittenOverKeysAndRecords) {
+    for (int const others : {0, 14, 15, 16}) {  // records of the same group, and of the next one
+        SCOPED_TRACE(others);
+        NODE node;
+        int letter = 0;
+        std::memcpy(&letter, "b\0\0", sizeof letter);
+        node.SetEntry("a", ENTRY(letter));
+        node.SetEntry("b", ENTRY(7));
+        node.SetEntry("pointer", ENTRY(const_cast<char*>("b")));
+        alignas(int) char key[4] = "c";
+        int read[2] = {};
+        std::vector<GETMULTIPAR> records = {{"a", PARAM_INT, key, SCALAR_INDEX, false}, {}};
+        for (int i = 0; i < others; ++i) records.push_back({"b", PARAM_NONE, nullptr, SCALAR_INDEX, false});
+        records.push_back({key, PARAM_INT, &read[0], SCALAR_INDEX, false});
+        records.push_back({"c", PARAM_INT, &read[1], SCALAR_INDEX, false});
+        records.push_back({});
+        records[1] = {"pointer", PARAM_POINTER, &records[records.size() - 2].key, SCALAR_INDEX, false};
+        EXPECT_TRUE(node.GetMultiParameter(records.data()));
+        EXPECT_THAT(read, testing::ElementsAre(7, 7));
+        for (std::size_t i = 0; i + 1 < records.size(); ++i) EXPECT_TRUE(records[i].result) << i;
+    }
+}
+
+TEST(Batch, StoresUnderKeysThatAreTextsItReplaces) {
+    NODE node;
+    std::string const name = "the name of another key, too long for the small buffer of a string";
+    node.Set("names", name);
+    node.SetEntry("vector", ENTRY(ENTRY::VECTOR{ENTRY(name)}));
+    char const* key = nullptr;
+    char const* element = nullptr;
+    ASSERT_TRUE(node.Get("names", key));
+    ASSERT_TRUE(node.GetV("vector", 0, element));
+    int const value = 5;
+    SETMULTIPAR records[] = {{"names", PARAM_INT, &value, SCALAR_INDEX, false},
+                             {"vector", PARAM_INT, &value, SCALAR_INDEX, false},
+                             {key, PARAM_INT, &value, SCALAR_INDEX, false},
+                             {element, PARAM_INT, &value, APPEND_INDEX, false},
+                             {nullptr, PARAM_NONE, nullptr, 0, false}};
+    EXPECT_TRUE(node.SetMultiParameter(records));
+    ASSERT_NE(node.GetEntry(name), nullptr);
+    EXPECT_EQ(node.GetEntry(name)->Elements().size(), 2u);
+}
+
 TEST(Batch, RefusesOnlyTheRecordWhoseByteStringIsAbsurd) {
     NODE node;
     BIN_STRING const absurd{"x", std::numeric_limits<uint64_t>::max()};

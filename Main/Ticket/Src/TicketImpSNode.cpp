@@ -6,6 +6,8 @@
 
 #include <climits>
 #include <cstddef>
+#include <cstring>
+#include <new>
 #include <utility>
 
 #include "ConfigurationControl/MathLib.h"
@@ -14,7 +16,7 @@ namespace {
 
 using ENTRY = clTICKETNODE::clENTRY;
 
-// Up to here every integer is exact as a double.
+// Every integer up to this one is exact as a double.
 constexpr long long EXACT = 1LL << 53;
 
 std::string_view Characters(BIN_STRING const& bytes) {
@@ -22,7 +24,7 @@ std::string_view Characters(BIN_STRING const& bytes) {
     return {static_cast<char const*>(bytes.data), bytes.length};
 }
 
-// An empty vector with room for the first elements: who makes a vector is about to add to it, and must not fail then.
+// An empty vector with space for two elements: its maker is about to add to it, and must not fail then.
 ENTRY NewVector() {
     ENTRY vector{ENTRY::VECTOR()};
     vector.Elements().reserve(2);
@@ -42,6 +44,17 @@ ENTRY::VECTOR& MakeVector(ENTRY& entry) {
 void Replace(ENTRY& entry, ENTRY& value) {
     if (value.Tag() == clTICKETNODE::ENTRY_STRING && entry.HasTextOf(value)) return;
     ENTRY::_swap(entry, value);
+}
+
+// The elements behind the erased one move by their bytes, which takes less than an instruction each instead of 23: an
+// entry owns what it points to, and nothing points to an entry.
+void EraseElement(ENTRY::VECTOR& elements, std::size_t position) {
+    ENTRY erased;
+    ENTRY::_swap(erased, elements[position]);
+    ENTRY* const gap = &elements[position];
+    std::memmove(static_cast<void*>(gap), gap + 1, (elements.size() - position - 1) * sizeof(ENTRY));
+    new (&elements.back()) ENTRY();  // whose bytes now belong to its neighbour
+    elements.pop_back();
 }
 
 bool ReportType(ENTRY const* entry, int& type) {
@@ -149,17 +162,22 @@ void clTICKETNODE::clENTRY::_destruct() noexcept {
     m_isKept = false;
 }
 
-bool clTICKETNODE::Put(std::string_view key, clENTRY*& place, clENTRY&& value, int index) {
-    if (!place) {
-        bool const isWhole = index == SCALAR_INDEX || index == APPEND_INDEX;
-        place = isWhole ? &m_map.FindOrInsert(key) : &VectorEntry(key);
-    }
+bool clTICKETNODE::Put(std::string_view key, clENTRY*& found, clENTRY&& value, int index) {
+    if (index != SCALAR_INDEX) return PutElement(key, found, std::move(value), index);
+    if (!found) found = &m_map.FindOrInsert(key);
     ++m_changes;
-    if (index == SCALAR_INDEX || (index == APPEND_INDEX && place->Tag() == ENTRY_EMPTY)) {
-        Replace(*place, value);
+    Replace(*found, value);
+    return true;
+}
+
+bool clTICKETNODE::PutElement(std::string_view key, clENTRY*& found, clENTRY&& value, int index) {
+    if (!found) found = index == APPEND_INDEX ? &m_map.FindOrInsert(key) : &VectorEntry(key);
+    ++m_changes;
+    if (index == APPEND_INDEX && found->Tag() == ENTRY_EMPTY) {
+        Replace(*found, value);
         return true;
     }
-    clENTRY::VECTOR& elements = MakeVector(*place);
+    clENTRY::VECTOR& elements = MakeVector(*found);
     // A negative index is beyond every end.
     std::size_t const position = index == APPEND_INDEX ? elements.size() : static_cast<std::size_t>(index);
     if (position > elements.size()) return false;
@@ -172,18 +190,18 @@ bool clTICKETNODE::Put(std::string_view key, clENTRY*& place, clENTRY&& value, i
 }
 
 bool clTICKETNODE::SetEntry(std::string_view key, clENTRY entry) {
-    clENTRY* place = nullptr;
-    return Put(key, place, std::move(entry), SCALAR_INDEX);
+    clENTRY* found = nullptr;
+    return Put(key, found, std::move(entry), SCALAR_INDEX);
 }
 
 bool clTICKETNODE::SetEntry(std::string_view key, int index, clENTRY entry) {
-    clENTRY* place = &VectorEntry(key);
-    return index >= 0 && Put(key, place, std::move(entry), index);
+    clENTRY* found = &VectorEntry(key);
+    return index >= 0 && Put(key, found, std::move(entry), index);
 }
 
 bool clTICKETNODE::AddEntry(std::string_view key, clENTRY entry) {
-    clENTRY* place = nullptr;
-    return Put(key, place, std::move(entry), APPEND_INDEX);
+    clENTRY* found = nullptr;
+    return Put(key, found, std::move(entry), APPEND_INDEX);
 }
 
 clTICKETNODE::clENTRY::VECTOR* clTICKETNODE::SetVector(std::string_view key) {
@@ -212,7 +230,7 @@ bool clTICKETNODE::Del(std::string_view key, int index) {
     clENTRY* const entry = m_map.Find(key);
     if (!Element(entry, index)) return false;
     if (entry->Tag() != ENTRY_VECTOR) return Del(key);
-    entry->Elements().erase(entry->Elements().begin() + index);
+    EraseElement(entry->Elements(), static_cast<std::size_t>(index));
     ++m_changes;
     return true;
 }

@@ -19,7 +19,7 @@
 
 class clTICKETNODE {
  public:
-    // What a stored value is; internal, see TypeOf for the PARAM_TYPE that stands for it outside.
+    // The kind of a stored value. Internal: TypeOf gives the PARAM_TYPE that hosts see.
     enum TAG : unsigned char {
         ENTRY_EMPTY = 0,    // exists, has no value
         ENTRY_NUMBER = 1,   // double; also every integer that a double holds exactly
@@ -115,13 +115,13 @@ class clTICKETNODE {
             VECTOR* elements;
         } m_payload{};
         TAG m_tag = ENTRY_EMPTY;
-        mutable bool m_isKept = false;  // the text is kept itself, as most are: known without a look at it
+        mutable bool m_isKept = false;  // the text is its own stable one, as most are; saves a look at it
     };
 
     clTICKETNODE() = default;
     clTICKETNODE(clTICKETNODE const&) = default;
     clTICKETNODE(clTICKETNODE&&) = default;
-    clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // would have to tell the walks under way
+    clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // walks under way would not notice the change
 
     // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
     // valid until the next change of the node. AddEntry, SetVector and the sorted walks below have no caller in
@@ -155,8 +155,9 @@ class clTICKETNODE {
     bool GetV(std::string_view key, int index, void*& value) const = delete;
     bool GetV(std::string_view key, unsigned long& count) const;  // elements; 1 for any scalar
 
-    // Converting access, as the table entries of the same names offer it. With `texts` those read as PARAM_STRING
-    // are kept there and so outlive their entries: always the same set, and only then it may throw.
+    // Converting access, as the table entries of the same names offer it. With `texts`, which must always be the same
+    // set, texts read as PARAM_STRING are kept there and so outlive their entries; only then a read may throw
+    // (std::bad_alloc).
     bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const;
     bool GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts = nullptr) const;
     bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
@@ -179,7 +180,7 @@ class clTICKETNODE {
     // Scalar values, each element of each vector counted, vectors themselves not.
     unsigned long Size() const;
     bool NonEmpty() const;  // whether Size is above 0; stops at the first value
-    // For so many more parameters that are expected. Throws std::bad_alloc.
+    // Makes space for `more` parameters. Throws std::bad_alloc.
     void Reserve(std::size_t more) { m_map.Reserve(more); }
     void Clear();
     // As Clear, but hands the parameters out; what points at their values stays valid until the result is destroyed.
@@ -201,16 +202,21 @@ class clTICKETNODE {
     static bool Read(clENTRY const* entry, PARAM_TYPE& type);
     template <typename T>
     static bool ReadInto(clENTRY const* entry, void* buffer);
+    template <typename T>
+    static bool ReadInteger(clENTRY const* entry, void* buffer);
     static bool ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts);
     // What GetParameter does with the entry of the key, null if there is none.
     static bool ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
-    // Begins the lookups of the next records of a batch; the first record that was left out.
-    GETMULTIPAR const* PrepareLookups(GETMULTIPAR const* records) const;
-    // One change. `place`: the key's entry, or null if it has yet to be searched; afterwards the same for the next
+    // Whether `entry`, found with `key` (null: not found), is that of the text that now stands where `key` came from.
+    static bool IsStillOf(char const* now, std::string_view key, clENTRY const* entry);
+    // Reads the first records of a batch, whose lookups overlap; returns the first record that was left out.
+    GETMULTIPAR* GetGroup(GETMULTIPAR* records, TICKET_TEXTS* texts) const;
+    // One change. `found`: the key's entry, or null if it has yet to be searched; afterwards the same for the next
     // change of this key.
-    bool Apply(std::string_view key, clENTRY*& place, PARAM_TYPE type, clENTRY&& value, int index);
+    bool Apply(std::string_view key, clENTRY*& found, PARAM_TYPE type, clENTRY&& value, int index);
     // Stores at SCALAR_INDEX, at APPEND_INDEX or in an element; what does not exist is made.
-    bool Put(std::string_view key, clENTRY*& place, clENTRY&& value, int index);
+    bool Put(std::string_view key, clENTRY*& found, clENTRY&& value, int index);
+    bool PutElement(std::string_view key, clENTRY*& found, clENTRY&& value, int index);
     clENTRY& VectorEntry(std::string_view key);
 
     PARAMETER_MAP<clENTRY> m_map;

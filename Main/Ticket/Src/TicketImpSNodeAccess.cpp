@@ -3,6 +3,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -18,6 +19,10 @@ using ENTRY = clTICKETNODE::clENTRY;
 
 bool ToNumber(ENTRY const* entry, double& number) {
     if (!entry) return false;
+    if (entry->Tag() == clTICKETNODE::ENTRY_NUMBER) {
+        number = entry->Number();
+        return true;
+    }
     switch (entry->Tag()) {
         case clTICKETNODE::ENTRY_NUMBER:
             number = entry->Number();
@@ -33,19 +38,27 @@ bool ToNumber(ENTRY const* entry, double& number) {
     }
 }
 
-// `round` has no say about NaN: each type has a value of its own for it.
+// NaN bypasses `round`: each type has a value of its own for it.
 template <typename T>
 bool ReadRounded(ENTRY const* entry, T& value, T notANumber, T (*round)(double)) {
     double number = 0;
     bool const found = ToNumber(entry, number);
-    // Most numbers are integers that fit, and need no call.
-    if (number >= static_cast<double>(std::numeric_limits<T>::min()) &&
-        number < static_cast<double>(std::numeric_limits<T>::max())) {
-        value = static_cast<T>(number);
-        if (static_cast<double>(value) == number) return found;
-    }
     value = std::isnan(number) ? notANumber : round(number);
     return found;
+}
+
+// Most numbers are integers of the type that is asked for, and need no call.
+template <typename T>
+bool ReadExact(ENTRY const* entry, void* buffer) {
+    if (!entry || entry->Tag() != clTICKETNODE::ENTRY_NUMBER) return false;
+    double const number = entry->Number();
+    if (!(number >= static_cast<double>(std::numeric_limits<T>::min()) &&
+          number < static_cast<double>(std::numeric_limits<T>::max())))
+        return false;
+    auto const value = static_cast<T>(number);
+    if (static_cast<double>(value) != number) return false;
+    StoreValue(buffer, value);
+    return true;
 }
 
 // 64-bit integers hand out their bits whatever their sign.
@@ -78,8 +91,9 @@ bool LoadAs(void const* source, ENTRY& entry) {
     return true;
 }
 
-// Reads the value of a set. False: refused, whatever the index. A deletion has nothing to read.
-bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
+// Reads the value of a set. False: refused, whatever the index. A deletion has nothing to read. Inlined, because its
+// caller knows that `entry` is empty and has nothing to free.
+[[gnu::always_inline]] inline bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
     switch (type) {
         case PARAM_NONE:
             return !source;
@@ -106,41 +120,47 @@ bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
     }
 }
 
-// Whether a value that is stored at `buffer` may change the text or the NUL behind it.
-bool MayOverwrite(void const* buffer, std::string_view text) {
-    constexpr std::size_t LARGEST = sizeof(BIN_STRING);
-    // How far behind the first place from where it would reach the text; anything else is a number larger than these.
-    auto const place =
-        reinterpret_cast<std::uintptr_t>(buffer) - reinterpret_cast<std::uintptr_t>(text.data()) + LARGEST - 1;
-    return place < text.size() + LARGEST;
-}
-
 // One record of a batch, read but not applied.
 struct CHANGE {
-    std::size_t keyBegin;  // in the batch's own copy of the keys
-    std::size_t keyLength;
+    std::string_view key;
     ENTRY value;
     bool readable;
 };
 
-// Copies the keys as well as the values: one record may delete the text that names the next. All results become false.
+// The keys of a batch that deletes something: a deletion may free the text that names a later record. All other changes
+// leave the old values to the batch until its end.
+std::string CopyKeys(SETMULTIPAR const* records, std::size_t count) {
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < count; ++i) length += std::strlen(records[i].key);
+    std::string keys;
+    keys.reserve(length);
+    for (std::size_t i = 0; i < count; ++i) keys += records[i].key;
+    return keys;
+}
+
+// All results become false. `keys` holds the copied keys, if there are any.
 std::vector<CHANGE> ReadBatch(SETMULTIPAR* records, std::string& keys) {
-    ClearResults(records);
     std::size_t count = 0;
-    while (IsRecord(records[count])) ++count;
+    bool deletes = false;
+    for (; IsRecord(records[count]); ++count) {
+        records[count].result = false;
+        deletes = deletes || records[count].type == PARAM_NONE;
+    }
+    if (deletes) keys = CopyKeys(records, count);
+    char const* copy = keys.data();
     std::vector<CHANGE> changes;
     changes.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
         SETMULTIPAR const& record = records[i];
-        CHANGE change{keys.size(), 0, ENTRY(), false};
-        if (i > 0 && record.key == records[i - 1].key) {  // the elements of one vector share their key
-            change.keyBegin = changes[i - 1].keyBegin;
-        } else {
-            keys += record.key;
+        // The elements of one vector share their key.
+        bool const isSame = i > 0 && record.key == records[i - 1].key;
+        std::string_view key = isSame ? changes[i - 1].key : std::string_view(record.key);
+        if (deletes) {
+            key = {copy, key.size()};
+            copy += key.size();
         }
-        change.keyLength = keys.size() - change.keyBegin;
+        CHANGE& change = changes.emplace_back(CHANGE{key, ENTRY(), false});
         change.readable = Attempt([&] { return Load(record.type, record.value, change.value); });
-        changes.push_back(std::move(change));
     }
     return changes;
 }
@@ -200,12 +220,18 @@ bool clTICKETNODE::GetV(std::string_view key, unsigned long& count) const {
     return Count(GetEntry(key), count);
 }
 
+// Not inlined, so that its callers can end in a jump here.
 template <typename T>
-bool clTICKETNODE::ReadInto(clENTRY const* entry, void* buffer) {
+[[gnu::noinline]] bool clTICKETNODE::ReadInto(clENTRY const* entry, void* buffer) {
     T value;
     bool const found = Read(entry, value);
     StoreValue(buffer, value);
     return found;
+}
+
+template <typename T>
+[[gnu::noinline]] bool clTICKETNODE::ReadInteger(clENTRY const* entry, void* buffer) {
+    return ReadExact<T>(entry, buffer) || ReadInto<T>(entry, buffer);
 }
 
 bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts) {
@@ -228,7 +254,7 @@ bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& 
         case PARAM_POINTER:
             return index == SCALAR_INDEX && ReadInto<void*>(entry, value);
         case PARAM_INT:
-            return ReadInto<int>(entry, value);
+            return ReadInteger<int>(entry, value);
         case PARAM_DOUBLE:
             return ReadInto<double>(entry, value);
         case PARAM_STRING:
@@ -243,11 +269,11 @@ bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& 
             return found;
         }
         case PARAM_INT64:
-            return ReadInto<long long>(entry, value);
+            return ReadInteger<long long>(entry, value);
         case PARAM_UNSIGNED:
-            return ReadInto<unsigned int>(entry, value);
+            return ReadInteger<unsigned int>(entry, value);
         case PARAM_UINT64:
-            return ReadInto<unsigned long long>(entry, value);
+            return ReadInteger<unsigned long long>(entry, value);
         default:
             return false;
     }
@@ -258,9 +284,9 @@ bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, i
 }
 
 // A deletion with any negative index but SCALAR_INDEX finds no element and so fails without converting anything.
-bool clTICKETNODE::Apply(std::string_view key, clENTRY*& place, PARAM_TYPE type, clENTRY&& value, int index) {
-    if (type != PARAM_NONE) return Put(key, place, std::move(value), index);
-    place = nullptr;
+bool clTICKETNODE::Apply(std::string_view key, clENTRY*& found, PARAM_TYPE type, clENTRY&& value, int index) {
+    if (type != PARAM_NONE) return Put(key, found, std::move(value), index);
+    found = nullptr;
     return index == SCALAR_INDEX ? Del(key) : Del(key, index);
 }
 
@@ -268,20 +294,22 @@ bool clTICKETNODE::SetParameter(char const* key, PARAM_TYPE type, void const* va
     if (!key) return false;
     return Attempt([&] {
         clENTRY entry;
-        clENTRY* place = nullptr;
-        return Load(type, value, entry) && Apply(key, place, type, std::move(entry), index);
+        clENTRY* found = nullptr;
+        return Load(type, value, entry) && Apply(key, found, type, std::move(entry), index);
     });
 }
 
 bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) const {
     if (!records) return false;
-    GETMULTIPAR const* prepared = m_map.MayMissCaches() ? records : nullptr;  // the records before this one
+    if (m_map.MayMissCaches()) {
+        while (IsRecord(*records)) records = GetGroup(records, texts);
+        return true;
+    }
     std::string_view key;
     clENTRY const* entry = nullptr;
     for (; IsRecord(*records); ++records) {
-        if (records == prepared) prepared = PrepareLookups(records);
-        // The elements of one vector share their key, unless the record before has written over it.
-        if (records->key != key.data() || MayOverwrite(records[-1].value, key)) {
+        // The elements of one vector share their key.
+        if (!IsStillOf(records->key, key, entry)) {
             key = records->key;
             entry = m_map.Find(key);
         }
@@ -290,16 +318,32 @@ bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) 
     return true;
 }
 
-// The keys are hashed again when it is their turn: a record may write to the text of a later one's key.
-GETMULTIPAR const* clTICKETNODE::PrepareLookups(GETMULTIPAR const* records) const {
-    constexpr std::size_t GROUP = 16;
-    uint32_t hints[GROUP];
+// A record may write over the key of a later one, or over that record. So what was looked up before only counts if the
+// entry has the key that stands there now.
+bool clTICKETNODE::IsStillOf(char const* now, std::string_view key, clENTRY const* entry) {
+    return entry && now == key.data() && PARAMETER_MAP<clENTRY>::HasKey(*entry, key) && now[key.size()] == '\0';
+}
+
+GETMULTIPAR* clTICKETNODE::GetGroup(GETMULTIPAR* records, TICKET_TEXTS* texts) const {
+    constexpr std::size_t LARGEST = 16;
+    std::string_view keys[LARGEST];
+    uint32_t hashes[LARGEST];
+    clENTRY const* entries[LARGEST];
     std::size_t count = 0;
-    for (char const* last = nullptr; count < GROUP && IsRecord(*records); ++records) {
-        if (records->key != last) hints[count++] = m_map.Prepare(records->key);
-        last = records->key;
+    for (; count < LARGEST && IsRecord(records[count]); ++count) {
+        bool const isSame = count > 0 && records[count].key == keys[count - 1].data();
+        keys[count] = isSame ? keys[count - 1] : records[count].key;
+        hashes[count] = isSame ? hashes[count - 1] : m_map.Prepare(keys[count]);
     }
-    for (std::size_t i = 0; i < count; ++i) m_map.Prefetch(hints[i]);
+    for (std::size_t i = 0; i < count; ++i) entries[i] = m_map.Candidate(hashes[i]);
+    for (std::size_t i = 0; i < count; ++i, ++records) {
+        clENTRY const* entry = entries[i];
+        if (!IsStillOf(records->key, keys[i], entry)) {
+            if (!IsRecord(*records)) break;
+            entry = m_map.Find(records->key);
+        }
+        records->result = ReadAs(entry, records->type, records->value, records->index, texts);
+    }
     return records;
 }
 
@@ -308,14 +352,13 @@ bool clTICKETNODE::SetMultiParameter(SETMULTIPAR* records) {
     if (!records) return false;
     Attempt([&] {
         std::string keys;
-        std::string_view last;
-        clENTRY* place = nullptr;
+        char const* last = nullptr;
+        clENTRY* found = nullptr;
         for (CHANGE& change : ReadBatch(records, keys)) {
-            std::string_view const key(keys.data() + change.keyBegin, change.keyLength);
-            if (key.data() != last.data()) place = nullptr;
-            last = key;
+            if (change.key.data() != last) found = nullptr;
+            last = change.key.data();
             records->result = change.readable && Attempt([&, record = records] {
-                                  return Apply(key, place, record->type, std::move(change.value), record->index);
+                                  return Apply(change.key, found, record->type, std::move(change.value), record->index);
                               });
             ++records;
         }

@@ -1,7 +1,7 @@
 // The walks over a ticket's parameters, and what is built on them: counting and the test for emptiness.
 //
-// A host's callback may change the node that is walked. The walk keeps its own copy of the current key and finds its
-// place again whenever the node's count of changes has moved; it never looks at an entry after the callback that got
+// A host's callback may change the node that is walked. The walk keeps its own copy of the current key and searches it
+// again whenever the node's count of changes has moved; it never looks at an entry after the callback that got
 // it. Callbacks of the library that change nothing get the node's own keys, which saves a tenth of a save's
 // instructions.
 #include <climits>
@@ -17,7 +17,7 @@ namespace {
 
 using ENTRY = clTICKETNODE::clENTRY;
 
-// The part of an integral double that an int can hold; INT_MIN stands for all others, as files have always had it.
+// An integral double as an int. INT_MIN stands for all that do not fit: files have always had them so.
 int ToWalkedInt(double integral) {
     return INT_MIN <= integral && integral <= INT_MAX ? static_cast<int>(integral) : INT_MIN;
 }
@@ -62,9 +62,9 @@ class clTICKETNODE::WALK {
     }
 
  private:
-    // The way from the current key to an element: one place for each vector, the innermost first.
-    struct PLACE {
-        PLACE const* outer;
+    // The way from the current key to an element: a position in each vector, the innermost first.
+    struct PATH {
+        PATH const* outer;
         std::size_t position;
     };
 
@@ -72,7 +72,7 @@ class clTICKETNODE::WALK {
         return m_callback(m_context, m_key.data(), type, value, index);
     }
 
-    bool Entry(clENTRY const& entry, PLACE const* place, int index, int level) const {
+    bool Entry(clENTRY const& entry, PATH const* path, int index, int level) const {
         if (level <= 1) {
             PARAM_TYPE type = PARAM_NONE;
             entry.TypeOf(type);
@@ -90,7 +90,7 @@ class clTICKETNODE::WALK {
             case ENTRY_POINTER:
                 return Report(PARAM_POINTER, entry.Pointer(), index);
             case ENTRY_VECTOR: {
-                if (level >= 4) return Elements(entry, place, level - 8);
+                if (level >= 4) return Elements(entry, path, level - 8);
                 uint64_t const count = entry.Elements().size();
                 return Report(PARAM_VECTOR, &count, index);
             }
@@ -111,28 +111,28 @@ class clTICKETNODE::WALK {
         return Report(PARAM_INT, &integer, index);
     }
 
-    bool Elements(clENTRY const& entry, PLACE const* outer, int level) const {
+    bool Elements(clENTRY const& entry, PATH const* outer, int level) const {
         clENTRY const* vector = &entry;
         std::size_t const count = entry.Elements().size();  // a callback that appends here must not walk for ever
         uint64_t changes = m_node.m_changes;
-        for (PLACE place{outer, 0}; place.position < count; ++place.position) {
+        for (PATH path{outer, 0}; path.position < count; ++path.position) {
             if (changes != m_node.m_changes) {
                 vector = Find(outer);
                 changes = m_node.m_changes;
             }
-            if (!vector || vector->Tag() != ENTRY_VECTOR || place.position >= vector->Elements().size()) break;
-            int const index = static_cast<int>(place.position);
-            if (!Entry(vector->Elements()[place.position], &place, index, level)) return false;
+            if (!vector || vector->Tag() != ENTRY_VECTOR || path.position >= vector->Elements().size()) break;
+            int const index = static_cast<int>(path.position);
+            if (!Entry(vector->Elements()[path.position], &path, index, level)) return false;
         }
         return true;
     }
 
-    // What is at the place now: the current key's entry for null, otherwise an element. Null if it is gone.
-    clENTRY const* Find(PLACE const* place) const {
-        if (!place) return m_node.m_map.Find(m_key);
-        clENTRY const* const vector = Find(place->outer);
-        if (!vector || vector->Tag() != ENTRY_VECTOR || place->position >= vector->Elements().size()) return nullptr;
-        return &vector->Elements()[place->position];
+    // The element at the end of the path, or for null the current key's entry. Null if it is gone.
+    clENTRY const* Find(PATH const* path) const {
+        if (!path) return m_node.m_map.Find(m_key);
+        clENTRY const* const vector = Find(path->outer);
+        if (!vector || vector->Tag() != ENTRY_VECTOR || path->position >= vector->Elements().size()) return nullptr;
+        return &vector->Elements()[path->position];
     }
 
     clTICKETNODE const& m_node;

@@ -36,9 +36,9 @@ inline SECRET const& ProcessSecret() {
     return secret;
 }
 
-template <typename WORD>
+template <typename INTEGER>
 inline uint64_t Load(char const* bytes) {
-    WORD word;
+    INTEGER word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }
@@ -49,39 +49,38 @@ inline uint64_t Mix(uint64_t a, uint64_t b) {
     return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
-constexpr std::size_t BLOCK = 32;
+constexpr std::size_t WORD = 8;
 
-// Hashes `count` blocks of a long key in two chains, because each product of a chain waits for the one before. Not
-// inlined: the callers' keys are mostly short.
-[[gnu::noinline]] inline uint64_t MixBlocks(char const* bytes, std::size_t count, uint64_t state,
-                                            SECRET const& secret) {
+// Mixes all but the last 16 bytes or fewer of a key that is longer than 32. Two chains, because each product of a chain
+// waits for the one before. Not inlined: most keys are shorter.
+[[gnu::noinline]] inline uint64_t MixLong(std::string_view key, uint64_t state, SECRET const& secret) {
+    char const* bytes = key.data();
+    char const* const end = bytes + key.size();
     uint64_t second = state;
-    for (; count > 0; --count, bytes += BLOCK) {
-        state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + 8) ^ state);
-        second = Mix(Load<uint64_t>(bytes + 16) ^ secret.secondLeft, Load<uint64_t>(bytes + 24) ^ second);
+    for (; end - bytes > 4 * static_cast<std::ptrdiff_t>(WORD); bytes += 4 * WORD) {
+        state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + WORD) ^ state);
+        second = Mix(Load<uint64_t>(bytes + 2 * WORD) ^ secret.secondLeft, Load<uint64_t>(bytes + 3 * WORD) ^ second);
     }
+    if (end - bytes > 2 * static_cast<std::ptrdiff_t>(WORD))
+        state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + WORD) ^ state);
     return state ^ second;
 }
 
 inline uint64_t Hash(std::string_view key, SECRET const& secret) {
-    char const* bytes = key.data();
+    char const* const bytes = key.data();
     char const* const end = bytes + key.size();
     uint64_t state = secret.right * (key.size() + 1);  // another secret word for each length
     uint64_t first = 0;
     uint64_t last = 0;
     // The last 16 bytes or fewer are read as two words, which may overlap each other and the words before them.
-    if (key.size() >= 16) {
-        if (key.size() > BLOCK) {
-            std::size_t const blocks = (key.size() - 1) / BLOCK;
-            state = MixBlocks(bytes, blocks, state, secret);
-            bytes += blocks * BLOCK;
-        }
-        if (end - bytes > 16) state = Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + 8) ^ state);
-        first = Load<uint64_t>(end - 16);
-        last = Load<uint64_t>(end - 8);
-    } else if (key.size() >= 8) {
+    if (key.size() > 2 * WORD) {
+        state = key.size() > 4 * WORD ? MixLong(key, state, secret)
+                                      : Mix(Load<uint64_t>(bytes) ^ secret.left, Load<uint64_t>(bytes + WORD) ^ state);
+        first = Load<uint64_t>(end - 2 * WORD);
+        last = Load<uint64_t>(end - WORD);
+    } else if (key.size() >= WORD) {
         first = Load<uint64_t>(bytes);
-        last = Load<uint64_t>(end - 8);
+        last = Load<uint64_t>(end - WORD);
     } else if (key.size() >= 4) {
         first = Load<uint32_t>(bytes);
         last = Load<uint32_t>(end - 4);

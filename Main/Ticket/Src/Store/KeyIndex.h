@@ -1,12 +1,12 @@
 // The hash table from keys to the ids under which their owner keeps them.
 //
-// The table is an array of hashes in ascending order with free slots between them: the leading bits of a hash name its
-// home slot, and an entry stands there or in one of the next slots. A search looks at 1.8 slots on average when the
-// table is three fifths full. The order buys two things: the table grows in one pass over both arrays without a look at
-// a key, and searches stay short: with a million keys the longest is some 35 slots.
+// The table is an array of hashes with their ids, in ascending order, with free slots between them: the leading bits of
+// a hash name its home slot, and it stands there or in one of the next slots. A search looks at 1.8 slots on average
+// when the table is three fifths full. The order buys two things. The table grows in one pass over both arrays, without
+// a look at a key. Searches stay short: among a million keys the longest looks at some 35 slots, even in a full table.
 //
-// A search that becomes longer than that means that somebody knows the hash. The table is then built anew with another
-// secret; see KeyHash.h.
+// A search that becomes longer than LongestOf allows means that somebody knows the secret of the hash. The table is
+// then built anew with another secret; see KeyHash.h.
 #pragma once
 
 #include <algorithm>
@@ -23,7 +23,7 @@
 class KEY_INDEX {
  public:
     using ID = uint32_t;
-    static constexpr ID NONE = 0;  // no entry has it
+    static constexpr ID NONE = 0;  // no key has this id
 
     // 31 bits, so that no hash is that of a free slot.
     uint32_t Hash(std::string_view key) const {
@@ -32,20 +32,24 @@ class KEY_INDEX {
 
     std::size_t Count() const { return m_count + m_waitingCount; }
 
-    // The id with this hash for which `isKey(id)` holds, or NONE.
-    template <typename IS_KEY>
-    ID Find(uint32_t hash, IS_KEY const& isKey) const {
-        if (m_slots.empty()) return NONE;
-        SLOT const* slot = &m_slots[Home(hash)];
+    // What `match(id)` returns for the first id with this hash for which that is not zero; zero if there is none.
+    template <typename MATCH>
+    auto Find(uint32_t hash, MATCH const& match) const -> decltype(match(ID{})) {
+        SLOT const* slot = m_slots.data();
+        if (!slot) return {};
+        slot += Home(hash);
         while (slot->hash < hash) ++slot;
-        for (; slot->hash == hash; ++slot)
-            if (isKey(slot->id)) return slot->id;
-        for (std::size_t i = 0; i < m_waitingCount; ++i)
-            if (m_waiting[i].hash == hash && isKey(m_waiting[i].id)) return m_waiting[i].id;
-        return NONE;
+        for (; slot->hash == hash; ++slot) {
+            auto const found = match(slot->id);
+            if (__builtin_expect(found != decltype(found){}, true)) return found;  // two keys hardly share a hash
+        }
+        if (m_waitingCount == 0) return {};
+        for (std::size_t i = NextWaiting(hash, 0); i < m_waitingCount; i = NextWaiting(hash, i + 1))
+            if (auto const found = match(m_waiting[i].id)) return found;
+        return {};
     }
 
-    // Makes room for `more` entries. `keyOf(id)` is the key of an id. Returns whether hashes have changed, which then
+    // Makes room for `more` keys. `keyOf(id)` is the key of an id. Returns whether hashes have changed, which then
     // must be computed again. Throws std::bad_alloc and then has changed nothing.
     template <typename KEY_OF>
     bool Reserve(std::size_t more, KEY_OF const& keyOf) {
@@ -61,20 +65,21 @@ class KEY_INDEX {
         Enter(hash, id);
     }
 
-    // The same for one of many keys that come one after the other: it waits until some have come together or a key
-    // comes otherwise, while memory brings the slots. With a million keys a load takes 0.6 of the time.
+    // The same for one of many keys that arrive one after the other. It waits until sixteen have come together, or
+    // until another change, while memory brings their slots: a load of 100,000 keys takes 0.85 of the time, of a
+    // million 0.6.
     void InsertLater(uint32_t hash, ID id) noexcept {
         if (m_waitingCount == MOST_WAITING) Settle();
         m_waiting[m_waitingCount++] = {hash, id};
         Prefetch(hash);
     }
 
-    // The id must be in the table.
+    // The id must be in the table under this hash.
     void Erase(uint32_t hash, ID id) noexcept {
         Settle();
         std::size_t at = Home(hash);
         while (m_slots[at].id != id) ++at;
-        // Entries that are not at home move back by one slot.
+        // Hashes that are not at home move back by one slot.
         for (; m_slots[at + 1].hash != FREE && Home(m_slots[at + 1].hash) <= at; ++at) m_slots[at] = m_slots[at + 1];
         m_slots[at] = {FREE, NONE};
         --m_count;
@@ -82,13 +87,9 @@ class KEY_INDEX {
 
     void Clear() noexcept { *this = KEY_INDEX(); }
 
-    // Hints that make the waits for memory of several searches overlap: fetches the slot where a search begins, and
-    // returns the first id that such a search would look at, or NONE.
+    // Asks the processor for the slot where a search begins, or for any other memory.
     void Prefetch(uint32_t hash) const {
         if (!m_slots.empty()) Fetch(&m_slots[Home(hash)]);
-    }
-    ID Guess(uint32_t hash) const {
-        return Find(hash, [](ID) { return true; });
     }
     static void Fetch(void const* address) {
         __builtin_prefetch(address);
@@ -108,11 +109,18 @@ class KEY_INDEX {
     static constexpr std::size_t MOST_WAITING = 16;
 
     static constexpr std::size_t LimitOf(std::size_t homes) { return homes / 16 * 13; }
-    // How many slots behind its home an entry may stand. Even when the table is full, chance alone comes this far once
-    // in a thousand tables.
+    // How many slots behind its home a hash may stand. In a full table of a thousand homes chance alone came to 17 of
+    // 36 slots, of four million homes to 34 of 60.
     static constexpr std::size_t LongestOf(unsigned bits) { return 16 + 2 * bits; }
 
     std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
+
+    // The first position from `begin` where a key with this hash waits; m_waitingCount if there is none. Not inlined:
+    // most searches end before.
+    [[gnu::noinline]] std::size_t NextWaiting(uint32_t hash, std::size_t begin) const {
+        while (begin < m_waitingCount && m_waiting[begin].hash != hash) ++begin;
+        return begin;
+    }
 
     void Settle() noexcept {
         for (std::size_t i = 0; i < m_waitingCount; ++i) Enter(m_waiting[i].hash, m_waiting[i].id);
@@ -139,7 +147,8 @@ class KEY_INDEX {
         KEY_INDEX table;
         std::size_t const homes = std::size_t{1} << bits;
         table.m_longest = LongestOf(bits);
-        // All that waits may go too far before that is noticed. The last slot stays free and ends every search.
+        // Of keys that wait, all may be entered before a search that is too long is noticed. The last slot stays free
+        // and ends every search.
         table.m_slots.assign(homes + table.m_longest + MOST_WAITING + 1, SLOT{FREE, NONE});
         table.m_shift = HASH_BITS - bits;
         table.m_limit = LimitOf(homes);
@@ -185,12 +194,12 @@ class KEY_INDEX {
     }
 
     std::vector<SLOT> m_slots;
-    std::array<SLOT, MOST_WAITING> m_waiting{};
     std::size_t m_waitingCount = 0;
-    std::size_t m_count = 0;    // of the entries in m_slots
+    std::size_t m_count = 0;    // of the keys in m_slots
     std::size_t m_limit = 0;    // of m_count, before searches become long
     std::size_t m_longest = 0;  // see LongestOf
     unsigned m_shift = 0;       // brings a hash down to its home
-    bool m_isCrowded = false;   // an entry stands too far from its home
+    bool m_isCrowded = false;   // a hash stands too far from its home
     KEY_HASH::SECRET m_secret = KEY_HASH::ProcessSecret();
+    std::array<SLOT, MOST_WAITING> m_waiting{};
 };

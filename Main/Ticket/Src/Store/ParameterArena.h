@@ -28,9 +28,10 @@ struct KEYED_VALUE : VALUE {
         if (length != key.size()) return false;
         if (length < sizeof(uint64_t)) return std::memcmp(Text(), key.data(), length) == 0;
         std::size_t const last = length - sizeof(uint64_t);  // overlaps the word before it
+        if (Word(last, Text()) != Word(last, key.data())) return false;
         for (std::size_t i = 0; i < last; i += sizeof(uint64_t))
             if (Word(i, Text()) != Word(i, key.data())) return false;
-        return Word(last, Text()) == Word(last, key.data());
+        return true;
     }
 
  private:

