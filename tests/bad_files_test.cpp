@@ -1,7 +1,7 @@
-// Files that are broken, odd or hostile: what loads of each, and what the next save keeps. One table; docs/bad-files.md
-// is made of it.
+// Broken, odd and hostile files: the values that each loads, and whether the next save keeps the file. The table in
+// docs/bad-files.md is generated from these cases.
 //
-// To make the rows of the document anew: BAD_FILES_ROWS=FILE bad_files_test
+// To regenerate its rows: BAD_FILES_ROWS=FILE bad_files_test
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 #include "support/BadFiles.h"
 #include "support/FileTickets.h"
 
-// Nothing here is about power loss, and on a busy machine thousands of flushed saves would take minutes.
+// Skip the flush: no test here is about power loss, and thousands of flushes take minutes on a busy machine.
 extern "C" int fsync(int /*file*/) {
     return 0;
 }
@@ -25,7 +25,7 @@ using namespace tickets;
 using bad_files::CASE;
 using bad_files::Cases;
 
-// What is in a file, as a ticket of its own reads it.
+// The values in a file, read by a new ticket.
 LINES InFile(std::string const& file) {
     OWNER const ticket(file.c_str());
     return Contents(ticket);
@@ -38,7 +38,7 @@ LINES With(LINES lines, char const* line) {
     return lines;
 }
 
-// Bytes that do not print in hexadecimal, long ones cut.
+// The text with unprintable bytes in hexadecimal; long texts are cut.
 std::string Shown(std::string const& text) {
     std::string shown;
     for (char const byte : text) {
@@ -61,7 +61,7 @@ std::string Shown(std::string const& text) {
     return shown;
 }
 
-// A line such as "a 2 1" with the type's name.
+// Replaces the type number in a line such as "a 2 1" by the type's name.
 std::string ValueShown(std::string const& line) {
     constexpr char const* TYPES[] = {"", "", "int", "double", "string", "binstr", "", "int64", "", "uint64"};
     std::size_t type = line.find(' ');

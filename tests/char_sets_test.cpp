@@ -1,5 +1,5 @@
-// The byte-string helpers. The two linear-time algorithms are compared on random strings with references that follow
-// the documented steps one by one.
+// The byte-string helpers. Random strings are compared with
+// reference implementations that follow the documented steps one by one.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -127,7 +127,7 @@ TEST(IsUtf8Coded, AgreesWithTheStepByStepReference) {
 }
 
 TEST(IsUtf8Coded, TakesLinearTime) {
-    // Quadratic work on this text would take minutes.
+    // A quadratic algorithm would take minutes on this text.
     EXPECT_FALSE(CharSets::IsUtf8Coded(std::string(4'000'000, '\xC3')));
 }
 
@@ -172,7 +172,7 @@ TEST(ReplaceConflictingXMLData, AgreesWithTheStepByStepReference) {
 }
 
 TEST(ReplaceConflictingXMLData, TakesLinearTime) {
-    // Inserting in place would move this text's tail three million times.
+    // Inserting in place would move the rest of the text three million times.
     EXPECT_EQ(Escaped(std::string(3'000'000, '&')).size(), 15'000'000u);
 }
 

@@ -60,7 +60,7 @@ TEST(CreateSubDirectory, IgnoresWhatCannotBeMade) {
 
 class ModifiedFileTime : public testing::Test {
  protected:
-    // Makes the file two days past the epoch and asks.
+    // Creates the file with a time two days after the epoch and reads that time through the service.
     bool Ask(std::string const& content) {
         m_scratch.Write("file", content);
         std::string path = m_scratch.Path("file");

@@ -1,5 +1,6 @@
-// The binary interface of the configuration object: hosts that were built separately call its operations by their place
-// in the virtual table. The places are stated here by number and compared with what this compiler makes of the header.
+// The binary interface of the configuration object: hosts that were built separately call its operations by their index
+// in the virtual table. The indexes are stated here as numbers and compared with the layout that this compiler gives
+// the header.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -21,9 +22,8 @@ static_assert(sizeof(I) == sizeof(void*), "the interface holds no data");
 static_assert(std::is_abstract_v<I> && std::has_virtual_destructor_v<I>);
 static_assert(sizeof(LoggerAdapter::ILogger) == sizeof(void*));
 
-// A pointer to a virtual member function as the platform's C++ binary interface lays it out: the place in the virtual
-// table in bytes, the adjustment of the object's address, and in one of the two a bit that tells virtual functions from
-// others.
+// The platform's representation of a pointer to a member function: the byte offset in the virtual table and the
+// adjustment of the object's address. A bit in one of the two marks virtual functions.
 struct MEMBER_POINTER {
     ptrdiff_t slotBytes;
     ptrdiff_t adjustment;
@@ -43,7 +43,7 @@ ptrdiff_t SlotOf(FUNCTION CLASS::*operation) {
     return (pointer.slotBytes - VIRTUAL_BIT.slotBytes) / static_cast<ptrdiff_t>(sizeof(void*));
 }
 
-// A name of the interface with its place; naming it with its type makes the compiler check the signature too.
+// An operation with its index in the virtual table. It is named with its type, so the compiler checks the signature.
 struct OPERATION {
     char const* name;
     ptrdiff_t slot;
@@ -147,7 +147,8 @@ TEST(LoggerInterface, KeepsTheOrderOfItsOperations) {
     static_assert(std::is_same_v<decltype(&LOGGER::getInstance), LOGGER* (*)()>);
 }
 
-// Calls the operation at a position (from 1) of the object's virtual table, as a host that knows only its signature.
+// Calls the operation at a position (from 1) of the object's virtual table, as a host does that knows only its
+// signature.
 template <typename FUNCTION, typename... ARGUMENTS>
 decltype(auto) CallAt(I& object, int position, ARGUMENTS&&... arguments) {
     MEMBER_POINTER const pointer{VIRTUAL_BIT.slotBytes + (position - 1) * static_cast<ptrdiff_t>(sizeof(void*)),
@@ -158,7 +159,7 @@ decltype(auto) CallAt(I& object, int position, ARGUMENTS&&... arguments) {
     return (object.*operation)(std::forward<ARGUMENTS>(arguments)...);
 }
 
-// Calls one of the two destructors, which stand behind the operations.
+// Calls one of the two destructors, which follow the operations.
 void DestroyAt(CConfigurationControl* object, int position) {
     void (**table)(void*);
     memcpy(&table, static_cast<void*>(object), sizeof table);
@@ -344,13 +345,13 @@ TEST_F(RawSlots, OfTheDestructorsStandBehindTheOperations) {
         auto* const complete = new (storage) CConfigurationControl;
         complete->Initialize(m_scratch.Path("complete.xml"));
         complete->SetLogLevel(5);
-        DestroyAt(complete, 72);  // frees no memory
+        DestroyAt(complete, 72);  // the complete-object destructor frees no memory
         EXPECT_TRUE(m_scratch.Has("complete.xml"));
     }
     auto* const deleted = new CConfigurationControl;
     deleted->Initialize(m_scratch.Path("deleted.xml"));
     deleted->SetLogLevel(5);
-    DestroyAt(deleted, 73);  // the sanitizers see it if this frees nothing
+    DestroyAt(deleted, 73);  // if this freed nothing, the leak check would report it
     EXPECT_TRUE(m_scratch.Has("deleted.xml"));
 }
 

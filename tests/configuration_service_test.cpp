@@ -1,4 +1,4 @@
-// The configuration object: its life, its ticket, its saves, its messages, its behaviour under threads and faults.
+// The configuration object: lifetime, ticket, saves, messages, threads and faults.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -18,7 +18,7 @@
 #include "support/ScratchDirectory.h"
 #include "support/Threads.h"
 
-// As a host declares it.
+// The interface as a host declares it.
 class IConfigNotification {
  public:
     virtual void OnChange() { ADD_FAILURE() << "an observer was called"; }
@@ -33,7 +33,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// What the fakes of the table's entries do; the entries have no other way to reach a test.
+// State of the fake table entries. It is global because a table entry has no context argument.
 std::vector<STICKET_OP> g_operations;
 int g_operationResult = 1;
 
@@ -52,7 +52,7 @@ int RefuseSet(STICKET*, char const*, PARAM_TYPE, void const*, int) {
     return 0;
 }
 
-// A read after which another thread changes the password before the reader has seen it, if it is let.
+// A fake read that lets another thread change the password, if no lock prevents it, before the reader copies the text.
 constexpr char OTHER_PASSWORD[] = "another password, which no small buffer holds";
 decltype(STICKET_ACCESS::GetParameter) g_get = nullptr;
 decltype(STICKET_ACCESS::SetParameter) g_set = nullptr;
@@ -75,7 +75,7 @@ class ConfigurationService : public testing::Test {
         g_operationResult = 1;
         m_service = CConfigurationControl::GetInstance();
         m_file = m_scratch.Path("settings.xml");
-        std::filesystem::current_path(m_scratch.Path());  // for files of relative and empty names
+        std::filesystem::current_path(m_scratch.Path());  // tests use relative and empty file names
     }
     void TearDown() override {
         m_service->Release();
@@ -289,7 +289,7 @@ TEST_F(ConfigurationService, ReleaseSavesAndTheNextObjectBeginsAnew) {
     EXPECT_FALSE(m_service->IsConfigFileAvailable()) << "the new object has the path of the old one";
 }
 
-// Objects of a derived class: what the service calls through the interface reaches it.
+// A derived class: the service's own virtual calls must reach its overrides.
 class DERIVED_SERVICE : public CConfigurationControl {
  public:
     explicit DERIVED_SERVICE(std::vector<std::string>& calls) : m_calls(calls) {}
@@ -371,7 +371,7 @@ TEST_F(ConfigurationService, DefaultsGoToTheProcessWideObjectWhicheverIsAsked) {
     EXPECT_EQ(m_service->GetLanguageSelected(), 9);
 
     m_service->Release();
-    another->SetConfigFileDefaults(10);  // makes the missing object, which has no ticket
+    another->SetConfigFileDefaults(10);  // creates the global object, which has no ticket
     EXPECT_EQ(another->GetLanguageSelected(), 0);
     m_service = CConfigurationControl::GetInstance();
     EXPECT_EQ(Ticket(), nullptr);
@@ -382,7 +382,7 @@ TEST_F(ConfigurationService, ObserversAreTakenHoweverOftenAndNeverCalledOrDelete
         ~OBSERVER() override = default;
     };
     alignas(OBSERVER) unsigned char storage[sizeof(OBSERVER)];
-    auto* const observer = new (storage) OBSERVER;  // never destroyed: its end is an error here
+    auto* const observer = new (storage) OBSERVER;  // never destroyed: its destructor reports an error
     for (auto* const added : {observer, observer, static_cast<OBSERVER*>(nullptr)}) {
         m_service->AddConfigNotification(added);
     }
@@ -553,7 +553,7 @@ TEST_F(ConfigurationService, ReadsThePasswordToItsEndBeforeTheTicketLetsAnotherT
 }
 
 TEST_F(ConfigurationService, OpensSavesAndClosesWhileOthersUseIt) {
-    // One thread for each: an operation between two others of its thread would be covered by their locking.
+    // One thread for each use: the locks taken by a neighbouring use on the same thread would hide a data race.
     std::function<void()> const uses[] = {
         [this] { m_service->SetLogLevel(4); },
         [this] {

@@ -1,5 +1,5 @@
 // Every setting of the configuration service: its key, its type in the ticket and in the file, its fallbacks, its
-// message. The expectations stand here a second time, apart from the table that the library works with.
+// message. The expected values are written here independently of the library's own table.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -64,10 +64,10 @@ struct SETTING_CASE {
     PARAM_TYPE type;
     READ get;                // null: there is no getter
     WRITE set;               // null: there is no setter
-    char const* stored;      // what the setter stores, seen through the ticket
-    char const* read;        // and seen through the getter
-    char const* noTicket;    // the getter's answer without a ticket
-    char const* readFailed;  // and for an absent key
+    char const* stored;      // the stored value, read through the ticket
+    char const* read;        // the stored value, read through the getter
+    char const* noTicket;    // the getter's result without a ticket
+    char const* readFailed;  // the getter's result for an absent key
     char const* message;     // null: none
 };
 
@@ -116,7 +116,7 @@ std::vector<SETTING_CASE> const& Settings() {
     return settings;
 }
 
-// What the fakes of the table's entries heard: the keys, in the order of the calls.
+// The keys passed to the fake table entries, in the order of the calls.
 std::vector<std::string> g_keys;
 
 int RecordGet(STICKET*, char const* key, PARAM_TYPE, void*, int) {
@@ -141,7 +141,7 @@ class ConfigurationSettings : public testing::Test {
         m_ticket = m_service->GetConfigInstance(false);
         m_logger.TakeCalls();
     }
-    // Opens a ticket on a file that is not there.
+    // Opens a ticket on a file that does not exist.
     void OpenFresh() {
         m_service->UnInitialize();
         std::filesystem::remove(m_file);
@@ -444,7 +444,7 @@ TEST_F(ConfigurationSettings, ScreenProofHoldsTextOrNumberByWhoeverWroteLast) {
     Open();
     std::string text = "abc";
     m_service->SetScreenProof(text);
-    // The ticket reads no number from text: the getter answers what it answers for an absent key.
+    // A ticket never converts text to a number: the getter returns the same value as for an absent key.
     int converted = 99;
     EXPECT_EQ(m_ticket->GetParameter(m_ticket->pTicket, "Option/Screenproof", PARAM_INT, &converted, SCALAR_INDEX), 0);
     EXPECT_EQ(m_service->GetScreenProofID(), converted);
@@ -551,7 +551,7 @@ std::ostream& operator<<(std::ostream& stream, WINDOW const& window) {
 
 class WindowSettings : public ConfigurationSettings, public testing::WithParamInterface<bool> {
  protected:
-    // The job editor's window, or the server manager's.
+    // Reads the geometry of the job editor's window or of the server manager's.
     WINDOW Get(WINDOW window = {91, 92, 93, 94}) {
         (m_service->*(GetParam() ? &CConfigurationControl::GetJEDimensions : &CConfigurationControl::GetSMDimensions))(
             window.x, window.y, window.width, window.height);

@@ -1,5 +1,5 @@
-// The configuration service under eight threads: every kind of accessor, saves and the questions about the file at
-// once.
+// The configuration service under eight threads: every kind of accessor, saves and queries about the
+// file, all at the same time.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 using SERVICE = CConfigurationControl;
 
-// For each thread a text and a number that it alone writes.
+// A text and a number that only one thread writes.
 struct OWNED {
     std::string (SERVICE::*getText)();
     void (SERVICE::*setText)(std::string const&);
@@ -61,7 +61,7 @@ class ConfigurationThreads : public testing::Test {
         return "text " + std::to_string(value) + " of thread " + std::to_string(thread);
     }
 
-    // What all threads write: always the same number four times, and flags and folders of any value.
+    // Writes what all threads share: a group of four numbers, always equal, and flags and folders of any value.
     void UseShared(int value) {
         m_service->SetJEDimensions(value, value, value, value);
         int x = -1, y = -1, width = -1, height = -1;

@@ -1,4 +1,4 @@
-// A host that brings no logger: this program defines none.
+// A host without a logger: this program does not define one.
 #include <gtest/gtest.h>
 
 #include "ConfigurationControl/IConfigurationControl.h"

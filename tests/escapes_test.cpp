@@ -121,7 +121,7 @@ TEST(DecodeString, UndoesEscapesAndKeepsWhatIsNone) {
         {"x  y", "x \\x20y"},
         {"\\xZ1", "\\xZ1"},
         {"\\x4G", "\\x4G"},
-        {"\\x\\n", "\\x\\n"},  // the byte that ends an escape starts none
+        {"\\x\\n", "\\x\\n"},  // the backslash that breaks off an escape does not begin another
         {"\\x4\\n", "\\x4\\n"},
         {"\\ n", "\\ n"},
     };
@@ -165,7 +165,7 @@ TEST(DecodeString, IsTheInverseOfEncodeString) {
     std::mt19937 random(1);
     for (int round = 0; round < 20000; ++round) {
         std::string const bytes = RandomBytes(random, "\\x0AnN <>\t");
-        // The writer spells the empty text as a lone backslash; nothing else is spelled so.
+        // Only the empty text is written as a lone backslash.
         ASSERT_NE(EncodeString(bytes), "\\");
         ASSERT_EQ(DecodeString(EncodeString(bytes)), bytes) << "round " << round;
     }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Used before main, like a host's own static objects may.
+// Used before main, as a host's static objects may do.
 STICKET_ACCESS const* const madeEarly = STicketInstance.Create(nullptr);
 
 STICKET_OPTION_WHOAMI Identity(STICKET_ACCESS const* access) {

@@ -1,5 +1,6 @@
-// Who may read or change a ticket's file: other users who put files and links in its way, and what a save carries over
-// of the old file's mode, group, access control list and extended attributes. Root plays both users.
+// Who may read or change a ticket's file: other users who put files and links in its way, and which of
+// the old file's mode, group, access control list and extended attributes a save keeps. The tests run as root, which
+// acts for both users.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -61,7 +62,7 @@ struct ACL_LINE {
     unsigned int id = ~0u;
 };
 
-// The form in which the system takes an access control list.
+// An access control list in the binary form that setxattr takes.
 std::string AclOf(std::vector<ACL_LINE> const& lines) {
     std::string text;
     auto const append = [&](unsigned int number, int bytes) {
@@ -178,7 +179,7 @@ TEST_F(PlantedTemporaryFile, ThatMayNotBeRemovedIsLeftAlone) {
     EXPECT_THAT(Names(m_scratch), ElementsAre("s.xml", "s.xml.tmp"));
 }
 
-// A file under the settings' name that somebody else may have put there
+// A file under the settings' name that another user may have created
 
 TEST_F(PlantedFile, OfAnotherUserDoesNotLendItsMode) {
     for (mode_t const directory : {0755u, 01777u}) {
@@ -226,7 +227,7 @@ TEST_F(PlantedFile, DoesNotLendItsAcl) {
     ExpectSecret();
 }
 
-// Neither by a link nor by a copy does a private file of the host's user become readable.
+// Keeping a file must not make a private file of the host's user readable, neither by a link nor by a copy.
 TEST_F(PlantedFile, ThatLinksToAPrivateFileIsKeptAsALink) {
     std::string const home = m_scratch.Path("home");
     std::string const kept = m_file + ".unreadable";
@@ -257,7 +258,7 @@ TEST_F(PlantedFile, ThatIsKeptAsACopyIsTheOwnersAlone) {
     EXPECT_EQ(Mode(m_file + ".unreadable"), 0600u);
 }
 
-// What a save carries over
+// Attributes that a save keeps
 
 TEST_F(KeptRights, AreModeAndGroup) {
     for (mode_t const directory : {0755u, 0775u}) {
@@ -284,7 +285,7 @@ TEST_F(KeptRights, LoseTheBitsOfAGroupThatCannotBeKept) {
     };
     for (CASE const c : {CASE{0660, 0600}, CASE{0644, 0604}, CASE{0604, 0600}, CASE{0646, 0604}, CASE{0600, 0600}}) {
         MakeFile(file, c.before);
-        ASSERT_EQ(chown(file.c_str(), NOBODY_ID, 0), 0);  // of a group whose member nobody is not
+        ASSERT_EQ(chown(file.c_str(), NOBODY_ID, 0), 0);  // a group that "nobody" does not belong to
         EXPECT_TRUE(Unprivileged([&] { return Save(file); }));
         EXPECT_EQ(Found(file).st_gid, NOBODY_ID);
         EXPECT_EQ(Mode(file), c.after) << std::oct << c.before;

@@ -1,4 +1,4 @@
-// Reading a ticket's file: its bytes from any place, and what may lie at its name instead.
+// Reading a ticket's file: its bytes from any offset, and names that lead to something other than a regular file.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

@@ -1,4 +1,4 @@
-// The ticket file byte for byte: a store with every kind of value against a file that was written by hand.
+// The ticket file byte for byte: the saved form of every kind of value, compared with a file written by hand.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -103,7 +103,7 @@ void FillWithEveryType(Store& store) {
     store.Text("Vector/Below", "under the first element");
 }
 
-// The values that a text sets, also those of a text that is cut off or damaged.
+// Loads a text that may be cut off or damaged; the result does not matter, only that nothing crashes.
 void LoadIgnoringTheResult(std::string const& text) {
     Store store;
     store.Read(text);

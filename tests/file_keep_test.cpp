@@ -1,5 +1,5 @@
 // Keeping a file that could not be read beside the one that replaces it: by a link, a copy or a rename, whichever the
-// system allows, and what becomes of both names at every moment.
+// system allows, and where both names lead at every moment.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -33,11 +33,11 @@ using TICKETFILE::REPLACEMENT;
 using TICKETFILE::SAVE_OUTCOME;
 using TICKETFILE::SAVE_STEP;
 
-// How the system behaves while a test runs; one thread only.
+// The simulated behaviour of the system; used by one thread only.
 struct SYSTEM {
     int linkError = 0;
     int copyError = 0;
-    int renameError = 0;                   // of what is not the temporary file
+    int renameError = 0;                   // for files other than the temporary one
     bool hasMarks = true;                  // whether files can have extended attributes
     int writesLeft = -1;                   // until the disk is full; -1: any number
     std::function<void()> beforeLink{};    // called once
@@ -118,7 +118,7 @@ namespace {
 
 class FileKeep : public testing::Test {
  protected:
-    // Replaces the file by "new" and tells what came of the old one.
+    // Replaces the file by "new"; returns what became of the old one.
     KEPT Save() {
         SAVE_OUTCOME const outcome = OutcomeOfReplacing(m_file, "new", OLD::KEEP);
         g_system = SYSTEM{};

@@ -1,4 +1,5 @@
-// The name of a ticket's file: relative to which directory, and how the names beside it are made of long ones.
+// The name of a ticket's file: which directory it is relative to, and how long names are shortened
+// for the temporary and the kept file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -21,7 +22,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-// Puts the working directory back.
+// Restores the working directory.
 class WORKING_DIRECTORY {
  public:
     explicit WORKING_DIRECTORY(std::string const& path) { std::filesystem::current_path(path); }

@@ -1,4 +1,4 @@
-// Several processes on one file. The number of saves that each writer makes at least can be raised by PROCESS_SAVES.
+// Several processes on one file. The environment variable PROCESS_SAVES raises the minimum number of saves per writer.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -21,9 +21,9 @@ namespace {
 using namespace tickets;
 
 constexpr int WRITERS = 4;
-constexpr int READS = 20;  // for which writers go on
+constexpr int READS = 20;  // the writers stop after this many reads
 
-// What the processes of a test tell each other.
+// Memory that the processes of a test share.
 struct SHARED {
     std::atomic<int> saves{0};
     std::atomic<bool> hasSeenEnough{false};
@@ -48,8 +48,8 @@ int SavesOfEachWriter() {
     return given ? std::atoi(given) : 60;
 }
 
-// A version of the file is told by one number. From version to version it grows and shrinks, so that a mixture of two
-// would show by its length, too.
+// The number of values in a version of the file. Versions differ in length, so that a mixture of two also shows in its
+// length.
 int ValuesOf(int version) {
     return 20 + version * 37 % 400;
 }
@@ -66,7 +66,7 @@ bool IsWholeVersion(std::vector<int> const& values) {
            std::count(values.begin(), values.end(), values[0]) == static_cast<std::ptrdiff_t>(values.size());
 }
 
-// What the bytes themselves say, to somebody who knows XML only.
+// Whether the bytes are one complete version, judged as XML without the library.
 bool IsWholeText(std::string const& text) {
     constexpr std::string_view END = "</ticket>\n";
     if (text.size() < END.size() || text.substr(text.size() - END.size()) != END) return false;
@@ -128,7 +128,7 @@ TEST(FileOfProcesses, FourSaveTheSameFileAndAReaderNeverFindsATornOrEmptyOne) {
     EXPECT_THAT(files::Names(scratch), testing::ElementsAre("t.xml"));
 }
 
-// A process that dies while it saves leaves the lock and the temporary file behind; nobody waits for it.
+// A process that dies while it saves leaves the temporary file behind; its lock is gone, so nobody waits.
 TEST(FileOfProcesses, WritersThatAreKilledNeitherTearTheFileNorHoldUpTheOthers) {
     SCRATCH_DIRECTORY const scratch;
     std::string const file = scratch.Path("t.xml");

@@ -1,4 +1,4 @@
-// What hosts, disks, other processes and broken files can do to a file ticket, all of it through the table.
+// A file ticket under hostile hosts, failing disks, other processes and broken files, driven through the table.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -36,7 +36,7 @@ class FileRobustness : public testing::Test {
     std::string const m_unreadable = m_file + ".unreadable";
 };
 
-// Puts a file there as editors do: under another name first.
+// Replaces the file as editors do: writes another name and renames it.
 class FoundFile : public FileRobustness {
  protected:
     void PutThere(std::string const& content) {
@@ -45,7 +45,7 @@ class FoundFile : public FileRobustness {
     }
 };
 
-// While one lives the process can open nothing.
+// While an object exists, the process has no free file descriptor.
 class NO_DESCRIPTORS {
  public:
     NO_DESCRIPTORS() {
@@ -92,7 +92,7 @@ TEST_F(UnreadableFile, FileThatIsNoXmlReadsAsEmptyAndIsKeptBesideTheFirstSave) {
 
             EXPECT_EQ(Set(ticket, "b", 3), 1);
             EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
-            EXPECT_EQ(FileContent(m_unreadable), content);  // the second save has nothing to keep
+            EXPECT_EQ(FileContent(m_unreadable), content);  // the second save finds no unreadable file to keep
         }
         EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.unreadable"));
     }
@@ -266,7 +266,7 @@ TEST_F(UnreadableFile, FileWhoseNestingMakesEndlessKeysIsRefusedWhole) {
     EXPECT_EQ(FileContent(m_file), Document({"<b type=\"int\">1</b>"}));
 }
 
-// What is at the name when a ticket that misread its file saves
+// A ticket that could not read its file saves: what it finds at the name
 
 TEST_F(FoundFile, OfAnEditorThatMendedTheBrokenOneIsKept) {
     std::string const mended = Document({"<a type=\"int\">7</a>"});
@@ -332,7 +332,7 @@ TEST_F(FoundFile, OfASaveThatKeptNothingIsKept) {
     EXPECT_EQ(FileContent(m_unreadable), Document({"<a type=\"int\">7</a>", "<c type=\"int\">3</c>"}));
 }
 
-// Clearing a ticket reads nothing; whether its file can be read is found out by the save
+// Clearing a ticket does not read the file; the save finds out whether the file can be read
 
 TEST_F(ClearedTicket, CallsNoConversionAndCannotFail) {
     struct CONVERSION : STICKET_STRING_CONVERSION {
@@ -377,7 +377,7 @@ TEST_F(ClearedTicket, KeepsItsValuesWhileTheSaveLooksAtTheFile) {
     }
 }
 
-// A file under a lease is waited for
+// Opening a file under a lease waits
 
 TEST_F(LeasedFile, IsReadOnceItsHolderGivesItUp) {
     Write(m_file, Document({"<a type=\"int\">1</a>"}));
@@ -424,7 +424,7 @@ TEST_F(SpecialFile, IsNeitherReadNorReplacedNorDeleted) {
              CASE{"socket", [](char const* path) { return mknod(path, S_IFSOCK | 0600, 0) == 0; }},
          }) {
         SCOPED_TRACE(c.name);
-        if (!c.make(m_file.c_str())) continue;  // only root makes devices
+        if (!c.make(m_file.c_str())) continue;  // only root can create devices
         struct stat before;
         struct stat after;
         ASSERT_EQ(lstat(m_file.c_str(), &before), 0);

@@ -1,4 +1,4 @@
-// The operation codes of a file ticket, above all saving and releasing after a time.
+// The operation codes of a file ticket, in particular saving and releasing after a delay.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -56,7 +56,7 @@ TEST_F(FileTicketOperations, OnlyTheFirstOfSeveralChangesCountsForTheSeconds) {
 
     std::filesystem::remove(m_file);
     m_open->Pass(100);
-    Set(m_ticket, "a", 3);  // turns dirty anew
+    Set(m_ticket, "a", 3);  // makes the ticket dirty again
     m_open->Pass(30);
     Seconds(m_ticket, STICKET_OP_SAVE, 30);
     EXPECT_FALSE(Exists(m_file));
@@ -139,7 +139,7 @@ TEST_F(FileTicketOperations, LocksSavesAndCountsOfMemoryAreNoAccess) {
 
 TEST_F(FileTicketOperations, ReleaseAfterSecondsLeavesATicketThatIsNotLoaded) {
     SetPartialKeys(m_ticket, {"a"});
-    GetInt(m_ticket, "b");  // partial no more
+    GetInt(m_ticket, "b");  // now the whole file is loaded
     Operate(m_ticket, STICKET_OP_RELEASE);
     m_open->ReleaseTo(false);
     Write(m_file, Document({"<a type=\"int\">1</a>", "<b type=\"int\">1</b>"}));
@@ -194,7 +194,7 @@ TEST_F(FileTicketOperations, ClearIsAnAccess) {
     m_open->Pass(60);
     Seconds(m_ticket, STICKET_OP_RELEASE, 60);
     Write(m_file, Document({"<a type=\"int\">1</a>"}));
-    EXPECT_EQ(GetInt(m_ticket, "a"), std::nullopt);  // was not released: the file is not read again
+    EXPECT_EQ(GetInt(m_ticket, "a"), std::nullopt);  // the ticket was not released, so it does not read the file again
 }
 
 // 4 and 5: count

@@ -1,5 +1,5 @@
-// The partial tree of a file ticket: which keys it keeps, what makes the ticket load the rest, and what a save of it
-// writes.
+// The partial tree of a file ticket: which keys it keeps, what makes the ticket load the rest, and what
+// its save writes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ class PartialFileTicket : public testing::Test {
  protected:
     PartialFileTicket() { Write(m_file, WHOLE); }
 
-    // Has only the values of "a/b" in memory.
+    // Leaves only the values of "a/b" in memory.
     void LoadPartially() {
         ASSERT_EQ(SetPartialKeys(m_ticket, {"a/b"}), 1);
         ASSERT_EQ(GetInt(m_ticket, "a/b", 0), 1);
@@ -59,7 +59,7 @@ TEST_F(PartialFileTicket, WholeTreeStaysWholeUntilItIsDropped) {
     EXPECT_EQ(Count(m_ticket), 4u);
     EXPECT_EQ(SetPartialKeys(m_ticket, {"a/b"}), 1);
     EXPECT_EQ(InMemory(m_ticket), 0u);
-    GetInt(m_ticket, "d");  // asks for the whole
+    GetInt(m_ticket, "d");  // makes the ticket load the whole file
     EXPECT_EQ(InMemory(m_ticket), 4u);
     GetInt(m_ticket, "a/b", 0);
     EXPECT_EQ(InMemory(m_ticket), 4u);
@@ -214,7 +214,7 @@ TEST_F(PartialFileTicket, SaveOfAPartialTreeWritesOnlyWhatIsInMemory) {
 TEST_F(PartialFileTicket, DirtyPartialTreeIsSavedBeforeTheWholeIsLoaded) {
     LoadPartially();
     Set(m_ticket, "a/b", 7);
-    EXPECT_EQ(GetText(m_ticket, "a/c"), std::nullopt);  // that save has left it out
+    EXPECT_EQ(GetText(m_ticket, "a/c"), std::nullopt);  // the save dropped it
     EXPECT_EQ(FileContent(m_file), Document({"<a>", "\t<b type=\"int\">7</b>", "</a>"}));
 }
 

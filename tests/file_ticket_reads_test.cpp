@@ -1,4 +1,4 @@
-// What reads and walks of a file ticket hand out, and how long it stays.
+// Values that reads and walks of a file ticket return, and how long their pointers stay valid.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -135,7 +135,7 @@ TEST_F(FileTicket, TextsOfABatchStayReadable) {
     EXPECT_TRUE(records[1].result);
     EXPECT_FALSE(records[2].result);
     EXPECT_TRUE(records[3].result);
-    EXPECT_TRUE(records[4].result);  // behind the end of the batch: not touched
+    EXPECT_TRUE(records[4].result);  // after the end of the batch: unchanged
     EXPECT_EQ(ticket->GetMultiParameter(ticket->pTicket, nullptr), 0);
 }
 
@@ -208,7 +208,7 @@ TEST_F(FileTicket, WalkGoesOnBehindTheLastKeyWhenItsCallbackDropsTheTree) {
             AddLine(&self.lines, key, type, value, index);
             char const* keys[] = {"a", nullptr};
             EXPECT_EQ(Operate(self.ticket, self.code, self.code == STICKET_OP_PARTIAL_KEYS ? keys : nullptr), 1);
-            if (self.lines.size() == 2) GetInt(self.ticket, "a");  // loads what the ticket is to keep
+            if (self.lines.size() == 2) GetInt(self.ticket, "a");  // makes the ticket load the whole file
             return self.lines.size() < 9;
         }
     };

@@ -21,7 +21,7 @@ namespace {
 std::vector<std::string> g_log;
 }  // namespace
 
-// Stands in for STICKET::Log in all other objects of this program; see file_ticket_test.cmake.
+// Replaces STICKET::Log for all other objects of this program; see file_ticket_test.cmake.
 extern "C" __attribute__((format(printf, 2, 3))) void __wrap__ZN7STICKET3LogEjPKcz(unsigned int level,
                                                                                    char const* format, ...) {
     char text[1000];
@@ -51,7 +51,7 @@ class FileTicket : public testing::Test {
 
 using FileTicketDeath = FileTicket;
 
-// Converts by marks at both ends, so that tests see what passed through which side.
+// Marks both ends of each text, so that tests see which conversions it passed through.
 class MARKS : public STICKET_STRING_CONVERSION {
  public:
     std::string ToFile(std::string const& text) override {
@@ -163,7 +163,7 @@ TEST_F(FileTicket, PointersAreNotSavedAndATicketOfNothingElseLeavesAnEmptyElemen
     EXPECT_EQ(FileContent(m_file), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }
 
-// Dirt: what leads to a save, and what does not
+// The dirty flag: changes that lead to a save, and calls that do not
 
 TEST_F(FileTicket, ReadingDoesNotLeadToASave) {
     Write(m_file, "<ticket><a type=\"int\">1</a></ticket>");
@@ -227,7 +227,7 @@ TEST_F(FileTicket, TicketOfEmptyVectorsOnlyIsEmpty) {
     Write(m_file, Document({"<a type=\"int\">1</a>"}));
     {
         OWNER const ticket(m_file.c_str());
-        EXPECT_EQ(Set(ticket, "a", 1, 5), 0);  // makes it a vector all the same
+        EXPECT_EQ(Set(ticket, "a", 1, 5), 0);  // fails, but turns the value into a vector
         ticket->SetParameter(ticket->pTicket, "a", PARAM_NONE, nullptr, 0);
     }
     EXPECT_FALSE(Exists(m_file));

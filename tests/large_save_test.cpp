@@ -1,4 +1,4 @@
-// Saves that are larger than the piece of text that is kept in memory.
+// Saves larger than the buffer that holds the text in memory.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -98,9 +98,9 @@ TEST(FilePieces, HoldSixteenTimesAsMuchIndentationAsTextAndNoMore) {
     } nowhere;
     TEXT_BUFFER text(&nowhere);
     constexpr std::size_t MEBIBYTE = std::size_t{1} << 20;
-    constexpr int TEXTS = 33;  // so that 16 times as much is beyond what is never too much
+    constexpr int TEXTS = 33;  // 16 times as much exceeds the 256 MiB that are always allowed
     for (int i = 0; i < TEXTS; ++i) text.Put(std::string(MEBIBYTE, 'x'));
-    // What is about to be added counts twice.
+    // Text that is about to be added counts twice.
     for (int i = 0; i < 16 * (TEXTS - 1); ++i) ASSERT_NO_THROW(text.Indent(MEBIBYTE));
     EXPECT_THROW(text.Indent(MEBIBYTE), std::bad_alloc);
 }
@@ -141,7 +141,7 @@ TEST_F(LargeSave, ThatAnInfiniteNumberStopsLeavesTheOldFileAlone) {
     Set(ticket, "Z", 1);
 }
 
-// The save that is under way has its temporary file locked, and goes on only when the one within it is over.
+// The outer save holds the lock of its temporary file and continues only after the inner save.
 TEST_F(LargeSave, WhoseConversionSavesTheSameFileEndsAndIsWhatStands) {
     OWNER const other(m_file.c_str());
     Set(other, "Z", "other");

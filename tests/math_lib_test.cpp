@@ -37,7 +37,7 @@ uint32_t Bits(float value) {
     return bits;
 }
 
-// Same bits, so that the two zeros differ; any NaN equals any NaN.
+// Compares bits, so that the two zeros differ; any NaN equals any other.
 bool Same(double a, double b) {
     return (std::isnan(a) && std::isnan(b)) || Bits(a) == Bits(b);
 }
@@ -53,7 +53,7 @@ void CheckAll(RESULT (*function)(double) noexcept, CASE<RESULT> const (&cases)[N
     for (auto const& c : cases) EXPECT_EQ(function(c.value), c.expected) << std::hexfloat << c.value;
 }
 
-// Read by initialisers of other sources before main: must already have its value.
+// Read during static initialisation: the constant must already have its value.
 double const g_copiedBeforeMain = MathLib::NOT_A_DOUBLE_NUMBER;
 
 }  // namespace

@@ -1,6 +1,6 @@
-// Everything that takes memory, with each of its allocations failing, once and then for good: nothing crashes, nothing
-// is thrown through a ticket's table, each value is the old or the new one, nothing leaks, and the next attempt
-// succeeds when memory is back.
+// Every operation that allocates, with each of its allocations failing once, and with all failing from there on.
+// Nothing crashes, no exception leaves a ticket's table, each value is the old or the new one, nothing leaks, and the
+// operation succeeds once memory is available again.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ char const LONG_KEY[] = "a_key/that_is_too_long/for_the_small/buffer_of_a_string
 char const LONG_TEXT[] = "a text that is too long for the small buffer of a string";
 char const OTHER_TEXT[] = "another text that is too long for the small buffer of a string";
 
-// Everything that a scenario works on, made anew for each attempt.
+// The objects that a scenario works on, created for each attempt.
 struct WORLD {
     explicit WORLD(std::string const& where, std::string const& content, STICKET_WHOAMI const& whoAmI)
         : directory(where), size(content.size()), open(new OPEN_TICKET), memory(open->GetInterface()) {
@@ -72,7 +72,7 @@ struct WORLD {
     STICKET_ACCESS const* file;
     CConfigurationControl service;
 
-    // What scenarios use or make.
+    // Arguments and results of scenarios.
     std::string text = LONG_TEXT;
     std::vector<std::string> texts{LONG_TEXT, "short", OTHER_TEXT};
     std::vector<int> numbers{1, 2, 3};
@@ -81,7 +81,8 @@ struct WORLD {
     SETMULTIPAR_LIST* list = new SETMULTIPAR_LIST(true);
 };
 
-// By ticket and key; and the bytes of the files. The file's ticket is that of the service while it has one.
+// All values by ticket and key, and the bytes of the files. While the service has a ticket, the file is read through
+// it.
 using VALUES = std::map<std::string, std::string>;
 
 void AddValues(VALUES& values, char const* name, STICKET_ACCESS const* ticket) {
@@ -112,14 +113,14 @@ std::string Value(VALUES const& values, std::string const& key) {
 
 struct SCENARIO {
     char const* name;
-    std::function<bool(WORLD&)> run;  // whether it succeeded
+    std::function<bool(WORLD&)> run;  // returns whether it succeeded
     std::function<void(WORLD&)> prepare{};
     enum TRAITS {
         USUAL = 0,
         THROWS = 1,        // a C++ function, which may throw std::bad_alloc
-        LAST_SAVE = 2,     // what it does not save is lost: the old file stays, and there is no second attempt
-        LARGE_FILE = 4,    // with a file beyond what the allocator serves
-        ODD_FILE = 8,      // with a file that needs every way of reading and writing
+        LAST_SAVE = 2,     // a failed save loses the changes: the old file stays, no second attempt
+        LARGE_FILE = 4,    // with a file so large that the allocator maps memory for it
+        ODD_FILE = 8,      // with a file that needs every reader and writer
         BROKEN_FILE = 16,  // with a file that cannot be parsed
         CONVERTING = 32,   // with a text conversion
         PIECEMEAL = 64     // a value is made of records: as long as the call fails some may be new and some old
@@ -135,7 +136,7 @@ class CONVERSION : public STICKET_STRING_CONVERSION {
     std::string FromFile(std::string const& text, int) override { return text.substr(0, text.find(" and")); }
 };
 
-// What the XML library takes may fail also where malloc cannot be replaced.
+// Makes allocations of the XML library fail even where malloc cannot be replaced.
 void* TakeForDocument(std::size_t size) {
     return allocations::IsGranted() ? std::malloc(size) : nullptr;
 }
@@ -181,7 +182,7 @@ class ExhaustedMemory : public testing::TestWithParam<SCENARIO> {
         }
     }
 
-    // One attempt with the failure of an allocation; false when there are not that many.
+    // One attempt in which an allocation fails; false if the operation makes fewer allocations.
     bool AttemptFails(int granted, int failures) {
         auto const world = NewWorld();
         OUTCOME const outcome = allocations::With(
@@ -239,8 +240,8 @@ TEST_P(ExhaustedMemory, IsSurvivedAndLeavesOldOrNewValues) {
         ASSERT_EQ(Attempt(*world), DONE);
         m_after = ValuesOf(*world);
     }
-    int const each =
-        Is(SCENARIO::LARGE_FILE) ? (SANITIZED ? 10 : 40) : 1000;  // fail one by one, and some of those that follow
+    int const each = Is(SCENARIO::LARGE_FILE) ? (SANITIZED ? 10 : 40)
+                                              : 1000;  // these fail one by one, and then a sample of the later ones
     for (int const failures : {1, allocations::UNLIMITED}) {
         bool done = false;
         for (int granted = 0; !done && !HasFailure(); granted += granted < each ? 1 : granted / 10) {
@@ -323,12 +324,12 @@ bool SetPartial(STICKET_ACCESS const* ticket) {
     return Operate(ticket, STICKET_OP_PARTIAL_KEYS, keys) != 0;
 }
 
-// A save that the ticket reports as done and that the file shows.
+// Saves; true if the ticket reports success and the file has changed.
 bool Save(WORLD& world, STICKET_OP code = STICKET_OP_SAVE) {
     return Operate(world.file, code) != 0;
 }
 
-// Whether the file holds more than in the beginning: the service does not tell.
+// Whether the file has grown: the service's Flush reports nothing.
 bool HasGrown(WORLD const& world) {
     struct stat found;
     return stat(world.path.c_str(), &found) == 0 && static_cast<std::size_t>(found.st_size) > world.size;
@@ -617,7 +618,7 @@ SCENARIO const HELPERS[] = {
      SCENARIO::THROWS},
 };
 
-// The service's functions are C++: what takes or returns a text may throw.
+// The service's functions are C++: those that take or return a text may throw.
 SCENARIO const SERVICE[] = {
     {"ServiceIsInitialised", [](W& w) { return w.service.Initialize(w.path); }, {}, SCENARIO::THROWS},
     {"ServiceSetsAText",

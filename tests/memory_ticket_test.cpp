@@ -1,4 +1,5 @@
-// The memory ticket through its table: the frame of every entry, the operation codes, the mutex, and threads.
+// The memory ticket through its table: argument checks and locking of every entry, operation codes, mutex,
+// threads.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -21,7 +22,7 @@ using tickets::OPEN_TICKET;
 using tickets::Operate;
 using tickets::OWNER;
 
-// Calls every locked entry in a way that succeeds on any sound ticket, and returns the results in the table's order.
+// Calls every locking entry with arguments that succeed on a valid ticket; returns the results in the table's order.
 std::vector<int> CallEveryEntry(STICKET_ACCESS const* table, STICKET* ticket) {
     GETMULTIPAR reads[] = {{}};
     SETMULTIPAR writes[] = {{}};
@@ -328,7 +329,7 @@ TEST(MemoryTicket, HasNoServingInterfaceOfItsOwn) {
     EXPECT_EQ(ticket->pTicket->GetInterface(), static_cast<STICKET_ACCESS const*>(ticket));
 }
 
-// What is passed in may point into the ticket.
+// Arguments may point into the ticket.
 
 TEST(MemoryTicketAliasing, AValueMayPointIntoTheEntryItReplaces) {
     OWNER const ticket;
@@ -419,7 +420,7 @@ TEST(MemoryTicketAliasing, TheKeysOfABatchMayBeTextsOfTheTicket) {
 
 // Threads
 
-// One round of everything that a table offers, on keys shared by all threads.
+// One round of calls of a table's entries, on keys shared by all threads.
 void Hammer(STICKET_ACCESS const* access, int thread, int round) {
     int value = round;
     int owner = thread;
@@ -453,7 +454,7 @@ TEST(MemoryTicketThreads, SerialiseWithTheTicketsThatShareAServersMutex) {
     OPEN_TICKET server;
     OWNER const first(STICKET::PCreate({&server, 1, 1, nullptr, &server.GetMutexInstance()}));
     OWNER const second(STICKET::PCreate({&server, 2, 2, nullptr, &server.GetMutexInstance()}));
-    int callbacks = 0;  // plain: where two callbacks run at once, an addition gets lost
+    int callbacks = 0;  // not atomic: if two callbacks ran at once, an increment would be lost
     auto const add = [](void* count) {
         int const before = *static_cast<int*>(count);
         std::this_thread::yield();
@@ -506,7 +507,7 @@ struct CANCELLED {
     std::atomic<bool> inside{false};
     std::atomic<bool> survived{false};
 
-    // What a callback does: waits for the cancellation.
+    // A callback that waits for the cancellation.
     static void Await(void* context) {
         static_cast<CANCELLED*>(context)->inside = true;
         for (;;) pthread_testcancel();

@@ -1,4 +1,4 @@
-// Merging tickets: selection, clearing, values that are hard to carry, and sources that fail or change meanwhile.
+// Merging tickets: selection, clearing, values that are hard to copy, and sources that fail or change during the merge.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -56,7 +56,7 @@ TEST_F(Merge, SelectsExactKeysAndStarredPrefixes) {
     EXPECT_EQ(Contents(m_target), LINES{}) << "nothing was selected, but it was asked to clear";
 }
 
-// A batch without records is no batch: kept as the set entry answers it.
+// The entry for sets answers 0 for a batch without records, so a merge that selects nothing does, too.
 TEST_F(Merge, OfNothingAnswersZero) {
     EXPECT_EQ(Run({"absent"}, false), 0);
     EXPECT_EQ(Run({"", "a"}, false), 0) << "a first empty string selects nothing";
@@ -168,7 +168,7 @@ TEST_F(Merge, IntoATargetThatCannotBeClearedFails) {
     EXPECT_EQ(mutexless->MergeTicket(mutexless->pTicket, m_source, nullptr, false), 0);
 }
 
-// A table that some other module fills may report what tickets of this library never do.
+// A table from another module may report types that this library's tickets never report.
 TEST_F(Merge, FromAForeignTableTakesWhatItKnows) {
     STICKET_ACCESS foreign{};
     foreign.WalkParameter = [](STICKET*, STICKET_WALK_CALLBACK callback, void* context, char const*, int) {
@@ -176,7 +176,7 @@ TEST_F(Merge, FromAForeignTableTakesWhatItKnows) {
         uint64_t count = 5;
         bool go = callback(context, nullptr, PARAM_STRING, "keyless", SCALAR_INDEX);
         go = go && callback(context, "u", PARAM_UNSIGNED, &natural, SCALAR_INDEX);
-        natural = 0;  // a temporary of the walk
+        natural = 0;  // the pointer is valid only during the callback
         go = go && callback(context, "v", PARAM_VECTOR, &count, SCALAR_INDEX);
         go = go && callback(context, "n", PARAM_NONE, nullptr, SCALAR_INDEX);
         go = go && callback(context, "x", static_cast<PARAM_TYPE>(77), &count, SCALAR_INDEX);
@@ -234,7 +234,7 @@ TEST_F(Merge, MayRunWhileAnotherThreadWritesTheSource) {
     EXPECT_EQ(Contents(m_target), Contents(m_source));
 }
 
-// Neither merge holds its target's mutex while it walks the other ticket.
+// A merge does not hold its target's mutex while it walks the source.
 TEST_F(Merge, InBothDirectionsAtOnceDoesNotDeadlock) {
     std::thread back([&] {
         for (int i = 0; i < 500; ++i) m_source->MergeTicket(m_source->pTicket, m_target, nullptr, false);

@@ -1,4 +1,4 @@
-// The batch list: adding, the table it hands out, and collecting from tickets.
+// The batch list: adding, the table it returns, and collecting from tickets.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -45,7 +45,7 @@ void AddInt(SETMULTIPAR_LIST& list, char const* key, int value, int index = SCAL
     EXPECT_TRUE(list.xSetParameter(key, PARAM_INT, &value, index));
 }
 
-// Everything that the ticket kinds of this library report in a walk at full level.
+// A fake ticket that reports every kind of value that this library's tickets report in a full walk.
 class Collecting : public testing::Test {
  protected:
     int m_seven = 7;
@@ -512,7 +512,7 @@ TEST_F(Collecting, TheCallbackTakesAListAsContextAndAlwaysGoesOn) {
     EXPECT_TRUE(SETMULTIPAR_LIST::CollectAction(nullptr, "k", PARAM_STRING, "text", -1));
 }
 
-// The same with real tickets.
+// Collecting from real tickets.
 class CollectingFromATicket : public testing::Test {
  protected:
     CollectingFromATicket() {

@@ -1,4 +1,4 @@
-// The helpers for arrays of batch records: making, copying and checking them, and what they do when run as a batch.
+// The helpers for arrays of batch records: creating, copying and checking them, and running them as a batch.
 #include <gtest/gtest.h>
 
 #include <climits>

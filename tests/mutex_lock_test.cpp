@@ -114,7 +114,7 @@ TEST(MutexLock, WaiterSleepsUntilALongHolderReleases) {
             MUTEX_LOCK const lock(instance);
             acquired = true;
         });
-        while (mutexes::g_waits == 0) std::this_thread::yield();  // until it leaves the waiting to the system
+        while (mutexes::g_waits == 0) std::this_thread::yield();  // until the thread waits in the system
         EXPECT_FALSE(acquired);
         EXPECT_LE(mutexes::g_triedInVain, 10) << "at most one try every 2 of 20 microseconds";
     }
@@ -127,7 +127,7 @@ TEST(MutexLock, ManyThreadsExcludeEachOther) {
     MUTEX_INSTANCE instance;
     constexpr int THREADS = 4;
     constexpr int ROUNDS = 20000;
-    long long counter = 0;  // plain: the sanitizer sees a missing exclusion, the sum a lost addition
+    long long counter = 0;  // not atomic: without exclusion the sanitizer reports a race and increments are lost
     std::vector<std::thread> threads;
     for (int t = 0; t < THREADS; ++t)
         threads.emplace_back([&] {

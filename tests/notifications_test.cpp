@@ -1,4 +1,4 @@
-// One-shot registrations and deferred callbacks. Registrations are made by a derived ticket, as nothing else does.
+// One-shot registrations and deferred callbacks. A derived ticket makes the registrations, since no public call does.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -199,7 +199,7 @@ TEST_F(Registrations, AFlushToThemAlwaysFailsAndLeavesThem) {
     EXPECT_EQ(m_ticket.Registered(), (NUMBERS{1, 2}));
 }
 
-// Deferred callbacks. Each appends a letter to a trace that all share, and may do something else with the fixture.
+// Deferred callbacks. Each appends a letter to a shared trace and may then act on the fixture.
 class DeferredCallbacks : public testing::Test {
  public:
     struct STEP {
@@ -293,7 +293,7 @@ TEST_F(DeferredCallbacks, AChangeMadeByACallbackRunsTheRestOfTheQueue) {
     EXPECT_EQ(m_trace, "ABa");
 }
 
-// Nesting as deep as the queue is long would exhaust the stack.
+// Calling the callbacks recursively would exhaust the stack.
 TEST_F(DeferredCallbacks, AnyNumberOfCallbacksMayChangeTheTicket) {
     constexpr int MANY = 100'000;
     for (int i = 0; i < MANY; ++i) {

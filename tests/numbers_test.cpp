@@ -52,7 +52,7 @@ double RandomDouble(std::mt19937_64& random) {
     return value;
 }
 
-// Digits without zeros at their end, and the exponent of the first: what is left of a spelling without its shape.
+// The significant digits without trailing zeros, and the exponent of the first digit: a spelling without its format.
 std::pair<std::string, int> DigitsOf(std::string const& text) {
     std::size_t const end = std::min(text.find('e'), text.size());
     int const exponent = end < text.size() ? std::stoi(text.substr(end + 1)) : 0;
@@ -61,7 +61,7 @@ std::pair<std::string, int> DigitsOf(std::string const& text) {
     return {digits, exponent + static_cast<int>(text.find('.')) - 1};
 }
 
-// The C library is the judge.
+// printf of the C library is the reference.
 void ExpectDigitsOfPrintf(double value) {
     char text[32];
     {
@@ -81,7 +81,7 @@ NUMBER ReadByStream(std::string const& text) {
     return value;
 }
 
-// The stream is the judge.
+// The C++ stream is the reference.
 void ExpectReadAsByStream(std::string const& text) {
     EXPECT_EQ(ParseNumber<int32_t>(text), ReadByStream<int32_t>(text)) << '"' << text << '"';
     EXPECT_EQ(ParseNumber<int64_t>(text), ReadByStream<int64_t>(text)) << '"' << text << '"';
@@ -203,7 +203,7 @@ TEST(BestDouble, RoundsAsTheCLibraryDoes) {
     for (double power = 1e-15; power < 1e20; power *= 10)
         for (double value : {power, std::nextafter(power, 0), std::nextafter(power, INFINITE)})
             ExpectDigitsOfPrintf(value);
-    // In the middle between two numbers of 17 digits, where an even one wins.
+    // Halfway between two numbers of 17 digits: the even one is written.
     for (int places = 8; places < 25; ++places)
         for (int round = 0; round < 1000; ++round)
             ExpectDigitsOfPrintf(std::ldexp(static_cast<double>(2 * (random() >> 20) + 1), -places));

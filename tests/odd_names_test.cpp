@@ -1,5 +1,5 @@
-// Keys whose components are no XML names: what a file that holds them loads as, and that files that are XML load as if
-// there were no such keys.
+// Keys with components that are not XML names: files with such keys load as they were saved, and files that are XML
+// load as by a plain XML parser.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@
 #include "support/SmallStack.h"
 #include "support/TicketText.h"
 
-// Nothing here is about power loss, and on a busy machine thousands of flushed saves would take minutes.
+// Skip the flush: no test here is about power loss, and thousands of flushes take minutes on a busy machine.
 extern "C" int fsync(int /*file*/) {
     return 0;
 }
@@ -38,7 +38,9 @@ using testing::IsEmpty;
 
 class AnyNames : public testing::Test {
  protected:
-    // What a ticket with one value at each key holds after saving and loading. The next save writes the same bytes.
+    // The values of a ticket with one value at each key, after saving and loading. Expects that the next save writes
+    // the
+    // same bytes.
     LINES SavedAndLoaded(std::vector<std::string> const& keys) {
         std::filesystem::remove(m_file);
         {
@@ -49,14 +51,14 @@ class AnyNames : public testing::Test {
         std::string const saved = FileContent(m_file);
         OWNER const ticket(m_file.c_str());
         LINES const lines = Contents(ticket);
-        Set(ticket, nullptr, "");  // is refused, and has the ticket saved
+        Set(ticket, nullptr, "");  // fails, but marks the ticket as changed
         Operate(ticket, STICKET_OP_SAVE);
         EXPECT_EQ(FileContent(m_file), saved);
         EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
         return lines;
     }
 
-    // What a ticket with one value at each key holds.
+    // The values of a ticket with one value at each key, before saving.
     static LINES Held(std::vector<std::string> const& keys) {
         OWNER const ticket;
         int value = 0;
@@ -71,7 +73,7 @@ class AnyNames : public testing::Test {
 using FileThatIsXml = AnyNames;
 using KeyRoundTrip = AnyNames;
 
-// What the lines below the root set when the text is read as one of any names; "unreadable" if it is none.
+// The values of these lines below the root when any names are allowed; "unreadable" if they cannot be read.
 std::vector<std::string> Read(std::string const& lines) {
     TicketText const result = TicketText::ReadAnyNames(TicketText::Framed(lines));
     return result.Parsed() ? result.values : std::vector<std::string>{"unreadable"};
@@ -136,7 +138,7 @@ TEST_F(AnyNames, EveryPrintableCharacterMayStandAnywhereInAComponent) {
         for (std::string const& name : {one, one + "a", "a" + one + "b", "a" + one, one + one}) {
             SCOPED_TRACE("\"" + name + "\"");
             if (name == "a ") continue;  // see below
-            // As a pattern an inner component may take in others.
+            // An inner component with a wildcard may match other elements.
             std::vector<std::string> keys = {name, "z/" + name, "zzz"};
             if (!WILDCARD::IsPattern(name)) keys.insert(keys.end(), {name + "/z", "0/" + name + "/z"});
             EXPECT_THAT(SavedAndLoaded(keys), ElementsAreArray(Held(keys)));
@@ -204,7 +206,7 @@ TEST(LineOfAnyName, StandsBesideWhatAnXmlFileMayHold) {
     EXPECT_THAT(Read("<!-- note --><x type='int' more=\"1\">1</x><y><z type=\"string\">a\nb</z></y>\n"
                      "<1 type=\"int\">2</1>\n"
                      "<!-- note -->\n<?note?>\n<? note ?>\n"),
-                ElementsAre("unreadable"));  // "<? note" is no instruction either
+                ElementsAre("unreadable"));  // "<? note" is not an instruction either
     EXPECT_THAT(Read("<!-- note --><x type='int' more=\"1\">1</x><y><z type=\"string\">a\nb</z></y>\n"
                      "<1 type=\"int\">2</1>\n"
                      "<!-- note -->\n<?note?>\n<?note and more?>\n<!--\n-->\n"),
@@ -228,7 +230,7 @@ TEST(LineOfAnyName, OpensAndClosesUnderOneName) {
     EXPECT_THAT(Read("<a b>\n<c d>\n</a b>\n</c d>\n"), ElementsAre("unreadable"));
     EXPECT_THAT(Read("<1 type=\"int\">1</2>\n"), ElementsAre("unreadable"));
     EXPECT_THAT(Read("<a b type=\"int\">1</a>\n"), ElementsAre("unreadable"));
-    EXPECT_THAT(Read("<1>\n</\xB1>\n"), IsEmpty());  // passes, as what stands for "1" among the parser's names
+    EXPECT_THAT(Read("<1>\n</\xB1>\n"), IsEmpty());  // accepted: the parser is given "1" as 0xB1
 }
 
 TEST(LineOfAnyName, IsOfTheWritersFormOrNone) {
@@ -256,7 +258,7 @@ TEST(LineOfAnyName, KeepsBytesThatLookLikeReplacedOnes) {
                             "a b 2 2", "\xB1 2 3", "1 2 4"));
 }
 
-// The parser is the judge.
+// The parser is the reference.
 TEST(LineOfAnyName, IsChangedOnlyWhereTheParserDoesNotKnowTheName) {
     auto const parses = [](std::string const& text) {
         return static_cast<bool>(pugi::xml_document().load_buffer(text.data(), text.size()));
@@ -299,7 +301,7 @@ TEST(LargeFileOfAnyNames, NestingThatWouldFillTheMemoryWithKeysIsUnreadable) {
 }
 
 TEST(LargeFileOfAnyNames, HostileTextsTakeNoMoreTimeThanTheirLength) {
-    // Quadratic, any of these would take hours.
+    // With quadratic time, each of these would take hours.
     std::size_t const size = std::size_t{std::getenv("LARGE_FILES") ? 64U : 1U} << 20;
     for (std::string const& part : {"<1>\n"s, "</?>\n"s, "<!"s, "<?"s, "<!--\n"s, "<![CDATA["s, "</?x"s, "<\n"s,
                                     "<a b type=\"int\">"s, "</1>"s, "\""s, "<?x>\n</?x>\n"s, "<!--x-->\n"s,
@@ -328,7 +330,7 @@ std::string Pick(RANDOM& random, std::vector<std::string> const& from) {
     return from[random() % from.size()];
 }
 
-// Something like a ticket file, usually XML.
+// A random text that resembles a ticket file; usually valid XML.
 std::string Document(RANDOM& random, int depth = 0) {
     std::string text;
     for (std::size_t left = random() % 5; left > 0; --left) {
@@ -376,7 +378,7 @@ std::string Mutated(RANDOM& random, std::string text) {
     return text;
 }
 
-// Files that were written by the library or by hand, and what may become of them.
+// Files written by the library or by hand, and damaged copies of them.
 std::vector<std::string> Corpus(RANDOM& random, std::size_t size) {
     std::vector<std::string> golden;
     for (auto const& entry : std::filesystem::directory_iterator(TEST_DATA "/golden"))
@@ -391,7 +393,7 @@ std::vector<std::string> Corpus(RANDOM& random, std::size_t size) {
     return corpus;
 }
 
-// What a text sets, without a second attempt.
+// The values of a text, read without the second attempt.
 struct FIRST_ATTEMPT {
     explicit FIRST_ATTEMPT(std::string const& text) {
         OWNER const ticket;
@@ -408,7 +410,7 @@ struct FIRST_ATTEMPT {
     LINES lines;
 };
 
-// A blank at the end of a tag's name is the one thing that both attempts take for something else.
+// Only a blank at the end of a tag's name is read differently by the two attempts.
 bool HasBlanksInTags(std::string const& text) {
     for (char const* blank : {" >", "\t>", "\r>", " />", "  type", "\t/>", " \"", "' type"})
         if (text.find(blank) != std::string::npos) return true;
@@ -455,7 +457,7 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
 }
 
 TEST_F(FileThatIsXml, IsTakenAsItIsAlsoWhenItsKeysWereOthers) {
-    // All that can be mistaken so: a blank at the end, and a quoted word behind a blank and a name.
+    // The two forms that may be misread: a blank at the end, and a quoted word after a blank and a name.
     EXPECT_THAT(Held({"a "}), ElementsAre("a  2 1"));
     struct CASE {
         std::vector<std::string> keys;
@@ -504,7 +506,7 @@ TEST_F(AnyNames, ThatLookLikeMarkupAreNoneWhereSomebodyElsePutMarkup) {
     }
 }
 
-// The second attempt fails at the bare "<", the first one sees none.
+// The second attempt fails at the bare "<"; the first attempt takes it for part of an instruction.
 TEST_F(AnyNames, ThatSwallowWhatCannotBeReadLeaveTheFileToBeKept) {
     std::string const text = TicketText::Framed(
         "\t<?a type=\"int\">1</?a>\n\t<c d < e>\n\t<z? type=\"int\">1</z?>\n\t<b type=\"int\">2</b>\n");
@@ -527,7 +529,7 @@ std::string Component(RANDOM& random, std::string const& characters) {
     for (;;) {
         std::string name;
         for (std::size_t left = 1 + random() % 6; left > 0; --left) name += characters[random() % characters.size()];
-        // What is not promised; see above.
+        // Names that may not come back; see above.
         bool const isMistakable = name.front() == '?' || name.front() == '!' || name.back() == ' ' ||
                                   name.find("='") != std::string::npos || name.find("= ") != std::string::npos;
         if (!isMistakable) return name;
@@ -541,7 +543,7 @@ std::string Key(RANDOM& random, std::vector<std::string>& used, bool innerWildca
         inner.erase(std::remove_if(inner.begin(), inner.end(), [](char c) { return std::strchr(WILDCARDS, c); }),
                     inner.end());
     std::string key;
-    if (!used.empty() && random() % 2) {  // below, or beside, another one
+    if (!used.empty() && random() % 2) {  // below another key or beside it
         key = used[random() % used.size()];
         if (random() % 2 || key.find_first_of(WILDCARDS) != std::string::npos) key.erase(key.rfind('/') + 1);
         if (!key.empty() && key.back() != '/') key += '/';
@@ -567,7 +569,7 @@ void SetAnything(RANDOM& random, STICKET_ACCESS const* ticket, std::string const
     }
 }
 
-// The keys of the leaves of a written file, each as often as it has values, told from the layout alone.
+// The keys of a saved file, once for each value, derived from the layout alone.
 std::vector<std::string> KeysInFile(std::string const& text) {
     std::vector<std::string> keys, path;
     std::istringstream lines(text);
@@ -586,7 +588,7 @@ std::vector<std::string> KeysInFile(std::string const& text) {
     return keys;
 }
 
-// The keys of a ticket, each as often as it has values.
+// The keys of a ticket, once for each value.
 std::vector<std::string> KeysOf(STICKET_ACCESS const* ticket) {
     std::vector<std::string> keys;
     auto const take = [](void* list, char const* key, PARAM_TYPE, void const*, int) {
@@ -615,7 +617,7 @@ TEST_F(KeyRoundTrip, TicketOfRandomKeysComesBackAndIsSavedToTheSameBytes) {
         std::string const saved = FileContent(m_file);
         OWNER const ticket(m_file.c_str());
         ASSERT_EQ(Contents(ticket), held) << saved;
-        Set(ticket, nullptr, "");  // is refused, and has the ticket saved
+        Set(ticket, nullptr, "");  // fails, but marks the ticket as changed
         Operate(ticket, STICKET_OP_SAVE);
         ASSERT_EQ(FileContent(m_file), saved);
     }

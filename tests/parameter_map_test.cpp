@@ -42,7 +42,7 @@ void operator delete(void* room, std::size_t) noexcept {
 
 namespace {
 
-// Counts its living copies, so that a value too many or too few destroyed shows.
+// Counts its living copies, so that a leaked or doubly destroyed value shows.
 class VALUE {
  public:
     VALUE() { ++s_living; }
@@ -56,7 +56,7 @@ class VALUE {
  private:
     static int s_living;
     alignas(8) int m_number = 0;
-    unsigned char m_tag = 0;  // behind it the trailing padding that a ticket's value has too
+    unsigned char m_tag = 0;  // followed by padding, as in a ticket's value
 };
 int VALUE::s_living = 0;
 
@@ -90,7 +90,7 @@ std::vector<int> ShuffledNumbers(int count) {
     return numbers;
 }
 
-// Few distinct keys of very different lengths, with bytes of every value, prefixes of each other among them.
+// A key from a small set with very different lengths, all byte values, and keys that are prefixes of others.
 std::string RandomKey(std::mt19937& random) {
     static constexpr std::size_t LENGTHS[] = {0, 1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 25, 31, 33, 64, 1000, 1100, 5000};
     std::size_t const length = LENGTHS[random() % std::size(LENGTHS)];
@@ -302,7 +302,7 @@ TEST(ParameterMap, HoldsKeysOfAMegabyte) {
             ASSERT_TRUE(map.Erase(key));
         }
     }
-    EXPECT_LT(g_liveBytes - before, 15 * LENGTH);  // the room of large keys goes back at once
+    EXPECT_LT(g_liveBytes - before, 15 * LENGTH);  // the memory of large keys is freed at once
     for (char c = 'a'; c <= 'z'; ++c) {
         key.back() = c;
         map.FindOrInsert(key) = VALUE(-c);
@@ -539,7 +539,7 @@ TEST(KeyHash, SpreadsSimilarKeysEvenly) {
             distinct.insert(hash);
             ++buckets[hash >> 21];
         }
-        EXPECT_GT(distinct.size(), COUNT - 20u);  // chance alone lets about two pairs collide
+        EXPECT_GT(distinct.size(), COUNT - 20u);  // about two pairs collide by chance
         EXPECT_GT(*std::min_element(buckets.begin(), buckets.end()), 40);
         EXPECT_LT(*std::max_element(buckets.begin(), buckets.end()), 170);  // 98 +- 7 standard deviations
     }
@@ -566,7 +566,7 @@ TEST(KeyHash, TakesASecretOfItsOwnForTheProcessAndForEachCallOtherwise) {
     EXPECT_NE(KEY_HASH::NewSecret().right, KEY_HASH::ProcessSecret().right);
 }
 
-// Keys that the index sees as their hashes alone: `hash` is what somebody who knows the secret has chosen.
+// An index of keys with chosen hashes, as an attacker who knew the secret could make them.
 class CHOSEN_HASHES {
  public:
     explicit CHOSEN_HASHES(void (KEY_INDEX::*insert)(uint32_t, KEY_INDEX::ID) = &KEY_INDEX::Insert)
@@ -580,7 +580,7 @@ class CHOSEN_HASHES {
         (m_index.*m_insert)(m_isRekeyed ? m_index.Hash(m_keys.back()) : hash, id);
         if (!m_isRekeyed) m_chosen.push_back(hash);
     }
-    // How many keys a search for this hash looks at.
+    // The number of keys that a search for this hash compares.
     std::size_t KeysWith(uint32_t hash) const {
         std::size_t count = 0;
         m_index.Find(hash, [&](KEY_INDEX::ID) {
@@ -628,7 +628,7 @@ TEST(KeyIndex, TakesAnotherSecretWhenTooManyKeysHaveOneHash) {
 }
 
 TEST(KeyIndex, TakesAnotherSecretWhenTooManyKeysHaveNeighbouringHashes) {
-    // Descending hashes push all that came before; the first one moves furthest.
+    // Descending hashes move all earlier keys; the first key moves furthest.
     for (bool const isDescending : {false, true}) {
         CHOSEN_HASHES keys;
         for (uint32_t count = 0; count < 2000; ++count)

@@ -1,5 +1,5 @@
-// The records as another module sees them: bytes at fixed offsets. The header's own assertions hold the offsets of the
-// fields; here stands what the library writes into them.
+// The records as another module sees them: bytes at fixed offsets. Assertions in the header check the offsets of the
+// fields; these tests check the values that the library writes into them.
 #include <gtest/gtest.h>
 
 #include <cstring>

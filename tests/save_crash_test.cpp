@@ -1,5 +1,5 @@
-// Saves that are cut off: the process is killed before and after each system call of a save and at random moments, and
-// the power fails. Whatever happens, the file is the complete old one or the complete new one.
+// Interrupted saves: the process is killed before and after each system call of a save and at random moments, and the
+// power fails. In every case the file is the complete old one or the complete new one.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -49,7 +49,7 @@ void SetAll(STICKET_ACCESS const* ticket, int value) {
     for (int i = 0; i < VALUES; ++i) Set(ticket, ("values/v" + std::to_string(i)).c_str(), value);
 }
 
-// The file as it is found by the process that saves.
+// The state of the file that the saving process finds.
 struct STATE {
     char const* name;
     std::function<void(std::string const& file)> make;
@@ -80,7 +80,7 @@ class CutOffSave : public testing::TestWithParam<STATE> {
         return text;
     }
 
-    // An empty directory but for what the state puts there.
+    // Makes the directory hold only what the state says.
     void MakeState() {
         for (std::string const& name : files::Names(m_scratch)) std::filesystem::remove_all(m_scratch.Path(name));
         m_precious = m_whole;
@@ -90,7 +90,7 @@ class CutOffSave : public testing::TestWithParam<STATE> {
         m_before = files::Names(m_scratch);
     }
 
-    // What the process that will be killed does before the save, and the save.
+    // Prepare and Save run in the process that will be killed.
     void Prepare() {
         m_ticket = STICKET::Create(m_file.c_str());
         Count(m_ticket);
@@ -99,7 +99,7 @@ class CutOffSave : public testing::TestWithParam<STATE> {
     }
     void Save() { Operate(m_ticket, STICKET_OP_SAVE); }
 
-    // The file is old or new, all that was there is still there, and the next save works.
+    // Expects the old or the new file, every other file unchanged, and a next save that works.
     void Check() {
         CONTENT const found = ContentOf(m_file);
         EXPECT_TRUE(found == m_old || found == m_new) << "neither old nor new: " << found.value_or("(no file)");
@@ -114,7 +114,7 @@ class CutOffSave : public testing::TestWithParam<STATE> {
         EXPECT_EQ(ContentOf(m_file), Changed(m_whole));
         std::string const temporary = "t.xml.tmp.";
         for (std::string const& name : files::Names(m_scratch)) {
-            bool const isLeft = name.compare(0, temporary.size(), temporary) == 0;  // of the one that was killed
+            bool const isLeft = name.compare(0, temporary.size(), temporary) == 0;  // left by the killed process
             EXPECT_TRUE(m_before.count(name) || name == "t.xml" || isLeft || !IsReadable()) << name;
         }
         std::string const left = m_file + ".tmp";
@@ -124,7 +124,7 @@ class CutOffSave : public testing::TestWithParam<STATE> {
 
     bool IsReadable() const { return !m_old || *m_old == m_whole; }
 
-    // Whether a file that could not be read is somewhere.
+    // Whether the unreadable file still exists under either name.
     bool IsKept() const {
         auto const names = files::Names(m_scratch);
         return std::any_of(names.begin(), names.end(),
@@ -166,14 +166,14 @@ TEST_P(CutOffSave, LeavesTheOldFileOrTheNewOneWhereverTheProcessIsKilled) {
     Figure(std::string(GetParam().name) + ": found neither old nor new", points - std::min(points, m_olds + m_news));
 }
 
-// The record of a save, and what the model makes of it.
+// A recorded save, for the model of the disk.
 struct RECORD {
     std::map<std::string, std::string> before;  // files
     std::vector<FILE_EVENT> events;
 };
 
-// The events after which the file may be neither old nor new if the power fails; -1: before all of them. The last
-// element of a record is the end of the save, after which only the new file will do.
+// The indexes of the events after which a power failure may leave a file that is neither old nor new; -1: before all of
+// them. The last event of a record is the end of the save; after it only the new file is right.
 std::vector<int> Losses(RECORD const& record, std::string const& file, CONTENT const& old, CONTENT const& saved) {
     std::vector<int> losses;
     DISK_MODEL disk(record.before);
@@ -215,10 +215,10 @@ TEST_P(PowerLoss, LeavesTheOldFileOrTheNewOneAndAfterTheSaveTheNewOne) {
     Figure(std::string(GetParam().name) + ": moments of power loss", record.events.size() + 1);
 }
 
-// Otherwise the test above could not fail.
+// Shows that the test above can fail.
 TEST_P(PowerLoss, WouldHarmWithoutAnyOneOfTheFlushes) {
     RECORD const record = RecordSave();
-    std::size_t last = 0;  // the flush of the directory that makes the new name last; earlier ones are for other names
+    std::size_t last = 0;  // the directory flush that makes the new name durable; earlier ones are for other names
     for (std::size_t i = 0; i < record.events.size(); ++i) {
         if (record.events[i].kind == FILE_EVENT::FLUSH_DIRECTORY) last = i;
     }
@@ -250,7 +250,7 @@ TEST_P(PowerLoss, IsProvidedForByTheOrderOfWritingFlushingAndRenaming) {
 
 class KilledSave : public CutOffSave {
  protected:
-    // How long a save takes, undisturbed.
+    // The duration of an undisturbed save.
     std::chrono::microseconds Duration() {
         std::vector<std::chrono::microseconds> durations;
         for (int i = 0; i < 11; ++i) {
@@ -266,7 +266,7 @@ class KilledSave : public CutOffSave {
         return durations[5];
     }
 
-    // A process that tells when it is about to save.
+    // A process that reports when it is about to save.
     pid_t Spawn(int const (&ready)[2]) {
         pid_t const child = fork();
         if (child != 0) return child;
@@ -296,7 +296,7 @@ TEST_P(KilledSave, LeavesTheOldFileOrTheNewOneAtRandomMoments) {
     std::uniform_int_distribution<long> delays(0, longest.count());
     int const least = RandomKills();
     int kills = 0;
-    // Of a disk that is slower now than when it was measured no new file is seen until later.
+    // If the disk has become slower since it was measured, the new file appears only with longer delays.
     for (auto delay = longest; (kills < least || (m_news == 0 && delay < 1000 * longest)) && !HasFailure(); ++kills) {
         delay = kills < least ? std::chrono::microseconds(delays(random)) : 2 * std::max(delay, longest);
         SCOPED_TRACE("killed after " + std::to_string(delay.count()) + " us");

@@ -1,4 +1,4 @@
-// What a save writes, a load reads: a ticket whose file a load would refuse is not saved.
+// Every file that a save writes can be loaded: a save refuses a ticket whose file a load would refuse.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@
 #include "support/Repeated.h"
 #include "support/TicketText.h"
 
-// Nothing here is about power loss.
+// Skip the flush: no test here is about power loss.
 extern "C" int fsync(int /*file*/) {
     return 0;
 }
@@ -35,7 +35,7 @@ constexpr std::size_t LIMIT = TICKET_FORMAT::LONGEST_KEYS;
 
 // Keys of the same length below one path, with as many values each.
 struct SHAPE {
-    std::string path;  // with a "/" at its end
+    std::string path;  // ends in "/"
     std::size_t keys;
     std::size_t values;
 };
@@ -56,7 +56,7 @@ void Fill(WRITER& writer, SHAPE const& shape) {
     }
 }
 
-// The text of a file with these keys; nothing if the writer refuses to make it.
+// The text of a file with these keys; nothing if the writer refuses.
 std::optional<std::string> WrittenAtOnce(SHAPE const& shape) {
     STREAM_WRITER stream(nullptr);
     Fill(stream, shape);
@@ -162,7 +162,7 @@ TEST(KeyLimit, DoesNotCountElementsThatKeysLeaveOut) {
 }
 
 TEST(KeyLimit, CountsWhatKeysGainByWritingThem) {
-    std::string const part(9990, 'p');  // the tree alone writes a component without a name, as "anonymous"
+    std::string const part(9990, 'p');  // only the tree writer writes an empty component, as "anonymous"
     std::size_t const most = LIMIT / (part.size() + 1 + 10 + Numbered(0).size());
     for (std::size_t const keys : {most, most + 1}) {
         // Each key gets an element of its own.
@@ -209,7 +209,7 @@ std::string RandomKey(std::mt19937& random, std::vector<std::string> const& used
     return key + "k" + std::to_string(random() % 20);
 }
 
-// A value that comes back as it is.
+// Sets a random value that a save and a load do not change.
 void SetRandomValue(std::mt19937& random, STICKET_ACCESS const* ticket, std::string const& key, int index) {
     auto const set = [&](PARAM_TYPE type, void const* value) {
         ASSERT_EQ(ticket->SetParameter(ticket->pTicket, key.c_str(), type, value, index), 1) << key;

@@ -1,5 +1,5 @@
-// The counting semaphore. No test waits for a wall-clock period: the timed wait of the system is replaced by one that
-// can be told to time out at once.
+// The counting semaphore. No test waits for real time: the system's timed wait is replaced by one that can
+// time out at once.
 #include "ConfigurationControl/Semaphore.h"
 
 #include <gtest/gtest.h>
@@ -34,13 +34,13 @@ constexpr auto LONG_ENOUGH_TO_WAKE = 30ms;
 constexpr std::size_t COUNT_OFFSET = sizeof(void*) + sizeof(pthread_cond_t) + sizeof(pthread_mutex_t);
 static_assert(sizeof(Semaphore) == COUNT_OFFSET + 8);
 
-// The state has no accessor; its place in the object is fixed.
+// The state has no accessor; it is read at its fixed offset.
 int State(Semaphore const& semaphore) {
     auto const* const place = reinterpret_cast<char const*>(&semaphore) + COUNT_OFFSET + 4;
     return *reinterpret_cast<std::atomic<int32_t> const*>(place);
 }
 
-// Threads that wait for one unit each. All are asleep when the constructor returns.
+// Threads that wait for one unit each. All of them sleep when the constructor returns.
 class WAITERS {
  public:
     WAITERS(Semaphore& semaphore, int count) : m_semaphore(semaphore) {
@@ -51,7 +51,7 @@ class WAITERS {
                 ++m_returned;
             });
             while (State(semaphore) != 2) std::this_thread::yield();
-            semaphore.getCount();  // gets the mutex only when the thread sleeps
+            semaphore.getCount();  // takes the mutex, which is free only once the thread sleeps
         }
     }
     ~WAITERS() {
@@ -128,7 +128,7 @@ TEST(SemaphoreTest, SignalOfThreeWakesExactlyOneOfThreeWaiters) {
     std::this_thread::sleep_for(LONG_ENOUGH_TO_WAKE);
     EXPECT_EQ(waiters.Returned(), 1);
     EXPECT_EQ(semaphore.getCount(), 2);
-    EXPECT_EQ(State(semaphore), 1);  // another waiter, had it woken, would have taken a unit or left 2
+    EXPECT_EQ(State(semaphore), 1);  // a second waiter would have taken a unit or left the state 2
 
     semaphore.signal();
     waiters.AwaitReturned(2);
@@ -140,7 +140,7 @@ TEST(SemaphoreTest, SignalOfThreeWakesExactlyOneOfThreeWaiters) {
 TEST(SemaphoreTest, SignalOnMinusOneRaisesItToZeroAndWakesNobody) {
     Semaphore semaphore(-1);
     WAITERS waiters(semaphore, 1);
-    EXPECT_EQ(semaphore.status(false), 0);  // a waiter that wakes would turn the state to 2
+    EXPECT_EQ(semaphore.status(false), 0);  // a waiter that woke would set the state to 2
     semaphore.signal();
     std::this_thread::sleep_for(LONG_ENOUGH_TO_WAKE);
     EXPECT_EQ(semaphore.getCount(), 0);

@@ -1,5 +1,5 @@
-// Input of sizes that no host needs: deep, wide and long files, keys and values, and those made to do harm. Each case
-// runs in a process of its own with a limit of time and memory, mostly on a thread with little stack.
+// Very large input: deep, wide and long files, keys and values, some made to do harm. Each case runs in its own process
+// with a limit of time and memory, mostly on a thread with a small stack.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -21,8 +21,8 @@ namespace {
 
 using namespace tickets;
 
-constexpr rlim_t MOST_SECONDS = SANITIZED ? 100 : 30;  // of the processor
-constexpr int SHARE = SANITIZED ? 10 : 1;              // sanitizers find in a tenth what there is
+constexpr rlim_t MOST_SECONDS = SANITIZED ? 100 : 30;  // processor time of a case
+constexpr int SHARE = SANITIZED ? 10 : 1;              // under a sanitizer a tenth of the size is enough
 
 // "a/a/…/a"
 std::string DeepKey(std::size_t components) {
@@ -43,7 +43,7 @@ bool Saves(STICKET_ACCESS const* ticket) {
     return Operate(ticket, STICKET_OP_SAVE) == 1;
 }
 
-// Expectations of a case; false if one failed.
+// Ends a case with false if the condition does not hold.
 #define REQUIRE(condition)                                         \
     do {                                                           \
         if (!(condition)) {                                        \
@@ -69,7 +69,8 @@ bool NestedTyped(std::string const& file) {
     return true;
 }
 
-// Its lines would take a terabyte of indentation: such a save is refused and the file stays, also at the end.
+// Saving it would write a terabyte of indentation: the save is refused and the file stays, also when the ticket is
+// destroyed.
 bool NestedUntyped(std::string const& file) {
     constexpr std::size_t LEVELS = 1000000;
     std::string const text = "<ticket>" + Repeated("<a>", LEVELS) + "<b type=\"int\">42</b>" +
@@ -90,7 +91,7 @@ bool NestedUntyped(std::string const& file) {
 
 bool KeyOfManyComponents(std::string const& file) {
     std::string const key = DeepKey(100000);
-    for (char const* const other : {"b", "Wild*card/b"}) {  // written straight from the walk, and by a document
+    for (char const* const other : {"b", "Wild*card/b"}) {  // the stream writer, then the tree writer
         OWNER const ticket(file.c_str());
         REQUIRE(Set(ticket, key.c_str(), 42) == 1);
         REQUIRE(GetInt(ticket, key.c_str()) == 42);
@@ -191,7 +192,7 @@ bool LargeFile(std::string const& file) {
     return true;
 }
 
-// What follows a document and a NUL is not read, whether or not the names are those of XML.
+// Bytes after a NUL behind the document are not read, whether or not the names are valid in XML.
 bool NulInALargeFile(std::string const& file) {
     for (std::string const name : {"a", "HP 4000"}) {
         files::Write(file, Document({("<" + name + " type=\"int\">42</" + name + ">").c_str()}));
@@ -236,7 +237,7 @@ bool LongKeys(std::string const& file) {
     return true;
 }
 
-// More than a map could hold if each had memory of its own.
+// More keys than a process may map if each key had its own mapping.
 bool ManyKeysOfAKilobyte(std::string const& /*file*/) {
     constexpr int KEYS = 540000 / SHARE;
     std::string const start(1003, 'x');

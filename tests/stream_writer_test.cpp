@@ -1,4 +1,4 @@
-// The stream must write what the document writes, or refuse.
+// The stream writer must write the same text as the tree writer, or refuse.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -21,7 +21,7 @@ std::string TextByDocument(clTICKETNODE const& node) {
     return std::string(document.Serialise().View());
 }
 
-// "(refused)" when the stream would not have it.
+// The text by the stream writer; "(refused)" if it refuses.
 std::string TextByStream(clTICKETNODE const& node, STICKET_STRING_CONVERSION* conversion = nullptr) {
     STREAM_WRITER stream(conversion);
     node.WalkParameter(&STREAM_WRITER::SaveOne, &stream, "", WALK_EVERYTHING);
@@ -65,10 +65,10 @@ TEST(StreamWriter, WritesParametersWithoutAnythingToKeepAsAnEmptyElement) {
 
 TEST(StreamWriter, RefusesKeysWhoseElementsAnotherKeyCouldHaveMade) {
     for (std::vector<std::string> const& keys :
-         std::vector<std::vector<std::string>>{{"a", "a/b"},         // the leaf takes in the element
+         std::vector<std::vector<std::string>>{{"a", "a/b"},         // the leaf contains the element
                                                {"a", "a-b", "a/c"},  // also when another key stands between them
                                                {"a", "a", "a/b"},    // the first of several leaves
-                                               {"a/b", "a/b/c/d"},   // further down
+                                               {"a/b", "a/b/c/d"},   // at a deeper level
                                                {"a*/b"},
                                                {"a?/b"},
                                                {"[a]/b"},
@@ -78,7 +78,7 @@ TEST(StreamWriter, RefusesKeysWhoseElementsAnotherKeyCouldHaveMade) {
                                                {"a//b"},
                                                {"a/"},
                                                {""}}) {
-        bool const isPattern = keys == std::vector<std::string>{"a/[b"};  // the last component is never one
+        bool const isPattern = keys == std::vector<std::string>{"a/[b"};  // the last component is never a pattern
         EXPECT_EQ(TextByStream(NodeOf(keys)) == "(refused)", !isPattern) << testing::PrintToString(keys);
     }
 }

@@ -1,5 +1,5 @@
-// That the strict reader reads what a save writes, and that a text is read as the XML library alone would read it,
-// wherever the strict reader stops.
+// The strict reader reads every file that a save writes. Wherever it stops in another text, the result is that of the
+// XML library alone.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ using testing::IsEmpty;
 using END = STRICT_READER::END;
 using TEXTS = std::vector<std::string>;
 
-// A text whose source tells another size, which the first buffer has.
+// A source that reports another size than it has. The reader's first buffer has the reported size.
 class TOLD_SOURCE final : public FILE_SOURCE {
  public:
     TOLD_SOURCE(std::string_view text, std::size_t told) : m_text(text), m_told(told) {}
@@ -39,7 +39,7 @@ class TOLD_SOURCE final : public FILE_SOURCE {
     std::size_t m_told;
 };
 
-// What the strict reader alone makes of a text.
+// The result of the strict reader alone.
 struct STRICT_RESULT {
     END end;
     std::size_t leaves;
@@ -61,12 +61,12 @@ void ExpectSameAsByXml(std::string const& text) {
     EXPECT_EQ(read.values, byXml.values) << text;
 }
 
-// A leaf in a file that is otherwise ours, between two leaves that are.
+// These lines between two ordinary leaves, in a file as a save writes it.
 std::string Around(std::string const& lines) {
     return TicketText::Framed("\t<_ type=\"int\">0</_>\n" + lines + "\t<z type=\"int\">9</z>\n");
 }
 
-// The strict reader stops at the first of these lines.
+// Expects the strict reader to stop at the first of these lines.
 void ExpectStop(std::string const& lines) {
     STRICT_RESULT const result = ReadStrictly(Around(lines));
     EXPECT_EQ(result.end, END::STOPPED) << lines;
@@ -74,7 +74,7 @@ void ExpectStop(std::string const& lines) {
     ExpectSameAsByXml(Around(lines));
 }
 
-// It reads them all.
+// Expects the strict reader to read all of these lines.
 void ExpectRead(std::string const& lines) {
     EXPECT_EQ(ReadStrictly(Around(lines)).end, END::WHOLE) << lines;
     ExpectSameAsByXml(Around(lines));
@@ -382,7 +382,7 @@ TEST(StrictReader, StartsOverWhenTheFileChangesMeanwhile) {
             source.text.insert(source.text.size() - 10, odd);
             TicketText const read = TicketText::Read(source);
             EXPECT_EQ(read.result.reading, READING::DONE);
-            if (source.readsBefore < 8) continue;  // it did not come to the change
+            if (source.readsBefore < 8) continue;  // the reader did not get as far as the change
             EXPECT_THAT(read.values, ElementsAre("c 4 a text that is longer than the other", "d 2 4", "e 2 5"));
         }
 }
@@ -399,7 +399,7 @@ TEST(StrictReader, GivesUpStartingOverWhenTheFileNeverStopsChanging) {
     EXPECT_THAT(TicketText::Read(source).values, ElementsAre("a 2 1"));
 }
 
-// The same comparison over everything at hand
+// The same comparison for all available files
 
 TEST(BothReaders, ReadFilesOfAllKindsAsTheXmlLibraryAlone) {
     std::size_t strict = 0;
@@ -438,13 +438,13 @@ class GENERATOR {
                 case 1:
                     text.erase(at, 1 + Below(5));
                     break;
-                case 2: {  // a line again, somewhere
+                case 2: {  // repeats a line somewhere
                     std::size_t const begin = text.rfind('\n', at) + 1;
                     std::string const line = text.substr(begin, text.find('\n', begin) + 1 - begin);
                     text.insert(text.rfind('\n', Below(text.size() + 1)) + 1, line);
                     break;
                 }
-                case 3: {  // a line less
+                case 3: {  // removes a line
                     std::size_t const begin = text.rfind('\n', at) + 1;
                     text.erase(begin, text.find('\n', begin) + 1 - begin);
                     break;

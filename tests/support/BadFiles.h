@@ -1,4 +1,4 @@
-// The table of broken, odd and hostile files.
+// The cases of bad_files_test: broken, odd and hostile files, and what loads of each.
 #pragma once
 
 #include <string>
@@ -13,12 +13,12 @@ using LINES = std::vector<std::string>;
 struct CASE {
     std::string name;
     std::string content;
-    LINES loads;        // as tickets::Contents tells it: key, number of the type, value
+    LINES loads;        // in the form of tickets::Contents: key, number of the type, value
     bool isKept;        // whether the next save keeps the file beside the new one
-    LINES comesBack{};  // what is there after that save, if it is not the same
+    LINES comesBack{};  // the values after that save, where they differ
 };
 
-// A text of two or four bytes for each of its characters.
+// A text with zero bytes around each character, as in UTF-16 and UTF-32.
 inline std::string Wide(std::string const& text, std::size_t before, std::size_t behind) {
     std::string wide;
     for (char const c : text) wide += std::string(before, '\0') + c + std::string(behind, '\0');
@@ -37,19 +37,19 @@ class TABLE {
     void Loads(std::string const& name, std::string const& content, LINES const& loads, LINES const& comesBack = {}) {
         cases.push_back({name, content, loads, false, comesBack});
     }
-    // The same for what stands in the outermost element.
+    // Files that load, given the text inside the outermost element.
     void Holds(std::string const& name, std::string const& inner, LINES const& loads, LINES const& comesBack = {}) {
         Loads(name, Root(inner), loads, comesBack);
     }
-    // One value.
+    // A file with one value.
     void Value(char const* type, std::string const& name, std::string const& text, std::string const& read) {
         Holds(std::string(type) + ": " + name, std::string("<a type=\"") + type + "\">" + text + "</a>", {"a " + read});
     }
-    // Files that go on where nothing is read any more.
+    // Files with bytes after the end of what is read.
     void LoadsInPart(std::string const& name, std::string const& content, LINES const& loads) {
         cases.push_back({name, content, loads, true});
     }
-    // Files of which nothing loads.
+    // Files that load nothing.
     void Fails(std::string const& name, std::string const& content) { cases.push_back({name, content, {}, true}); }
 };
 

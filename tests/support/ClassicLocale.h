@@ -1,11 +1,11 @@
-// The classic locale for what a test formats itself, whatever locale the host has that it plays.
+// The classic locale for text that a test formats itself, while the program runs under a host's locale.
 #pragma once
 
 #include <locale.h>
 
 #include <string>
 
-// For the thread that makes it, while it lives.
+// Sets the C locale of the calling thread while an object exists.
 class CLASSIC_LOCALE {
  public:
     CLASSIC_LOCALE() : m_classic(newlocale(LC_ALL_MASK, "C", nullptr)), m_before(uselocale(m_classic)) {}

@@ -1,9 +1,9 @@
-// What a disk may hold after the power failed: a record of the calls that change files, and a model of the least that a
-// file system promises about them.
+// What a disk may hold after a power failure: a record of the calls that change files, and a model of the minimum that
+// a file system guarantees about them.
 //
 // The bytes of a file are on the disk once the file was flushed; until then all of them, some or none may be there.
-// Names are on the disk once their directory was flushed; until then any number of the changes may be there, in their
-// order.
+// Names are on the disk once their directory was flushed; until then the disk may hold the first changes of the
+// directory, up to any one of them.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +17,8 @@
 struct FILE_EVENT {
     enum KIND { OPEN, DUPLICATE, CLOSE, WRITE, TRUNCATE, FLUSH, FLUSH_DIRECTORY, LINK, RENAME, UNLINK };
     KIND kind;
-    int file = -1;         // the descriptor that is used or made
-    int source = -1;       // DUPLICATE: of which
+    int file = -1;         // the descriptor that the call uses or returns
+    int source = -1;       // DUPLICATE: the original
     std::string name{};    // OPEN, LINK, RENAME, UNLINK
     std::string target{};  // LINK, RENAME
     std::string bytes{};   // WRITE
@@ -27,10 +27,10 @@ struct FILE_EVENT {
 
 class DISK_MODEL {
  public:
-    // A content, or nothing where there is no file.
+    // The bytes of a file; nothing if there is no file.
     using CONTENT = std::optional<std::string>;
 
-    // These files are on the disk.
+    // Begins with these files on the disk.
     explicit DISK_MODEL(std::map<std::string, std::string> const& files) {
         for (auto const& [name, content] : files) {
             m_durableNames[name] = m_inodes.size();

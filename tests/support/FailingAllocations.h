@@ -1,5 +1,5 @@
-// Exhausted memory. Replaces the allocation functions of the program that includes this, in one of its sources: new,
-// mmap and, but for programs that a sanitizer gives an allocator of its own, malloc with its kin.
+// Simulates exhausted memory. Replaces operator new, mmap and, where no sanitizer brings its own allocator, malloc and
+// its relatives. Include it in one source of a program.
 #pragma once
 
 #include <dlfcn.h>
@@ -14,12 +14,12 @@
 namespace allocations {
 
 constexpr int UNLIMITED = -1;
-// How many more allocations this thread gets before they fail, and how many then do.
+// This thread's number of allocations that still succeed, and the number that then fail.
 inline thread_local int t_left = UNLIMITED;
 inline thread_local int t_failures = UNLIMITED;
-// How many did fail since With began.
+// The number of failed allocations since With began.
 inline thread_local int t_failed = 0;
-// What this thread holds: pieces that it took and has not given back.
+// The number of blocks that this thread has allocated and not freed.
 inline thread_local long t_held = 0;
 
 // Counts an allocation; false if it must fail.
@@ -47,7 +47,7 @@ inline void Delete(void* memory) noexcept;
 
 #ifdef NOT_SANITIZED
 
-// The allocator itself, under the names that it has besides.
+// The C library's allocator under its second names.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -106,7 +106,7 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int file,
 
 }  // extern "C"
 
-// Not inlined: the compiler would see malloc and delete side by side and take them for a mistake.
+// Not inlined: the compiler would warn that memory from malloc is released by delete.
 [[gnu::noinline]] void* operator new(std::size_t size) {
     if (void* const memory = allocations::New(size, 0)) return memory;
     throw std::bad_alloc();
@@ -130,7 +130,7 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int file,
 
 namespace allocations {
 
-// Runs `action` with so many allocations; then so many fail, by default all.
+// Runs `action`: the first `granted` allocations succeed, the next `failures` fail, by default all.
 template <typename ACTION>
 auto With(int granted, ACTION const& action, int failures = UNLIMITED) {
     struct GRANT {

@@ -1,4 +1,4 @@
-// Failing system calls. Replaces the calls that load and save make by forwarders which can be told to fail, in one
+// Makes system calls fail. Replaces the calls that loads and saves make by forwarders that can fail. Include it in one
 // source of a program.
 #pragma once
 
@@ -19,14 +19,14 @@
 
 namespace system_calls {
 
-// What fails while it is armed.
+// The calls that fail while the fault is armed.
 struct FAULT {
     enum SCOPE { THAT_KIND, EVERYTHING };
-    int at = -1;                     // the call that fails first, counted from 0; -1: none
-    int error = 0;                   // what it fails with
-    int times = 1;                   // how often
+    int at = -1;                     // index of the first call that fails; -1: none
+    int error = 0;                   // its errno
+    int times = 1;                   // number of calls that fail
     SCOPE scope = THAT_KIND;         // whether other kinds of calls fail as well from then on
-    std::size_t longest = SIZE_MAX;  // what one read or write moves at most
+    std::size_t longest = SIZE_MAX;  // the most bytes that one read or write transfers
 };
 
 struct STATE {
@@ -34,11 +34,11 @@ struct STATE {
     FAULT fault;
     std::string failing;  // the kind of call that failed first
     int failures = 0;
-    std::vector<std::string> calls;  // all of them, by kind
+    std::vector<std::string> calls;  // the kinds of all calls
 };
 inline STATE g_state;
 
-// Whether this call fails; errno is then set.
+// Counts a call; true, with errno set, if it must fail.
 inline bool Fails(char const* kind) {
     STATE& state = g_state;
     if (!state.isArmed) return false;
@@ -57,7 +57,7 @@ inline std::size_t Portion(std::size_t size) {
     return g_state.isArmed ? std::min(size, g_state.fault.longest) : size;
 }
 
-// Runs `action` with a fault; returns what happened.
+// Runs `action` with a fault; returns the calls and failures.
 template <typename ACTION>
 STATE With(FAULT const& fault, ACTION const& action) {
     g_state = STATE{true, fault, {}, 0, {}};
@@ -73,7 +73,8 @@ FUNCTION Next(char const* name) {
 
 }  // namespace system_calls
 
-// The names are given apart from the functions: the system's headers have inline functions of some of these names.
+// Each function has its own C++ name and gets its symbol by __asm__: the system's headers define inline functions of
+// some of these names.
 #define FAILING_SYSTEM_CALL(result, name, parameters, arguments)                      \
     extern "C" [[gnu::used]] result failing_##name parameters __asm__(#name);         \
     result failing_##name parameters {                                                \
@@ -129,7 +130,7 @@ int failing_fcntl(int file, int command, ...) {
     return system_calls::Fails("fcntl") ? -1 : next(file, command, argument);
 }
 
-// While a fault is armed nothing is really flushed: what fails here is no disk.
+// While a fault is armed, nothing is flushed: no test here is about power loss.
 [[gnu::used]] int failing_fsync(int file) __asm__("fsync");
 int failing_fsync(int file) {
     static auto const next = system_calls::Next<int (*)(int)>("fsync");
@@ -137,7 +138,7 @@ int failing_fsync(int file) {
     return system_calls::Fails("fsync") ? -1 : 0;
 }
 
-// The descriptor is gone whatever it reports, as the system has it.
+// Closes the descriptor even when it reports an error, as Linux does.
 [[gnu::used]] int failing_close(int file) __asm__("close");
 int failing_close(int file) {
     static auto const next = system_calls::Next<int (*)(int)>("close");

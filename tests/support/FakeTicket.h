@@ -1,4 +1,4 @@
-// A ticket's table over canned answers, for tests of what is built upon tables alone.
+// A ticket's table with canned answers, for tests of code that uses a ticket only through its table.
 #pragma once
 
 #include <functional>
@@ -16,16 +16,16 @@ class FAKE_TICKET {
         int index;
     };
 
-    // What a walk reports, in this order, whatever its level.
+    // The values that every walk reports, in this order, whatever its level.
     std::vector<ENTRY> entries;
-    // What the calls answer; null: 0, nothing written.
+    // The behaviour of the calls; null: return 0, write nothing.
     std::function<int(char const* key, PARAM_TYPE type, void* value, int index)> onGet;
     std::function<int(GETMULTIPAR* records)> onGetMulti;
     std::function<int(char const* key, PARAM_TYPE type, void const* value, int index)> onSet;
     std::function<int(SETMULTIPAR* records)> onSetMulti;
     std::function<int(STICKET_OP code, void* data)> onOperation;
 
-    // What was called.
+    // The calls so far.
     int walks = 0;
     int gets = 0;
     int getMultis = 0;
@@ -39,7 +39,7 @@ class FAKE_TICKET {
     FAKE_TICKET() {
         m_access.nSize = sizeof m_access;
         m_access.nVersion = 2;
-        // Never dereferenced as a ticket: the entries below are the only ones who see it.
+        // Never dereferenced as a ticket: only the entries below receive it.
         m_access.pTicket = reinterpret_cast<STICKET*>(this);
         m_access.GetParameter = [](STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index) {
             ++Self(ticket).gets;
@@ -70,7 +70,7 @@ class FAKE_TICKET {
  private:
     static FAKE_TICKET& Self(STICKET* ticket) { return *reinterpret_cast<FAKE_TICKET*>(ticket); }
 
-    // As the library's own tickets do: nothing thrown by the callback leaves the walk.
+    // Catches exceptions of the callback, as the library's own tickets do.
     static int Walk(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix, int level) {
         FAKE_TICKET& self = Self(ticket);
         ++self.walks;

@@ -1,4 +1,4 @@
-// The system calls of a traced process as events of files.
+// Translates the system calls of a traced process to file events.
 #pragma once
 
 #include <fcntl.h>
@@ -15,8 +15,8 @@
 
 class FILE_EVENTS {
  public:
-    // The event that a call which has returned stands for; nothing if it changed no file. Calls of which this class
-    // does not know what they do are added to `Unknown`.
+    // The event of a call that has returned; nothing if it changed no file. Calls that this class does not know are
+    // added to `Unknown`.
     std::optional<FILE_EVENT> Of(TRACED_PROCESS const& process) {
         TRACED_PROCESS::CALL const& call = process.Call();
         if (IsHarmless(call.number) || call.result < 0) return {};
@@ -33,7 +33,7 @@ class FILE_EVENTS {
         return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
     }
 
-    // Calls that change no file. Not all machines have all of them.
+    // Calls that change no file. Some do not exist on every architecture.
     static bool IsHarmless(long number) {
         return IsOneOf(number, {
 #ifdef SYS_stat
@@ -77,7 +77,7 @@ class FILE_EVENTS {
                                });
     }
 
-    // Known, but of no consequence with these arguments: directories that were opened, locks.
+    // Known calls that change no file with these arguments, for instance opening a directory or locking.
     static bool IsKnown(TRACED_PROCESS::CALL const& call) {
         return IsOpen(call.number) || IsOneOf(call.number, {SYS_close, SYS_fcntl, SYS_fsync, SYS_fdatasync});
     }

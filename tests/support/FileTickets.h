@@ -1,4 +1,4 @@
-// File tickets for tests: with a clock of their own, and with what derived kinds may do.
+// File tickets for tests: with a clock that tests set, and with access to what derived classes may do.
 #pragma once
 
 #include <ctime>

@@ -1,4 +1,4 @@
-// What tests of files look at.
+// Queries about files and directories.
 #pragma once
 
 #include <sys/stat.h>
@@ -13,7 +13,7 @@
 
 namespace files {
 
-// The names of what is in a directory.
+// The names in a directory.
 inline std::set<std::string> Names(SCRATCH_DIRECTORY const& directory) {
     std::set<std::string> names;
     for (auto const& entry : std::filesystem::directory_iterator(directory.Path()))
@@ -25,7 +25,7 @@ inline void Write(std::string const& path, std::string_view content) {
     std::ofstream(path, std::ios::binary) << content;
 }
 
-// Links that lead nowhere exist, too.
+// True also for a symbolic link without a target.
 inline bool Exists(std::string const& path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
 }

@@ -1,11 +1,11 @@
-// A disk without room, as the limit of file sizes makes it.
+// A full disk, simulated by the limit of the file size.
 #pragma once
 
 #include <sys/resource.h>
 
 #include <csignal>
 
-// While one lives no file of this process grows beyond 20 bytes; writes fail.
+// While an object exists, writes beyond the first 20 bytes of a file fail.
 class FULL_DISK {
  public:
     FULL_DISK() : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {

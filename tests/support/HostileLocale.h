@@ -22,7 +22,7 @@ class HostileLocale {
     HostileLocale(HostileLocale const&) = delete;
     HostileLocale& operator=(HostileLocale const&) = delete;
 
-    // Whether C has followed; false only where its locales cannot be made.
+    // Whether the C locale has changed, too; false only where no such locale can be generated.
     static bool HoldsInC() { return std::localeconv()->decimal_point == std::string(","); }
 
  private:
@@ -32,7 +32,7 @@ class HostileLocale {
         std::string do_grouping() const override { return "\3"; }
     };
 
-    // Few machines have such a locale installed, so it is made on the spot.
+    // Few machines have such a locale installed, so it is generated.
     struct OwnLocaleOfC {
         static constexpr char const* NAME = "hostile";
         SCRATCH_DIRECTORY m_directory;
@@ -40,12 +40,12 @@ class HostileLocale {
         OwnLocaleOfC() {
             m_directory.Write("source",
                               "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n");
-            // Unless told, localedef writes the byte order that it runs in, not that of a test under an emulator.
+            // By default localedef writes the host's byte order, which differs from that of a test under an emulator.
             constexpr bool IS_BIG_ENDIAN = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
             std::string const order = IS_BIG_ENDIAN ? "--big-endian" : "--little-endian";
             std::string const command = "localedef -c " + order + " -i '" + m_directory.Path("source") +
                                         "' --no-archive '" + m_directory.Path(NAME) + "' >/dev/null 2>&1";
-            // It complains about the categories that are missing; whether it worked is seen when the locale is used.
+            // localedef reports missing categories as errors; setlocale shows whether it has worked.
             static_cast<void>(std::system(command.c_str()) == 0);
             char const* const others = std::getenv("LOCPATH");
             setenv("LOCPATH", (m_directory.Path() + (others ? std::string(":") + others : "")).c_str(), 1);

@@ -1,4 +1,4 @@
-// A lease on a file, as a file server holds one: whoever opens the file has to wait until the lease is given up.
+// A lease on a file, as a file server holds one: opening the file waits until the lease is released.
 #pragma once
 
 #include <fcntl.h>
@@ -8,7 +8,8 @@
 #include <csignal>
 #include <string>
 
-// A child process holds the lease. It gives it up a little after it was asked to, or with its owner here.
+// A child process holds the lease. It releases the lease shortly after another process opens the file, and at the
+// latest when this object is destroyed.
 class LEASE {
  public:
     explicit LEASE(std::string const& path) {
@@ -28,7 +29,7 @@ class LEASE {
     LEASE(LEASE const&) = delete;
     LEASE& operator=(LEASE const&) = delete;
 
-    // False where files have no leases.
+    // False where the file system has no leases.
     bool IsHeld() const { return m_isHeld; }
 
  private:

@@ -1,4 +1,4 @@
-// Pieces of a test in child processes.
+// Runs parts of a test in child processes.
 #pragma once
 
 #include <sys/wait.h>
@@ -6,14 +6,14 @@
 
 #include <functional>
 
-// Runs `work` in a child process, which ends without any cleaning up. Returns its pid.
+// Runs `work` in a child process, which ends without destructors or exit handlers. Returns its process number.
 inline pid_t Spawn(std::function<bool()> const& work) {
     pid_t const child = fork();
     if (child == 0) _exit(work() ? 0 : 1);
     return child;
 }
 
-// Waits for a child; whether its work returned true.
+// Waits for a child; true if its work returned true.
 inline bool Succeeded(pid_t child) {
     int status = 0;
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;

@@ -1,4 +1,4 @@
-// Writes down the oddities that a reader of texts tells: "what offset+length", one after the other.
+// Records the oddities that a decoder reports, each as "KIND OFFSET+LENGTH".
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// The host's logger of a test program: it keeps what the library tells it. Include it in one source of a program, since
-// it defines the function that every host defines.
+// A logger that records the library's calls. Include it in one source of a program: it defines the function by which
+// the library finds the host's logger.
 #pragma once
 
 #include <cstdarg>
@@ -22,7 +22,7 @@ class RECORDING_LOGGER : public LoggerAdapter::ILogger {
         std::string text;
     };
 
-    // What getInstance hands out; null: a host without a logger.
+    // The logger that getInstance returns; null: a host without a logger.
     static RECORDING_LOGGER*& Current() {
         static RECORDING_LOGGER* current = nullptr;
         return current;

@@ -1,4 +1,4 @@
-// A text many times over, as deep nesting and long values are made of.
+// Repeats a text, to build deep nesting and long values.
 #pragma once
 
 #include <cstddef>

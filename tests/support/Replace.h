@@ -1,4 +1,4 @@
-// A save of one piece.
+// Replaces a file by one text.
 #pragma once
 
 #include <string>

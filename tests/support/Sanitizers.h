@@ -1,4 +1,4 @@
-// Whether a sanitizer takes part: it makes everything several times as slow and large.
+// Whether the program was built with a sanitizer, which multiplies time and memory.
 #pragma once
 
 #if defined(__has_feature)
@@ -21,7 +21,7 @@ constexpr bool SANITIZED = true;
 constexpr bool SANITIZED = THREAD_SANITIZED;
 #endif
 
-// For what must not even be compiled then.
+// For code that must not be compiled with a sanitizer.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(BUILT_WITH_ADDRESS_SANITIZER) && !defined(__SANITIZE_THREAD__) && \
     !defined(BUILT_WITH_THREAD_SANITIZER)
 #define NOT_SANITIZED

@@ -14,7 +14,7 @@
 class SCRATCH_DIRECTORY {
  public:
     SCRATCH_DIRECTORY() : SCRATCH_DIRECTORY(std::filesystem::temp_directory_path()) {}
-    // In another place, as on another file system.
+    // Creates it below `place`, for instance on another file system.
     explicit SCRATCH_DIRECTORY(std::filesystem::path const& place) : m_path(place / "test_XXXXXX") {
         if (!mkdtemp(m_path.data())) throw std::runtime_error("no scratch directory");
     }

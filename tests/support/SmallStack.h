@@ -1,4 +1,4 @@
-// Runs a piece of a test on a thread with little stack, where anything that recurses by its input would crash.
+// Runs part of a test on a thread with a small stack, where code that recurses with its input would crash.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Runs pieces of work at the same moment, each on a thread of its own, and waits for their end.
+// Runs functions at the same time, each on its own thread, and waits for them.
 #pragma once
 
 #include <atomic>
@@ -19,7 +19,7 @@ inline void Together(std::vector<std::function<void()>> const& work) {
     for (std::thread& thread : threads) thread.join();
 }
 
-// The same work on `count` threads, each with its number.
+// Runs `work` on `count` threads; its argument is the thread's number.
 inline void Together(int count, std::function<void(int)> const& work) {
     std::vector<std::function<void()>> all;
     for (int thread = 0; thread < count; ++thread) all.push_back([&work, thread] { work(thread); });

@@ -1,4 +1,4 @@
-// A ticket's parameters as simple as can be: what they answer, told by the rules alone.
+// A reference model of a ticket's parameters: a plain map and the documented rules.
 #pragma once
 
 #include <algorithm>
@@ -25,9 +25,9 @@ struct BYTES {
 };
 using SCALAR = std::variant<double, int64_t, uint64_t, std::string, BYTES, void*>;
 
-// ---- What a value is worth when it is read as another type
+// ---- Conversions between types
 
-// From 2^63 up the neighbours are 2048 apart; ties go up, and nothing reaches 2^64.
+// From 2^63 up, doubles are 2048 apart; ties are rounded up, and no result reaches 2^64.
 inline double AsDouble(uint64_t integer) {
     if (integer <= INT64_MAX) return static_cast<double>(integer);
     uint64_t const steps = integer / 2048 + (integer % 2048 >= 1024 ? 1 : 0);
@@ -41,14 +41,14 @@ inline std::optional<double> AsDouble(SCALAR const& scalar) {
     return std::nullopt;
 }
 
-// Half away from zero, told by a sum that is itself rounded; then saturated.
+// Rounds half away from zero by adding 0.5, a sum that is itself rounded; then saturates.
 template <typename T>
 T Rounded(double number, T notANumber) {
     if (std::isnan(number)) return notANumber;
     double rounded = number;
     if (std::abs(number) <= 4503599627370495.0)
         rounded = number > 0 ? std::floor(number + 0.5) : -std::floor(0.5 - number);
-    // Exact also where the largest integer is no double.
+    // Exact even where the largest integer has no double.
     auto const exact = static_cast<long double>(rounded);
     if (exact >= static_cast<long double>(std::numeric_limits<T>::max())) return std::numeric_limits<T>::max();
     if (exact <= static_cast<long double>(std::numeric_limits<T>::min())) return std::numeric_limits<T>::min();
@@ -72,7 +72,7 @@ inline PARAM_TYPE TypeOf(SCALAR const& scalar) {
     return types[scalar.index()];
 }
 
-// A value as text, so that results of any type compare and print alike.
+// A value as text, so that results of all types compare and print in one way.
 inline std::string Print(double value) {
     char bits[32];
     std::snprintf(bits, sizeof bits, "%a", std::isnan(value) ? MathLib::NOT_A_DOUBLE_NUMBER : value);
@@ -118,7 +118,7 @@ class MODEL {
         return true;
     }
 
-    // The result of a get as "1 value" or "0 value", or without a value where nothing is written.
+    // The result of a get: "1 VALUE" or "0 VALUE", or only the digit where nothing is written to the buffer.
     std::string Get(std::string const& key, PARAM_TYPE type, int index) const {
         PARAMETER const* const parameter = Find(key);
         SCALAR const* const scalar = Scalar(parameter, index);
@@ -250,7 +250,7 @@ class MODEL {
     std::map<std::string, PARAMETER> m_parameters;
 };
 
-// ---- The same questions put to whatever `ask(buffer)` asks
+// ---- The same results from a real ticket, by `ask(buffer)`
 
 template <typename T, typename ASK>
 std::string AskFor(ASK const& ask) {
@@ -258,7 +258,7 @@ std::string AskFor(ASK const& ask) {
     T untouched;
     bool isWritten = false;
     bool found = false;
-    // Two patterns, since the answer may look like one of them.
+    // Two fill patterns, since a result may equal one of them.
     for (int const pattern : {0x5a, 0xa5}) {
         std::memset(static_cast<void*>(&value), pattern, sizeof value);
         std::memset(static_cast<void*>(&untouched), pattern, sizeof untouched);

@@ -1,4 +1,4 @@
-// What a ticket file's text sets when it is read, and a frame around the elements of one.
+// The values that the text of a ticket file sets, and a frame to make such a text of elements.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 
 #include "Format/Reader.h"
 
-// A text in memory, read as a file is.
+// A text in memory, read like a file.
 class TEXT_SOURCE final : public FILE_SOURCE {
  public:
     explicit TEXT_SOURCE(std::string_view text) : m_text(text) {}
@@ -25,8 +25,8 @@ class TEXT_SOURCE final : public FILE_SOURCE {
     std::string_view m_text;
 };
 
-// One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Bytes that do not
-// print stand as hexadecimal numbers in braces.
+// One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Unprintable bytes
+// are hexadecimal numbers in braces.
 struct TicketText {
     READ_RESULT result;
     std::vector<std::string> values;
@@ -44,14 +44,14 @@ struct TicketText {
         return all;
     }
 
-    // By the XML library alone.
+    // Reads by the XML library alone.
     static TicketText ReadByXml(std::string const& text) {
         TicketText all{};
         all.result = ReadDocument(text, all.Receiver());
         return all;
     }
 
-    // By each of its two attempts alone.
+    // Reads by one of its two attempts alone.
     static TicketText ReadXmlNames(std::string const& text) {
         TicketText all{};
         all.ReadAs(text, PARSED_TEXT::NAMES::OF_XML);
@@ -68,7 +68,7 @@ struct TicketText {
         return ReadTicket(source, {set, context}).reading == READING::DONE;
     }
 
-    // By the first attempt alone: whether it is XML.
+    // Reads by the first attempt alone; true if the text is XML.
     static bool ReadXmlNames(std::string const& text, LEAF_RECEIVER::SET set, void* context) {
         PARSED_TEXT parsed(text, PARSED_TEXT::NAMES::OF_XML);
         return ReadParsed(parsed, text, {set, context}).IsRead();
@@ -117,7 +117,8 @@ struct TicketText {
                 return std::to_string(*static_cast<uint64_t const*>(value));
             case PARAM_DOUBLE:
                 std::snprintf(number, sizeof number, "%a", *static_cast<double const*>(value));
-                std::replace(std::begin(number), std::end(number), ',', '.');  // under a HostileLocale
+                std::replace(std::begin(number), std::end(number), ',',
+                             '.');  // a HostileLocale formats a decimal comma
                 return number;
             case PARAM_STRING:
                 return Printable(static_cast<char const*>(value));

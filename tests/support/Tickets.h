@@ -105,12 +105,12 @@ inline LINES Contents(STICKET_ACCESS const* access) {
     return lines;
 }
 
-// A memory ticket with what derived kinds may do: registrations, and the members behind the entries.
+// A memory ticket that makes public what derived classes may use: registrations, and the members behind the entries.
 class OPEN_TICKET : public STICKET_MEM {
  public:
     explicit OPEN_TICKET(STICKET_WHOAMI const& whoAmI = NOBODY) : STICKET_MEM(whoAmI) {}
 
-    // `keys` as in PARTIAL_MODE::set, without the null at the end.
+    // `keys`: as in PARTIAL_MODE::set, but without a null at the end.
     void Register(int number, std::vector<char const*> keys) {
         if (!keys.empty()) keys.push_back(nullptr);
         m_content->registrations[number].selection.set(keys.empty() ? nullptr : keys.data());

@@ -1,5 +1,5 @@
-// A child process that is stopped before and after each of its system calls. The kernel's own interface for debuggers
-// is used, so that every call is seen, whatever made it; the state of the process can be left as it is by a kill.
+// A child process that is stopped before and after each of its system calls. It uses
+// ptrace, so that every call is seen, whoever makes it; a kill ends the process between two calls.
 #pragma once
 
 #include <fcntl.h>
@@ -26,7 +26,7 @@ class TRACED_PROCESS {
         long result = 0;
     };
 
-    // Runs `prepare` unobserved; the first Step then runs into `work`. Neither may start threads.
+    // Runs `prepare` untraced; the first Step then begins `work`. Neither may start threads.
     TRACED_PROCESS(std::function<void()> const& prepare, std::function<void()> const& work) : m_child(fork()) {
         if (m_child < 0) throw std::runtime_error("no child process");
         if (m_child > 0) {
@@ -51,7 +51,7 @@ class TRACED_PROCESS {
         return probe.m_traced && probe.Step();
     }
 
-    // Goes on to the next point just before or just after a system call; false when `work` is done.
+    // Continues to the next entry to or exit from a system call; false when `work` is done.
     bool Step() {
         if (!IsStopped()) return false;
         do {
@@ -68,7 +68,7 @@ class TRACED_PROCESS {
     bool IsAfter() const { return m_after; }
     CALL const& Call() const { return m_call; }
 
-    // A text, or so many bytes, of its memory.
+    // A text ended by NUL, or `size` bytes, of its memory.
     std::string Text(uint64_t address) const {
         std::string text;
         for (char byte; Copy(address + text.size(), &byte, 1) && byte != '\0';) text += byte;
@@ -79,7 +79,7 @@ class TRACED_PROCESS {
         return Copy(address, bytes.data(), size) ? bytes : std::string();
     }
 
-    // Ends it where it stands: a call that is about to be made is not made.
+    // Kills the process where it is: a call at whose entry it stands is not made.
     void Kill() {
         if (m_child <= 0 || m_ended) return;
         kill(m_child, SIGKILL);

@@ -1,4 +1,4 @@
-// Work that permission bits bind, also where the tests run as root.
+// Runs work to which permission bits apply, even if the tests run as root.
 #pragma once
 
 #include <sys/wait.h>
@@ -6,7 +6,7 @@
 
 #include <functional>
 
-// Runs `work` in a child process without privileges, whom permission bits bind; true if it returned true.
+// Runs `work` in an unprivileged child process; true if it returned true.
 inline bool Unprivileged(std::function<bool()> const& work) {
     pid_t const child = fork();
     if (child == 0) {

@@ -1,5 +1,6 @@
-// Preloaded into test programs by scripts/locale_and_char_suite: takes the locale TEST_LOCALE for C and C++ before
-// main, as a host does that serves users of that language. "grouping": decimal comma and grouped digits, for C++ only.
+// Preloaded into test programs by scripts/locale_and_char_suite: sets the locale TEST_LOCALE for C and
+// C++ before main, as a host for users of that language does. "grouping": decimal comma and grouped digits, for C++
+// only.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +16,7 @@ struct COMMAS_AND_DOTS : std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
-// Programs of the system, like the one that runs the tests, keep their own.
+// Only test programs: system programs such as ctest keep their locale.
 bool IsTested() {
     char const* const root = std::getenv("TEST_PROGRAMS");
     char* const program = realpath("/proc/self/exe", nullptr);

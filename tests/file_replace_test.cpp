@@ -1,5 +1,5 @@
-// Replacing and deleting a ticket's file: what other processes, a full disk, and whatever else may lie at the names in
-// question make of it. The system calls beneath are replaced here, to watch them and to make them fail.
+// Replacing and deleting a ticket's file while other processes save it, on a full disk, and with other objects at its
+// names. The system calls are replaced here, to record them and to make them fail.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -40,10 +40,10 @@ using TICKETFILE::FILE_READER;
 using TICKETFILE::OLD;
 using TICKETFILE::REPLACEMENT;
 
-// How the system behaves while a test runs; one thread only.
+// The simulated behaviour of the system; used by one thread only.
 struct SYSTEM {
     long roomLeft = -1;         // bytes that can still be written; -1: any number
-    size_t longestWrite = ~0u;  // what one call of write takes at most
+    size_t longestWrite = ~0u;  // the most bytes that one write takes
     bool interrupts = false;    // every call fails with EINTR the first time
     int flushError = 0;
     int closeError = 0;
@@ -60,9 +60,9 @@ struct SYSTEM {
     }
 };
 SYSTEM g_system;
-std::atomic<int> g_locks{0};  // asked for, by any thread
+std::atomic<int> g_locks{0};  // attempts to lock, by any thread
 
-// Puts everything back at the end of a test.
+// Restores the usual behaviour at the end of a test.
 struct USUAL_SYSTEM {
     ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
 };
@@ -190,14 +190,14 @@ bool Deletes(std::string const& fileName, OLD old) {
     return TICKETFILE::Delete(fileName, old).Succeeded();
 }
 
-// Opens a file and locks it as another process's save would.
+// Opens a file and locks it as a save in another process does.
 int Lock(std::string const& path) {
     int const file = open(path.c_str(), O_RDWR | O_CREAT, 0600);
     EXPECT_EQ(flock(file, LOCK_EX), 0);
     return file;
 }
 
-// Whether a thread that is being cancelled is so only behind the work.
+// Runs `work` on a thread with a pending cancellation; true if the thread is cancelled only after `work` has returned.
 bool IsCancelledBehind(std::function<void()> work) {
     auto const run = [](void* argument) -> void* {
         pthread_cancel(pthread_self());
@@ -384,7 +384,7 @@ TEST_F(FileSave, WhatIsPrintedWhileTheStreamsAreClosedDoesNotLandInTheFile) {
     }));
 }
 
-// Failures: the old file stays, and nothing is left that the rename could take for a saved ticket
+// Failures: the old file stays, and no incomplete file takes its name
 
 TEST_F(FileSave, FailureOfTheDiskLeavesTheOldFileAndNoTemporaryFile) {
     struct CASE {
@@ -428,7 +428,7 @@ TEST_F(FileSave, FailureWithoutAnOldFileLeavesNothing) {
     EXPECT_THAT(Names(m_scratch), IsEmpty());
 }
 
-// By then the name may be that of another process's file, half written.
+// After a failed write, the temporary name may already lead to another process's half-written file.
 TEST_F(FileSave, NothingIsRenamedAfterAFailedWrite) {
     g_system.roomLeft = 0;
     g_system.watching = true;
@@ -490,7 +490,7 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     EXPECT_EQ(FileContent(m_temporary), "of another process");
 }
 
-// What may lie at the temporary name
+// Other objects at the temporary name
 
 TEST_F(FileSave, LeftoverOfACrashIsRemoved) {
     Write(m_temporary, "left over, and longer than what comes");
@@ -580,7 +580,7 @@ TEST_F(FileSave, WaitsForTheOneWhoIsSaving) {
     EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
     EXPECT_GE(g_locks, 6);
     EXPECT_EQ(FileContent(m_file), "mine");
-    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");  // the file that was waited for was not written to
+    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");  // the file whose lock was awaited is unchanged
 }
 
 TEST_F(FileSave, FileThatWasRenamedAwayBeforeItCouldBeLockedIsNotWrittenTo) {
@@ -633,8 +633,8 @@ TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves)
     Write(m_file, "old");
     int const stuck = Lock(m_temporary);
     EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_LE(g_locks, 1 + 401);                 // the other's, and one each five milliseconds for two seconds
-    ASSERT_EQ(write(stuck, "his, late", 9), 9);  // as he wakes up
+    EXPECT_LE(g_locks, 1 + 401);                 // the other save's lock, then one attempt every 5 ms for 2 s
+    ASSERT_EQ(write(stuck, "his, late", 9), 9);  // as a stopped process does when it continues
     EXPECT_EQ(FileContent(m_file), "mine");
     EXPECT_EQ(FileContent(m_temporary), "his, late");
     close(stuck);
