@@ -271,6 +271,16 @@ TEST_F(StoreFile, ThereIsNoFileBeforeASaveAndTheDestructorSaves) {
     EXPECT_EQ(Store(m_file).get("Key", 0), 2);
 }
 
+TEST_F(StoreFile, ARelativeNameMeansTheWorkingDirectoryOfItsCreation) {
+    std::filesystem::path const before = std::filesystem::current_path();
+    std::filesystem::current_path(m_scratch.Path());
+    Store store("t.xml");
+    std::filesystem::current_path(before);
+    store.set("Key", 1);
+    EXPECT_TRUE(store.save());
+    EXPECT_TRUE(files::Exists(m_file));
+}
+
 TEST_F(StoreFile, TwoStoresOnOneFileBothKeepTheirKeys) {
     Store first(m_file), second(m_file);
     first.set("First", 1);

@@ -47,8 +47,8 @@ class BasicStore {
     explicit BasicStore(Options const& options = {})
         : BasicStore({STicketInstance.Create(nullptr), true}, {}, detail::Rules::memory, options) {}
     /**
-     * A store on a file, which is read now; it need not exist. The values are kept in memory until save().
-     * loaded() tells whether the file was read.
+     * A store on a file, which is read now; it need not exist. A relative name means the working directory of now. The
+     * values are kept in memory until save(). loaded() tells whether the file was read.
      */
     explicit BasicStore(std::string file, Options const& options = {})
         : BasicStore({STicketInstance.Create(nullptr), true}, std::move(file), detail::Rules::file, options) {
@@ -310,7 +310,8 @@ class BasicStore {
         std::swap(m_state, other.m_state);
     }
 
-    Result report(detail::Status status, std::string_view subject) const {
+    // Not inline, so that the usual way through set stays short.
+    [[gnu::noinline, gnu::cold]] Result report(detail::Status status, std::string_view subject) const {
         Result result(status, subject);
         if (m_throws) result.or_throw();
         return result;

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,6 +26,16 @@ inline std::string directory_of(std::string const& file) {
     std::size_t const slash = file.rfind('/');
     if (slash == std::string::npos) return ".";
     return slash == 0 ? "/" : file.substr(0, slash);
+}
+
+/** A file name that means the same file after a change of the working directory. */
+inline std::string absolute(std::string file) {
+    if (file.empty() || file.front() == '/') return file;
+    char* const directory = getcwd(nullptr, 0);
+    if (directory == nullptr) return file;
+    std::string whole = directory;
+    std::free(directory);
+    return whole + "/" + file;
 }
 
 /**

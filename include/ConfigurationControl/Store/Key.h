@@ -4,6 +4,7 @@
 #ifndef CONFIGURATIONCONTROL_STORE_KEY_H
 #define CONFIGURATIONCONTROL_STORE_KEY_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -44,7 +45,7 @@ class KeyName {
     KeyName(char const* text) : m_text(text != nullptr ? text : "") {}
     KeyName(std::string const& text) : m_text(text.c_str()), m_whole(text.find('\0') == std::string::npos) {}
     KeyName(std::string_view text)
-        : m_copy(text), m_text(m_copy.c_str()), m_whole(text.find('\0') == std::string_view::npos) {}
+        : m_copy(text), m_text(m_copy->c_str()), m_whole(text.find('\0') == std::string_view::npos) {}
     KeyName(KeyName const&) = delete;
     KeyName& operator=(KeyName const&) = delete;
 
@@ -53,7 +54,7 @@ class KeyName {
     bool is_whole() const { return m_whole; }
 
  private:
-    std::string m_copy;
+    std::optional<std::string> m_copy;
     char const* m_text;
     bool m_whole = true;
 };

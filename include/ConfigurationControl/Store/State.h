@@ -30,7 +30,7 @@ template <typename Lazy>
 class BasicState {
  public:
     BasicState(SharedTicket ticket, std::string file, StoreOptions const& options)
-        : m_ticket(std::move(ticket)), m_file(std::move(file)), m_options(options) {}
+        : m_ticket(std::move(ticket)), m_file(absolute(std::move(file))), m_options(options) {}
     ~BasicState() {
         if (m_observer != 0) TicketRemoveObserver(table(), m_observer);
     }
