@@ -15,9 +15,9 @@ char const* const HARMFUL[] = {"\x1B",         "\x07",         "\r",           "
 
 std::string EscapedForFile(std::string const& text) {
     std::string escaped;
-    for (unsigned char const byte : text) {
+    for (char const byte : text) {
         char escape[8];
-        std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+        std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned char>(byte));
         escaped += escape;
     }
     return escaped;
