@@ -1,4 +1,4 @@
-// Workloads, files and stores that are made once for each process.
+// Workloads, files and stores that each process creates once.
 #include "Fixture.h"
 
 #include <condition_variable>
@@ -35,7 +35,7 @@ std::string UnusedName() {
     return WorkDirectory() + "/unused" + std::to_string(++count);
 }
 
-// Loaded from its file, if it has one.
+// A filled store, loaded from its file if it has one.
 std::unique_ptr<STORE> FilledStore(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file) {
     auto store = kind.make(workload, file);
     kind.hasFile ? store->Load() : Fill(*store, workload);

@@ -1,4 +1,4 @@
-// What the benchmark programs set up once and share: workloads, files, filled stores.
+// Workloads, files and filled stores that the benchmarks of a program create once and share.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 // A directory for the files of this process, removed at its end.
 std::string const& WorkDirectory();
 
-// The same workload for the same arguments.
+// Returns the same workload for the same arguments.
 WORKLOAD const& SharedWorkload(std::size_t count, SHAPE shape = SHAPE::GROUPED);
 
 // A new file with a workload's values, written by the kind of store that writes the files of this one.
@@ -18,7 +18,7 @@ void WriteFile(STORE_KIND const& kind, WORKLOAD const& workload, std::string con
 // The name of such a file, which is written when first asked for.
 std::string const& SharedFile(STORE_KIND const& kind, WORKLOAD const& workload);
 
-// Another name for a file, which no name before it was, for a scope.
+// A new, unique name for a file while an object exists.
 class FRESH_NAME {
  public:
     explicit FRESH_NAME(std::string const& file);
@@ -51,6 +51,6 @@ class OWN_STORE {
 // What this thread has spent on a processor: unlike the time on the wall it leaves out what other processes took.
 double ThreadSeconds();
 
-// Starts a thread that sleeps until the process ends. Allocator and mutexes take shorter paths in a process that never
-// had a second thread, which no host that needs a guarded store is.
+// Starts a thread that sleeps until the process ends. Allocator and mutexes are faster in a process that never had a
+// second thread, but hosts that need a guarded store have several.
 void ParkAThread();

@@ -1,4 +1,4 @@
-// The list of store kinds, and what their benchmarks share.
+// The list of store kinds, and functions that their benchmarks share.
 #include "Store.h"
 
 #include <fcntl.h>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// So that the new name of a file survives a crash.
+// Makes the new name of a file survive a crash.
 bool FlushDirectory(std::string const& file) {
     std::string const directory = std::filesystem::path(file).parent_path().string();
     int const descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -1,4 +1,4 @@
-// What every measured store can do, and the list of those that were built in.
+// The interface of every measured store, and the list of the stores that were built.
 //
 // A store of this project guards itself. A peer is guarded with a mutex, as its users must do to share it between
 // threads; what it hands out by reference is copied before the mutex is released.
@@ -18,19 +18,19 @@ class STORE {
     virtual ~STORE() = default;
     virtual int GetInt(KEY const& key) = 0;
     virtual double GetDouble(KEY const& key) = 0;
-    virtual std::size_t GetText(KEY const& key) = 0;  // copies the text, as a host must that keeps it; its length
-    // The same without the copy, where a store lends its texts.
+    virtual std::size_t GetText(KEY const& key) = 0;  // copies the text, as hosts that keep it must; returns its length
+    // The same without the copy, if the store returns pointers to its texts.
     virtual std::size_t BorrowText(KEY const& key) { return GetText(key); }
     virtual void SetInt(KEY const& key, int value) = 0;
     virtual void SetDouble(KEY const& key, double value) = 0;
     virtual void SetText(KEY const& key, std::string const& value) = 0;
-    // Reads the file, as far as the store does so before a value is asked for. Once, on a new store.
+    // Reads the file, as far as the store reads it before the first value is read. Call once, on a new store.
     virtual void Load() = 0;
-    // Writes the file so that it survives a crash: old or new, never half.
+    // Atomic and durable save: after a crash the file is the old or the new one.
     virtual void Save() = 0;
 };
 
-// What a kind takes part in.
+// The benchmarks that a kind takes part in.
 enum class USE {
     EVERYTHING,
     LOADS,   // it can do nothing else
@@ -40,7 +40,7 @@ enum class USE {
 struct STORE_KIND {
     std::string name;
     bool hasFile;
-    // A store without content, bound to a file that need not exist.
+    // Makes an empty store, bound to a file that need not exist.
     std::unique_ptr<STORE> (*make)(WORKLOAD const& workload, std::string const& file);
     USE use = USE::EVERYTHING;
     std::string fileOf{};  // the kind that writes its file; "": itself
@@ -49,11 +49,11 @@ struct STORE_KIND {
     std::string const& Writer() const { return fileOf.empty() ? name : fileOf; }
 };
 
-// Every kind that was built in, in the order of their names.
+// Every kind that was built, in the order of their names.
 std::vector<STORE_KIND>& StoreKinds();
 STORE_KIND const& FindStoreKind(std::string_view name);
 
-// Defined once in the source of a kind, which so enters the list.
+// Registers a kind: define one object in the kind's source.
 struct STORE_REGISTRATION {
     explicit STORE_REGISTRATION(STORE_KIND kind);
 };
@@ -66,10 +66,10 @@ void ReadEverything(STORE& store, WORKLOAD const& workload);
 std::vector<std::vector<std::string>> PathsOf(WORKLOAD const& workload);
 // A whole file.
 std::string FileText(std::string const& file);
-// Replaces a file as a careful user of a library without such a function does.
+// Replaces a file atomically and durably, for libraries that have no such function.
 void WriteDurably(std::string const& file, std::string_view content);
 
-// The operations of a floor that only loads.
+// The operations of a lower bound that only loads.
 class ONLY_LOADED {
  public:
     int GetInt(KEY const&) { return 0; }
@@ -81,7 +81,7 @@ class ONLY_LOADED {
     void Save() {}
 };
 
-// Makes a STORE of a peer: a class with the operations of STORE, not virtual.
+// Makes a STORE of a peer, which is a class with STORE's operations as non-virtual functions.
 template <typename PEER>
 class GUARDED final : public STORE {
  public:
@@ -129,8 +129,8 @@ class GUARDED final : public STORE {
     PEER m_peer;
 };
 
-// Makes a STORE of a peer of which each thread has an object of its own, unguarded, and only reads. A thread keeps the
-// one of the last store that it used.
+// Makes a STORE of a peer that threads only read. Each thread has its own, unguarded object, and keeps the one of the
+// last store that it used.
 template <typename PEER>
 class PER_THREAD final : public STORE {
  public:

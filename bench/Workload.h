@@ -1,4 +1,4 @@
-// What the benchmarks store: keys in one of a few shapes, and for each key a value. Half of the values are integers, a
+// The data of the benchmarks: keys in one of a few shapes, each with a value. Half of the values are integers, a
 // quarter numbers with a fraction, a quarter texts of 20 characters; in two shapes all are texts.
 #pragma once
 
@@ -7,9 +7,9 @@
 #include <vector>
 
 enum class SHAPE {
-    GROUPED,  // "Group012/Sub03/Key004": what settings look like
-    FLAT,     // "Key000012": one component, each key another
-    WIDE,     // "Group000012/Key": two components, each first one another
+    GROUPED,  // "Group012/Sub03/Key004": like settings
+    FLAT,     // "Key000012": one component, which differs from key to key
+    WIDE,     // "Group000012/Key": two components, of which the first differs from key to key
     DEEP,     // 32 components, the last three as in GROUPED
     TEXTS,    // keys as in GROUPED, each value a text of 40 bytes of ASCII
     FOREIGN   // the same, but 20 characters of two bytes each
@@ -24,7 +24,7 @@ struct KEY {
     std::string name;    // "Key004"
     VALUE_TYPE type;
     std::string text;       // the value of a TEXT
-    std::string otherText;  // another one for it, as long
+    std::string otherText;  // another value of the same length
 
     int Int() const { return static_cast<int>(number * 7); }
     double Double() const { return static_cast<double>(number) * 0.37 + 0.1; }
@@ -37,7 +37,7 @@ class WORKLOAD {
 
     std::vector<KEY> const& Keys() const { return m_keys; }
     std::size_t Count() const { return m_keys.size(); }
-    // The keys of one type in an order without pattern.
+    // The keys of one type in random order.
     std::vector<KEY const*> Shuffled(VALUE_TYPE type) const;
 
  private:

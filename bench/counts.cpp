@@ -1,5 +1,5 @@
 // Runs the hot operations for callgrind, which counts their instructions: one dump for each, named "operation count".
-// Timings are noisy, counts are not, so a test compares them with those on record.
+// A test compares the counts with the record: unlike times, they are not noisy.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -58,7 +58,7 @@ class TICKET {
     STICKET_ACCESS const* m_table;
 };
 
-// One set of tickets with the same content.
+// One set of tickets with the same values.
 struct TICKETS {
     TICKETS(std::size_t count, std::size_t first, std::string fileName)
         : workload(count, SHAPE::GROUPED, first),
@@ -93,7 +93,7 @@ struct TICKETS {
     std::string const name;
     TICKET const memory;
     TICKET const file;
-    std::string const beyondAscii;  // as many bytes, each of which is escaped in a file
+    std::string const beyondAscii;  // the same number of bytes, each of which is escaped in a file
     TICKET const fileBeyondAscii;
     std::vector<KEY const*> integers;
     std::vector<KEY const*> texts;
@@ -105,7 +105,7 @@ struct TICKETS {
 // Counts what `operation` does to each of the given things, over all of `rounds` calls.
 template <typename THINGS, typename OPERATION>
 void Count(char const* name, std::size_t count, int rounds, THINGS& things, OPERATION const& operation) {
-    for (auto& thing : things) operation(thing);  // what happens only once is not of interest
+    for (auto& thing : things) operation(thing);  // a first call, so that work done only once is not counted
     CALLGRIND_TOGGLE_COLLECT;
     for (int i = 0; i < rounds; ++i)
         for (auto& thing : things) operation(thing);

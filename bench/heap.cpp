@@ -1,13 +1,14 @@
-// Counts the heap of one store: what a load leaves allocated, the most that was allocated at any moment of it, and what
-// there is when each value was read once.
+// Counts the heap of one store: the bytes allocated after a load, the maximum during the load, and the bytes after each
+// value was read once.
 //
 // usage: heap list: prints the names of the stores
 //        heap write STORE COUNT FILE: writes what the store loads, in a process of its own, because what that leaves
 //        with a
 //            library would not be counted when it is used again
 //        heap measure STORE COUNT FILE: prints one line of JSON
-// The allocator's functions are replaced for the whole process, so that libraries are counted as well. A block counts
-// with what the allocator really uses for it.
+// The allocator's functions are
+// replaced for the whole process, so that libraries are counted, too. A block counts with the size that the allocator
+// really uses for it.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -39,7 +40,7 @@ void Discount(void* block) {
     if (block) g_live -= malloc_usable_size(block) + OVERHEAD;
 }
 
-// How many bytes of a mapping were ever touched and so taken from the system.
+// The bytes of a mapping that were touched and so occupy memory.
 std::size_t Resident(void* begin, std::size_t size) {
     constexpr std::size_t PAGE = 4096;
     constexpr std::size_t AT_ONCE = 256;
@@ -54,7 +55,7 @@ std::size_t Resident(void* begin, std::size_t size) {
     return resident;
 }
 
-// The mappings that libraries made for themselves; the allocator's own do not come here.
+// A mapping made by a library; the allocator's own mappings are not recorded.
 struct MAPPING {
     char* begin;
     char* end;
@@ -69,7 +70,7 @@ void AddMapping(char* begin, char* end) {
     g_mappings[g_mappingCount++] = {begin, end};
 }
 
-// What a mapping loses at its ends or in its middle stays behind as one or two smaller ones.
+// Removes a range from the recorded mappings. A mapping that is cut leaves one or two smaller ones.
 void RemoveMapping(char* begin, char* end) {
     for (std::size_t i = g_mappingCount; i-- > 0;) {
         MAPPING const old = g_mappings[i];
@@ -80,7 +81,7 @@ void RemoveMapping(char* begin, char* end) {
     }
 }
 
-// With mappings, which count with what was touched of them.
+// Includes the touched bytes of mappings.
 std::size_t Live() {
     std::size_t live = g_live;
     for (std::size_t i = 0; i < g_mappingCount; ++i)
@@ -90,7 +91,7 @@ std::size_t Live() {
 
 }  // namespace
 
-// The allocator's functions under the names that it keeps for replacements like these.
+// The C library's allocator under its second names, which replacements may call.
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
@@ -132,7 +133,7 @@ __attribute__((visibility("default"))) void* mmap(void* place, std::size_t size,
     if (begin != MAP_FAILED && (flags & MAP_ANONYMOUS)) AddMapping(begin, begin + size);
     return begin;
 }
-// Before something is given back there is most.
+// The maximum is reached just before memory is returned.
 __attribute__((visibility("default"))) int munmap(void* begin, std::size_t size) {
     g_peak = std::max(g_peak.load(), Live());
     RemoveMapping(static_cast<char*>(begin), static_cast<char*>(begin) + size);
@@ -145,7 +146,7 @@ void Measure(STORE_KIND const& kind, WORKLOAD const& workload, std::string const
     ParkAThread();
     std::size_t const before = Live();
     auto const store = kind.make(workload, file);
-    std::size_t const made = Live();  // some peers have prepared their keys here
+    std::size_t const made = Live();  // includes keys that some peers prepare
     g_peak = made;
     kind.Reads() ? store->Load() : Fill(*store, workload);
     std::size_t const live = Live() - made;

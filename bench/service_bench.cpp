@@ -1,4 +1,5 @@
-// Times settings of the configuration service beside the table calls that they make, with a logger that wants nothing.
+// Times settings of the configuration service beside the table calls that they make, with a logger that disables all
+// levels.
 #include <benchmark/benchmark.h>
 
 #include <memory>

@@ -1,5 +1,5 @@
-// Times this project's stores, their peers and the floors: access, two threads, load, save. Names are
-// "operation/store/count", which is what the report reads.
+// Times this project's stores, their peers and the lower bounds: access, two threads, load, save. Benchmarks are named
+// "operation/store/count", as bench/report.py expects.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <sched.h>
@@ -17,7 +17,7 @@ double Seconds(CLOCK::time_point begin) {
     return std::chrono::duration<double>(CLOCK::now() - begin).count();
 }
 
-// Runs the current thread on one processor for its scope.
+// Binds the current thread to one processor while an object exists.
 class PINNED {
  public:
     explicit PINNED(int number) {
@@ -37,7 +37,7 @@ class PINNED {
     cpu_set_t m_before;
 };
 
-// One operation on a filled store for each key of a type, again and again.
+// Repeats one operation on a filled store for each key of a type.
 template <typename OPERATION>
 void Access(State& state, STORE& store, std::vector<KEY const*> const& keys, OPERATION operation) {
     PINNED const pinned(state.thread_index());
@@ -47,7 +47,7 @@ void Access(State& state, STORE& store, std::vector<KEY const*> const& keys, OPE
         if (++i == keys.size()) i = 0;
     }
     state.SetItemsProcessed(state.iterations());
-    if (state.thread_index() == 0) store.Save();  // leave no work for the saves that are timed
+    if (state.thread_index() == 0) store.Save();  // so that the timed saves have no earlier changes to write
 }
 
 template <typename OPERATION>
@@ -69,14 +69,14 @@ std::size_t ReadText(STORE& store, KEY const& key) {
 std::size_t BorrowText(STORE& store, KEY const& key) {
     return store.BorrowText(key);
 }
-// A value of its own each time, as a host has no reason to store the same one again.
+// Writes a new value each time, since a host has no reason to store the same value again.
 int WriteInt(STORE& store, KEY const& key) {
     static thread_local int value = 0;
     store.SetInt(key, ++value);
     return 0;
 }
-// Here too: each time round the other text of a key. Into a store of its own, for texts that were written lie elsewhere
-// than loaded ones, and those are what is read.
+// Alternates between the two texts of a key. Uses its own store: written texts lie elsewhere in memory than loaded
+// ones, and other benchmarks read loaded ones.
 void WriteTexts(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::vector<KEY const*> const& keys) {
     OWN_STORE own(kind, workload);
     for (KEY const* const key : keys) own.Get().SetText(*key, key->text);
@@ -96,7 +96,7 @@ void ReadAll(STORE& store, std::vector<KEY const*> const& keys) {
     for (KEY const* const key : keys) benchmark::DoNotOptimize(store.GetText(*key));
 }
 
-// The texts of a store that has just been loaded. The time of one.
+// The time of the first read of a text after a load.
 void FirstReads(State& state, STORE_KIND const& kind, WORKLOAD const& workload, std::vector<KEY const*> const& keys) {
     for (auto _ : state) {
         auto const store = kind.make(workload, SharedFile(kind, workload));
@@ -111,8 +111,8 @@ bool IsOwn(STORE_KIND const& kind) {
     return kind.name == "memory ticket" || kind.name == "file ticket";
 }
 
-// A text is read that has been read before: a file ticket keeps a text when it is first read, which is a figure of its
-// own, and so is a read without a copy.
+// Reads texts that were read before. The first read, at which a file ticket keeps the text, is measured separately, and
+// so is a read without a copy.
 void RegisterTexts(STORE_KIND const& kind, std::size_t count) {
     WORKLOAD const& workload = SharedWorkload(count);
     auto const keys = workload.Shuffled(VALUE_TYPE::TEXT);
@@ -147,13 +147,13 @@ void RegisterAccesses(STORE_KIND const& kind, std::size_t count) {
     RegisterAccess("get_int", kind, count, VALUE_TYPE::INT, ReadInt);
     RegisterThreads(kind, count);
     RegisterAccess("set_int", kind, count, VALUE_TYPE::INT, WriteInt);
-    if (kind.name != "F2 std::map") RegisterTexts(kind, count);  // which keeps numbers only
+    if (kind.name != "F2 std::map") RegisterTexts(kind, count);  // that store keeps numbers only
 }
 
 void LoadOnly(STORE& store, WORKLOAD const&) {
     store.Load();
 }
-// Stores differ in what they leave for the first read of a value: its parsing, its conversion, its copy.
+// Stores differ in the work that they postpone to the first read of a value: parsing, conversion, copying.
 void LoadAndRead(STORE& store, WORKLOAD const& workload) {
     store.Load();
     ReadEverything(store, workload);
@@ -161,9 +161,8 @@ void LoadAndRead(STORE& store, WORKLOAD const& workload) {
 using LOADING = void (*)(STORE&, WORKLOAD const&);
 
 // A host loads its settings once, into memory that the system has just given it ("cold"), or after it has used and
-// freed memory of its own ("warm"). Before a cold load what earlier rounds left behind is given back; before warm ones
-// the store has been loaded once. Qt hands out what it has read of a name before, so that each round needs a name of
-// its own.
+// freed memory of its own ("warm"). Before a cold load the memory of earlier rounds is returned to the system; before
+// warm loads the store was loaded once. Qt caches files by name, so each round needs a new name.
 enum class HEAP { COLD, WARM };
 
 double LoadOnce(STORE_KIND const& kind, WORKLOAD const& workload, std::string const& file, LOADING loading, HEAP heap) {
@@ -188,7 +187,7 @@ void Change(STORE& store, KEY const& key, int round) {
         store.SetInt(key, round);
 }
 
-// One changed value made durable: what every store but a database does by writing all values.
+// Makes one changed value durable. Every store except a database writes all values for that.
 void Save(State& state, STORE& store, KEY const& key) {
     int round = 0;
     Change(store, key, round);
@@ -256,7 +255,7 @@ void RegisterShapes(std::size_t count) {
     }
 }
 
-// Texts of ASCII and of other letters, as long.
+// Texts of ASCII letters, and of other letters with the same length.
 void RegisterLetters(std::size_t count, bool ownOnly) {
     for (STORE_KIND const& kind : StoreKinds()) {
         if (!kind.hasFile || kind.use != USE::EVERYTHING || (ownOnly && !IsOwn(kind))) continue;

@@ -1,4 +1,4 @@
-// Times what peers do not have, or not in this form: batches, vectors, merges, walks and partial loads.
+// Times operations that peers lack or have in another form: batches, vectors, merges, walks and partial loads.
 #include <benchmark/benchmark.h>
 
 #include "ConfigurationControl/ConfigurationControl.h"
@@ -81,7 +81,7 @@ void GetSingly(State& state, BATCHES& data) {
     }
 }
 
-// Each time other values, as a host has no reason to store the same ones again.
+// Writes new values each time, since a host has no reason to store the same values again.
 void SetBatch(State& state, BATCHES& data) {
     STICKET_ACCESS const& table = data.ticket.Table();
     std::size_t next = 0;
@@ -119,7 +119,7 @@ void SetVector(State& state, TICKET const& ticket) {
     for (auto _ : state) writer.SetVectorParameter("Vector", values);
 }
 
-// All elements of a vector go, the first one first. The time of one.
+// The time of one deletion, when all elements of a vector are deleted from its front.
 void DeleteFromTheFront(State& state) {
     TICKET const ticket(nullptr);
     STICKET_ACCESS const& table = ticket.Table();
@@ -133,7 +133,7 @@ void DeleteFromTheFront(State& state) {
     }
 }
 
-// All values of one ticket are merged into an empty one.
+// Merges all values of one ticket into an empty one.
 void Merge(State& state, std::size_t count) {
     TICKET const source(nullptr);
     source.Fill(SharedWorkload(count));

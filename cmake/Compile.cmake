@@ -1,4 +1,4 @@
-# How everything in this project is compiled.
+# Compiler options for all targets of this project.
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -13,11 +13,11 @@ set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
 set(CONFIGURATIONCONTROL_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
-if(PROJECT_IS_TOP_LEVEL)  # others have compilers that we have not tried
+if(PROJECT_IS_TOP_LEVEL)  # other projects may use compilers that are not tested here
     list(APPEND CONFIGURATIONCONTROL_WARNINGS -Werror)
 endif()
 
-# The rounding helpers are exact only when each operation is rounded by itself.
+# The rounding helpers are exact only if each operation is rounded separately: no fused multiply-add.
 add_compile_options(-ffp-contract=off)
 
 if(CONFIGURATIONCONTROL_FUZZERS)
@@ -32,7 +32,7 @@ if(CONFIGURATIONCONTROL_SANITIZE)
     add_compile_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE} -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${CONFIGURATIONCONTROL_SANITIZE})
     if(CONFIGURATIONCONTROL_SANITIZE MATCHES "undefined")
-        # The check of virtual tables opens a pipe, which fails where tests take all descriptors away.
+        # UBSan's check of virtual tables opens a pipe, which fails in tests that use up all descriptors.
         add_compile_options(-fno-sanitize-recover=undefined -fno-sanitize=vptr)
     endif()
 else()

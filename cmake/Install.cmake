@@ -1,4 +1,4 @@
-# What `cmake --install` puts in place, as components: runtime, development, tool, documentation, python.
+# The files that `cmake --install` installs, by component: runtime, development, tool, documentation, python.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ConfigurationControl EXPORT ConfigurationControlTargets
@@ -17,10 +17,10 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ConfigurationControlConfig.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/ConfigurationControlConfigVersion.cmake
     DESTINATION ${package_dir} COMPONENT development)
 
-# The prefix is found from the place of the .pc file, so an installed tree may be moved.
+# The prefix is relative to the .pc file, so an installed tree may be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pkgconfig_prefix)
-foreach(dir LIBDIR INCLUDEDIR)  # which may be absolute, and elsewhere
+foreach(dir LIBDIR INCLUDEDIR)  # these may be absolute paths outside the prefix
     set(pkgconfig_${dir} ${CMAKE_INSTALL_FULL_${dir}})
     cmake_path(IS_PREFIX CMAKE_INSTALL_PREFIX ${pkgconfig_${dir}} NORMALIZE below_prefix)
     if(below_prefix)
@@ -28,7 +28,7 @@ foreach(dir LIBDIR INCLUDEDIR)  # which may be absolute, and elsewhere
         string(PREPEND pkgconfig_${dir} "\${prefix}/")
     endif()
 endforeach()
-# `pkg-config --static` tells what hosts of the static library link besides it.
+# `pkg-config --static` lists the other libraries that hosts of the static library link.
 set(pkgconfig_private "")
 if(NOT BUILD_SHARED_LIBS)
     set(pkgconfig_private "Requires.private: pugixml\nLibs.private: -lstdc++ -lpthread -ldl\n")
@@ -37,7 +37,7 @@ configure_file(packaging/configurationcontrol.pc.in ${CMAKE_CURRENT_BINARY_DIR}/
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-if(NOT PROJECT_IS_TOP_LEVEL)  # what follows is ours alone: documents, tool, packages
+if(NOT PROJECT_IS_TOP_LEVEL)  # documents, tool and packages only if this is the top-level project
     return()
 endif()
 
@@ -47,7 +47,7 @@ add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -P ${CMAKE_CURRENT_BINARY_D
     COMMENT "Removing what was installed from this build" VERBATIM)
 
 set(docs_dir ${CMAKE_INSTALL_DATADIR}/doc/configurationcontrol-doc)
-# Placed as in the sources, so that the links between documents lead to files here too.
+# Same folders as in the sources, so that links between documents stay valid.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${docs_dir} COMPONENT documentation)
 install(DIRECTORY docs DESTINATION ${docs_dir} COMPONENT documentation FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 install(FILES tools/mutate_equivalent.txt DESTINATION ${docs_dir}/tools COMPONENT documentation)

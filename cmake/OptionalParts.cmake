@@ -9,7 +9,7 @@ set(CONFIGURATIONCONTROL_TESTS ${default_of_parts} CACHE STRING "Build the tests
 set(CONFIGURATIONCONTROL_TOOL ${default_of_parts} CACHE STRING "Build the command-line tool: ON, OFF or AUTO")
 set_property(CACHE CONFIGURATIONCONTROL_TESTS CONFIGURATIONCONTROL_TOOL PROPERTY STRINGS ON OFF AUTO)
 
-# Decides about a part that is on AUTO; further arguments are the CMake packages that it needs.
+# Decides whether to build a part that is set to AUTO; further arguments are the CMake packages that the part needs.
 function(configurationcontrol_decide part)
     if(NOT CONFIGURATIONCONTROL_${part} STREQUAL "AUTO")
         return()

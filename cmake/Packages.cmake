@@ -1,11 +1,10 @@
-# Debian and RPM packages by `cpack`, for those who have no distribution's tools: the same packages with the same files as
-# debian/ describes.
+# Debian and RPM packages by `cpack`, which needs no distribution's tools: the same packages and files as in debian/.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME configurationcontrol)
 set(CPACK_PACKAGE_VENDOR "ConfigurationControl maintainers")
-# The project's summary would stand in front of what each package says of itself.
+# The project's summary would be put in front of each package's own description.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
-# Debian's format asks for an address. Whoever distributes the packages puts in their own.
+# Debian's format requires an address; distributors set their own.
 set(CONFIGURATIONCONTROL_MAINTAINER "Maintainer not chosen yet <not-chosen-yet@maintainer.example>"
     CACHE STRING "Name and address that packages give as their maintainer's")
 set(CPACK_PACKAGE_CONTACT ${CONFIGURATIONCONTROL_MAINTAINER})
@@ -19,7 +18,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# CPack could write "shlibs" itself, but adds scripts that call ldconfig, which the trigger does.
+# CPack could write "shlibs" itself, but it would add scripts that call ldconfig; the trigger does that already.
 configure_file(packaging/shlibs.in shlibs @ONLY)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers ${CMAKE_CURRENT_BINARY_DIR}/shlibs)
@@ -35,18 +34,18 @@ set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
     /usr/lib/python3 /usr/lib/python3/dist-packages /usr/share/man /usr/share/man/man1
     /usr/share/bash-completion /usr/share/bash-completion/completions)
 
-# Debian and RPM want a change log of their own form in every package.
+# Debian and RPM require a change log in their own format in every package.
 find_program(GZIP gzip REQUIRED)
 configure_file(packaging/changelog.in changelog @ONLY)
 execute_process(COMMAND ${GZIP} -9nfk changelog WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     COMMAND_ERROR_IS_FATAL ANY)
 
-# One row a package: component, name, section, what it is in one line and in several; then, after DEPENDS, what it needs besides
-# the libraries that are found in its programs, and INDEPENDENT for one that is the same on all machines.
+# One row for each package: component, name, section, summary, description. After DEPENDS: dependencies besides the
+# libraries found in its programs. INDEPENDENT: the package is the same for all architectures.
 function(add_package component name section summary)
     cmake_parse_arguments(PARSE_ARGV 4 package INDEPENDENT "" "DETAILS;DEPENDS")
     string(TOUPPER ${component} key)
-    list(JOIN package_DETAILS "\n" details)  # CPack puts the blanks in front of the lines
+    list(JOIN package_DETAILS "\n" details)  # CPack indents the lines
     list(JOIN package_DEPENDS ", " depends)
     set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
     set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)

@@ -80,7 +80,7 @@ void Arrays(STICKET_ACCESS const& ticket) {
     double const whitePoint[] = {95.05, 100, 108.88};
     modify.SetArrayParameter("Media/WhitePoint", whitePoint, 3);
 
-    // An array has the length that the host knows: all of it must be there.
+    // An array has a fixed length: the ticket must hold at least as many elements.
     double xyz[3];
     if (read.GetArrayParameter("Media/WhitePoint", xyz, 3))
         std::printf("white point %.2f %.2f %.2f\n", xyz[0], xyz[1], xyz[2]);

@@ -1,5 +1,5 @@
 // A host in plain C: it loads the library at run time, keeps values of every type in a ticket file, and shows the file.
-// It needs the C headers, and nothing to link with.
+// It needs the C headers and links with nothing.
 //
 // Usage: c_host FILE [LIBRARY], by default the library that the system finds as libConfigurationControl.so.1.
 #include <ConfigurationControl/MultiParListC.h>

@@ -1,5 +1,5 @@
-// What does not come back from a ticket file as it was, and how the rest of a file gets lost: for each case the value
-// before the save and after loading.
+// Values that a ticket file does not preserve, and ways to lose the rest of a file: for each case the value before the
+// save and after loading.
 //
 // Usage: cautions FILE
 #include <ConfigurationControl/Ticket.h>
@@ -19,7 +19,7 @@ struct DESTROY_TICKET {
 };
 using TICKET = std::unique_ptr<STICKET_ACCESS const, DESTROY_TICKET>;
 
-// The value as text: what a host would see.
+// The value as text, as a host reads it.
 std::string Show(STICKET_ACCESS const& ticket, char const* key) {
     PARAM_TYPE type = PARAM_NONE;
     if (!ticket.GetParameter(ticket.pTicket, key, PARAM_NONE, &type, SCALAR_INDEX)) return "gone";

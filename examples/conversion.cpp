@@ -1,4 +1,4 @@
-// Text in one character set in memory and in another one in the file: this host keeps Latin-1, its files UTF-8.
+// Text conversion: this host keeps Latin-1 in memory and writes UTF-8 to its files.
 //
 // Usage: conversion FILE
 #include <ConfigurationControl/StringConversion.h>

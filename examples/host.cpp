@@ -1,5 +1,5 @@
-// A host in one page: it opens the configuration, writes and reads settings, saves, and shows the file. It needs the
-// public headers and the shared library, nothing else.
+// A host in one page: it opens the configuration, writes and reads settings, saves, and shows the file. It needs only
+// the public headers and the shared library.
 //
 // Usage: host [FILE], by default a file in a new temporary directory.
 #include <ConfigurationControl/IConfigurationControl.h>

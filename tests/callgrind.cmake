@@ -1,5 +1,5 @@
-# Runs PROGRAM with VALGRIND in DIRECTORY, which is made anew, and gives the instructions of its pieces of work, one
-# dump each: a list of "name size instructions" in `counts`, and what the program said in `messages`.
+# Runs PROGRAM with VALGRIND in DIRECTORY, which is emptied first. Sets `counts` to a list of "NAME SIZE INSTRUCTIONS",
+# one for each measured operation, and `messages` to the program's output.
 file(REMOVE_RECURSE ${DIRECTORY})
 file(MAKE_DIRECTORY ${DIRECTORY})
 execute_process(

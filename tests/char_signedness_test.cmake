@@ -1,5 +1,5 @@
-# The units in which bytes are compared, with the kind of plain char that this processor does not have: the same files, the
-# same order, the same matches. Built once more for it; only in the everyday build, for what differs is in the language.
+# Builds and tests the units that compare bytes with the other signedness of plain char: files, order and matches must be
+# the same. Only in the preset "dev", since compilers and sanitizers do not change the result.
 if(CONFIGURATIONCONTROL_SANITIZE OR NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU" OR NOT CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
     return()
 endif()

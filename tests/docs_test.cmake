@@ -1,5 +1,5 @@
-# Every code sample in the documentation is part of a program that the tests build and run, and every session of the tool is
-# run and compared.
+# Checks the documentation: every code sample is part of a program that the tests run, and every session of the tool is
+# run and its output compared.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND AND TARGET ticket)
     file(GLOB documents ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)

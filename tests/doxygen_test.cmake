@@ -1,4 +1,4 @@
-# The API reference is made without a warning: every public declaration has a docstring, and what it refers to is there.
+# The API reference is generated without a warning: every public declaration has a docstring, and its references resolve.
 find_program(DOXYGEN doxygen)
 if(NOT DOXYGEN)
     message(STATUS "doxygen is not installed: no API reference and no check of the docstrings")
@@ -9,7 +9,7 @@ configure_file(${PROJECT_SOURCE_DIR}/docs/Doxyfile ${PROJECT_BINARY_DIR}/Doxyfil
 add_custom_target(api_reference COMMAND ${DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile
     COMMENT "API reference in ${PROJECT_BINARY_DIR}/api/html/index.html" VERBATIM)
 
-# The headers are the same in every build; the sanitizers add nothing to that.
+# Not with sanitizers: the headers are the same in every build.
 if(NOT CONFIGURATIONCONTROL_SANITIZE)
     add_test(NAME Docs.EveryPublicDeclarationIsDocumented COMMAND ${DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile)
 endif()

@@ -1,5 +1,5 @@
-# Every example whose output is kept in golden/NAME.txt is run in a new directory, with the name of a settings file that
-# is not there, and must print exactly that.
+# Runs every example with a golden/NAME.txt in a new directory, with the name of a settings file that does not exist. It
+# must print exactly the golden text.
 if(NOT CONFIGURATIONCONTROL_EXAMPLES)
     return()
 endif()
@@ -13,7 +13,7 @@ foreach(golden IN LISTS goldens)
                 "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}"
                 -DDIRECTORY=${CMAKE_CURRENT_BINARY_DIR}/example_${name}
                 -P ${CMAKE_CURRENT_SOURCE_DIR}/support/CompareOutput.cmake)
-        # Hosts that load the library when they run know it by its name alone.
+        # Hosts that load the library at run time find it by its name.
         set_tests_properties(Examples.${name} PROPERTIES
             ENVIRONMENT LD_LIBRARY_PATH=$<TARGET_FILE_DIR:ConfigurationControl>)
     endif()

@@ -1,4 +1,4 @@
-# What leaves the library is a promise to every host that was linked with it.
+# The exported symbols must not change: hosts were linked with them.
 add_test(NAME ExportedSymbols.AreThoseOfTheCheckedInList
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/support/compare_symbols $<TARGET_FILE:ConfigurationControl>)
 add_test(NAME ExportedSymbols.AreThoseOfTheDebianPackage

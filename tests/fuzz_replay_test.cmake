@@ -1,2 +1,2 @@
-# The inputs that fuzzers started from or stumbled over, in an ordinary build.
+# Replays the fuzzers' seeds and the inputs that once failed, in an ordinary build.
 add_subdirectory(fuzz)

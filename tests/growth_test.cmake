@@ -1,4 +1,4 @@
-# How the work grows with its input, in instructions: takes half a minute of callgrind, so only beside the other counts.
+# Counts how instructions grow with the input. Callgrind takes half a minute, so only builds with instruction counts run it.
 find_program(VALGRIND valgrind)
 find_path(VALGRIND_INCLUDE valgrind/callgrind.h)
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Release" OR CONFIGURATIONCONTROL_SANITIZE OR NOT VALGRIND OR NOT VALGRIND_INCLUDE)

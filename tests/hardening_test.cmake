@@ -1,4 +1,4 @@
-# How the shared library is linked and compiled, read from the library itself. Sanitizers bring their own ways.
+# Checks the hardening of the shared library in its binary. Not with sanitizers, which change compilation and linking.
 find_program(READELF readelf)
 if(READELF AND NOT CONFIGURATIONCONTROL_SANITIZE)
     add_test(NAME Hardening.LibraryIsLinkedAndCompiledWithItsProtections

@@ -1,8 +1,8 @@
-# Counts the instructions of PROGRAM's operations with VALGRIND and compares them with the RECORD, or with UPDATE writes
-# the record anew. More than 5 % above the record fails; far below it, the record should be updated.
+# Counts the instructions of PROGRAM's operations with VALGRIND and compares them with the RECORD, or with UPDATE
+# rewrites the record. More than 5 % above the record fails; far below it, the record should be updated.
 cmake_minimum_required(VERSION 3.25)
 
-# The C library picks its string functions by the processor; without these it picks the same ones everywhere.
+# The C library selects its string functions by the processor; with these features off it selects the same ones everywhere.
 set(ENV{GLIBC_TUNABLES} "glibc.cpu.hwcaps=-AVX2,-AVX2_Usable,-AVX512F,-AVX512VL,-AVX512BW,-ERMS,-FSRM")
 include(${CMAKE_CURRENT_LIST_DIR}/callgrind.cmake)
 if(NOT counts)

@@ -1,5 +1,5 @@
-# Compares the instructions of the hot operations with those on record. The record holds for the release build by one
-# compiler; elsewhere there is nothing to compare with.
+# Compares the instruction counts of the hot operations with the record, which is valid for the release build by one
+# compiler only.
 set(counts_record ${CMAKE_CURRENT_SOURCE_DIR}/instruction_counts.txt)
 find_program(VALGRIND valgrind)
 find_path(VALGRIND_INCLUDE valgrind/callgrind.h)

@@ -1,4 +1,4 @@
-# The order of the libraries is what is tested: the dynamic linker finds our own logger first.
+# Tests the order of libraries: the dynamic linker finds our library's fallback logger before the host's logger.
 add_library(late_logger SHARED ${CMAKE_CURRENT_LIST_DIR}/late_logger/logger.cpp)
 add_executable(late_logger_test ${CMAKE_CURRENT_LIST_DIR}/late_logger/late_logger_test.cpp)
 foreach(target late_logger late_logger_test)

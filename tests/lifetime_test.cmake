@@ -1,4 +1,4 @@
-# The library's stay in a process. The test opens the shared library at run time, and starts hosts that end in all ways.
+# Loading and unloading the library. The test opens the shared library at run time, and starts hosts that end in every way.
 add_executable(lifetime_host ${CMAKE_CURRENT_LIST_DIR}/lifetime/host.cpp)
 target_link_libraries(lifetime_host PRIVATE ConfigurationControl Threads::Threads ${CMAKE_DL_LIBS})
 add_executable(lifetime_test ${CMAKE_CURRENT_LIST_DIR}/lifetime/lifetime_test.cpp)

@@ -1,4 +1,4 @@
-# The packages as a user gets them. A sanitizer's library needs the sanitizer's run time, so those builds are left out.
+# The packages as a user gets them. Not with sanitizers, since such a library needs the sanitizer's run time.
 if(TARGET ticket AND NOT CONFIGURATIONCONTROL_SANITIZE)
     add_test(NAME Packaging.InstalledPackagesServeEveryKindOfHost
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/packaging/run ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}

@@ -1,5 +1,5 @@
-# Each public header is complete in itself and free of warnings for the compiler at hand, in every standard that a host
-# may use. The sanitizers add nothing to that, but with those for addresses comes the other compiler.
+# Each public header compiles on its own and without warnings, in every language standard that a host may use. The preset
+# "asan" adds the check by the second compiler.
 if(CONFIGURATIONCONTROL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     return()
 endif()

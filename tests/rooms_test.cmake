@@ -1,4 +1,4 @@
-# Private includes point only from a room to those below it; and the check notices one that does not.
+# Private includes point only from a room to those below it. A second test shows that the check finds a violation.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND)
     set(check_rooms ${CMAKE_CURRENT_LIST_DIR}/support/check_rooms)

@@ -1,6 +1,6 @@
 // File tickets on a system that fails: each system call of a load and of a save with each plausible error, full disks,
-// limits of the process, and whatever may lie in the way of a file. Whatever fails, the file is the complete old or the
-// complete new one, no descriptor is lost, the ticket stays usable, and the next save works.
+// limits of the process, and obstacles at the names of files. Whatever fails, the file is the complete old or the
+// complete new one, no descriptor leaks, the ticket stays usable, and the next save works.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -33,7 +33,7 @@ using system_calls::FAULT;
 using TICKETFILE::SAVE_OUTCOME;
 using TICKETFILE::SAVE_STEP;
 
-// What each call can plausibly fail with.
+// The plausible errors of each call.
 std::map<std::string, std::vector<int>> const ERRORS = {
     {"open", {EINTR, EACCES, EPERM, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, EROFS, EIO, ELOOP, EBUSY, ESTALE}},
     {"stat", {EACCES, ENOMEM, EIO, ELOOP, ESTALE}},
@@ -61,7 +61,7 @@ std::map<std::string, std::vector<int>> const ERRORS = {
     {"fremovexattr", {EACCES, EIO, EPERM, EROFS}},
 };
 
-// The step of a save that fails with a call of that kind, if the save does.
+// The step that the outcome names if a call of that kind makes the save fail.
 std::map<std::string, SAVE_STEP> const FAILED_STEPS = {
     {"open", SAVE_STEP::OPEN},     {"fcntl", SAVE_STEP::OPEN},   {"fstat", SAVE_STEP::OPEN},
     {"write", SAVE_STEP::WRITE},   {"fsync", SAVE_STEP::FLUSH},  {"close", SAVE_STEP::FLUSH},
@@ -77,7 +77,7 @@ LOAD_OUTCOME LastLoad(STICKET_ACCESS const* ticket) {
     return static_cast<STICKET_FILE*>(ticket->pTicket)->LastLoad();
 }
 
-// `fault` stopped the save if one did, and the outcome tells.
+// Expects an outcome that matches the result: done, or failed at the step and with the error of `fault`.
 void ExpectOutcome(SAVE_OUTCOME const& outcome, bool isDone, FAULT const& fault, std::string const& failing) {
     EXPECT_EQ(outcome.Succeeded(), isDone);
     EXPECT_EQ(outcome.error, isDone ? 0 : fault.error);
@@ -86,7 +86,7 @@ void ExpectOutcome(SAVE_OUTCOME const& outcome, bool isDone, FAULT const& fault,
     EXPECT_EQ(outcome.failed, FAILED_STEPS.at(failing)) << failing;
 }
 
-constexpr int INTERRUPTIONS = 50;  // nobody is interrupted for good
+constexpr int INTERRUPTIONS = 50;  // the number of calls that a signal interrupts, one after the other
 
 int OpenDescriptors() {
     int count = 0;
@@ -94,7 +94,7 @@ int OpenDescriptors() {
     return count;
 }
 
-// "" for what is no file.
+// The bytes of a file; "" for any other object.
 std::string Content(std::string const& path) {
     return std::filesystem::is_regular_file(std::filesystem::symlink_status(path)) ? FileContent(path) : "";
 }
@@ -103,7 +103,7 @@ std::string Text(int value) {
     return Document({("<a type=\"int\">" + std::to_string(value) + "</a>").c_str()});
 }
 
-// The same, long enough to be read in three pieces; the value stands in the first.
+// The same, so long that it is read in three parts; the value is in the first part.
 std::string LongText(int value) {
     std::string text = Text(value);
     std::string filler;
@@ -111,10 +111,10 @@ std::string LongText(int value) {
     return text.insert(text.rfind("</ticket>"), filler);
 }
 
-char const KEPT[] = ".unreadable";  // behind the name of a file that could not be read
+char const KEPT[] = ".unreadable";  // appended to the name of an unreadable file
 char const BROKEN[] = "<ticket><a type=\"int\">1</ticket>";
 
-// The file as it is found.
+// The state of the file before the test.
 struct FOUND {
     char const* name;
     std::string content;  // "": there is none
@@ -132,7 +132,7 @@ class FaultyFile : public testing::Test {
         for (std::string const& name : files::Names(m_scratch)) std::filesystem::remove_all(m_scratch.Path(name));
     }
 
-    // Whether a file beside the ticket's has that content.
+    // Whether another file in the directory has that content.
     bool IsKept(std::string const& content) const {
         for (std::string const& name : files::Names(m_scratch)) {
             if (name != "t.xml" && name != "t.xml.tmp" && Content(m_scratch.Path(name)) == content) return true;
@@ -168,14 +168,14 @@ class FailingCall : public FaultyFile, public testing::WithParamInterface<FOUND>
         }
     }
 
-    // A save that nothing disturbs, and that does not wait for the disk.
+    // Saves without faults and without waiting for the disk.
     static int SaveQuickly(STICKET_ACCESS const* ticket) {
         int result = 0;
         system_calls::With({}, [&] { result = Operate(ticket, STICKET_OP_SAVE); });
         return result;
     }
 
-    // What a save may leave: with nothing in the way no more than the file and what could not be read.
+    // Expects no other files than a save may leave: without obstacles the file and the kept unreadable one.
     void ExpectNothingLeft(system_calls::STATE const& fault) {
         bool const couldRemove = fault.fault.scope != FAULT::EVERYTHING && fault.failing != "unlink";
         for (std::string const& found : files::Names(m_scratch)) {
@@ -336,7 +336,7 @@ TEST_P(FailingCall, ThatMovesOnlyAPartIsContinued) {
     }
 }
 
-// The calls that the tests above can make fail are all that there are, but for those that take memory.
+// The tests above can make every system call fail that a load or save makes, except those that allocate memory.
 TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
     if (!TRACED_PROCESS::IsPossible()) GTEST_SKIP() << "this system lets no process be traced";
     MakeFile();
@@ -368,7 +368,8 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
         if (!replaced.count(process.Call().number)) others.insert(process.Call().number);
     }
     EXPECT_GT(calls, 10);
-    EXPECT_TRUE(SANITIZED || others.empty()) << testing::PrintToString(others);  // sanitizers make some of their own
+    EXPECT_TRUE(SANITIZED || others.empty())
+        << testing::PrintToString(others);  // sanitizers make system calls of their own
     Figure(std::string("system calls of a load and a save, ") + GetParam().name, calls);
 }
 
@@ -386,7 +387,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FOUND{"KeptFile", BROKEN, [](auto& file) { files::Write(file + KEPT, "kept earlier"); }}),
     [](auto const& test) { return std::string(test.param.name); });
 
-// Something in the way: of the file, of its temporary file, or of the place where an unreadable file is kept
+// Obstacles at the name of the file, of the temporary file, or of the kept unreadable file
 
 struct OBSTACLE {
     char const* name;
@@ -439,7 +440,7 @@ class InTheWay : public FaultyFile, public testing::WithParamInterface<OBSTACLE>
 
     bool IsDirectory() const { return m_kind == std::filesystem::file_type::directory; }
 
-    // A save replaces files and links only.
+    // Whether a save replaces the obstacle: it replaces only files and links.
     bool IsReplaced() const {
         return m_kind == std::filesystem::file_type::regular || m_kind == std::filesystem::file_type::symlink;
     }
@@ -450,7 +451,7 @@ class InTheWay : public FaultyFile, public testing::WithParamInterface<OBSTACLE>
         EXPECT_EQ(LastSave(ticket).error, IsDirectory() ? EISDIR : EOPNOTSUPP);
     }
 
-    // What does not belong to the ticket is as it was.
+    // Expects everything that does not belong to the ticket unchanged.
     void ExpectTheRestToBeThere() {
         EXPECT_EQ(Content(m_scratch.Path("precious")), Text(1));
         EXPECT_EQ(std::filesystem::symlink_status(m_scratch.Path("example")).type(), m_kind);
@@ -577,7 +578,7 @@ TEST_F(Limit, OfTheSizeOfFilesLeavesTheOldFileWhereItIsTooLow) {
     std::signal(SIGXFSZ, handler);
 }
 
-// The limit's signal is the host's affair: by default it ends a process that writes beyond the limit.
+// The library leaves SIGXFSZ to the host: by default it ends a process that writes beyond the limit.
 TEST_F(Limit, OfTheSizeOfFilesEndsAHostThatDidNotAskOtherwiseAndLeavesTheOldFile) {
     files::Write(m_file, Text(1));
     pid_t const child = fork();
@@ -631,7 +632,7 @@ TEST_F(Limit, OfDescriptorsLeavesTheOldFileWhereItIsTooLow) {
     EXPECT_GT(refused, 0);
 }
 
-// The numbers of the standard streams are no room for files, also where nothing else is left.
+// The library never opens a file under the number of a standard stream, even if no other number is free.
 TEST_F(Limit, OfDescriptorsLeavesNothingBesideWhereOnlyThoseOfTheStreamsAreFree) {
     for (int spare = 0; spare < 5; ++spare) {
         for (int streams = 0; streams <= 3; ++streams) {
@@ -672,7 +673,8 @@ class FullDisk : public FaultyFile {
                GetText(ticket, "a") == Big(value);
     }
 
-    // Fills the disk but for so many pages, saves, makes room and saves again. Returns the step that went wrong.
+    // Fills the disk except for `spare` pages, saves, frees space and saves again. Returns the number of the step that
+    // failed.
     static int Fill(std::string const& directory, std::size_t spare, int& saved) {
         std::string const file = directory + "/t.xml";
         std::string const filler = directory + "/filler";

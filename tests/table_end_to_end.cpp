@@ -1,5 +1,5 @@
 // Drives a memory ticket and a file ticket as a separately built host does: the library is opened at run time, records
-// are read at their offsets, and nothing is known about them but numbers. No header of the library is included.
+// are read at their offsets, and types and codes are plain numbers. No header of the library is included.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -79,7 +79,7 @@ class TABLE {
     bool Queue(void (*callback)(void*), void* argument) const {
         return Entry<bool (*)(void*, void (*)(void*), void*)>(416)(Ticket(), callback, argument);
     }
-    // Whether the pointer given away came back as null.
+    // Destroys the ticket; true if its pointer is null afterwards.
     bool Destroy() {
         At<void (*)(void const**)>(Instance(), 24)(&m_table);
         return m_table == nullptr;
@@ -312,7 +312,7 @@ TEST_P(Table, IsTakenBackByTheRecord) {
 INSTANTIATE_TEST_SUITE_P(OfATicket, Table, testing::Bool(),
                          [](auto const& kind) { return kind.param ? "InAFile" : "InMemory"; });
 
-// What only a file ticket does.
+// Behaviour of file tickets only.
 class FileTable : public Table {};
 
 TEST_P(FileTable, IsSavedOnRequestAndReadBackByTheNextTicket) {

@@ -1,4 +1,4 @@
-# A host that was built without any of our headers: it opens the shared library and goes by offsets alone.
+# A host built without our headers: it opens the shared library at run time and uses offsets only.
 add_executable(table_end_to_end ${CMAKE_CURRENT_LIST_DIR}/table_end_to_end.cpp)
 target_compile_options(table_end_to_end PRIVATE ${CONFIGURATIONCONTROL_WARNINGS})
 target_compile_definitions(table_end_to_end PRIVATE LIBRARY="$<TARGET_FILE:ConfigurationControl>")
@@ -6,7 +6,7 @@ target_link_libraries(table_end_to_end PRIVATE GTest::gtest GTest::gmock GTest::
 add_dependencies(table_end_to_end ConfigurationControl)
 precompile_gtest(table_end_to_end)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND CONFIGURATIONCONTROL_SANITIZE MATCHES "undefined")
-    # It knows the entries by place alone, hence not under the types that they were declared with.
+    # The program calls entries by offset, hence with other function types than they were declared with.
     target_compile_options(table_end_to_end PRIVATE -fno-sanitize=function)
 endif()
 gtest_discover_tests(table_end_to_end DISCOVERY_TIMEOUT 60)

@@ -1,5 +1,5 @@
-// Objects with a thread of their own. Thread creation is replaced by a forwarder that can fail, return late, and hold a
-// new thread back.
+// Objects with a thread of their own. Thread creation is replaced by a function that can fail, return late, and delay
+// the new thread.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -20,18 +20,18 @@
 namespace {
 
 std::atomic<bool> g_creationFails{false};
-std::atomic<bool> g_returnsLate{false};  // creation returns when the new thread is well under way
+std::atomic<bool> g_returnsLate{false};  // creation returns only after the new thread has run for a while
 std::atomic<int> g_created{0};
 std::atomic<int> g_ended{0};
 std::atomic<int> g_detached{0};
-std::shared_future<void> g_heldBack;  // when valid, new threads wait for it first
+std::shared_future<void> g_heldBack;  // if valid, new threads wait for it before they run
 
 template <typename FUNCTION>
 FUNCTION* Next(char const* name) {
     return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
 }
 
-// What a new thread really runs: counts its end, however it comes.
+// The function that a new thread runs. It counts the thread's end, also by cancellation.
 struct ENTRANCE {
     std::shared_future<void> heldBack;
     void* (*routine)(void*);
@@ -69,7 +69,7 @@ extern "C" int pthread_detach(pthread_t thread) noexcept {
 
 namespace {
 
-// Runs what it is given; the rest is for looking at the object from outside.
+// Runs a given function; the other members let tests inspect the object.
 class WORKER : public CThreadBase {
  public:
     explicit WORKER(std::function<void(WORKER&)> work, bool startNow = false)
@@ -90,7 +90,7 @@ class WORKER : public CThreadBase {
     std::function<void()> m_onDestruction;
 };
 
-// The handle has no accessor; its place in the object is fixed.
+// The handle has no accessor; it is read at its fixed offset.
 pthread_t Handle(CThreadBase const& object) {
     return *reinterpret_cast<std::atomic<pthread_t> const*>(reinterpret_cast<char const*>(&object) + sizeof(void*));
 }
@@ -102,7 +102,7 @@ class ThreadBase : public testing::Test {
         g_ended = 0;
         g_detached = 0;
     }
-    // Until then a thread may still look at its object.
+    // Waits until no thread can access its object any more.
     static void AwaitThreads() {
         while (g_ended < g_created) std::this_thread::yield();
     }
@@ -191,7 +191,7 @@ TEST_F(ThreadBase, FailedCreationIsSilentAndMayBeTriedAgain) {
 TEST_F(ThreadBase, ExhaustedMemoryIsAFailedCreation) {
     int runs = 0;
     WORKER worker([&](WORKER&) { ++runs; });
-    g_creationFails = true;  // what the thread itself takes is not the object's
+    g_creationFails = true;  // creation fails, so that only allocations of the object itself are counted
     int failed = 0;
     do {
         allocations::With(failed, [&] { worker.Start(); });
@@ -206,7 +206,7 @@ TEST_F(ThreadBase, ExhaustedMemoryIsAFailedCreation) {
 
 TEST_F(ThreadBase, StartNowStartsFromTheConstructor) {
     std::promise<void> constructed;
-    g_heldBack = constructed.get_future().share();  // such a start is only safe for a thread that does not run yet
+    g_heldBack = constructed.get_future().share();  // safe only because the new thread does not run yet
     int runs = 0;
     WORKER worker([&](WORKER&) { ++runs; }, true);
     EXPECT_EQ(g_created, 1);
@@ -234,7 +234,7 @@ TEST_F(ThreadBase, StartLeavesAnObjectAloneThatDeletesItselfAtOnce) {
     for (int i = 0; i < OBJECTS; ++i) {
         auto* const worker = new WORKER([](WORKER&) {});
         worker->DeleteItself([&] { ++deleted; });
-        worker->Start();  // the sanitizers watch
+        worker->Start();  // the sanitizers report a use after destruction
     }
     AwaitThreads();
     EXPECT_EQ(deleted, OBJECTS);
@@ -265,12 +265,12 @@ TEST_F(ThreadBase, CancellationEndsTheThread) {
     std::atomic<bool> running{false};
     WORKER worker([&](WORKER&) {
         running = true;
-        for (;;) usleep(1000);  // no locals: the address sanitizer does not see a cancellation leave their frame
+        for (;;) usleep(1000);  // no locals: AddressSanitizer does not notice that a cancellation leaves their frame
     });
     worker.Start();
     while (!running) std::this_thread::yield();
     ASSERT_EQ(pthread_cancel(Handle(worker)), 0);
-    AwaitThreads();  // had it been swallowed, the process would have been ended
+    AwaitThreads();  // a swallowed cancellation would have ended the process
 }
 
 TEST_F(ThreadBase, ThreadMayExitFromItsWorkWhichKeepsTheObject) {

@@ -1,4 +1,4 @@
-// The typed accessors: how they build their batches, and what comes back from real tickets.
+// The typed accessors: the batches that they build, and the values that real tickets return.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A memory ticket with both views of it.
+// A memory ticket with its reading and its modifying accessor.
 class TypedAccess : public testing::Test {
  protected:
     ~TypedAccess() override { STICKET::Destroy(m_ticket); }
@@ -39,7 +39,7 @@ class TypedAccess : public testing::Test {
         m_ticket->GetParameter(m_ticket->pTicket, key, PARAM_NONE, &type, SCALAR_INDEX);
         return type;
     }
-    // Leaves a key that exists as a vector without elements.
+    // Makes a key that exists as a vector without elements.
     void MakeEmptyVector(char const* key) {
         int const value = 1;
         Set(key, PARAM_INT, &value, 5);
@@ -52,7 +52,7 @@ class TypedAccess : public testing::Test {
     STICKET_MODIFY m_modify{*m_ticket};
 };
 
-// What is written as a container comes back as it was.
+// A container that was written is read unchanged.
 
 template <typename T>
 struct SAMPLE;
@@ -396,7 +396,7 @@ TEST(FileNames, ListsAreConvertedInOrderAlsoInPlace) {
     EXPECT_THAT(names, IsEmpty());
 }
 
-// What the table is asked.
+// The calls of the table.
 
 TEST(AccessBatches, AVectorIsWrittenInOneBatchWithTheIndexesMinusOneOneTwo) {
     FAKE_TICKET ticket;
@@ -406,7 +406,7 @@ TEST(AccessBatches, AVectorIsWrittenInOneBatchWithTheIndexesMinusOneOneTwo) {
             batch.push_back(records::Line(*records));
             records->result = true;
         }
-        return 0;  // not used: the records tell
+        return 0;  // ignored: the accessor looks at the records
     };
     STICKET_MODIFY const modify(*ticket.Access());
     EXPECT_TRUE(modify.SetVectorParameter("k", std::vector<int>{7, 8, 9}));
@@ -544,7 +544,7 @@ TEST(AccessBatches, WhoAmIOfATableThatFailsGivesNobody) {
     EXPECT_EQ(who.nIdB, -1);
 }
 
-// One batch is one holding of the mutex: a reader sees one writer's elements only.
+// The ticket holds its mutex for a whole batch, so a reader sees the elements of one writer only.
 TEST_F(TypedAccess, AReaderNeverSeesHalfOfAVectorThatAnotherThreadWrites) {
     std::vector<int> const ones(50, 1);
     std::vector<int> const twos(50, 2);

@@ -1,4 +1,4 @@
-// The stored value: how numbers are normalised, what is owned, and that copies are deep.
+// The stored value: how numbers are normalised, which memory it owns, and that copies are deep.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -27,8 +27,8 @@ using tickets::OWNER;
 char const LONG_KEY[] = "a key that is too long for the small buffer of a string";
 char const LONG_TEXT[] = "a text that is too long for the small buffer of a string";
 
-// Runs `action` with 0, 1, 2… allocations granted until it succeeds; each failure must leave things as `expect` says.
-// Returns how many allocations it took.
+// Runs `action` with 0, 1, 2… successful allocations until it succeeds, and calls `expect` after each attempt to check
+// the state. Returns the number of allocations that `action` needs.
 template <typename ACTION, typename EXPECT>
 int StarveUntilSuccess(ACTION const& action, EXPECT const& expect) {
     for (int granted = 0; granted < 1000; ++granted) {
@@ -186,11 +186,11 @@ TEST(TicketWithoutMemory, KeepsWhatCouldNotBeReadWhereverASaveFailed) {
     EXPECT_TRUE(done);
 }
 
-// A batch of which a key lies in a partial tree, which is dropped before the whole file is loaded.
+// A batch with a key of a partial tree. The tree is dropped before the whole file is loaded.
 class BatchWithoutMemory : public testing::Test {
  protected:
-    // Runs `access(ticket, records)`, where the second key lies in the tree and is KEY. `expect(ticket, records, done)`
-    // looks at the results, which have been true before.
+    // Runs `access(ticket, records)`, where the second key is KEY and lies in the tree itself. `expect(ticket, records,
+    // done)` checks the results, which were set to true before.
     template <typename RECORD, typename ACCESS, typename EXPECT>
     void StarveUntilSuccess(RECORD const& first, RECORD second, ACCESS const& access, EXPECT const& expect) {
         bool done = false;

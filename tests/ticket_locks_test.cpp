@@ -1,4 +1,4 @@
-// The twenty advisory locks of a ticket, by themselves.
+// The twenty advisory locks of a ticket, as a class on its own.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -9,7 +9,7 @@ namespace {
 
 class TicketLocks : public testing::Test {
  protected:
-    // What a request answers, and what it leaves in the caller's owner word.
+    // The result of a request, and the caller's owner variable after it.
     struct ANSWER {
         bool success;
         int owner;
@@ -22,7 +22,7 @@ class TicketLocks : public testing::Test {
     ANSWER Lock(int number, int owner) { return Request(number, owner, true); }
     ANSWER Unlock(int number, int owner) { return Request(number, owner, false); }
 
-    // Tells who holds a lock without changing it: 0 stands for nobody.
+    // Returns the holder of a lock without changing it; 0: nobody.
     int Holder(int number) {
         int owner = 12345;
         if (!m_locks(number, &owner, true)) return owner;
@@ -145,7 +145,7 @@ TEST_F(TicketLocks, ReleaseEverythingOfEverybodyFreesAllTwenty) {
     for (int number = FIRST; number <= LAST; ++number) EXPECT_EQ(Holder(number), 0) << number;
 }
 
-// The owner -1 means nobody: a lock that it takes stays free.
+// The owner -1 means nobody: a lock taken for it stays free.
 TEST_F(TicketLocks, NobodyLocksWithoutHolding) {
     EXPECT_EQ(Lock(6, -1), (ANSWER{true, -1}));
     EXPECT_EQ(Holder(6), 0);

@@ -132,7 +132,7 @@ TEST(TicketNodeMemory, OfEveryKindOfValueIsGivenBackWithTheNode) {
         node.SetEntry("bytes", ENTRY(BIN_STRING{LONG_TEXT, sizeof LONG_TEXT}));
         node.SetEntry("vector", ENTRY(ENTRY::VECTOR{ENTRY(1), ENTRY(std::string(LONG_TEXT))}));
     };
-    fillAndDrop();  // what is made once stays
+    fillAndDrop();  // buffers that are allocated once stay
     std::size_t const before = mallinfo2().uordblks;
     for (int round = 0; round < 1000; ++round) fillAndDrop();
     EXPECT_LE(mallinfo2().uordblks, before + 1000);

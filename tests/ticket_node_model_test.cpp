@@ -1,5 +1,5 @@
-// Random operations on a node and on the model of one: after each of them both must answer the same. The seed is fixed,
-// so that a failure comes back.
+// Random operations on a node and on its reference model: both must return the same results. The seed is fixed, so that
+// a failure can be reproduced.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -25,7 +25,7 @@ constexpr double EXACT = 9007199254740992.0;
 
 // ---- Random arguments
 
-// The argument of a set, and what it means to the model.
+// The argument of a set in both forms: for the node and for the model.
 struct ARGUMENT {
     PARAM_TYPE type;
     std::variant<std::monostate, int, unsigned int, int64_t, uint64_t, double, std::string, void*> held;

@@ -1,4 +1,4 @@
-// Walks: what each level reports, in which order, and that a callback may do anything to the node that is walked.
+// Walks: what each level reports, in which order, and that a callback may change the node during the walk.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -53,7 +53,7 @@ std::string Describe(PARAM_TYPE type, void const* value) {
     }
 }
 
-// Writes down each call as "key[index] type value" and then does what the test wants.
+// Records each call as "key[index] type value", then runs the test's action.
 struct RECORDER {
     std::vector<std::string> calls;
     std::function<bool(char const* key, void const* value, int index)> action;

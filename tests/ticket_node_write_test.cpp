@@ -1,4 +1,4 @@
-// Writing values of a node: every type as a whole value and as an element, deletion, and batches, which read, too.
+// Writing values of a node: every type as a whole value and as an element, deletion, and batches that write or read.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -54,7 +54,7 @@ std::vector<STORED> const STORED_CASES = {
     {"NullPointer", PARAM_POINTER, static_cast<void*>(nullptr), ENTRY(static_cast<void*>(nullptr))},
 };
 
-// What a set's value argument is: the pointer itself for text and pointers, otherwise a pointer to the value.
+// The value argument of a set: the pointer itself for texts and pointers, otherwise a pointer to the value.
 void const* Argument(VALUE const& value) {
     if (auto const* text = std::get_if<char const*>(&value)) return *text;
     if (auto const* pointer = std::get_if<void*>(&value)) return *pointer;
@@ -360,7 +360,7 @@ TEST(Batch, MakesAKeyAnewAfterItsOwnRecordsDeletedIt) {
     NODE node;
     int const values[] = {1, 2, 3};
     SETMULTIPAR records[] = {{KEY, PARAM_INT, &values[0], SCALAR_INDEX, false},
-                             {KEY, PARAM_NONE, nullptr, 0, false},  // of a scalar: the key
+                             {KEY, PARAM_NONE, nullptr, 0, false},  // deletes the key, since its value is a scalar
                              {KEY, PARAM_INT, &values[1], 0, false},
                              {KEY, PARAM_NONE, nullptr, SCALAR_INDEX, false},
                              {KEY, PARAM_INT, &values[2], APPEND_INDEX, false},
@@ -389,7 +389,7 @@ TEST(Batch, FindsKeysThatTakeTurnsAndElementsOfOneKey) {
     EXPECT_FALSE(records[5].result);
 }
 
-// Enough keys for the lookups of a batch to be prepared ahead.
+// A batch so large that its lookups are prefetched.
 TEST(Batch, ReadsManyKeysOfALargeNode) {
     constexpr int KEYS = 20000;
     NODE node;

@@ -1,4 +1,4 @@
-// One ticket under eight threads, of either kind: what each thread may rely on while all others use the same ticket.
+// One ticket of either kind under eight threads: guarantees for each thread while all others use the same ticket.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,14 +19,14 @@ namespace {
 using namespace tickets;
 
 constexpr int THREADS = 8;
-constexpr int PER_THREAD = 1000000;  // values of one thread begin at a multiple of it
+constexpr int PER_THREAD = 1000000;  // the values of thread n begin at n times this
 
 enum class KIND { MEMORY, FILE };
 
 class TicketThreads : public testing::TestWithParam<KIND> {
  protected:
     bool IsFile() const { return GetParam() == KIND::FILE; }
-    // Drops a file ticket's tree, so that the next access loads what was saved; a memory ticket keeps it.
+    // Releases a file ticket, so that the next access loads the saved file; a memory ticket keeps its values.
     void SaveAndDrop() const { EXPECT_EQ(Operate(m_ticket, STICKET_OP_RELEASE), 1); }
 
     SCRATCH_DIRECTORY const m_scratch;
@@ -57,7 +57,7 @@ PAIR GetPair(STICKET_ACCESS const* ticket) {
     return pair;
 }
 
-// A pair as one walk sees it, and whether the walk went through the keys in order.
+// The pair as one walk reports it, and whether the walk's keys were in order.
 struct WALKED {
     PAIR pair{};
     std::string lastKey;
@@ -93,7 +93,7 @@ std::vector<int> Elements(STICKET_ACCESS const* ticket, char const* key) {
     return elements;
 }
 
-// The elements that one thread appended, in the order in which they stand.
+// The elements that one thread has appended, in their order in the vector.
 std::vector<int> Of(int thread, std::vector<int> const& elements) {
     std::vector<int> own;
     std::copy_if(elements.begin(), elements.end(), std::back_inserter(own),
@@ -101,12 +101,12 @@ std::vector<int> Of(int thread, std::vector<int> const& elements) {
     return own;
 }
 
-// A text of one letter, so that any byte of another shows.
+// A text of one repeated letter, so that a byte of another text shows.
 std::string TextOf(int thread, int length) {
     return std::string(static_cast<std::size_t>(20 + length % 50), static_cast<char>('a' + thread));
 }
 
-// One thread's part of the great mixture. It owns keys that nobody else writes, and shares the others.
+// One thread of the test that mixes all calls. It alone writes its own keys and shares the others.
 class WORKER {
  public:
     struct SHARED {
@@ -114,7 +114,7 @@ class WORKER {
         std::atomic<int> queued{0};
         std::atomic<int> called{0};
         int guarded = 0;  // written only by who holds advisory lock 7
-        int locked = 0;   // how often that was; the same
+        int locked = 0;   // how often the lock was taken; written in the same way
     };
 
     WORKER(SHARED& shared, int thread)
@@ -224,7 +224,7 @@ TEST_P(TicketThreads, MixedWorkKeepsWhatEachThreadWroteAndLocksAndCallsBackExact
     for (int thread = 0; thread < THREADS; ++thread) workers.emplace_back(shared, thread);
     Together(THREADS,
              [&](int thread) { workers[static_cast<std::size_t>(thread)].Run(IsFile() || SANITIZED ? 300 : 2000); });
-    Set(m_ticket, "last", 1);  // runs what was queued after the last change
+    Set(m_ticket, "last", 1);  // runs the callbacks that were queued after the last change
     EXPECT_GT(shared.queued, 0);
     EXPECT_EQ(shared.called, shared.queued);
     EXPECT_GT(shared.locked, 0);
@@ -278,7 +278,7 @@ TEST_P(TicketThreads, PairsOfOneBatchAreNeverReadApart) {
     constexpr int ROUNDS = SANITIZED ? 1000 : 5000;
     SetPair(m_ticket, 0);
     std::atomic<int> differing{0};
-    // Nobody stops before all had their rounds and the readers have seen the pair change.
+    // No thread stops before all have done their rounds and the readers have seen the pair change.
     std::atomic<int> unfinished{THREADS};
     auto const goesOn = [&](int round) {
         return round <= ROUNDS || unfinished > 0 || (differing <= THREADS && round < 1000 * ROUNDS);
@@ -306,7 +306,7 @@ TEST_P(TicketThreads, PairsOfOneBatchAreNeverReadApart) {
 INSTANTIATE_TEST_SUITE_P(, TicketThreads, testing::Values(KIND::MEMORY, KIND::FILE),
                          [](auto const& kind) { return kind.param == KIND::MEMORY ? "Memory" : "File"; });
 
-// A text that was read from a file ticket stays as it is for as long as the ticket lives.
+// A text that was read from a file ticket stays valid and unchanged as long as the ticket lives.
 TEST(FileTicketThreads, TextsThatWereReadStayWholeWhileOthersReplaceThem) {
     SCRATCH_DIRECTORY const scratch;
     OWNER const ticket(scratch.Path("t.xml").c_str());

@@ -1,5 +1,5 @@
-# The command-line tool, run as a user runs it. Of the project it has only the sources whose long wait the tests
-# shorten and whose races they decide.
+# The command-line tool, run as a user runs it. The test program links only those sources of the
+# project whose delays it shortens or whose races it controls.
 if(NOT TARGET ticket)
     return()
 endif()

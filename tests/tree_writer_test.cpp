@@ -1,4 +1,4 @@
-// The document of a ticket file: where each value is placed, and the exact text.
+// The tree writer: the element of each value, and the exact text of the file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -66,7 +66,7 @@ class Refusal : public Brackets {
     std::string ToFile(std::string const&) override { throw std::runtime_error("no"); }
 };
 
-// The same document built the plain way: every component is searched among all children, in document order.
+// A reference that builds the same document simply: it searches each component among all children, in document order.
 class PlainDocument {
  public:
     void Add(std::string_view key, int32_t value) {
@@ -353,7 +353,7 @@ TEST(TreeWriterSearch, GivesTheSameBytesAmongManyChildren) {
     ExpectSameBytesAsPlainSearch(keys);
 }
 
-// The ways to a child change while there come to be more of them, and once more behind a long name.
+// The writer searches children in other ways as their number grows, and after a long name.
 TEST(TreeWriterSearch, GivesTheSameBytesAmongNamesThatShareTheirFragments) {
     std::mt19937 random(3);
     auto const oneOf = [&](std::vector<std::string> const& choice) { return choice[random() % choice.size()]; };

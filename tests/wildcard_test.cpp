@@ -22,8 +22,8 @@ struct PAIR {
     char const* name;
 };
 
-// Whether `byte` is in the set that opens `pattern`; `pattern` goes on behind the set. False in `closed` if it never
-// ends.
+// Whether `byte` is in the set at the front of `pattern`; advances `pattern` past the set. Sets `closed` to false if
+// the set is not closed.
 bool TakeSet(std::string_view& pattern, char byte, bool& closed) {
     std::size_t at = 1;
     bool const negated = at < pattern.size() && pattern[at] == '!';
@@ -43,7 +43,7 @@ bool TakeSet(std::string_view& pattern, char byte, bool& closed) {
     return found != negated;
 }
 
-// The rules once more, as plain and as slow as they can be told; for 7-bit texts.
+// A simple and slow reference for 7-bit texts.
 bool MatchesSlowly(std::string_view pattern, std::string_view name) {
     if (pattern.empty()) return name.empty();
     if (pattern[0] == '*')

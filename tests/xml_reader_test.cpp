@@ -1,4 +1,4 @@
-// Which values the text of a ticket file sets, and that no text does harm.
+// The values that the text of a ticket file sets, and that no text crashes the reader.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,8 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-// What the elements below the root set. Some of these texts are as a save writes them, so both readers are asked.
+// The values that these elements below the root set. Some texts have the form that a save writes, so both readers are
+// compared.
 std::vector<std::string> Values(std::string const& elements) {
     TicketText const result = TicketText::ReadByXml(TicketText::Framed(elements));
     EXPECT_EQ(TicketText::Read(TicketText::Framed(elements)).values, result.values) << elements;
@@ -29,7 +30,7 @@ std::vector<std::string> Values(std::string const& elements) {
     return result.values;
 }
 
-// The value, type number included, that one leaf named "x" sets.
+// The type number and value that one leaf named "x" sets.
 std::string Value(std::string const& type, std::string const& text) {
     auto const values = Values("<x type=\"" + type + "\">" + text + "</x>");
     return values.size() == 1 ? values[0] : std::to_string(values.size()) + " values";
@@ -196,7 +197,7 @@ READING ReadingOf(std::string const& text) {
     return TicketText::Read(text).result.reading;
 }
 
-// The parser takes it for one when "?>" follows anywhere.
+// The parser takes it for an instruction if "?>" follows anywhere.
 TEST(TicketReader, ADeclarationThatEndsLikeAStartTagHoldsElementsToo) {
     for (std::string const& text : {"<?xml version=\"1.0\"><ticket><b>?></b><a type=\"int\">1</a></ticket></xml><x/>"s,
                                     "<?xml type=\"int\"><b>?></b><a type=\"int\">1</a></xml><ticket/>"s,
@@ -238,7 +239,7 @@ TEST(TicketReader, WhatIsWrittenIsReadBack) {
         std::string bytes(random() % 30, '\0');
         for (char& byte : bytes) {
             byte = random() % 2 ? static_cast<char>(random()) : " \\x0<\n"[random() % 6];
-            if (byte == '&') byte = 'a';  // written as it is, so that "&lt;" would be read as "<"
+            if (byte == '&') byte = 'a';  // "&" is not escaped, so "&lt;" would be read as "<"
         }
         if (!bytes.empty() && bytes.front() == ' ') bytes.front() = 'a';
         if (!bytes.empty() && bytes.back() == ' ') bytes.back() = 'z';

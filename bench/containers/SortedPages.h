@@ -1,4 +1,4 @@
-// Candidate: the arena and the index of the order that are in use, without the hash table beside them.
+// Candidate: the arena and the order index of the container in use, without its hash table.
 #pragma once
 
 #include <cstdint>

@@ -12,7 +12,7 @@ class STD_PARAMETER_MAP {
     using VALUES = std::map<std::string, VALUE, std::less<>>;
 
  public:
-    // A place in the key order, usable until the next insertion or erasure. False past the last key.
+    // A position in the key order, valid until the next insertion or erasure. False after the last key.
     class POSITION {
      public:
         explicit operator bool() const { return m_place != m_end; }
@@ -33,7 +33,7 @@ class STD_PARAMETER_MAP {
     }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
-    // The value of `key`, default-made if it is new. Either done or, on an exception, without effect.
+    // The value of `key`, default-constructed if the key is new. An exception leaves the map unchanged.
     VALUE& FindOrInsert(std::string_view key) {
         auto const place = m_values.lower_bound(key);
         if (place != m_values.end() && place->first == key) return place->second;
@@ -52,7 +52,7 @@ class STD_PARAMETER_MAP {
 
     POSITION First() const { return {m_values.begin(), m_values.end()}; }
     POSITION Next(POSITION const& position) const { return {std::next(position.m_place), m_values.end()}; }
-    // The first key that is greater than `key`, whether that is here or not.
+    // The first key greater than `key`, which need not be in the map.
     POSITION After(std::string_view key) const { return {m_values.upper_bound(key), m_values.end()}; }
 
  private:

@@ -1,4 +1,4 @@
-// Compares containers for the parameters of a ticket: the one in use with the others that were considered.
+// Compares the container of a ticket's parameters with the others that were considered.
 //
 // Values are 16 bytes with a tag, as a ticket's are; a quarter of them own a string of 20 characters.
 #include <benchmark/benchmark.h>
@@ -146,7 +146,7 @@ std::size_t LiveHeap() {
     return heap.uordblks + heap.hblkhd;
 }
 
-// Not a timing: what a filled map keeps allocated, as bytes for each key.
+// Not a timing: the memory that a filled map keeps allocated, in bytes for each key.
 template <typename MAP>
 void Heap(benchmark::State& state) {
     auto const& keys = Keys(static_cast<std::size_t>(state.range(0)));

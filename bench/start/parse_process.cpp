@@ -1,4 +1,4 @@
-// The floor for service_process: only parses the same file with the XML library.
+// The lower bound for service_process: only parses the same file with the XML library.
 // usage: parse_process FILE
 #include <pugixml.hpp>
 

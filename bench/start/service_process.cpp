@@ -1,4 +1,4 @@
-// The process that is timed: loads the library, opens a configuration file and reads one setting.
+// The timed process: loads the library, opens a configuration file and reads one setting.
 // usage: service_process LIBRARY FILE
 #include <dlfcn.h>
 

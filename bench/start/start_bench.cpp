@@ -1,4 +1,4 @@
-// Times whole processes from their start to their end, the floor and the service in turns, and prints the medians in
+// Times whole processes from start to end, the lower bound and the service alternately, and prints the medians in
 // microseconds as one line of JSON. usage: start_bench PARSE_PROCESS SERVICE_PROCESS LIBRARY REPETITIONS
 #include <spawn.h>
 #include <sys/wait.h>

@@ -1,5 +1,5 @@
-// What can hardly be beaten: a standard map under a recursive lock for access (F2), and the XML library alone for
-// loading (F1), which reads what a ticket saved and converts nothing.
+// Lower bounds: a standard map under a recursive lock for access (F2), and the XML library alone for loading (F1),
+// which parses a ticket's file and converts nothing.
 #include <map>
 #include <pugixml.hpp>
 

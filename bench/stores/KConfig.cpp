@@ -10,7 +10,7 @@ class KCONFIG {
  public:
     using MUTEX = std::mutex;
 
-    // Reads the file already when it is made; so it is made by Load.
+    // Load creates the object, since its constructor already reads the file.
     KCONFIG(WORKLOAD const& workload, std::string const& file) : m_file(QString::fromStdString(file)) {
         for (KEY const& key : workload.Keys()) {
             QString const name = QString::fromStdString(key.group);
@@ -34,7 +34,7 @@ class KCONFIG {
     void Save() { m_config->sync(); }
 
  private:
-    // Made when first asked for, so that a load does not pay for it, and kept.
+    // Created at first use, so that its cost is not part of a load, and kept.
     KConfigGroup& Group(KEY const& key) {
         if (!m_config) Load();
         std::size_t const number = m_groupOfKey[key.number];
@@ -44,7 +44,7 @@ class KCONFIG {
     }
 
     QString m_file;
-    std::vector<QString> m_names;  // of groups, as the keys come
+    std::vector<QString> m_names;  // names of groups, in the order of the keys
     std::vector<std::size_t> m_groupOfKey;
     std::unique_ptr<::KConfig> m_config;
     std::vector<KConfigGroup> m_groups;

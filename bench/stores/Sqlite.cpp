@@ -1,6 +1,6 @@
-// Peer: a table of keys and values in an SQLite file. It reads through to the file instead of loading it, and its save
-// is a commit. What is read or written between two saves is one transaction: each operation by itself would take and
-// give back locks of the file, and a write would flush it.
+// Peer: a table of keys and values in an SQLite file. It reads from the file instead of loading it, and its save is
+// a commit. All reads and writes between two saves are one transaction: otherwise each operation would lock and unlock
+// the file, and each write would flush it.
 #include <sqlite3.h>
 
 #include <stdexcept>

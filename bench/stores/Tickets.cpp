@@ -33,7 +33,8 @@ class TICKET_STORE final : public STORE {
     void SetText(KEY const& key, std::string const& value) override {
         m_table->SetParameter(m_table->pTicket, key.full.c_str(), PARAM_STRING, value.c_str(), SCALAR_INDEX);
     }
-    // The first access reads the file; after it every value is there with its type, but no text has its stable copy.
+    // The first access reads the file; after it every value is in memory with its type, but no text has its stable copy
+    // yet.
     void Load() override {
         int value = 0;
         m_table->GetParameter(m_table->pTicket, "first", PARAM_INT, &value, SCALAR_INDEX);

@@ -1,4 +1,4 @@
-// A host that saves 3,000 keys of every type that a file holds, so that the files of two machines can be compared.
+// A host that saves 3,000 keys with values of every type in a file, so that the files of two machines can be compared.
 //
 // Usage: save_every_type FILE. A FILE that exists is loaded, each of its values is compared with what this program
 // stores, and it is saved again; otherwise FILE is made.
@@ -21,7 +21,7 @@ struct DESTROY_TICKET {
 };
 using TICKET = std::unique_ptr<STICKET_ACCESS const, DESTROY_TICKET>;
 
-// 64 bits without pattern, the same on every machine.
+// 64 pseudo-random bits, the same on every machine.
 uint64_t Scramble(int number) {
     uint64_t bits = static_cast<uint64_t>(number) + 0x9E3779B97F4A7C15u;
     bits = (bits ^ (bits >> 30)) * 0xBF58476D1CE4E5B9u;
@@ -138,7 +138,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s holds other values\n", argv[1]);
         return 1;
     }
-    // What was loaded stays, but for one value that is stored again, so that the ticket has something to save.
+    // Keeps the loaded values, but stores one of them again, so that the ticket has something to save.
     if (exists ? !StoreNumbered(*file, 0, "Group0/Sub/Key0", SCALAR_INDEX) : !Fill(*file)) return 1;
     return file->Operation(file->pTicket, STICKET_OP_SAVE, nullptr) != 0 ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// The value of a set as a host may pass it: of any type, at any alignment, in memory that ends with it.
+// The value argument of a set as a host may pass it: any type, any alignment, at the very end of its allocation.
 #pragma once
 
 #include <algorithm>
@@ -34,7 +34,7 @@ class ARGUMENT {
     }
     void const* Pointer() const { return m_isNull ? nullptr : m_memory.data() + m_offset; }
 
-    // What Content is for a value of that type.
+    // The Content of a value of that type.
     static std::string ContentOf(PARAM_TYPE type, void const* value) {
         if (type == PARAM_STRING) return static_cast<char const*>(value);
         if (type == PARAM_BINSTR) {
@@ -63,7 +63,7 @@ class ARGUMENT {
     void Fill(INPUT& input) {
         if (m_type == PARAM_STRING) return Keep(input.Text());
         if (m_type == PARAM_BINSTR) return Keep(input.Bytes());
-        // Numbers close to those where something changes, and all others.
+        // Numbers close to the limits of conversions, or any number.
         constexpr double EDGES[] = {0.0, -0.0, 0.5, 2.5, 0x1p31, 0x1p32, 0x1p53, 0x1p63, 0x1p64, 1e300};
         constexpr std::uint64_t PLACES[] = {0, 31, 32, 53, 63};
         std::size_t const kind = input.Below(4);
@@ -91,7 +91,7 @@ class ARGUMENT {
         }
         m_memory.assign(m_offset, 'x');
         m_memory.insert(m_memory.end(), bytes.begin(), bytes.end());
-        if (bytes.empty()) m_memory.push_back('x');  // a pointer of its own, never read
+        if (bytes.empty()) m_memory.push_back('x');  // a distinct pointer, never dereferenced
         m_memory.shrink_to_fit();
     }
 

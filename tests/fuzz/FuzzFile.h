@@ -1,4 +1,4 @@
-// What the rules make of a ticket's values in a file: the file's text, and the values that are read from it again.
+// A reference model of saving and loading: the text of a ticket's file, and the values that a load of it sets.
 #pragma once
 
 #include <algorithm>
@@ -55,8 +55,8 @@ inline VALUES Walked(STICKET_ACCESS const* ticket) {
     return values;
 }
 
-// Whether a file surely brings back a component of a key. Others may be taken for something else, as the page about the
-// file's format tells.
+// Whether a component of a key certainly survives a save and a load. Others may be misread; docs/file-format.md says
+// how.
 inline bool IsSure(std::string const& component) {
     if (component.empty()) return true;
     return component.back() != ' ' && std::none_of(component.begin(), component.end(), [](char byte) {
@@ -65,7 +65,7 @@ inline bool IsSure(std::string const& component) {
            });
 }
 
-// The empty element of a key that ends in "/" may also be taken for markup, and for the beginning of more.
+// The empty element of a key that ends in "/" may also be misread as markup, or as the beginning of markup.
 inline bool IsSureKey(std::string key) {
     bool const isEmptyElement = !key.empty() && key.back() == '/';
     for (std::size_t end; (end = key.find('/')) != std::string::npos; key.erase(0, end + 1)) {
@@ -77,7 +77,7 @@ inline bool IsSureKey(std::string key) {
 
 class FILE_MODEL {
  public:
-    // `values`: all of a ticket, as a walk reports them.
+    // `values`: all values of a ticket, as a walk reports them.
     explicit FILE_MODEL(VALUES const& values) {
         for (VALUE const& value : values)
             if (*TypeName(value.type) != '\0') Place(m_ticket, value.key, value);
@@ -89,14 +89,15 @@ class FILE_MODEL {
         return text;
     }
 
-    // What a load finds, in its order, each to be appended to its key.
+    // The values that a load finds, in this order, each appended to its key.
     VALUES Reloaded() const {
         VALUES values;
         for (auto const& child : m_ticket.children) Read(*child, "", values);
         return values;
     }
 
-    // A single space at either end is lost, and what looks like an entity of XML becomes what that stands for.
+    // The text after a save and a load: a single space at either end is lost, and XML entities are replaced by their
+    // characters.
     static std::string ReloadedText(std::string const& text) {
         std::string const encoded = text.empty() ? "\\" : EncodeString(text);
         return DecodeString(Normalised(encoded.find('&') != std::string::npos ? Parsed(encoded) : encoded));

@@ -1,4 +1,4 @@
-// What the fuzzers share: arguments out of the input's bytes, and the end of a run in which a promise was broken.
+// Shared by the fuzzers: arguments made from the input's bytes, and a check that ends the process if it fails.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-// Not assert: it must hold in every build.
+// Unlike assert, it is checked in every build.
 #define MUST_HOLD(condition)                                                                    \
     do {                                                                                        \
         if (!(condition)) {                                                                     \
@@ -17,7 +17,7 @@
         }                                                                                       \
     } while (false)
 
-// Text of which every byte is seen.
+// The text with unprintable bytes made visible.
 inline std::string Visible(std::string const& text) {
     std::string visible;
     for (char const byte : text) {
@@ -35,7 +35,7 @@ inline void MustBeSame(std::string const& actual, std::string const& expected, c
     std::abort();
 }
 
-// Reads the input from its front; behind its end everything is zero.
+// Reads the input from its front; after its end all bytes are zero.
 class INPUT {
  public:
     INPUT(std::uint8_t const* data, std::size_t size) : m_data(data), m_left(size), m_isLarge(size >= LARGE) {}
@@ -43,7 +43,7 @@ class INPUT {
     bool IsEmpty() const { return m_left == 0; }
 
     unsigned int Byte() { return Number<std::uint8_t>(); }
-    // From 0 up to, but without, `end`, which is at most 256.
+    // A number from 0 to `end` - 1; `end` is at most 256.
     std::size_t Below(std::size_t end) { return Byte() % end; }
     bool Flag() { return Byte() % 2 == 1; }
 
@@ -56,7 +56,7 @@ class INPUT {
         return number;
     }
 
-    // A length and so many bytes.
+    // A length, then as many bytes.
     std::string Bytes() {
         std::size_t const length = Length();
         std::size_t const size = m_left < length ? m_left : length;
@@ -70,7 +70,7 @@ class INPUT {
  private:
     static constexpr std::size_t LARGE = 1 << 16;
 
-    // One byte. In a large input any length below 128 KiB, of which each magnitude is as likely as the others.
+    // One byte. In a large input, any length below 128 KiB; all magnitudes are equally likely.
     std::size_t Length() {
         if (!m_isLarge) return Byte();
         std::size_t const bits = Below(18);

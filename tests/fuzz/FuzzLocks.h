@@ -1,4 +1,4 @@
-// A ticket's advisory locks by their rules.
+// A reference model of a ticket's advisory locks.
 #pragma once
 
 #include <iterator>
@@ -7,7 +7,7 @@
 
 class LOCK_RULES {
  public:
-    // What a request answers, and what it leaves in `owner`. None: a null pointer.
+    // The result of a request; updates `owner`. No owner: the host passes a null pointer.
     bool Request(int number, std::optional<int>* owner, bool isLock) {
         if (!*owner) return false;
         if (number == EVERY) return !isLock && ReleaseAll(&**owner);
@@ -47,7 +47,7 @@ class LOCK_RULES {
             return false;
         }
         if (isLock) {
-            // To lock for nobody leaves the lock free.
+            // A lock taken for nobody stays free.
             if (*owner != NOBODY) ++m_held.insert({number, {*owner, 0}}).first->second.count;
             return true;
         }

@@ -1,4 +1,4 @@
-// What the rules make of a document of XML: the values that a ticket finds in it.
+// A reference model of loading: the values that a ticket finds in an XML document.
 #pragma once
 
 #include <cstring>
@@ -13,7 +13,7 @@
 
 class DOCUMENT_READER {
  public:
-    // In document order, each to be appended to its key.
+    // In document order, each appended to its key.
     static VALUES Read(pugi::xml_document const& document) {
         DOCUMENT_READER reader;
         for (pugi::xml_node const child : document.children()) reader.ReadNode(child, "");

@@ -1,4 +1,4 @@
-// Selections of keys by the rules alone.
+// A reference model of selections of keys.
 #pragma once
 
 #include <algorithm>
@@ -80,7 +80,7 @@ class SELECTION {
     }
 
  private:
-    // The first that begins with `text` or that `text` begins with.
+    // The first element that begins with `text` or that `text` begins with.
     std::set<std::string>::const_iterator Equivalent(std::string const& text) const {
         return std::find_if(m_prefixes.begin(), m_prefixes.end(),
                             [&](std::string const& prefix) { return Begins(prefix, text) || Begins(text, prefix); });

@@ -1,4 +1,4 @@
-// White space of texts by the rules alone.
+// A reference for the normalisation of white space.
 #pragma once
 
 #include <string>

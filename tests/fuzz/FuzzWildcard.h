@@ -1,4 +1,4 @@
-// The rules of wildcards in key components once more, as plainly as can be told.
+// A simple reference for wildcards in key components.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace wildcards {
 
-// Where the set that opens at `at` is closed; npos if it never is.
+// The index of the bracket that closes the set opened at `at`; npos if there is none.
 inline std::size_t SetEnd(std::string const& pattern, std::size_t at) {
     std::size_t const first = at + 1 < pattern.size() && pattern[at + 1] == '!' ? at + 2 : at + 1;
     return first < pattern.size() ? pattern.find(']', first + 1) : std::string::npos;
@@ -28,7 +28,7 @@ inline bool IsInSet(std::string members, char byte) {
     return isNegated;
 }
 
-// Row by row: fits[at] tells whether the pattern so far stands for the first `at` bytes of the name.
+// Dynamic programming: fits[at] is true if the pattern so far matches the first `at` bytes of the name.
 inline bool Matches(std::string const& pattern, std::string const& name) {
     std::vector<bool> fits(name.size() + 1, false);
     fits[0] = true;

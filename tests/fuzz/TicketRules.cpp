@@ -30,7 +30,7 @@ std::string BytesOf(NUMBER number) {
     return std::string(reinterpret_cast<char const*>(&number), sizeof number);
 }
 
-// As a walk reports it.
+// The value in the form in which a walk reports it.
 VALUE Reported(std::string const& key, SCALAR const& value, int index) {
     if (auto const* number = std::get_if<double>(&value)) {
         if (!std::isfinite(*number) || std::floor(*number) != *number)
@@ -127,7 +127,7 @@ bool TICKET_RULES::Set(std::string const* key, REQUEST const& request, int index
 std::string TICKET_RULES::Get(std::string const* key, PARAM_TYPE type, int index, bool isTest) try {
     MakeReady(m_partial && IsNotPartial(key));
     m_lastAccess = m_now;
-    if (!key) return isTest ? "0" : MODEL().Get("", type, index);  // as for a key that does not exist
+    if (!key) return isTest ? "0" : MODEL().Get("", type, index);  // like a key that does not exist
     if (isTest) return m_parameters.Exists(*key, index) ? "1" : "0";
     return m_parameters.Get(*key, type, index);
 } catch (STOPPED) {
@@ -177,8 +177,8 @@ std::optional<std::vector<std::string>> TICKET_RULES::Walk(int level) try {
     return std::nullopt;
 }
 
-// After a change the next key, or the next element of the same vector, is looked for anew; what a vector has gained is
-// not reported.
+// After a change the walk searches the next key, or the next element of the same vector. It does not report elements
+// that were added to the vector.
 std::optional<VALUES> TICKET_RULES::WalkChanging(std::size_t at, std::function<void()> const& change) try {
     MakeReady(true);
     m_lastAccess = m_now;
@@ -222,7 +222,7 @@ bool TICKET_RULES::ChangePartialKeys(TEXTS const* keys) try {
         if (!keys) {
             changed.clear();
         } else if (!keys->empty() && keys->front().empty()) {
-            // The first string only says what is to be done: "" stays a partial key where it has become one.
+            // The first string only chooses the action, so "" stays a partial key if it is one.
             for (std::size_t i = 1; i < keys->size(); ++i) changed.erase((*keys)[i]);
         } else {
             changed.insert(keys->begin(), keys->end());
@@ -265,7 +265,7 @@ bool TICKET_RULES::Merge(TICKET_RULES& source, TEXTS const* keys, bool clear) {
     return SetBatch(isNothing ? nullptr : &records);
 }
 
-// ---- Behind it
+// ---- Saving and loading
 
 bool TICKET_RULES::Apply(std::string const& key, REQUEST const& request, int index) {
     return !request.isRefused && m_parameters.Set(key, request.value, index);
@@ -366,7 +366,7 @@ void TICKET_RULES::MarkDirty() {
     m_dirty = m_isFile;
 }
 
-// The parameters go; what is in the file, and what was called, stays.
+// Drops the parameters; keeps the file and the record of calls.
 void TICKET_RULES::Destroy() {
     if (m_dirty) Save();
     m_parameters.Clear();

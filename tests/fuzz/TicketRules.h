@@ -1,4 +1,4 @@
-// A ticket by its rules alone: a map, and for a file ticket what of it is in memory and what is in the file.
+// A reference model of a ticket: a map and, for a file ticket, the loaded values and the values in the file.
 #pragma once
 
 #include <cmath>
@@ -16,7 +16,7 @@
 #include "FuzzLocks.h"
 #include "FuzzSelection.h"
 
-// What a set is asked to store; no value: to delete.
+// The value that a set stores; none: deletes.
 struct REQUEST {
     bool isRefused = false;
     std::optional<ticket_model::SCALAR> value;
@@ -32,10 +32,10 @@ class TICKET_RULES {
 
     explicit TICKET_RULES(bool isFile) : m_isFile(isFile) {}
 
-    // What a walk of everything reports after a load of these values.
+    // The values that a full walk reports after a load of these.
     static VALUES LoadedFrom(VALUES const& file);
 
-    // The answers of the table's entries. Null: no key.
+    // The results of the table's entries. Null: no key.
     bool Set(std::string const* key, REQUEST const& request, int index);
     std::string Get(std::string const* key, PARAM_TYPE type, int index, bool isTest);
     struct RECORD {
@@ -52,16 +52,16 @@ class TICKET_RULES {
     };
     std::optional<std::vector<std::string>> GetBatch(std::vector<QUESTION> const& questions);
     std::optional<std::vector<std::string>> Walk(int level);
-    // A walk of everything during which `change` happens in call number `at`.
+    // A full walk; callback number `at` calls `change`.
     std::optional<VALUES> WalkChanging(std::size_t at, std::function<void()> const& change);
     bool Operation(STICKET_OP code, int const* seconds);
     bool ChangePartialKeys(TEXTS const* keys);
     std::optional<std::size_t> Count(bool load);
     bool Merge(TICKET_RULES& source, TEXTS const* keys, bool clear);
 
-    // What is registered, queued, and was called.
+    // Registrations, queued callbacks, and the callbacks that were called.
     void Register(int number, TEXTS const& keys) { m_registrations[number].Set(keys); }
-    // Without a server nobody can be registered, and only a request to forget all of them is heard.
+    // Without a server no observer can be registered, and only a request to remove all of them succeeds.
     bool Unregister(int number, bool enable) {
         bool const isHeard = number == -2 && !enable;
         if (isHeard) m_registrations.clear();
@@ -70,7 +70,7 @@ class TICKET_RULES {
     bool IsRegistered(int number) const { return m_registrations.count(number) != 0; }
     void Queue(int call) { m_queue.push_back(call); }
     std::vector<int> const& Calls() const { return m_calls; }
-    // What call `call` does beside being called: sets "q", queues another, or throws.
+    // The action of callback `call`: sets "q", queues another callback, or throws.
     enum ACTION { ACT_SET, ACT_QUEUE, ACT_THROW, ACT_NOTHING };
     static ACTION ActionOf(int call) { return call < 100 ? static_cast<ACTION>(call % 4) : ACT_NOTHING; }
 
@@ -82,7 +82,7 @@ class TICKET_RULES {
     std::string const& FileText() const { return m_fileText; }
 
  private:
-    // A save that a number stopped.
+    // Thrown when an infinite number stops a save.
     struct STOPPED {};
 
     VALUES Everything() const;

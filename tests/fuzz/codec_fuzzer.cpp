@@ -1,5 +1,5 @@
-// The text and number codecs of a ticket file beside their rules, written down once more as plainly as can be: first
-// with the input as a text, then as the bits of numbers.
+// Compares the text and number codecs of a ticket file with simple references, first with the input as a text, then as
+// the bits of numbers.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -101,7 +101,7 @@ std::string Decoded(std::string const& in) {
     return out;
 }
 
-// What a save and a load make of a text: a single space at either end is lost.
+// The text after a save and a load: a single space at either end is lost.
 std::string Reloaded(std::string const& text) {
     std::size_t const last = text.find_last_not_of(' ');
     std::size_t const ending = text.size() - (last == std::string::npos ? 0 : last + 1);
@@ -110,7 +110,7 @@ std::string Reloaded(std::string const& text) {
     return text.substr(losesFirst ? 1 : 0, text.size() - (losesFirst ? 1 : 0) - (losesLast ? 1 : 0));
 }
 
-// Counts what it is told, which must lie inside the text, in ascending order.
+// Counts the reported oddities, which must lie inside the text in ascending order.
 class LISTENER final : public ODDITY_LISTENER {
  public:
     explicit LISTENER(std::string const& text) : m_size(text.size()) {}
@@ -129,7 +129,7 @@ class LISTENER final : public ODDITY_LISTENER {
     int m_count = 0;
 };
 
-// A decoder that is told nothing of has used each backslash for an escape: written again, the text decodes to the same.
+// If the decoder reports no oddity, each backslash was an escape: encoding and decoding again gives the same bytes.
 void CheckOddities(std::string const& bytes) {
     LISTENER ofEscapes(bytes);
     std::string decoded;
@@ -188,7 +188,7 @@ std::string Printed(INTEGER number) {
     return stream.str();
 }
 
-// The steps of the format for a finite number, taken on its text.
+// Formats a finite number by the documented steps, applied to its text.
 std::string Formatted(double value, int limit) {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
@@ -305,7 +305,7 @@ void CheckRounding(double value) {
     MUST_HOLD(MathLib::IsNotANumber(value) == !std::isfinite(value));
 }
 
-// From 2^63 up the neighbours are 2048 apart; ties go up, and nothing reaches 2^64.
+// From 2^63 up, doubles are 2048 apart; ties are rounded up, and no result reaches 2^64.
 void CheckUnsigned(std::uint64_t value) {
     double expected = static_cast<double>(value);
     if (value >= std::uint64_t{1} << 63) {

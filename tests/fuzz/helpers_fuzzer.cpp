@@ -1,5 +1,5 @@
-// Helpers that hosts call with any text, each beside its rules told once more: the first byte of the input chooses
-// which.
+// Compares helpers that hosts may call with any text with simple references. The first byte of the input chooses the
+// helper.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -71,7 +71,7 @@ void CheckDuplicate(char const* source) {
     delete[] made;
 }
 
-// Into a buffer of exactly that size, so that a byte too far is seen.
+// Copies into a buffer of exactly that size, so that the sanitizer reports a write past its end.
 void CheckCopy(char* (*copy)(char*, char const*, std::size_t), char const* source, std::size_t size) {
     std::unique_ptr<char[]> const buffer(new char[size]);
     std::fill_n(buffer.get(), size, 'x');

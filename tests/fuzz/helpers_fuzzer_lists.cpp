@@ -1,4 +1,5 @@
-// Batch lists, by classes and by plain functions, and selections of keys, each beside a plain list of what it holds.
+// Compares batch lists, through classes and through plain functions, and selections of keys with a plain list of their
+// elements.
 #include "helpers_fuzzer_lists.h"
 
 #include <algorithm>
@@ -50,7 +51,7 @@ std::string Spelled(std::optional<std::string> const& key, PARAM_TYPE type, bool
            (isNull ? "(null)" : content);
 }
 
-// What a list makes of a double that it copies.
+// The bytes of a double after a list has copied it.
 std::string WithOneNan(std::string const& content) {
     double number;
     std::memcpy(&number, content.data(), sizeof number);
@@ -134,7 +135,7 @@ class LISTS {
         std::uint64_t const large = UINT64_MAX;
         m_ticket->SetParameter(m_ticket->pTicket, "d", PARAM_UINT64, &large, SCALAR_INDEX);
         m_ticket->SetParameter(m_ticket->pTicket, "p", PARAM_POINTER, this, SCALAR_INDEX);
-        m_ticket->SetParameter(m_ticket->pTicket, "v", PARAM_INT, &large, 1);  // refused: leaves an empty vector
+        m_ticket->SetParameter(m_ticket->pTicket, "v", PARAM_INT, &large, 1);  // fails, but leaves an empty vector
     }
 
     void Append(std::optional<std::string> const& key, PARAM_TYPE type, void const* value, int index) {
@@ -191,7 +192,7 @@ class LISTS {
         std::size_t const how = input.Below(4);
         PARTIAL_MODE mode;
         mode.set(Array(keys).data());
-        // An empty mode stands for everything, a list of strings that select nothing does not.
+        // An empty mode selects everything; a list of strings that select nothing does not.
         bool const isAll = how == 3 || (how == 1 ? selection.IsEmpty() : how == 0 && keys.empty());
         std::size_t const before = m_rows.size();
         WALK walk{*this, selection, isAll};
@@ -225,7 +226,7 @@ class LISTS {
         MUST_HOLD(std::memcmp(table, &zero, sizeof zero) == 0);
     }
 
-    // What is collected can be set, and copied.
+    // Sets and copies the collected records.
     void UseAsBatch(SETMULTIPAR* table) {
         tickets::OWNER const target;
         MUST_HOLD(target->SetMultiParameter(target->pTicket, table) == (table != nullptr));

@@ -1,4 +1,4 @@
-// The part of helpers_fuzzer that is about batch lists and selections.
+// The part of helpers_fuzzer for batch lists and selections.
 #pragma once
 
 #include "FuzzInput.h"

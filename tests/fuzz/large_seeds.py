@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes large inputs for a fuzzer, of 64 KiB to 1 MiB, out of its small ones. Usage: large_seeds.py TARGET CORPUS DIRECTORY
+"""Makes large inputs for a fuzzer, of 64 KiB to 1 MiB, from its small inputs. Usage: large_seeds.py TARGET CORPUS DIRECTORY
 
 They are made anew for each run, always the same ones, because nobody would want to keep megabytes of them.
 """
@@ -22,7 +22,7 @@ def ticket(inner):
 
 
 def inner_of(document):
-    """What stands within <ticket> of a document that is XML; None for others."""
+    """The text inside <ticket> of a valid XML document; None for others."""
     try:
         xml.etree.ElementTree.fromstring(document)
     except (xml.etree.ElementTree.ParseError, ValueError, LookupError):
@@ -32,7 +32,7 @@ def inner_of(document):
 
 
 def repeated(line, size):
-    """`line` of the numbers from 0 on, until there are `size` bytes."""
+    """`line(0)`, `line(1)` and so on, until there are `size` bytes."""
     out, length, number = [], 0, 0
     while length < size:
         out.append(line(number))
@@ -42,7 +42,7 @@ def repeated(line, size):
 
 
 def ticket_files(corpus, size):
-    """Files of every shape that may be large."""
+    """Large files of every shape."""
     inners = [inner for inner in map(inner_of, corpus) if inner]
     yield ticket(repeated(lambda n: b"<g%d>%s</g%d>\n" % (n, random.choice(inners), n), size))
     yield ticket(repeated(lambda n: b'\t<Key%d type="int">%d</Key%d>\n' % (n, n, n), size))
@@ -58,7 +58,7 @@ def ticket_files(corpus, size):
 
 
 def calls(corpus, size):
-    """Small inputs one after the other, and bytes without pattern."""
+    """Concatenated small inputs, and random bytes."""
     yield repeated(lambda n: random.choice(corpus), size)
     yield random.randbytes(size)
 

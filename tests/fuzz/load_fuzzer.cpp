@@ -1,5 +1,5 @@
-// Feeds arbitrary bytes as a file to tickets: whole, partial, and through a text conversion. Each must load or refuse
-// them; what it then saves, and reads from that again, is told beforehand.
+// Feeds arbitrary bytes as a file to tickets: whole, partial, and through a text conversion. Each must load
+// or refuse them. A reference model predicts the file that each then saves, and the values loaded from it.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr char KEPT[] = ".unreadable";
 
-// Its own inverse. It makes no NUL and takes none away.
+// A conversion that is its own inverse. It neither adds nor removes NUL bytes.
 class MIRRORED : public STICKET_STRING_CONVERSION {
  public:
     std::string ToFile(std::string const& text) override { return Mirror(text); }
@@ -34,14 +34,14 @@ class MIRRORED : public STICKET_STRING_CONVERSION {
     }
 };
 
-// What a ticket makes of the file, and of its values when they have gone through the file again.
+// The values that a ticket loads from the file, and those after a save and another load.
 struct CYCLE {
     VALUES values;
     std::string saved;
 };
 
 void Save(STICKET_ACCESS const* ticket) {
-    // Refused, but the ticket counts as changed.
+    // Fails, but marks the ticket as changed.
     MUST_HOLD(ticket->SetParameter(ticket->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX) == 0);
     MUST_HOLD(tickets::Operate(ticket, STICKET_OP_SAVE) == 1);
 }
@@ -59,7 +59,7 @@ std::string FileOf(VALUES const& values) {
     return values.empty() ? "" : FILE_MODEL(values).Text();
 }
 
-// The values of one key stand together, so the order in the file is the order of the next walk but for the keys.
+// The values of one key are adjacent in the file, in the order of the next walk; only the order of keys differs.
 std::string Reloaded(VALUES const& values) {
     std::map<std::string, VALUES> byKey;
     for (VALUE const& value : FILE_MODEL(values).Reloaded()) byKey[value.key].push_back(value);
@@ -74,7 +74,7 @@ std::string Reloaded(VALUES const& values) {
     return Spelled(sorted);
 }
 
-// What could not be read stays beside the file, and nothing else does. Behind a NUL nothing is read.
+// Expects the kept file exactly if the content could not be read to its end. Bytes after a NUL are not read.
 void CheckKept(std::string const& file, std::string const& content, bool isRead) {
     bool const hasNul = content.find('\0') != std::string::npos;
     MUST_HOLD(files::Exists(file + KEPT) == (!content.empty() && (hasNul || !isRead)));
@@ -88,7 +88,7 @@ void CheckFirst(std::string const& file, std::string const& content, VALUES cons
     std::string text = content;
     bool const parses = document.load_buffer_inplace(
         text.data(), text.size(), pugi::parse_full | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
-    // Names that look like markup are read as such only if nothing else makes sense of the file.
+    // Names that look like markup are read as markup only if the file cannot be read otherwise.
     if (parses && !TICKET_NAMES::LookLikeMarkup(content)) {
         CheckKept(file, content, true);
         return MustBeSame(Spelled(values), Spelled(TICKET_RULES::LoadedFrom(DOCUMENT_READER::Read(document))),
@@ -112,7 +112,7 @@ void CheckConversion(std::string const& file, std::string const& content, CYCLE 
     MustBeSame(Spelled(converted.values), Spelled(expected), "values of a conversion");
 }
 
-// The file is what has been saved from `values`.
+// `file` was saved from `values`.
 void CheckPartial(std::string const& file, VALUES const& values) {
     if (values.empty()) return;
     std::string const before = FileContent(file);
@@ -153,7 +153,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     CYCLE const second = LoadAndSave(file);
     MustBeSame(Spelled(second.values), Reloaded(first.values), "values read again");
     MustBeSame(second.saved, FileOf(second.values), "second saved file");
-    // Each save may take a space from either end of a text, and nothing else.
+    // Each save may remove a space from either end of a text, and changes nothing else.
     CYCLE const third = LoadAndSave(file);
     MustBeSame(Spelled(third.values), Reloaded(second.values), "values read a third time");
     if (third.values == second.values) MustBeSame(third.saved, second.saved, "third saved file");

@@ -1,5 +1,5 @@
-// Performs the operations that the input spells on tickets, in memory and on a file, and on their rules: after each of
-// them both must answer the same, and the file must be what the rules make of it.
+// Performs the operations that the input encodes on a memory ticket, a file ticket and their reference models. After
+// each operation the results must be equal, and the file must be the one that the model predicts.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -22,7 +22,7 @@ namespace {
 constexpr int MOST_STEPS = 100;
 constexpr char UNTOUCHED = 0x5a;
 
-// A ticket of either kind with its rules.
+// A ticket of either kind with its reference model.
 class PAIR {
  public:
     PAIR(bool isFile, std::string const& file) : m_rules(isFile), m_isFile(isFile), m_file(file) { Create(); }
@@ -58,7 +58,7 @@ class PAIR {
         MUST_HOLD(m_access->QueueAfterNotification(Ticket(), &CALL::Run, &m_calls.back()));
         m_rules.Queue(number);
     }
-    // A text that was read, which a file ticket keeps for as long as it lives.
+    // Remembers a text that was read: a file ticket keeps it unchanged as long as it lives.
     void Keep(char const* text) {
         if (m_isFile) m_texts.emplace_back(text, text);
     }
@@ -109,7 +109,7 @@ class PAIR {
     }
 
     void Destroy() {
-        // That save would end the process.
+        // The destructor's save would end the process.
         if (m_isFile && !m_rules.CanBeSaved()) {
             MUST_HOLD(tickets::Operate(m_access, STICKET_OP_CLEAR) == m_rules.Operation(STICKET_OP_CLEAR, nullptr));
         }
@@ -171,7 +171,7 @@ void Set(PAIR& pair, INPUT& input) {
     MUST_HOLD(result == pair.Rules().Set(isNull ? nullptr : &key, REQUEST(argument), index));
 }
 
-// Key and value lie in the ticket itself.
+// Passes a key and a value that lie in the ticket itself.
 void SetFromItself(PAIR& pair, INPUT& input) {
     std::string const from = Key(input);
     int const fromIndex = Index(input);
@@ -380,7 +380,7 @@ void Unregister(PAIR& pair, INPUT& input) {
     MUST_HOLD((result != 0) == pair.Rules().Unregister(number, enable));
 }
 
-// Rare ones in a row, so that the inputs of earlier campaigns mean what they meant.
+// Rare operations share one code, so that the inputs of earlier runs keep their meaning.
 void DoSomethingRare(PAIR& pair, INPUT& input) {
     auto const number = static_cast<int>(input.Below(64));
     if (number < 4) return pair.Register(number, Key(input));

@@ -1,5 +1,6 @@
-// Reads arbitrary bytes as the text of a file by both readers, and by the XML library alone: the same calls in the same
-// order, and the same result. A mutator of lines keeps most inputs close to what a save writes.
+// Reads arbitrary bytes as the text of a file by both readers and by the XML library alone. Both must make the same
+// calls in the same order, with the same result. A mutator of lines keeps most inputs close to the form that a save
+// writes.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -13,7 +14,7 @@
 
 namespace {
 
-// A text whose source tells another size: the first buffer is that long, so that lines lie across its ends.
+// A source that reports another size than it has. The reader's first buffer has that size, so that lines cross its end.
 class TOLD_SOURCE final : public FILE_SOURCE {
  public:
     TOLD_SOURCE(std::string_view text, std::size_t told) : m_text(text), m_told(told) {}
@@ -61,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (text.find('\0') == std::string::npos) MUST_HOLD(TicketText::Read(text).result.offset == byXml.result.offset);
     for (std::size_t const told : {std::size_t{0}, size / 3, size - size / 4}) {
         TOLD_SOURCE source(text, told);
-        // Behind a NUL the parser sees the last byte of all, and where that is the source must know.
+        // After a NUL the parser looks at the last byte of the text, so the source must report the true size.
         if (text.find('\0') == std::string::npos) MustBeAsByXml(TicketText::Read(source), byXml);
     }
     EVERY_OTHER wanted;

@@ -1,5 +1,5 @@
-// Tells libFuzzer what the threads have run. Its usual counters are added to by the instrumented code itself, which
-// ThreadSanitizer takes for data races of that code; these are added to out of its sight.
+// Reports the threads' coverage to libFuzzer. The instrumented code itself would increment libFuzzer's usual counters,
+// which ThreadSanitizer reports as data races. These counters are incremented in code that is not instrumented.
 #include <cstdint>
 
 namespace {
@@ -9,8 +9,8 @@ __attribute__((section("__libfuzzer_extra_counters"))) std::uint8_t counters[COU
 
 }  // namespace
 
-// Called by the instrumented code at each edge of its control flow, since the linker redirects those calls: libFuzzer
-// has a function of the plain name, which only says that it is not supported.
+// Called by the instrumented code at each edge of its control flow. The linker redirects those calls, since libFuzzer's
+// own function of that name only reports that it is not supported.
 extern "C" __attribute__((no_sanitize("thread", "coverage"))) void __wrap___sanitizer_cov_trace_pc() {
     auto const place = reinterpret_cast<std::uintptr_t>(__builtin_return_address(0));
     std::uint8_t& counter = counters[(place ^ place >> 16) % COUNTERS];

@@ -1,6 +1,6 @@
-// Three threads at once perform the calls that the input spells, a third of it each, on two tickets in memory or on
-// files. Of the ticket `kept` each thread knows what its own keys hold, and all know what no interleaving may break;
-// with the ticket `wild` they do what they like. Built with ThreadSanitizer by scripts/fuzz.
+// Three threads perform the calls that the input encodes, each a third of it, on two tickets in memory or on files. In
+// the ticket `kept` each thread knows the values of its own keys, and all check what must hold in any order of calls.
+// The ticket `wild` may hold anything. scripts/fuzz builds this with ThreadSanitizer.
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
@@ -23,7 +23,7 @@ using namespace tickets;
 
 constexpr int THREADS = 3;
 constexpr int MOST_CALLS = 60;        // of each thread
-constexpr int OF_ONE_THREAD = 10000;  // numbers of a thread begin at a multiple of it
+constexpr int OF_ONE_THREAD = 10000;  // the numbers of thread n begin at n times this
 constexpr int LOCK = 7;
 constexpr char const* LOG = "log";  // a vector to which all append
 
@@ -34,14 +34,14 @@ struct SHARED {
     std::atomic<int> waiting{THREADS};
     std::atomic<int> queued{0};
     std::atomic<int> called{0};
-    int guarded = 0;  // changed only by who holds the advisory lock
+    int guarded = 0;  // changed only by the holder of the advisory lock
 };
 
 // A walk of `kept`: keys come in order, and both halves of the pair are of one batch.
 struct WALK {
     std::string lastKey;
     int first = 0;
-    std::function<void()> change;  // is made once, at the first value
+    std::function<void()> change;  // called once, at the first value
 
     static bool Take(void* context, char const* key, PARAM_TYPE, void const* value, int) {
         auto& self = *static_cast<WALK*>(context);
@@ -64,7 +64,7 @@ class CALLER {
         for (int calls = 0; calls < MOST_CALLS && !m_input.IsEmpty(); ++calls) Call();
     }
 
-    // With the ticket as it is at the end, or as it was saved and loaded.
+    // Checks the ticket as it is at the end, or after a save and a load.
     void CheckOwn(STICKET_ACCESS const* kept) const {
         for (auto const& [key, content] : m_texts) MUST_HOLD(GetText(kept, key.c_str()) == content);
         for (auto const& [key, numbers] : m_numbers) {
@@ -188,7 +188,7 @@ class CALLER {
         if (code == STICKET_OP_COUNT) MUST_HOLD(number >= m_texts.size());
     }
 
-    // Everything goes from `kept` to `wild`, but back only what no thread owns.
+    // Copies everything from `kept` to `wild`, but back only keys that no thread owns.
     void Merge() {
         STICKET_ACCESS const* const kept = m_shared.kept;
         STICKET_ACCESS const* const wild = m_shared.wild;
@@ -241,7 +241,7 @@ class CALLER {
                 Set(wild, key.c_str(), m_input.Text().c_str(), static_cast<int>(m_input.Below(5)) - 2);
                 return;
             default: {
-                // Of any type and number, infinite ones too, which must not get into `kept`: they stop its saves.
+                // Any value, also infinite numbers. They must not get into `kept`, since they would stop its saves.
                 std::string const other = "other/" + std::to_string(m_input.Below(4));
                 ARGUMENT const argument(m_input);
                 wild->SetParameter(wild->pTicket, other.c_str(), argument.Type(), argument.Pointer(),
@@ -257,10 +257,11 @@ class CALLER {
     int m_logged = 0;
     std::map<std::string, std::string> m_texts;
     std::map<std::string, std::vector<int>> m_numbers;
-    std::vector<std::pair<char const*, std::string>> m_lent;  // by a file ticket, until its end
+    std::vector<std::pair<char const*, std::string>>
+        m_lent;  // texts returned by a file ticket, valid until it is destroyed
 };
 
-// All that was logged is there, what one thread has logged in its order.
+// Expects every logged value, those of one thread in their order.
 void CheckLog(STICKET_ACCESS const* kept, std::deque<CALLER> const& callers) {
     int last[THREADS] = {};
     uint64_t count = 0;
@@ -306,7 +307,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         MUST_HOLD(shared.called <= shared.queued);
         CheckEverything(kept, callers);
         for (CALLER const& caller : callers) caller.CheckLent();
-        Operate(wild, STICKET_OP_CLEAR);  // an infinite number would end the process at the save of its end
+        Operate(wild, STICKET_OP_CLEAR);  // an infinite number would end the process at the destructor's save
         if (isKeptFile) {
             MUST_HOLD(Operate(kept, STICKET_OP_SAVE));
             CheckEverything(OWNER(keptFile.c_str()), callers);

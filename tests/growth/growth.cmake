@@ -1,5 +1,5 @@
-# Counts with VALGRIND the instructions of PROGRAM's pieces of work: ten times the size may need twelve times as many, and hostile
-# input may need three times as many as its control.
+# Counts the instructions of PROGRAM's operations with VALGRIND. Ten times the size may need up to twelve times as many;
+# hostile input may need up to three times as many as its control.
 cmake_minimum_required(VERSION 3.25)
 
 include(${CMAKE_CURRENT_LIST_DIR}/../callgrind.cmake)

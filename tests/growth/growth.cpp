@@ -1,6 +1,6 @@
-// Runs pieces of work for callgrind, which counts their instructions: one dump for each, named "work size". Most run
+// Runs operations for callgrind, which counts their instructions: one dump for each, named "OPERATION SIZE". Most run
 // with one size and with ten times that size; those on hostile input run with a harmless control first. Times would
-// tell of caches, too; instructions tell how the work grows.
+// depend on caches; instructions show only how the work grows.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -64,7 +64,7 @@ std::string Numbered(char const* name, int number) {
     return name + std::string(digits);
 }
 
-// A place of each number below `size` that has no order.
+// A pseudo-random permutation of the numbers below `size`.
 int Shuffled(int number, int size) {
     return static_cast<int>(number * 7919LL % size);
 }
@@ -191,13 +191,13 @@ constexpr CASE CASES[] = {
      }},
 };
 
-// Names and texts that a multiplicative hash brings together whatever its seed is, if they hold its public constants:
-// each product with such a word is zero. Their control differs from them in one bit of the constant.
+// Names and texts that contain the public constants of a multiplicative hash, so that they collide whatever its seed
+// is: each product with such a word is zero. Their control differs from them in one bit of the constant.
 std::string Hostile(std::size_t position, std::string const& constant, int number, bool isControl) {
     std::string text(position, 'n');
     text += constant;
     text[position] = static_cast<char>(text[position] ^ static_cast<char>(isControl));
-    return text + Numbered("a", number);  // 8 bytes that differ
+    return text + Numbered("a", number);  // these 8 bytes make the texts different
 }
 std::string HostileKey(int number, bool isControl) {
     return Hostile(0, "\x15\x7C\x4A\x7F\xB9\x79\x37\x9E", number, isControl);

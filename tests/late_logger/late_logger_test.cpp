@@ -1,4 +1,4 @@
-// A host whose logger lies in a shared library that is linked behind ours.
+// A host whose logger is in a shared library that is linked after ours.
 #include <gtest/gtest.h>
 
 #include "ConfigurationControl/IConfigurationControl.h"

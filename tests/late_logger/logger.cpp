@@ -1,4 +1,4 @@
-// A host's logger in a shared library of its own. It counts what the library tells it.
+// A host's logger in a shared library of its own. It counts the library's messages.
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"
 
 namespace {

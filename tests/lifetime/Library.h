@@ -1,4 +1,4 @@
-// The shared library as a program opens it at run time: by name, with nothing of it linked.
+// The shared library, opened at run time by name. The program is not linked with it.
 #pragma once
 
 #include <dlfcn.h>
@@ -20,7 +20,7 @@ class LIBRARY {
     LIBRARY(LIBRARY const&) = delete;
     LIBRARY& operator=(LIBRARY const&) = delete;
 
-    // Whether some part of the program still has it open.
+    // Whether the library is still loaded in this process.
     static bool IsLoaded() {
         void* const handle = dlopen(TICKET_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
         if (handle) dlclose(handle);

@@ -1,4 +1,5 @@
-// A host that ends, or lists its descriptors. Usage: host HOW FILE; what HOW may be stands in MANNERS.
+// A host that ends in one of several ways, or lists its descriptors. Usage: host HOW FILE; MANNERS lists the values of
+// HOW.
 #include <dirent.h>
 #include <unistd.h>
 
@@ -22,7 +23,7 @@ IConfigurationControl* g_service = nullptr;
 std::unique_ptr<LIBRARY> g_opened;
 bool g_endsEverything = false;
 
-// Every value of one version of the file is the same. They are set together, for any thread may save between two sets.
+// All values of one version of the file are equal. One batch sets them, since another thread may save between two sets.
 void SetVersion(int version) {
     constexpr int VALUES = 100;
     std::vector<std::string> keys;
@@ -34,7 +35,7 @@ void SetVersion(int version) {
     g_memory->SetMultiParameter(g_memory->pTicket, batch.data());
 }
 
-// Static, and destroyed after main: what uses the library then must still find it whole.
+// A static object, destroyed after main. It uses the library, which must still work then.
 struct LAST_USER {
     ~LAST_USER() {
         if (!g_endsEverything) return;
@@ -91,7 +92,7 @@ void UseForEver() {
     }
 }
 
-// Threads are inside the library while main returns and static objects go.
+// Threads are inside the library while main returns and static objects are destroyed.
 int ReturnWhileThreadsSave(char const* file) {
     Begin(*hSTicketInstance, GetConfigurationControl(), file);
     for (int i = 0; i < 3; ++i) std::thread(&UseForEver).detach();
@@ -99,7 +100,7 @@ int ReturnWhileThreadsSave(char const* file) {
     return 0;
 }
 
-// As above, but what ends the process is the thread itself.
+// As above, but the thread itself ends the process.
 int ExitFromAThread(char const* file) {
     Begin(*hSTicketInstance, GetConfigurationControl(), file);
     std::thread(&UseForEver).detach();

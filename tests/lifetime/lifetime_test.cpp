@@ -1,5 +1,5 @@
-// Beginning and end of the library's stay in a process: loaded and unloaded, left by a process that ends, inherited by
-// one that is started.
+// The library's lifetime in a process: loading, unloading, the end of the process, and programs that the process
+// starts.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ void Save(STICKET_ACCESS const* ticket) {
     ASSERT_EQ(ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr), 1);
 }
 
-// What a part of a program that was unloaded could leave behind.
+// Resources that an unloaded library could leak.
 struct LEFT {
     std::ptrdiff_t mappings;
     std::ptrdiff_t descriptors;
@@ -46,7 +46,7 @@ LEFT Now() {
             static_cast<std::ptrdiff_t>(mallinfo2().uordblks + mallinfo2().hblkhd)};
 }
 
-// Where thousands of flushed files cost little, if there is such a place.
+// A directory in memory, if there is one: thousands of flushed files cost little there.
 std::filesystem::path InMemory() {
     std::filesystem::path const place = "/dev/shm";
     return access(place.c_str(), W_OK) == 0 ? place : std::filesystem::temp_directory_path();
@@ -84,7 +84,7 @@ pid_t Start(char const* how, std::string const& file, int output = STDOUT_FILENO
     return child;
 }
 
-// The version of a file of the host, 0 if it is not whole.
+// The version of the host's file; 0 if the file is not one complete version.
 int VersionOf(std::string const& file) {
     pugi::xml_document document;
     if (!document.load_file(file.c_str())) return 0;
@@ -161,7 +161,7 @@ TEST_F(Exit, ProcessMayEndWhileThreadsAreInsideTheLibrary) {
     }
 }
 
-// A program that is started while others of this one's threads load, save and ask has no file of theirs open.
+// A program that is started while threads load, save and read inherits none of their files.
 TEST(Fork, StartedProgramsInheritNoDescriptor) {
     constexpr int PROGRAMS = SANITIZED ? 20 : 200;
     SCRATCH_DIRECTORY const scratch;

@@ -1,4 +1,4 @@
-// A host that knows no header and loads the library at run time.
+// A host without our headers, which loads the library at run time.
 #include <dlfcn.h>
 
 #include <cstdint>

@@ -1,8 +1,9 @@
-// A disk that can lose power: a FUSE file system of one file, DIRECTORY/disk, for a loop device to lie on. It knows
-// which writes were flushed. Whoever writes "SEED KEPT WRITES FILE" into DIRECTORY/cut gets in FILE what a power cut
-// after so many more writes may leave: everything that was flushed, and of each block written since then any of its
-// states, at random; KEPT is the chance, in percent, that a block has changed at all. FILE.txt then holds four numbers:
-// the two of COUNTERS at the moment of the cut, the blocks that were not flushed, and those of them that were lost.
+// A disk that can lose power: a FUSE file system of one file, DIRECTORY/disk, for a loop device to lie on. It records
+// which writes were flushed. Write "SEED KEPT WRITES FILE" to DIRECTORY/cut to get, after WRITES more writes, an image
+// in FILE that a power cut may leave: everything that was flushed, and for each block written since then one of its
+// states, chosen at random; KEPT is the chance, in percent, that a block has changed at all. FILE.txt then holds four
+// numbers: the two of COUNTERS at the moment of the cut, the blocks that were not flushed, and the blocks of these that
+// were lost.
 //
 // Usage: logging_disk DIRECTORY MEBIBYTES COUNTERS; ends when DIRECTORY is unmounted.
 #define FUSE_USE_VERSION 31
@@ -41,7 +42,7 @@ constexpr std::string_view CUT_NAME = "/cut";
 struct CUT {
     unsigned int seed;
     unsigned int percentKept;
-    unsigned int writes;  // before it happens
+    unsigned int writes;  // left before the cut
     std::string fileName;
 };
 
@@ -112,7 +113,7 @@ class LOGGING_DISK {
     }
 
     void CutNow() {
-        // First, since a save that has returned must be on the disk as it is now.
+        // Read first: a save that has returned by now must be in this image.
         uint64_t counters[2] = {};
         std::ifstream(m_countersName, std::ios::binary).read(reinterpret_cast<char*>(counters), sizeof counters);
         int const file = open(m_cut->fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -125,12 +126,12 @@ class LOGGING_DISK {
                 ++lost;
                 continue;
             }
-            // Mostly the last state, as a disk rarely goes back to an earlier one.
+            // Mostly the last state: a disk rarely returns to an earlier one.
             std::size_t const chosen = random() % 4 == 0 ? random() % states.size() : states.size() - 1;
             written &= WriteBlock(file, block, states[chosen].data());
         }
         close(file);
-        // Its name is what tells that the cut is done.
+        // The file's existence signals that the cut is done.
         std::string const report = m_cut->fileName + ".txt";
         if (written)
             std::ofstream(report + ".part")
@@ -144,7 +145,7 @@ class LOGGING_DISK {
     char* m_flushed;
     std::set<std::size_t> m_written;  // the blocks of m_flushed that were ever written
     std::map<std::size_t, std::vector<STATE>> m_unflushed;
-    std::optional<CUT> m_cut;  // that is to come
+    std::optional<CUT> m_cut;  // the next cut
 };
 
 LOGGING_DISK& Disk() {
@@ -185,7 +186,7 @@ int Flush(char const* path, int, fuse_file_info*) {
 }
 
 int Truncate(char const*, off_t, fuse_file_info*) {
-    return 0;  // what opens a file to write it does so
+    return 0;  // programs that open a file to write it truncate it first
 }
 
 }  // namespace

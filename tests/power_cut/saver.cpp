@@ -43,7 +43,7 @@ std::string KeyOf(int value) {
     return "Values/Value" + std::to_string(value);
 }
 
-// A text of up to 60,000 bytes, so that the file has another number of blocks at each save.
+// A text of up to 60,000 bytes, so that the number of blocks of the file differs from save to save.
 std::string TextOf(int number) {
     return std::string(static_cast<std::size_t>(number) * 7919 % 60000, static_cast<char>('a' + number % 26));
 }
@@ -83,7 +83,7 @@ int Run(char const* fileName, char const* countersName) {
         counters.begun = static_cast<uint64_t>(number);
         if (!Save(*ticket, number)) return 1;
         counters.returned = static_cast<uint64_t>(number);
-        // A cut in this time finds a save that has returned and none that was begun.
+        // A power cut during this pause is after one save and before the next.
         usleep(random() % 10000);
     }
 }
@@ -111,7 +111,7 @@ int FlushUnlessLeftOut(long call, int file) {
 
 }  // namespace
 
-// The library calls these, since names are searched in the program first.
+// The library calls these functions, since the dynamic linker searches the program first.
 extern "C" int fsync(int file) {
     return FlushUnlessLeftOut(SYS_fsync, file);
 }

@@ -1,4 +1,4 @@
-"""The Python module as a program uses it: the shared library by ctypes, nothing else."""
+"""The Python module as a program uses it: only the shared library, through ctypes."""
 
 import gc
 import math
@@ -145,7 +145,7 @@ class TicketTest(unittest.TestCase):
         self.assertEqual(ticket.locked(lambda: len(ticket)), 0)
         with self.assertRaises(ZeroDivisionError):
             ticket.locked(lambda: 1 / 0)
-        ticket["a"] = 1  # the lock was given back
+        ticket["a"] = 1  # the lock was released
 
     def test_observers_hear_changes_until_they_end(self):
         ticket = Ticket()

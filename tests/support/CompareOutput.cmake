@@ -1,5 +1,5 @@
-# Runs PROGRAM, by EMULATOR if that is not empty, with the argument "settings.xml" in the empty DIRECTORY and compares what
-# it prints with the file GOLDEN.
+# Runs PROGRAM, through EMULATOR if that is not empty, with the argument "settings.xml" in the emptied DIRECTORY and
+# compares its output with the file GOLDEN.
 file(REMOVE_RECURSE ${DIRECTORY})
 file(MAKE_DIRECTORY ${DIRECTORY})
 execute_process(COMMAND ${EMULATOR} ${PROGRAM} settings.xml WORKING_DIRECTORY ${DIRECTORY}
