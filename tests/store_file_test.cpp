@@ -83,6 +83,12 @@ class StoreFile : public testing::Test {
     std::string const m_file = m_scratch.Path("t.xml");
 };
 
+// With the NUL at its end.
+template <std::size_t N>
+std::string BytesOfLiteral(char const (&literal)[N]) {
+    return std::string(literal, N);
+}
+
 std::string RandomText(std::mt19937& random, std::string_view pieces) {
     std::string text;
     for (std::size_t i = random() % 12; i > 0; --i) text += pieces[random() % pieces.size()];
@@ -152,7 +158,7 @@ TEST_F(StoreFile, BytesAreKeptOrRefusedAsTextsButMayHoldNuls) {
 
 TEST_F(StoreFile, RandomTextsAndBytesAreKeptOrRefused) {
     std::mt19937 random(20261121);
-    std::string const pieces("&#;xlt6 \\<>\t\n\r\0\x80g", 18);
+    std::string const pieces = BytesOfLiteral("&#;xlt6 \\<>\t\n\r\0\x80g");
     int kept = 0;
     for (int i = 0; i < 200; ++i) {
         std::string const text = RandomText(random, pieces);
@@ -169,7 +175,7 @@ TEST_F(StoreFile, WideKeysKeepEveryValue) {
     IsKeptWide(std::int64_t{5000000000});
     IsKeptWide(std::numeric_limits<std::uint64_t>::max());
     std::mt19937 random(20261121);
-    std::string const pieces("&#;lt6% \\<>\t\n\0\x80\xFF", 18);
+    std::string const pieces = BytesOfLiteral("&#;lt6% \\<>\t\n\0\x80\xFF");
     for (int i = 0; i < 60; ++i) {
         std::string const text = RandomText(random, pieces);
         IsKeptWide(text);
@@ -210,7 +216,7 @@ TEST_F(StoreFile, KeysThatAFileWouldChangeAreRefusedOthersKept) {
 
 TEST_F(StoreFile, RandomKeysAreKeptOrRefusedAlsoSideBySide) {
     std::mt19937 random(20261121);
-    std::string const pieces("ab/ 1'=?!-[]&;.:<\"\n*\x80", 22);
+    std::string const pieces = BytesOfLiteral("ab/ 1'=?!-[]&;.:<\"\n*\x80");
     Store store(m_file);
     int kept = 0;
     for (int i = 0; i < 300; ++i) {
