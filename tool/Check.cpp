@@ -1,17 +1,19 @@
-// `ticket check`: what the library passes over in silence. The file's own text
-// is looked at node by node; what a save would lose is found by saving a copy.
+// `ticket check`: what the library passes over in silence. The file's own text is looked at node by node; what a save
+// would lose is found by saving a copy.
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <iostream>
-#include <iterator>
-#include <locale>
-#include <sstream>
+#include <map>
 #include <unordered_map>
 #include <vector>
 
 #include "Commands.h"
 #include "Format/Escapes.h"
+#include "Format/Leaf.h"
+#include "Format/Numbers.h"
 #include "Rehearsal.h"
+#include "Schema.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "XmlText.h"
@@ -24,46 +26,57 @@ struct FINDING {
     std::string message;
 };
 
+// Findings that are about keys and not about places in the text: which key, and what.
+using KEY_FINDINGS = std::multimap<std::string, std::string>;
+
 class CHECKER {
  public:
-    CHECKER() { m_stream.imbue(std::locale::classic()); }
+    // `text` is that of the file from which `ticket` was loaded; `ofKeys` is told where the keys stand.
+    CHECKER(std::string const& text, TICKET const& ticket, KEY_FINDINGS const& ofKeys)
+        : m_text(text), m_ticket(ticket), m_ofKeys(ofKeys) {}
 
-    // Looks at every node; `raw` is the same file parsed without decoding.
-    void Look(pugi::xml_node document, pugi::xml_node raw);
-    void Say(LOSS const& loss);
+    // Looks at every node.
+    void Look(pugi::xml_node document);
     std::vector<FINDING> TakeFindings();
 
  private:
     void LookAtTop(pugi::xml_node document);
-    void LookAt(pugi::xml_node node, pugi::xml_node raw);
-    void LookAtElement(pugi::xml_node element, pugi::xml_node raw);
+    void LookAt(pugi::xml_node node);
+    void LookAtElement(pugi::xml_node element);
     void LookAtAttributes(pugi::xml_node element);
-    void LookAtLeaf(pugi::xml_node element, pugi::xml_node raw);
+    void LookAtLeaf(pugi::xml_node element);
     void LookAtBranch(pugi::xml_node element);
     void LookAtKey(pugi::xml_node element);
-    void LookAtText(pugi::xml_node element, std::string const& text, std::string const& rawText);
-    void LookAtNumber(pugi::xml_node element, std::string_view type, std::string const& text);
-    void LookAtEscapes(pugi::xml_node element, std::string_view type, std::string const& text);
+    void LookAtSource(pugi::xml_node element, pugi::xml_node value);
+    void LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string const& text);
+    void LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string const& text);
     void Say(pugi::xml_node node, std::string message);
 
-    template <typename T>
-    std::string NumberFinding(std::string const& text);
-
-    std::istringstream m_stream;
+    std::string const& m_text;
+    TICKET const& m_ticket;
+    KEY_FINDINGS const& m_ofKeys;
     std::string m_path;  // of the current element, as keys have it, up to its own name
-    std::unordered_map<std::string, pugi::xml_node> m_leaves;  // the last one of each key
+    std::unordered_map<std::string, pugi::xml_node> m_vectors;  // the last leaf of each key that has several
+    std::map<std::string, std::size_t> m_places;                // of the keys of m_ofKeys: their last leaves
     std::vector<FINDING> m_findings;
 };
 
-std::string Normalised(std::string const& text) {
-    std::string scratch;
-    return std::string(NormaliseSpace(text, scratch));
-}
+// Collects what the library's functions say of one text.
+class ODDITIES final : public TICKET_FORMAT::ODDITY_LISTENER {
+ public:
+    struct TOLD {
+        TICKET_FORMAT::ODDITY oddity;
+        std::size_t offset;
+        std::size_t length;
+    };
+    void Tell(TICKET_FORMAT::ODDITY oddity, std::size_t offset, std::size_t length) override {
+        m_all.push_back({oddity, offset, length});
+    }
+    std::vector<TOLD> const& All() const { return m_all; }
 
-std::string Trimmed(std::string const& text) {
-    auto const end = std::find_if_not(text.rbegin(), text.rend(), IsSpace).base();
-    return {std::find_if_not(text.begin(), end, IsSpace), end};
-}
+ private:
+    std::vector<TOLD> m_all;
+};
 
 bool HasElements(pugi::xml_node node) {
     return !node.find_child([](pugi::xml_node child) { return child.type() == pugi::node_element; }).empty();
@@ -85,8 +98,7 @@ pugi::xml_node PreviousElement(pugi::xml_node node) {
     return node;
 }
 
-// The parser tells where a node's name or text begins, which is behind this
-// mark.
+// The parser tells where a node's name or text begins, which is behind this mark.
 std::size_t LengthOfMark(pugi::xml_node_type type) {
     switch (type) {
         case pugi::node_element:
@@ -108,52 +120,46 @@ std::size_t OffsetOf(pugi::xml_node node) {
     return offset - std::min(offset, LengthOfMark(node.type()));
 }
 
-// Reads a number as the library does: as a stream of the classic locale would.
+// What the library does to a number on its way in; empty if it takes it as it is.
 template <typename T>
-std::string CHECKER::NumberFinding(std::string const& text) {
-    T number{};
-    m_stream.clear();
-    m_stream.str(text);
-    bool const read = static_cast<bool>(m_stream >> number);
-    if (!read && number == 0) return "is not a number and is read as 0";
-    if (!read) return "is out of range and is cut to " + PlainText(number);
-    if (!m_stream.eof() && m_stream.peek() != std::istringstream::traits_type::eof()) {
-        return "is read only up to " + Excerpt(text.substr(static_cast<std::size_t>(m_stream.tellg())));
+std::string NumberFinding(std::string const& text) {
+    using TICKET_FORMAT::ODDITY;
+    ODDITIES oddities;
+    VALUE const number = ParseNumber<T>(text, &oddities);
+    if (oddities.All().empty()) return {};
+    auto const& told = oddities.All().front();
+    switch (told.oddity) {
+        case ODDITY::NOT_A_NUMBER:
+            return "is not a number and is read as 0";
+        case ODDITY::OUT_OF_RANGE:
+            return "is out of range and is cut to " + PlainText(number);
+        case ODDITY::NEGATIVE_WRAPS:
+            return "is negative and is read as " + PlainText(number);
+        default:
+            return "is read only up to " + Excerpt(text.substr(told.offset));
     }
-    if (std::is_unsigned_v<T> && text.front() == '-') return "is negative and is read as " + PlainText(number);
-    return {};
 }
 
 void CHECKER::Say(pugi::xml_node node, std::string message) {
     m_findings.push_back({OffsetOf(node), std::move(message)});
 }
 
-void CHECKER::Say(LOSS const& loss) {
-    auto const leaf = m_leaves.find(loss.key);
-    m_findings.push_back(
-        {leaf == m_leaves.end() ? 0 : OffsetOf(leaf->second), "key " + Quoted(loss.key) + " " + loss.what});
-}
-
-// Walks both documents without recursion: a file may nest a million deep.
-void CHECKER::Look(pugi::xml_node document, pugi::xml_node raw) {
+// Walks without recursion: a file may nest a million deep.
+void CHECKER::Look(pugi::xml_node document) {
     LookAtTop(document);
     auto node = document.first_child();
-    auto twin = raw.first_child();
     while (node) {
-        LookAt(node, twin);
+        LookAt(node);
         if (node.first_child()) {
             if (!IsLeftOut(node)) m_path.append(node.name()).append(1, '/');
             node = node.first_child();
-            twin = twin.first_child();
             continue;
         }
         while (!node.next_sibling() && node.parent() != document) {
             node = node.parent();
-            twin = twin.parent();
             if (!IsLeftOut(node)) m_path.resize(m_path.size() - std::strlen(node.name()) - 1);
         }
         node = node.next_sibling();
-        twin = twin.next_sibling();
     }
 }
 
@@ -176,7 +182,7 @@ void CHECKER::LookAtTop(pugi::xml_node document) {
     }
 }
 
-void CHECKER::LookAt(pugi::xml_node node, pugi::xml_node raw) {
+void CHECKER::LookAt(pugi::xml_node node) {
     switch (node.type()) {
         case pugi::node_comment:
             return Say(node, "a comment is lost at the next save");
@@ -185,13 +191,13 @@ void CHECKER::LookAt(pugi::xml_node node, pugi::xml_node raw) {
         case pugi::node_doctype:
             return Say(node, "a document type is ignored and lost at the next save");
         case pugi::node_element:
-            return LookAtElement(node, raw);
+            return LookAtElement(node);
         default:
             return;
     }
 }
 
-void CHECKER::LookAtElement(pugi::xml_node element, pugi::xml_node raw) {
+void CHECKER::LookAtElement(pugi::xml_node element) {
     if (!IsTop(element) && IsLeftOut(element) && HasElements(element)) {
         Say(element, "an element named 'ticket' is left out of the keys below it");
     }
@@ -202,7 +208,7 @@ void CHECKER::LookAtElement(pugi::xml_node element, pugi::xml_node raw) {
     }
     LookAtAttributes(element);
     if (std::strcmp(element.first_attribute().name(), "type") == 0) {
-        LookAtLeaf(element, raw);
+        LookAtLeaf(element);
     } else {
         LookAtBranch(element);
     }
@@ -225,11 +231,12 @@ void CHECKER::LookAtBranch(pugi::xml_node element) {
     }
 }
 
-void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
+void CHECKER::LookAtLeaf(pugi::xml_node element) {
     auto const name = Quoted(element.name());
-    std::string const type = element.first_attribute().value();
-    if (!IsTypeInFiles(type)) {
-        Say(element, name + " has the unknown type " + Excerpt(type) + " and stores nothing");
+    auto const type = TypeNamed(element.first_attribute().value());
+    if (type == PARAM_NONE) {
+        std::string const unknown = element.first_attribute().value();
+        Say(element, name + " has the unknown type " + Excerpt(unknown) + " and stores nothing");
         return;
     }
     auto const value = element.first_child();
@@ -248,97 +255,181 @@ void CHECKER::LookAtLeaf(pugi::xml_node element, pugi::xml_node raw) {
     for (auto later = value.next_sibling(); later; later = later.next_sibling()) {
         if (IsMoreThanSpace(later)) Say(later, "only the first piece of text of " + name + " is its value");
     }
-    std::string const text = value.value();
-    LookAtText(element, text, raw.first_child().value());
-    auto const loaded = Normalised(text);
-    if (type == "string" || type == "binstr") {
-        LookAtEscapes(element, type, loaded);
+    LookAtSource(element, value);
+    std::string scratch;
+    std::string const text(NormaliseSpace(value.value(), scratch));
+    if (type == PARAM_STRING || type == PARAM_BINSTR) {
+        LookAtText(element, type, text);
     } else {
-        LookAtNumber(element, type, loaded);
+        LookAtNumber(element, type, text);
     }
 }
 
-// A vector is a row of elements. A key that stands in two places was more
-// likely meant as one value, and a program that asks for one value then finds
-// none.
+// A vector is a row of elements. A key that stands in two places was more likely meant as one value, and a program that
+// asks for one value then finds none.
 void CHECKER::LookAtKey(pugi::xml_node element) {
-    auto const [leaf, isNew] = m_leaves.try_emplace(m_path + element.name(), element);
+    auto const key = m_path + element.name();
+    if (m_ofKeys.count(key) != 0) m_places[key] = OffsetOf(element);
+    if (!m_ticket.Has(key, 1)) return;
+    auto const [leaf, isNew] = m_vectors.try_emplace(key, element);
     if (isNew) return;
     if (PreviousElement(element) != leaf->second) {
-        Say(element, "key " + Quoted(leaf->first) + " stands here again, so it holds a vector and no single value");
+        Say(element, "key " + Quoted(key) + " stands here again, so it holds a vector and no single value");
     }
     leaf->second = element;
 }
 
-void CHECKER::LookAtText(pugi::xml_node element, std::string const& text, std::string const& rawText) {
+// What becomes of the text in the file before it is taken for a value.
+void CHECKER::LookAtSource(pugi::xml_node element, pugi::xml_node value) {
     auto const name = Quoted(element.name());
-    if (text != rawText) {
-        Say(element, name + " holds entities or line ends that are decoded: " + Excerpt(rawText));
+    std::string const text = value.value();
+    auto const begin = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, value.offset_debug()));
+    if (value.type() == pugi::node_pcdata && begin < m_text.size()) {
+        auto const source = m_text.substr(begin, m_text.find_first_of(std::string_view("<\0", 2), begin) - begin);
+        if (source != text) Say(element, name + " holds entities or line ends that are decoded: " + Excerpt(source));
     }
-    // Around the text of an element that holds others too, space is layout.
-    if ((HasElements(element) ? Trimmed(text) : text) != Normalised(text)) {
+    ODDITIES oddities;
+    std::string scratch;
+    NormaliseSpace(text, scratch, &oddities);
+    for (auto const& told : oddities.All()) {
+        // Around the text of an element that holds others too, space is layout.
+        bool const isAtAnEnd = told.offset == 0 || told.offset + told.length == text.size();
+        if (isAtAnEnd && HasElements(element)) continue;
         Say(element, "white space of " + name + " changes: trimmed at the ends, inner runs become one space");
+        break;
     }
 }
 
-void CHECKER::LookAtNumber(pugi::xml_node element, std::string_view type, std::string const& text) {
-    if (type == "double" && text == "1.#QNAN") return;
+void CHECKER::LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string const& text) {
     std::string finding;
-    if (type == "int") finding = NumberFinding<int32_t>(text);
-    if (type == "int64") finding = NumberFinding<int64_t>(text);
-    if (type == "uint64") finding = NumberFinding<uint64_t>(text);
-    if (type == "double") finding = NumberFinding<double>(text);
+    if (type == PARAM_INT) finding = NumberFinding<int32_t>(text);
+    if (type == PARAM_INT64) finding = NumberFinding<int64_t>(text);
+    if (type == PARAM_UINT64) finding = NumberFinding<uint64_t>(text);
+    if (type == PARAM_DOUBLE) finding = NumberFinding<double>(text);
     if (!finding.empty()) Say(element, Quoted(element.name()) + ": " + Excerpt(text) + " " + finding);
 }
 
-void CHECKER::LookAtEscapes(pugi::xml_node element, std::string_view type, std::string const& text) {
+void CHECKER::LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string const& text) {
     auto const name = Quoted(element.name());
-    if (text == "\\") return;  // the empty text
-    auto const isDigit = [](char c) { return std::string_view("0123456789ABCDEF").find(c) != std::string_view::npos; };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\') continue;
-        char const next = i + 1 < text.size() ? text[i + 1] : '\0';
-        std::size_t const length = next == 'x' ? 4 : 2;
-        if (i + length > text.size()) {
+    ODDITIES oddities;
+    std::string decoded;
+    DecodeTo(decoded, text, &oddities);
+    for (auto const& told : oddities.All()) {
+        if (told.oddity == TICKET_FORMAT::ODDITY::UNFINISHED_ESCAPE) {
             Say(element, name + " ends in an unfinished escape, which is dropped");
-            return;
-        }
-        bool const known = next == 'x' ? isDigit(text[i + 2]) && isDigit(text[i + 3])
-                                       : std::string_view("\\nrt").find(next) != std::string_view::npos;
-        auto const escape = text.substr(i, length);
-        if (!known) {
+        } else {
+            auto const escape = text.substr(told.offset, told.length);
             Say(element, name + ": " + Quoted(escape) + " is not an escape and stays as it is");
-        } else if (type == "string" && escape == "\\x00") {
-            Say(element, name + ": a string ends at its first NUL byte; the rest is lost");
-            return;
         }
-        if (known) i += length - 1;
+    }
+    if (type == PARAM_STRING && decoded.find('\0') != std::string::npos) {
+        Say(element, name + ": a string ends at its first NUL byte; the rest is lost");
     }
 }
 
 std::vector<FINDING> CHECKER::TakeFindings() {
+    for (auto const& [key, message] : m_ofKeys) {
+        auto const place = m_places.find(key);
+        m_findings.push_back({place == m_places.end() ? 0 : place->second, message});
+    }
     std::stable_sort(m_findings.begin(), m_findings.end(),
                      [](FINDING const& a, FINDING const& b) { return a.offset < b.offset; });
     return std::move(m_findings);
 }
 
+// What a program makes of each value.
+class MEANING {
+ public:
+    MEANING(TICKET const& ticket, SCHEMA const& schema) : m_ticket(ticket), m_schema(schema) {}
+
+    // Looks at all keys; returns whether each of them is promised to come back from other files too.
+    bool Look() {
+        auto const* const table = m_ticket.Table();
+        table->WalkParameter(table->pTicket, Take, this, "", WALK_EVERYTHING);
+        for (auto const& known : m_schema.Keys()) LookAt(known);
+        return m_arePromised;
+    }
+    KEY_FINDINGS& Findings() { return m_findings; }
+
+ private:
+    static bool Take(void* context, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+        auto& self = *static_cast<MEANING*>(context);
+        std::string_view const name = key;
+        if (std::any_of(name.begin(), name.end(), IsControlByte)) self.m_arePromised = false;
+        if (type == PARAM_STRING) self.LookAtPath(key, static_cast<char const*>(value));
+        self.LookAtName(key);
+        return true;
+    }
+
+    // A path with single backslashes, as a hand writes it.
+    void LookAtPath(char const* key, std::string_view text) {
+        bool const hasDrive = text.size() > 2 && std::isalpha(static_cast<unsigned char>(text[0])) != 0 &&
+                              text[1] == ':' && std::string_view("\\\t\n\r").find(text[2]) != std::string_view::npos;
+        auto const control = text.find_first_of("\t\n\r");
+        if (!hasDrive || control == std::string_view::npos) return;
+        auto const* const escape = text[control] == '\t' ? "\\t" : text[control] == '\n' ? "\\n" : "\\r";
+        Say(key, std::string("looks like a path and holds the sequence ") + escape +
+                     ", which stands for a control character; a file spells a backslash as two");
+    }
+
+    void LookAtName(std::string const& key) {
+        if (key == m_lastKey) return;
+        m_lastKey = key;
+        auto const* const meant = m_schema.Meant(key);
+        if (meant == nullptr || m_ticket.Has(meant->key)) return;
+        Say(key, "is no known key; did you mean " + Quoted(meant->key) + "?");
+    }
+
+    void LookAt(KNOWN_KEY const& known) {
+        auto const stored = m_ticket.Read(known.key);
+        if (!stored || known.isVector) return;
+        std::optional<VALUE> value;
+        for (auto const type : known.types) {
+            if (!value) value = m_ticket.Get(known.key, type, SCALAR_INDEX);
+        }
+        if (!value) {
+            auto const* const found = stored->size() > 1 ? "vector" : TypeName(stored->front());
+            auto const fallback = known.fallback ? "get the fallback " + OneLine(*known.fallback) : "cannot read it";
+            Say(known.key, std::string("is of type ") + found + "; programs read " + TypeName(known.types.front()) +
+                               " and " + fallback);
+            return;
+        }
+        auto const objection = Objection(known, *value);
+        if (!objection.empty()) Say(known.key, Excerpt(*value) + " " + objection);
+    }
+
+    void Say(std::string const& key, std::string const& what) {
+        m_findings.emplace(key, "key " + Quoted(key) + " " + what);
+    }
+
+    TICKET const& m_ticket;
+    SCHEMA const& m_schema;
+    KEY_FINDINGS m_findings;
+    std::string m_lastKey;
+    bool m_arePromised = true;
+};
+
 // Returns whether nothing was found.
-bool CheckOne(std::string const& file) {
-    auto const text = ReadTicketText(file);
-    TICKET const loads(file);  // throws where it does not
-    // As the library parses it, but with the text outside the top-level element
-    // too.
-    constexpr unsigned int decoded = PARSE_AS_LIBRARY | pugi::parse_fragment;
-    constexpr unsigned int undecoded = decoded & ~static_cast<unsigned int>(pugi::parse_escapes | pugi::parse_eol);
-    auto const document = ParseTicketText(file, text, decoded);
-    auto const raw = ParseTicketText(file, text, undecoded);
-    CHECKER checker;
-    checker.Look(*document, *raw);
-    for (auto const& loss : LossesOfASave(loads, file)) checker.Say(loss);
+bool CheckOne(std::string const& name, ARGUMENTS const& arguments) {
+    INPUT const input(name);
+    TICKET const ticket(input);  // throws where nothing loads
+    auto const text = ReadTicketText(input.Path());
+    SCHEMA const schema(arguments, name);
+    MEANING meaning(ticket, schema);
+    bool const arePromised = meaning.Look();
+    // What a save would write again byte by byte holds nothing odd.
+    if (arePromised && meaning.Findings().empty() && IsAsSaved(ticket, text)) return true;
+    for (auto const& loss : LossesOfASave(ticket, input.Path())) {
+        meaning.Findings().emplace(loss.key, "key " + Quoted(loss.key) + " " + loss.what);
+    }
+    // The text outside the top-level element counts too.
+    auto const parsed = ParseTicketText(input.Name(), text, PARSE_OPTIONS | pugi::parse_fragment);
+    CHECKER checker(text, ticket, meaning.Findings());
+    checker.Look(parsed->Document());
     auto findings = checker.TakeFindings();
     auto const end = text.find('\0');
     if (end != std::string::npos) findings.push_back({end, "a NUL byte ends the file; the rest is lost"});
-    PLACES places(file, text);
+    PLACES places(input.Name(), text);
     for (auto const& finding : findings) {
         std::cout << COLOURED{Printable(places.Of(finding.offset)), COLOUR::YELLOW} << Printable(finding.message)
                   << '\n';
@@ -354,7 +445,7 @@ int Check(ARGUMENTS const& arguments) {
     for (auto const& file : arguments.All("FILE")) {
         // The next files are looked at all the same.
         try {
-            if (!CheckOne(file)) clean = false;
+            if (!CheckOne(file, arguments)) clean = false;
         } catch (UNLOADABLE_FILE const& failure) {
             std::cout << COLOURED{Printable(failure.what()), COLOUR::RED} << '\n';
             clean = false;
@@ -364,5 +455,5 @@ int Check(ARGUMENTS const& arguments) {
         }
     }
     if (failed) return FAILED;
-    return clean ? DONE : FOUND_SOMETHING;
+    return clean ? SUCCESS : FOUND_SOMETHING;
 }

@@ -1,5 +1,4 @@
-// Builds the parser from the table, and tells in plain words what it does not
-// accept.
+// Builds the parser from the table, and tells in plain words what it does not accept.
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
@@ -17,9 +16,8 @@ namespace {
 
 constexpr OPTION HELP = {"--help", ARGUMENT_KIND::FLAG, "", "Show this help"};
 
-// The parser takes some arguments for signs of its own: "++" ends a command,
-// "[a,b]" is a list, "-.5" an option. A mark in front keeps them as they are
-// until the parser has passed them on.
+// The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list, "-.5" an option. A mark
+// in front keeps them as they are until the parser has passed them on.
 constexpr char MARK = '\x01';
 
 std::string Marked(std::string const& word) {
@@ -119,8 +117,7 @@ ARGUMENTS Parse(COMMAND const& command, std::vector<std::string> const& words) {
     PARSED_WORDS parsed;
     for (auto const& option : OptionsOf(command)) parsed.Add(option, app);
     app.add_option("WORDS", parsed.positionals)->transform(Unmarked);
-    // An optional value follows "=" only; otherwise the next argument would be
-    // taken for it.
+    // An optional value follows "=" only; otherwise the next argument would be taken for it.
     auto const complete = [&](std::string const& word) {
         auto const hasOptional = [&](OPTION const& option) { return word == option.name && IsOptional(option); };
         bool const isBare = std::any_of(command.options.begin(), command.options.end(), hasOptional);
@@ -155,8 +152,7 @@ std::string Spelling(POSITIONAL const& positional) {
 
 using ROWS = std::vector<std::pair<std::string, std::string>>;
 
-// Text in lines that fit a terminal; the first one goes on behind `begin`, the
-// others are indented as far.
+// Text in lines that fit a terminal; the first one goes on behind `begin`, the others are indented as far.
 std::string Wrapped(std::string begin, std::string const& text) {
     constexpr std::size_t WIDTH = 100;
     auto const indent = begin.size();

@@ -1,6 +1,5 @@
-// The command line as data: what a command is, and what a user said. Help,
-// completion and man page are made of the same table as the parser, so that
-// they cannot differ.
+// The command line as data: what a command is, and what a user said. Help, completion and man page are made of the same
+// table as the parser, so that they cannot differ.
 #pragma once
 
 #include <map>
@@ -9,9 +8,8 @@
 #include <string_view>
 #include <vector>
 
-// What an argument holds: decides how it is checked and what a shell offers for
-// it. WORDS are alternatives with "|" between them; KNOWN_KEY is a key of the
-// file or of the schema.
+// What an argument holds: decides how it is checked and what a shell offers for it. WORDS are alternatives with "|"
+// between them; KNOWN_KEY is a key of the file or of the schema.
 enum class ARGUMENT_KIND { FLAG, TEXT, INDEX, TYPE, WORDS, FILE_NAME, KEY, KNOWN_KEY, COMMAND };
 
 struct OPTION {
@@ -36,8 +34,7 @@ struct POSITIONAL {
 class ARGUMENTS {
  public:
     bool Has(std::string_view name) const { return m_values.count(name) != 0; }
-    // The value of an option or positional that was given, or would be fine
-    // without.
+    // The value of an option or positional that was given, or would be fine without.
     std::optional<std::string> Find(std::string_view name) const;
     // Of one that the table requires; empty if it was not given.
     std::string Text(std::string_view name) const { return Find(name).value_or(std::string()); }
@@ -73,8 +70,7 @@ COMMAND const* FindCommand(std::vector<COMMAND> const& commands, std::string con
 
 // "--type TYPE", "--color=auto|always|never", "--backup[=SUFFIX]"
 std::string Spelling(OPTION const& option);
-// The words that an option or positional of kind WORDS or TYPE takes; empty for
-// any other.
+// The words that an option or positional of kind WORDS or TYPE takes; empty for any other.
 std::vector<std::string> WordsOf(ARGUMENT_KIND kind, std::string_view alternatives);
 
 // "ticket set [OPTION...] FILE KEY [VALUE]"
@@ -83,6 +79,5 @@ std::string UsageOf(COMMAND const& command);
 std::string HelpOf(COMMAND const& command);
 std::string HelpOf(std::vector<COMMAND> const& commands);
 
-// Reads a command line and runs the command; an exit code. Throws FAILURE for
-// wrong usage, and what the command throws.
+// Reads a command line and runs the command; an exit code. Throws FAILURE for wrong usage, and what the command throws.
 int RunCommandLine(std::vector<COMMAND> const& commands, std::vector<std::string> const& words);

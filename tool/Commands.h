@@ -1,5 +1,5 @@
-// The tool's commands. Each takes what the command line said and returns an
-// exit code. What goes wrong is thrown as FAILURE.
+// The tool's commands. Each takes what the command line said and returns an exit code. What goes wrong is thrown as
+// FAILURE.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 #include "CommandLine.h"
 
-constexpr int DONE = 0;
+constexpr int SUCCESS = 0;
 constexpr int FOUND_SOMETHING = 1;  // diff, check, recover; and what get and others did not find
 constexpr int FAILED = 2;
 

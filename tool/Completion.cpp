@@ -1,5 +1,4 @@
-// Completion scripts for shells. What differs between commands comes from their
-// table; how a shell works is text.
+// Completion scripts for shells. What differs between commands comes from their table; how a shell works is text.
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -347,5 +346,5 @@ int Completion(ARGUMENTS const& arguments) {
     if (shell == "bash") PrintBash();
     if (shell == "fish") PrintFish();
     if (shell == "zsh") PrintZsh();
-    return DONE;
+    return SUCCESS;
 }

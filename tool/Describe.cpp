@@ -49,7 +49,7 @@ int Describe(ARGUMENTS const& arguments) {
     auto const key = arguments.Find("KEY");
     if (!key) {
         for (auto const& known : schema.Keys()) std::cout << Printable(known.key) << '\t' << TypesOf(known) << '\n';
-        return DONE;
+        return SUCCESS;
     }
     auto const* const known = schema.Find(*key);
     if (known == nullptr) {
@@ -59,5 +59,5 @@ int Describe(ARGUMENTS const& arguments) {
     }
     Print(*known);
     PrintStored(arguments, *key, listing);
-    return DONE;
+    return SUCCESS;
 }

@@ -34,9 +34,8 @@ constexpr char const* INTRODUCTION =
     "# Types: int, unsigned, int64, uint64, double, string (in quotes), binstr "
     "(in hexadecimal).\n";
 
-// A directory for the text, which an editor can open by name only. The lock on
-// it goes with the process, so that a later command knows what a killed one has
-// left.
+// A directory for the text, which an editor can open by name only. The lock on it goes with the process, so that a
+// later command knows what a killed one has left.
 class PRIVATE_DIRECTORY {
  public:
     PRIVATE_DIRECTORY() {
@@ -178,8 +177,8 @@ int Edit(ARGUMENTS const& arguments) {
         std::equal(before.begin(), before.end(), after.begin(), [](auto const& a, auto const& b) {
             return a.first == b.first && SameParameter(a.second, b.second);
         })) {
-        return DONE;
+        return SUCCESS;
     }
     Rewrite(file, arguments, [&](TICKET& ticket) { Apply(before, after, ticket); });
-    return DONE;
+    return SUCCESS;
 }

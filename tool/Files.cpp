@@ -1,6 +1,5 @@
-// Sees to what a library used by one program need not care about: values that a
-// file cannot hold, other tools at the same time, links, owners, a user who
-// interrupts.
+// Sees to what a library used by one program need not care about: values that a file cannot hold, other tools at the
+// same time, links, owners, a user who interrupts.
 #include "Files.h"
 
 #include <csignal>
@@ -17,8 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Lets signals that would end the tool wait, so that a save leaves no temporary
-// file behind.
+// Lets signals that would end the tool wait, so that a save leaves no temporary file behind.
 class SIGNALS_LATER {
  public:
     SIGNALS_LATER() {
@@ -35,8 +33,7 @@ class SIGNALS_LATER {
     sigset_t m_before;
 };
 
-// The file itself, where the name is a link: a save would put a file in the
-// place of the link.
+// The file itself, where the name is a link: a save would put a file in the place of the link.
 std::string FileBehind(std::string const& path) {
     std::error_code error;
     if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
@@ -45,8 +42,7 @@ std::string FileBehind(std::string const& path) {
     return file;
 }
 
-// A second name for the old file, which a save leaves as it is. An earlier
-// backup goes.
+// A second name for the old file, which a save leaves as it is. An earlier backup goes.
 void KeepBackup(std::string const& file, std::string const& suffix) {
     if (suffix.find('/') != std::string::npos) throw FAILURE("--backup: a suffix holds no /");
     auto const backup = file + suffix;

@@ -1,5 +1,4 @@
-// Help, and what the manual page says of the commands: all from the table of
-// the commands.
+// Help, and what the manual page says of the commands: all from the table of the commands.
 #include <algorithm>
 #include <iostream>
 #include <string_view>
@@ -45,19 +44,19 @@ int Help(ARGUMENTS const& arguments) {
     auto const name = arguments.Find("COMMAND");
     if (!name) {
         std::cout << HelpOf(Commands());
-        return DONE;
+        return SUCCESS;
     }
     auto const* const command = FindCommand(Commands(), *name);
     if (command == nullptr) throw FAILURE("no command " + Quoted(*name) + "; see ticket --help");
     std::cout << HelpOf(*command);
-    return DONE;
+    return SUCCESS;
 }
 
 int ManPage(ARGUMENTS const& /*arguments*/) {
     for (auto const& command : Commands()) {
         if (!command.isHidden) PrintManEntry(command);
     }
-    return DONE;
+    return SUCCESS;
 }
 
 int KnownKeys(ARGUMENTS const& arguments) {
@@ -76,5 +75,5 @@ int KnownKeys(ARGUMENTS const& arguments) {
     for (auto const& key : keys) {
         if (key.compare(0, prefix.size(), prefix) == 0) std::cout << key << '\n';
     }
-    return DONE;
+    return SUCCESS;
 }

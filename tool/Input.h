@@ -6,8 +6,7 @@
 
 #include "MemoryFile.h"
 
-// The library loads regular files only; what comes through a pipe is read into
-// memory first.
+// The library loads regular files only; what comes through a pipe is read into memory first.
 class INPUT {
  public:
     // "-" is standard input. Throws FAILURE for what cannot be read.

@@ -14,8 +14,7 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-// Puts a text under `name`, or its bytes under `hexName` when JSON cannot hold
-// it.
+// Puts a text under `name`, or its bytes under `hexName` when JSON cannot hold it.
 void PutText(JSON& object, char const* name, char const* hexName, std::string const& text) {
     if (IsUtf8(text)) {
         object[name] = text;
@@ -67,8 +66,7 @@ PARAMETER TakeParameter(JSON const& object) {
     return parameter;
 }
 
-// Keeps a parser from taking the last of several members of one name, as it
-// would without a word.
+// Keeps a parser from taking the last of several members of one name, as it would without a word.
 class MEMBERS {
  public:
     // Called for each event of the parser.

@@ -1,11 +1,9 @@
 // Tickets as JSON that brings every type and vector back exactly.
 //
-// An array of objects in key order: {"key": "Log/Level", "type": "int",
-// "value": 3}, or for a vector
-// {"key": ..., "vector": [{"type": ..., "value": ...}, ...]}. Bytes stand as
-// "hex" instead of "value", and so do texts that are not UTF-8; keys that are
-// not as "keyHex". A double that is not a number is the text "nan". A hidden
-// value is "redacted": true, which FromJson refuses.
+// An array of objects in key order: {"key": "Log/Level", "type": "int", "value": 3}, or for a vector {"key": ...,
+// "vector": [{"type": ..., "value": ...}, ...]}. Bytes stand as "hex" instead of "value", and so do texts that are not
+// UTF-8; keys that are not as "keyHex". A double that is not a number is the text "nan". A hidden value is "redacted":
+// true, which FromJson refuses.
 #pragma once
 
 #include <iosfwd>
@@ -30,8 +28,8 @@ class JSON_ARRAY {
 // Throws FAILURE for text that is not JSON of this shape.
 PARAMETERS FromJson(std::string const& text);
 
-// Reads any JSON document. `source` begins the message of the FAILURE that is
-// thrown for text that is none, or has an object with two members of one name.
+// Reads any JSON document. `source` begins the message of the FAILURE that is thrown for text that is none, or has an
+// object with two members of one name.
 nlohmann::ordered_json ParseJson(std::string const& text, std::string const& source);
 
 // What the JSON library says, without the number that its messages begin with.
@@ -40,6 +38,5 @@ std::string JsonReason(std::string const& what);
 // Puts a value into an object, as "value" or "hex".
 void PutJsonValue(nlohmann::ordered_json& object, VALUE const& value);
 
-// The text of a document: indented, with a final line end, harmless to a
-// terminal.
+// The text of a document: indented, with a final line end, harmless to a terminal.
 std::string JsonText(nlohmann::ordered_json const& json);

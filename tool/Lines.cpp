@@ -6,8 +6,7 @@
 
 namespace {
 
-// The inverse of Printable with a backslash before each character of "\"" and
-// "\\".
+// The inverse of Printable with a backslash before each character of "\"" and "\\".
 std::string Unescaped(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {

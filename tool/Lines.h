@@ -1,6 +1,5 @@
-// Parameters as lines that a person edits: key, type and value with a TAB
-// between them. The elements of a vector stand in lines of the same key. "#"
-// begins a comment.
+// Parameters as lines that a person edits: key, type and value with a TAB between them. The elements of a vector stand
+// in lines of the same key. "#" begins a comment.
 #pragma once
 
 #include <string>

@@ -16,8 +16,7 @@ class LISTING {
  public:
     LISTING(ARGUMENTS const& arguments, std::string const& file);
 
-    // Whether the value of a key is hidden: that of a password, on a terminal or
-    // where it is asked for.
+    // Whether the value of a key is hidden: that of a password, on a terminal or where it is asked for.
     bool Hides(std::string const& key) const;
     // One line for each value.
     void Print(std::string const& key, PARAMETER const& parameter, char const* mark = "",
@@ -26,8 +25,7 @@ class LISTING {
     // What ends each line or record.
     char End() const { return m_end; }
 
-    // Prints what was removed, added and changed; returns whether anything was.
-    // Null stands for an empty ticket.
+    // Prints what was removed, added and changed; returns whether anything was. Null stands for an empty ticket.
     bool PrintDifferences(TICKET const* before, TICKET const* after,
                           std::vector<std::string> const& selectors = {}) const;
 

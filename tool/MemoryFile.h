@@ -1,5 +1,4 @@
-// A file in memory only, for copies of settings: it is gone with the process,
-// however that ends.
+// A file in memory only, for copies of settings: it is gone with the process, however that ends.
 #pragma once
 
 #include <string>

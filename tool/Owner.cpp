@@ -1,5 +1,4 @@
-// Everything is done on descriptors: a name may lead elsewhere by the time it
-// is used.
+// Everything is done on descriptors: a name may lead elsewhere by the time it is used.
 #include "Owner.h"
 
 #include <fcntl.h>
@@ -70,8 +69,7 @@ OWNER::~OWNER() {
     if (m_file >= 0) close(m_file);
 }
 
-// Whether anybody may have put the file here, for someone else to write secrets
-// into it.
+// Whether anybody may have put the file here, for someone else to write secrets into it.
 bool OWNER::IsPlanted() const {
     if (m_before.st_uid == 0 || m_before.st_uid == geteuid()) return false;
     auto const directory = std::filesystem::path(m_path).parent_path();
@@ -113,13 +111,11 @@ void OWNER::Restore(MEMORY_FILE const& saved) const {
     close(file);
 }
 
-// The owner first: to change it clears bits of the mode, and rights are only
-// ever added when the file is the owner's.
+// The owner first: to change it clears bits of the mode, and rights are only ever added when the file is the owner's.
 void OWNER::GiveBack(int file) const {
     bool restored = fchown(file, m_before.st_uid, m_before.st_gid) == 0;
     restored = restored && fchmod(file, m_before.st_mode & 07700) == 0;
-    // The group's bits of a file with an access control list are the list's mask:
-    // without the list they say nothing.
+    // The group's bits of a file with an access control list are the list's mask: without the list they say nothing.
     bool const isComplete = restored && CopyAttributes(m_file, file);
     restored = restored && fchmod(file, m_before.st_mode & (isComplete ? 07777 : 07707)) == 0;
     if (!restored) {

@@ -1,5 +1,4 @@
-// Whose a file is, across a save, which makes a new file that belongs to
-// whoever runs the tool.
+// Whose a file is, across a save, which makes a new file that belongs to whoever runs the tool.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,9 +7,8 @@
 
 #include "MemoryFile.h"
 
-// Made before a save, it knows owner, group, permissions and extended
-// attributes of the file, if there is one. An administrator must not take a
-// program's settings away from it.
+// Made before a save, it knows owner, group, permissions and extended attributes of the file, if there is one. An
+// administrator must not take a program's settings away from it.
 class OWNER {
  public:
     explicit OWNER(std::string const& path);
@@ -18,13 +16,11 @@ class OWNER {
     OWNER(OWNER const&) = delete;
     OWNER& operator=(OWNER const&) = delete;
 
-    // Throws FAILURE when the new file would not be the owner's, or should not
-    // be. `force` allows it.
+    // Throws FAILURE when the new file would not be the owner's, or should not be. `force` allows it.
     void CheckForSave(bool force) const;
 
-    // Gives the file that was saved back to the owner. Only root can; for others
-    // it does nothing. `saved` is what was written: a file that somebody has put
-    // in its place meanwhile is not given away. Throws FAILURE when that failed.
+    // Gives the file that was saved back to the owner. Only root can; for others it does nothing. `saved` is what was
+    // written: a file that somebody has put in its place meanwhile is not given away. Throws FAILURE when that failed.
     void Restore(MEMORY_FILE const& saved) const;
 
  private:

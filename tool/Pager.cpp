@@ -39,8 +39,7 @@ PAGER::PAGER() {
     }
     close(ends[0]);
     m_input = ends[1];
-    // Both mean the pager: who leaves it has seen enough, and an interrupt ends
-    // its search.
+    // Both mean the pager: who leaves it has seen enough, and an interrupt ends its search.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, SIG_IGN);
 }

@@ -18,7 +18,7 @@ int PrintJson(TICKET const& ticket, LISTING const& listing, std::vector<std::str
         if (auto const parameter = ticket.Read(key)) array.Add(key, *parameter, listing.Hides(key));
     }
     array.Finish();
-    return DONE;
+    return SUCCESS;
 }
 
 void PrintPlain(VALUE const& value, bool hex, char end) {
@@ -32,8 +32,9 @@ void PrintPlain(VALUE const& value, bool hex, char end) {
 }
 
 std::string Meant(TICKET const& ticket, LISTING const& listing, std::string const& key) {
-    auto const keys = ticket.Keys();
-    if (auto const* const closest = Closest(key, keys)) return "; did you mean " + Quoted(*closest) + "?";
+    std::vector<NAME> names;
+    for (auto const& name : ticket.Keys()) names.emplace_back(name);
+    if (auto const* const closest = Closest(key, names)) return "; did you mean " + Quoted(closest->text) + "?";
     auto const* const known = listing.Known().Meant(key);
     return known == nullptr ? "" : "; did you mean " + Quoted(known->key) + "?";
 }
@@ -92,7 +93,7 @@ int List(ARGUMENTS const& arguments) {
             listing.Print(key, *parameter);
         }
     }
-    return DONE;
+    return SUCCESS;
 }
 
 int Get(ARGUMENTS const& arguments) {
@@ -106,7 +107,7 @@ int Get(ARGUMENTS const& arguments) {
     bool const isMissing = index.value_or(0) >= count;
     if (isMissing && arguments.Has("--default")) {
         std::cout << arguments.Text("--default") << listing.End();
-        return DONE;
+        return SUCCESS;
     }
     if (!parameter) throw MISSING_KEY(input.Name() + ": no key " + Quoted(key) + Meant(ticket, listing, key));
     if (isMissing) throw MISSING_KEY(input.Name() + ": " + Quoted(key) + " has no element " + std::to_string(*index));
@@ -121,7 +122,7 @@ int Get(ARGUMENTS const& arguments) {
             PrintPlain(*value, arguments.Has("--hex"), listing.End());
         }
     }
-    return DONE;
+    return SUCCESS;
 }
 
 int Find(ARGUMENTS const& arguments) {
@@ -142,7 +143,7 @@ int Find(ARGUMENTS const& arguments) {
             listing.Print(key, *parameter);
         }
     }
-    return found ? DONE : FOUND_SOMETHING;
+    return found ? SUCCESS : FOUND_SOMETHING;
 }
 
 int Diff(ARGUMENTS const& arguments) {
@@ -158,7 +159,7 @@ int Diff(ARGUMENTS const& arguments) {
             std::cout << "--- " << Printable(first.Name()) << "\n+++ " << Printable(input.Name()) << '\n';
         if (listing.PrintDifferences(&before, &after)) differs = true;
     }
-    return differs ? FOUND_SOMETHING : DONE;
+    return differs ? FOUND_SOMETHING : SUCCESS;
 }
 
 int Export(ARGUMENTS const& arguments) {

@@ -1,5 +1,4 @@
-// `ticket recover`: the values of a file up to the place where it does not
-// parse.
+// `ticket recover`: the values of a file up to the place where it does not parse.
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -15,8 +14,7 @@
 
 namespace {
 
-// The name in a start tag, without its brackets. It may be one that is none in
-// XML, such as "HP 4000".
+// The name in a start tag, without its brackets. It may be one that is none in XML, such as "HP 4000".
 std::string_view NameIn(std::string_view tag) {
     auto end = tag.find(" type=\"");
     if (end == std::string_view::npos && tag.find("=\"") != std::string_view::npos) end = tag.find_first_of(" \t\r\n");
@@ -72,8 +70,8 @@ bool Parses(std::string const& file, std::string const& text, std::size_t& end) 
     }
 }
 
-// Tells the lines with values behind `begin`, without the values, which may be
-// passwords. Returns whether there are any.
+// Tells the lines with values behind `begin`, without the values, which may be passwords. Returns whether there are
+// any.
 bool TellWhatIsLost(std::string const& file, std::string_view text, std::size_t begin) {
     bool lost = false;
     PLACES places(file, text);
@@ -123,5 +121,5 @@ int Recover(ARGUMENTS const& arguments) {
         }
         Rewrite(*target, arguments, [&](TICKET& into) { into.Merge(ticket, {}, false); });
     }
-    return TellWhatIsLost(file, text, beginning.size) ? FOUND_SOMETHING : DONE;
+    return TellWhatIsLost(file, text, beginning.size) ? FOUND_SOMETHING : SUCCESS;
 }

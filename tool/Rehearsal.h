@@ -2,24 +2,23 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "MemoryFile.h"
 #include "TicketFile.h"
 
-// A key that differs after a ticket was saved and loaded again, with what
-// becomes of it.
+// A key that differs after a ticket was saved and loaded again, with what becomes of it.
 struct LOSS {
     std::string key;
     std::string what;
     bool preventsSave = false;
 };
 
-// What a save of this ticket to `path` would write: the whole file. False for
-// what the library refuses to save.
-bool WriteTo(MEMORY_FILE& file, TICKET const& ticket);
+// Whether a save of this ticket would write exactly this text.
+bool IsAsSaved(TICKET const& ticket, std::string_view text);
 
-// What would differ after a save to `path`; `file` receives what would be
-// written. Throws FAILURE for a ticket whose file could not be loaded at all.
+// What would differ after a save to `path`; `file` receives what would be written. Throws FAILURE for a ticket whose
+// file could not be loaded at all.
 std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path, MEMORY_FILE& file);
 std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path);

@@ -2,6 +2,8 @@
 #include "Schema.h"
 
 #include <algorithm>
+#include <bitset>
+#include <cstdint>
 #include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -15,8 +17,7 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-// Values without a meaning for the settings service: what its getters turn into
-// something else.
+// Values without a meaning for the settings service: what its getters turn into something else.
 struct LIMIT {
     char const* key;
     double minimum;
@@ -69,8 +70,7 @@ KNOWN_KEY Known(JSON const& object) {
     return known;
 }
 
-// The steps that turn one text into another: a letter added, removed, changed,
-// or swapped with the next.
+// The steps that turn one text into another: a letter added, removed, changed, or swapped with the next.
 std::size_t Distance(std::string const& a, std::string const& b) {
     std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
     for (std::size_t i = 0; i <= a.size(); ++i) {
@@ -86,6 +86,13 @@ std::size_t Distance(std::string const& a, std::string const& b) {
         }
     }
     return steps[a.size()][b.size()];
+}
+
+// Which letters a text holds, whatever their case, and which other bytes, by their last bits.
+std::uint64_t Letters(std::string const& text) {
+    std::uint64_t letters = 0;
+    for (unsigned char const c : text) letters |= std::uint64_t{1} << ((c | 0x20) & 0x3F);
+    return letters;
 }
 
 std::string Lower(std::string text) {
@@ -129,6 +136,7 @@ SCHEMA::SCHEMA(ARGUMENTS const& arguments, std::string const& file) {
     } else if (!file.empty() && std::filesystem::is_regular_file(beside, ignored)) {
         AddFile(beside);
     }
+    for (auto const& known : m_keys) m_names.emplace_back(known.key);
 }
 
 void SCHEMA::Add(KNOWN_KEY key) {
@@ -185,22 +193,25 @@ bool SCHEMA::IsSecret(std::string const& key) const {
 
 KNOWN_KEY const* SCHEMA::Meant(std::string const& key) const {
     if (Find(key) != nullptr) return nullptr;
-    std::vector<std::string> names;
-    for (auto const& known : m_keys) names.push_back(known.key);
-    auto const* const closest = Closest(key, names);
-    return closest == nullptr ? nullptr : Find(*closest);
+    auto const* const closest = Closest(key, m_names);
+    return closest == nullptr ? nullptr : Find(closest->text);
 }
 
-std::string const* Closest(std::string const& name, std::vector<std::string> const& candidates) {
+NAME::NAME(std::string const& name) : text(name), letters(Letters(name)) {}
+
+NAME const* Closest(std::string const& name, std::vector<NAME> const& candidates) {
     constexpr std::size_t SHORT = 6;  // most short names are close to each other
     constexpr std::size_t MOST = 3;
-    std::string const* closest = nullptr;
+    NAME const* closest = nullptr;
     std::size_t least = MOST + 1;
+    auto const letters = Letters(name);
     for (auto const& candidate : candidates) {
-        auto const longer = std::max(name.size(), candidate.size());
-        auto const allowed = candidate.size() < SHORT ? 0 : std::min(MOST, candidate.size() / 4);
-        if (longer - std::min(name.size(), candidate.size()) > allowed) continue;
-        auto const distance = Distance(Lower(name), Lower(candidate));
+        auto const size = candidate.text.size();
+        auto const allowed = size < SHORT ? 0 : std::min(MOST, size / 4);
+        if (std::max(name.size(), size) - std::min(name.size(), size) > allowed) continue;
+        // Each step adds or removes two letters at most.
+        if (std::bitset<64>(letters ^ candidate.letters).count() > 2 * allowed) continue;
+        auto const distance = Distance(Lower(name), Lower(candidate.text));
         if (distance > allowed || distance >= least) continue;
         least = distance;
         closest = &candidate;

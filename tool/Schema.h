@@ -1,7 +1,7 @@
-// What is known of keys: by the table of the settings service, and by a host's
-// schema file.
+// What is known of keys: by the table of the settings service, and by a host's schema file.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,18 +24,23 @@ struct KNOWN_KEY {
     std::string setter;
 };
 
+// A name, and which letters it holds, so that names that are not close are told quickly.
+struct NAME {
+    explicit NAME(std::string const& name);
+    std::string text;
+    std::uint64_t letters;
+};
+
 class SCHEMA {
  public:
-    // Knows the settings, and the keys of the schema file that --schema names or
-    // that lies beside `file`. Throws FAILURE for a schema file that cannot be
-    // read.
+    // Knows the settings, and the keys of the schema file that --schema names or that lies beside `file`. Throws
+    // FAILURE for a schema file that cannot be read.
     SCHEMA(ARGUMENTS const& arguments, std::string const& file);
 
     std::vector<KNOWN_KEY> const& Keys() const { return m_keys; }  // in their order
     KNOWN_KEY const* Find(std::string const& key) const;
     bool IsSecret(std::string const& key) const;
-    // The known key that was probably meant; null for a key that is known, or
-    // like none.
+    // The known key that was probably meant; null for a key that is known, or like none.
     KNOWN_KEY const* Meant(std::string const& key) const;
 
  private:
@@ -44,16 +49,14 @@ class SCHEMA {
     void Add(KNOWN_KEY key);
 
     std::vector<KNOWN_KEY> m_keys;
+    std::vector<NAME> m_names;  // of the keys
 };
 
-// What is wrong with a value of this key, as the end of a sentence; empty if
-// nothing is.
+// What is wrong with a value of this key, as the end of a sentence; empty if nothing is.
 std::string Objection(KNOWN_KEY const& known, VALUE const& value);
 
-// The values that a key takes, in words: "0 to 4", "one of 1, 2"; empty if it
-// takes all of its type.
+// The values that a key takes, in words: "0 to 4", "one of 1, 2"; empty if it takes all of its type.
 std::string Allowed(KNOWN_KEY const& known);
 
-// Of the candidates, the one that a misspelt name probably means; null if none
-// is close.
-std::string const* Closest(std::string const& name, std::vector<std::string> const& candidates);
+// Of the candidates, the one that a misspelt name probably means; null if none is close.
+NAME const* Closest(std::string const& name, std::vector<NAME> const& candidates);

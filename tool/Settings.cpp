@@ -1,5 +1,5 @@
-// `ticket settings`: the settings of the configuration service as a file has
-// them, or what their getters answer instead.
+// `ticket settings`: the settings of the configuration service as a file has them, or what their getters answer
+// instead.
 #include <algorithm>
 #include <array>
 #include <iostream>
@@ -117,5 +117,5 @@ int Settings(ARGUMENTS const& arguments) {
     } else {
         PrintTable(rows);
     }
-    return DONE;
+    return SUCCESS;
 }

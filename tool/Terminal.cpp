@@ -1,5 +1,4 @@
-// Decides once what standard output wants, and keeps the standard streams in
-// order.
+// Decides once what standard output wants, and keeps the standard streams in order.
 #include "Terminal.h"
 
 #include <fcntl.h>
@@ -36,8 +35,8 @@ char const* Sequence(COLOUR colour) {
 
 }  // namespace
 
-// Shows text on a terminal, in a pager once it is longer than the screen.
-// Colours take another way than text, so that no text can bring its own.
+// Shows text on a terminal, in a pager once it is longer than the screen. Colours take another way than text, so that
+// no text can bring its own.
 class TERMINAL_BUFFER : public std::streambuf {
  public:
     explicit TERMINAL_BUFFER(std::ostream& stream) : m_stream(stream), m_terminal(stream.rdbuf(this)) {}
@@ -156,8 +155,7 @@ void Note(std::string const& text) {
 void OccupyStandardStreams() {
     for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) >= 0) continue;
-        // The lowest free number is this one; opened the wrong way round, every use
-        // of it fails as it should.
+        // The lowest free number is this one; opened the wrong way round, every use of it fails as it should.
         if (open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
     }
 }

@@ -1,5 +1,4 @@
-// What people see: colour on terminals, none in pipes; nothing that would
-// control a terminal; errors on one line.
+// What people see: colour on terminals, none in pipes; nothing that would control a terminal; errors on one line.
 #pragma once
 
 #include <memory>
@@ -16,15 +15,13 @@ struct COLOURED {
 };
 std::ostream& operator<<(std::ostream& out, COLOURED const& coloured);
 
-// Decides whether std::cout has colours: "always", "never", or "auto": on a
-// terminal, unless NO_COLOR is set.
+// Decides whether std::cout has colours: "always", "never", or "auto": on a terminal, unless NO_COLOR is set.
 void UseColour(std::string_view when);
 
 class TERMINAL_BUFFER;
 
-// Standard output while it lives. On a terminal, whatever is printed to
-// std::cout is shown with escapes in place of characters that would control the
-// terminal; into pipes and files it goes as it is.
+// Standard output while it lives. On a terminal, whatever is printed to std::cout is shown with escapes in place of
+// characters that would control the terminal; into pipes and files it goes as it is.
 class OUTPUT {
  public:
     OUTPUT();
@@ -32,8 +29,7 @@ class OUTPUT {
     OUTPUT(OUTPUT const&) = delete;
     OUTPUT& operator=(OUTPUT const&) = delete;
 
-    // Prints what is left and waits for a pager; throws FAILURE when standard
-    // output could not be written.
+    // Prints what is left and waits for a pager; throws FAILURE when standard output could not be written.
     void Finish();
 
     // Whether a person reads standard output.
@@ -50,7 +46,6 @@ void Complain(std::string const& text);
 // Tells something else of note, on standard error.
 void Note(std::string const& text);
 
-// Puts something that cannot be used in the place of standard streams that are
-// closed. Otherwise the next file to be opened, a settings file perhaps, would
-// become standard output.
+// Puts something that cannot be used in the place of standard streams that are closed. Otherwise the next file to be
+// opened, a settings file perhaps, would become standard output.
 void OccupyStandardStreams();

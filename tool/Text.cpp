@@ -1,5 +1,4 @@
-// A file may hold anything; what a terminal would obey is shown as an escape
-// instead.
+// A file may hold anything; what a terminal would obey is shown as an escape instead.
 #include "Text.h"
 
 #include <algorithm>

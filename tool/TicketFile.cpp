@@ -1,5 +1,5 @@
-// Reads and writes tickets through their function table. Values are read one by
-// one, because a walk reports whole numbers beyond 32 bits cut to 32 bits.
+// Reads and writes tickets through their function table. Values are read one by one, because a walk reports whole
+// numbers beyond 32 bits cut to 32 bits.
 #include "TicketFile.h"
 
 #include <sys/stat.h>
@@ -33,8 +33,7 @@ struct KEYS {
     }
 };
 
-// A number as the narrowest type that holds it: whole numbers as integers,
-// which have no -0.
+// A number as the narrowest type that holds it: whole numbers as integers, which have no -0.
 VALUE Narrowed(double number) {
     bool const isNegativeZero = number == 0 && std::signbit(number);
     if (isNegativeZero || std::trunc(number) != number || std::fabs(number) > LARGEST_EXACT) return number;
@@ -66,8 +65,7 @@ std::optional<std::pair<dev_t, ino_t>> IdentityOf(std::string const& path) {
     return std::pair(found.st_dev, found.st_ino);
 }
 
-// The library does not report why; the most likely reasons can be seen from
-// here.
+// The library does not report why; the most likely reasons can be seen from here.
 std::string WhyNotWritten(std::string const& path) {
     auto directory = std::filesystem::path(path).parent_path();
     if (directory.empty()) directory = ".";
@@ -140,11 +138,12 @@ TICKET::~TICKET() {
 
 // The library loads nothing of a file without telling why.
 void TICKET::Diagnose(std::string const& path) {
-    auto const document = ParseTicketText(m_path, ReadTicketText(path));
-    if (document->find_node(StoresValue)) {
+    auto const parsed = ParseTicketText(m_path, ReadTicketText(path));
+    auto const& document = parsed->Document();
+    if (document.find_node(StoresValue)) {
         throw UNLOADABLE_FILE(m_path + ": is not loaded: nested so deep that its keys would fill the memory");
     }
-    m_isForeign = !document->find_node(IsContent).empty();
+    m_isForeign = !document.find_node(IsContent).empty();
 }
 
 std::vector<std::string> TICKET::Keys(std::vector<std::string> const& selectors) const {
@@ -196,6 +195,31 @@ std::optional<VALUE> TICKET::ReadElement(std::string const& key, int index) cons
     }
 }
 
+bool TICKET::Holds(std::string const& key, int index, PARAM_TYPE type, void const* value) const {
+    auto const number = [&](double read) {
+        auto const own = GetAs<PARAM_TYPE>(m_table, key, PARAM_NONE, index);
+        auto const held = GetAs<double>(m_table, key, PARAM_DOUBLE, index);
+        return own == PARAM_DOUBLE && held && SameParameter({*held}, {read}) &&
+               std::signbit(*held) == std::signbit(read);
+    };
+    if (type == PARAM_INT) return number(*static_cast<int32_t const*>(value));
+    if (type == PARAM_DOUBLE) return number(*static_cast<double const*>(value));
+    auto const held = ReadElement(key, index);
+    if (!held) return false;
+    switch (type) {
+        case PARAM_INT64:
+            return SameParameter({*held}, {*static_cast<int64_t const*>(value)});
+        case PARAM_UINT64:
+            return SameParameter({*held}, {*static_cast<uint64_t const*>(value)});
+        case PARAM_STRING:
+            return SameParameter({*held}, {std::string(static_cast<char const*>(value))});
+        case PARAM_BINSTR:
+            return SameParameter({*held}, {BYTES{ToString(*static_cast<BIN_STRING const*>(value))}});
+        default:
+            return false;
+    }
+}
+
 std::optional<VALUE> TICKET::Get(std::string const& key, PARAM_TYPE type, int index) const {
     auto const* const table = m_table;
     switch (type) {
@@ -226,8 +250,7 @@ void TICKET::Set(std::string const& key, VALUE const& value, int index) {
         Check(m_table->SetParameter(m_table->pTicket, key.c_str(), TypeOf(value), pointer, index), "set", key);
     };
     if (key.find('\0') != std::string::npos) throw FAILURE(Quoted(key) + ": a key cannot hold a NUL byte");
-    // An infinite number would stop every later save of this ticket, the one at
-    // its end included.
+    // An infinite number would stop every later save of this ticket, the one at its end included.
     if (auto const* number = std::get_if<double>(&value); number != nullptr && std::isinf(*number)) {
         throw FAILURE(Quoted(key) + ": a ticket file cannot hold an infinite number");
     }
@@ -258,8 +281,7 @@ void TICKET::Merge(TICKET const& from, std::vector<std::string> const& selectors
     auto const source = from.Keys(selectors);
     bool const merged = m_table->MergeTicket(m_table->pTicket, from.m_table, keys.data(), clear) != 0;
     if (!merged && !source.empty()) throw FAILURE(m_path + ": the library refused to merge");
-    // A merge cuts whole numbers to 32 bits; whether the file can hold them is
-    // for the rehearsal to tell.
+    // A merge cuts whole numbers to 32 bits; whether the file can hold them is for the rehearsal to tell.
     for (auto const& key : source) {
         auto const parameter = from.Read(key);
         auto const arrived = Read(key);
@@ -298,8 +320,7 @@ std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {
         if (selector.empty()) throw FAILURE("a selector is empty");
         list.push_back(selector.c_str());
     }
-    // Wide prefixes before the narrower ones that they cover: then a selection
-    // takes all that any of them names.
+    // Wide prefixes before the narrower ones that they cover: then a selection takes all that any of them names.
     std::sort(list.begin(), list.end(), [](char const* a, char const* b) { return std::strcmp(a, b) < 0; });
     list.push_back(nullptr);
     return list;

@@ -1,5 +1,4 @@
-// A ticket file opened as any host opens one: through the exported instance
-// record and the table it hands out.
+// A ticket file opened as any host opens one: through the exported instance record and the table it hands out.
 #pragma once
 
 #include <optional>
@@ -9,8 +8,7 @@
 #include "Input.h"
 #include "Values.h"
 
-// A save that the library does not even begin or finish, whatever the disk; the
-// ticket still wants to be saved.
+// A save that the library does not even begin or finish, whatever the disk; the ticket still wants to be saved.
 struct REFUSED_SAVE : FAILURE {
     using FAILURE::FAILURE;
 };
@@ -20,8 +18,8 @@ enum class MISSING { REFUSED, IS_EMPTY };
 
 class TICKET {
  public:
-    // Opens and loads a file. Throws FAILURE for one that the library would pass
-    // over in silence: missing, unreadable, or broken (UNLOADABLE_FILE).
+    // Opens and loads a file. Throws FAILURE for one that the library would pass over in silence: missing, unreadable,
+    // or broken (UNLOADABLE_FILE).
     explicit TICKET(std::string const& path, MISSING missing = MISSING::REFUSED);
     // The same for a file or pipe to read; the input must outlive the ticket.
     explicit TICKET(INPUT const& input);
@@ -31,33 +29,30 @@ class TICKET {
     TICKET& operator=(TICKET const&) = delete;
 
     STICKET_ACCESS const* Table() const { return m_table; }
-    // Whether the file had content and not one value, as some other program's
-    // would.
+    // Whether the file had content and not one value, as some other program's would.
     bool IsForeign() const { return m_isForeign; }
 
+    bool IsEmpty() const { return Count() == 0; }
     // The keys in order: all, or those that the selectors name.
     std::vector<std::string> Keys(std::vector<std::string> const& selectors = {}) const;
-    // All parameters, or those that the selectors name ("Product/Name", "Log/"
-    // followed by "*").
+    // All parameters, or those that the selectors name ("Product/Name", "Log/" followed by "*").
     PARAMETERS Read(std::vector<std::string> const& selectors = {}) const;
     bool Has(std::string const& key, int index = SCALAR_INDEX) const;
     // What a key holds; nothing when it is absent or an empty vector.
     std::optional<PARAMETER> Read(std::string const& key) const;
-    // One value as the ticket converts it; nothing when absent or not
-    // convertible.
+    // Whether an element is what a reader of files hands over as this.
+    bool Holds(std::string const& key, int index, PARAM_TYPE type, void const* value) const;
+    // One value as the ticket converts it; nothing when absent or not convertible.
     std::optional<VALUE> Get(std::string const& key, PARAM_TYPE type, int index) const;
 
-    // These throw FAILURE when the ticket refuses. Changes reach the file by Save
-    // only.
+    // These throw FAILURE when the ticket refuses. Changes reach the file by Save only.
     void Set(std::string const& key, VALUE const& value, int index);
     void Set(std::string const& key, PARAMETER const& parameter);
     void Delete(std::string const& key, int index);
     void Clear();
-    // Copies what the selectors name, or everything; `clear` empties this ticket
-    // first.
+    // Copies what the selectors name, or everything; `clear` empties this ticket first.
     void Merge(TICKET const& from, std::vector<std::string> const& selectors, bool clear);
-    // Writes the file, changed or not; throws FAILURE when it could not be
-    // written, REFUSED_SAVE when it never can be.
+    // Writes the file, changed or not; throws FAILURE when it could not be written, REFUSED_SAVE when it never can be.
     void Save();
 
  private:
@@ -72,7 +67,6 @@ class TICKET {
     bool m_isChanged = false;  // and not saved
 };
 
-// Null-terminated selectors as the table's entries take them; the strings must
-// outlive it. Throws FAILURE for "", which would turn the list into one of
-// removals.
+// Null-terminated selectors as the table's entries take them; the strings must outlive it. Throws FAILURE for "", which
+// would turn the list into one of removals.
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors);

@@ -1,5 +1,4 @@
-// Takes turns by a lock on the directory, which goes with the process however
-// it ends.
+// Takes turns by a lock on the directory, which goes with the process however it ends.
 #include "Turn.h"
 
 #include <fcntl.h>

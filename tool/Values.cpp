@@ -1,23 +1,16 @@
-// Names of types, text of values. Everything here is exact and independent of
-// the locale: a value that is shown can be set again from what was shown.
+// Names of types, text of values. Everything here is exact and independent of the locale: a value that is shown can be
+// set again from what was shown.
 #include "Values.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
+#include "Format/Words.h"
 #include "Text.h"
 
 namespace {
 
-struct TYPE_NAME {
-    PARAM_TYPE type;
-    char const* name;
-};
-constexpr TYPE_NAME TYPE_NAMES[] = {
-    {PARAM_INT, "int"},       {PARAM_UNSIGNED, "unsigned"}, {PARAM_INT64, "int64"},   {PARAM_UINT64, "uint64"},
-    {PARAM_DOUBLE, "double"}, {PARAM_STRING, "string"},     {PARAM_BINSTR, "binstr"},
-};
 // The order of the alternatives of Value.
 constexpr PARAM_TYPE ALTERNATIVES[] = {PARAM_INT,    PARAM_UNSIGNED, PARAM_INT64, PARAM_UINT64,
                                        PARAM_DOUBLE, PARAM_STRING,   PARAM_BINSTR};
@@ -57,10 +50,9 @@ bool SameParameter(PARAMETER const& a, PARAMETER const& b) {
 }
 
 char const* TypeName(PARAM_TYPE type) {
-    for (auto const& row : TYPE_NAMES) {
-        if (row.type == type) return row.name;
-    }
-    return "none";
+    if (type == PARAM_UNSIGNED) return "unsigned";  // files spell it as another type
+    auto const name = TICKET_FORMAT::NameOf(type);
+    return name.empty() ? "none" : name.data();
 }
 
 PARAM_TYPE TypeOf(VALUE const& value) {
@@ -71,8 +63,8 @@ char const* TypeName(VALUE const& value) {
 }
 
 PARAM_TYPE TypeFromName(std::string_view name) {
-    for (auto const& row : TYPE_NAMES) {
-        if (name == row.name) return row.type;
+    for (auto const type : ALTERNATIVES) {
+        if (name == TypeName(type)) return type;
     }
     throw FAILURE("unknown type '" + std::string(name) + "'");
 }
@@ -80,7 +72,7 @@ PARAM_TYPE TypeFromName(std::string_view name) {
 std::vector<std::string> const& TypeNames() {
     static std::vector<std::string> const names = [] {
         std::vector<std::string> result;
-        for (auto const& row : TYPE_NAMES) result.emplace_back(row.name);
+        for (auto const type : ALTERNATIVES) result.emplace_back(TypeName(type));
         return result;
     }();
     return names;

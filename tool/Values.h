@@ -1,5 +1,4 @@
-// Values of a ticket as the tool holds, reads from the command line and shows
-// them.
+// Values of a ticket as the tool holds, reads from the command line and shows them.
 #pragma once
 
 #include <cstdint>
@@ -17,14 +16,12 @@ struct FAILURE : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// What a command was asked for is not in the file; ends the command with exit
-// code 1.
+// What a command was asked for is not in the file; ends the command with exit code 1.
 struct MISSING_KEY : FAILURE {
     using FAILURE::FAILURE;
 };
 
-// Bytes that are not text; a type of its own so that it differs from
-// std::string in a Value.
+// Bytes that are not text; a type of its own so that it differs from std::string in a Value.
 struct BYTES {
     std::string data;
     bool operator==(BYTES const& other) const { return data == other.data; }
@@ -32,8 +29,7 @@ struct BYTES {
 
 using VALUE = std::variant<int32_t, uint32_t, int64_t, uint64_t, double, std::string, BYTES>;
 
-// What a key holds: one value, or a vector of several. To a file a vector of
-// one is the same as its element.
+// What a key holds: one value, or a vector of several. To a file a vector of one is the same as its element.
 using PARAMETER = std::vector<VALUE>;
 
 // Whether two parameters are the same to the bit; NaN equals NaN.
@@ -51,12 +47,11 @@ PARAM_TYPE TypeFromName(std::string_view name);
 // The names of the types that can be set, for help texts.
 std::vector<std::string> const& TypeNames();
 
-// Reads a whole text as a value of a type; throws FAILURE when it is not one or
-// out of range. Independent of the locale.
+// Reads a whole text as a value of a type; throws FAILURE when it is not one or out of range. Independent of the
+// locale.
 VALUE ParseValue(std::string const& text, PARAM_TYPE type);
 
-// As a person reads it: numbers in their shortest exact form, text and bytes as
-// they are.
+// As a person reads it: numbers in their shortest exact form, text and bytes as they are.
 std::string PlainText(VALUE const& value);
 // On one line: text in double quotes with escapes, bytes in hexadecimal.
 std::string OneLine(VALUE const& value);

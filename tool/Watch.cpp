@@ -14,8 +14,7 @@
 
 namespace {
 
-// Waits for changes of the files of a directory; a save puts a new file in the
-// place of the old one.
+// Waits for changes of the files of a directory; a save puts a new file in the place of the old one.
 class DIRECTORY_WATCH {
  public:
     explicit DIRECTORY_WATCH(std::string const& file) : m_events(inotify_init1(IN_CLOEXEC)) {
@@ -66,5 +65,5 @@ int Watch(ARGUMENTS const& arguments) {
         if (!std::cout) break;
         before = std::move(now);
     }
-    return DONE;
+    return SUCCESS;
 }

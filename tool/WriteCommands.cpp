@@ -1,5 +1,5 @@
-// Commands that change a file: set, delete, reset, merge, import. Each
-// describes its change; Rewrite carries it out safely.
+// Commands that change a file: set, delete, reset, merge, import. Each describes its change; Rewrite carries it out
+// safely.
 #include <algorithm>
 #include <iostream>
 #include <iterator>
@@ -59,8 +59,7 @@ VALUE Converted(ASSIGNMENT const& assignment, PARAM_TYPE type) {
     return ParseValue(assignment.arguments.Has("--hex") ? FromHex(assignment.text) : assignment.text, type);
 }
 
-// Says what a program would make of the value, where the user may not expect
-// it.
+// Says what a program would make of the value, where the user may not expect it.
 void CheckMeaning(ASSIGNMENT const& assignment, TYPE_CHOICE const& choice, VALUE const& value) {
     auto const* const known = assignment.schema.Find(assignment.key);
     if (known == nullptr) {
@@ -104,8 +103,8 @@ void RequirePlace(ARGUMENTS const& arguments, std::string const& key, TICKET con
     throw FAILURE(arguments.Text("FILE") + ": " + Quoted(key) + " has no element " + std::to_string(index));
 }
 
-// The keys that exist and that a command names, each by itself or by a prefix
-// and "*". Throws MISSING_KEY for a name without any.
+// The keys that exist and that a command names, each by itself or by a prefix and "*". Throws MISSING_KEY for a name
+// without any.
 std::set<std::string> NamedKeys(TICKET const& ticket, ARGUMENTS const& arguments) {
     auto const index = arguments.Index();
     std::set<std::string> keys;
@@ -139,7 +138,7 @@ int Set(ARGUMENTS const& arguments) {
         RequirePlace(arguments, assignment.key, ticket);
         ticket.Set(assignment.key, ValueToSet(assignment, ticket), index);
     });
-    return DONE;
+    return SUCCESS;
 }
 
 int Delete(ARGUMENTS const& arguments) {
@@ -148,7 +147,7 @@ int Delete(ARGUMENTS const& arguments) {
     Rewrite(file, arguments, [&](TICKET& ticket) {
         for (auto const& key : keys) ticket.Delete(key, arguments.Index().value_or(SCALAR_INDEX));
     });
-    return DONE;
+    return SUCCESS;
 }
 
 int Reset(ARGUMENTS const& arguments) {
@@ -172,7 +171,7 @@ int Reset(ARGUMENTS const& arguments) {
             if (ticket.Has(key)) ticket.Delete(key, SCALAR_INDEX);
         }
     });
-    return DONE;
+    return SUCCESS;
 }
 
 int Merge(ARGUMENTS const& arguments) {
@@ -182,7 +181,7 @@ int Merge(ARGUMENTS const& arguments) {
     if (!selectors.empty() && from.Keys(selectors).empty()) throw FAILURE(input.Name() + ": no key is selected");
     Rewrite(arguments.Text("INTO"), arguments,
             [&](TICKET& into) { into.Merge(from, selectors, arguments.Has("--clear")); });
-    return DONE;
+    return SUCCESS;
 }
 
 int Import(ARGUMENTS const& arguments) {
@@ -192,5 +191,5 @@ int Import(ARGUMENTS const& arguments) {
         if (arguments.Has("--clear")) ticket.Clear();
         for (auto const& [key, parameter] : parameters) ticket.Set(key, parameter);
     });
-    return DONE;
+    return SUCCESS;
 }

@@ -1,5 +1,4 @@
-// Reading and parsing with places; shared by the checks and by everything that
-// must refuse a broken file.
+// Reading and parsing with places; shared by the checks and by everything that must refuse a broken file.
 #include "XmlText.h"
 
 #include <algorithm>
@@ -9,12 +8,12 @@
 #include <filesystem>
 #include <new>
 
-#include "Format/OddNames.h"
+#include "Format/Escapes.h"
+#include "Format/Words.h"
 
 namespace {
 
-// Whether the tag at an offset is one that a save makes of a key that no file
-// can hold.
+// Whether the tag at an offset is one that a save makes of a key that no file can hold.
 bool IsOfAnImpossibleKey(std::string_view text, std::size_t offset) {
     auto const end = text.find(" type=\"", text.rfind('\n', offset) + 1);
     auto const start = text.substr(0, end).rfind("\t<");
@@ -30,17 +29,6 @@ std::string Hint(std::string_view text, std::size_t offset) {
     if (wide) return " (it looks like UTF-16; only UTF-8 is read)";
     if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return " (the file is empty)";
     return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a line end)" : "";
-}
-
-// The library's second attempt, for names of elements that are none in XML.
-pugi::xml_parse_result ParseAnyNames(std::string const& text, unsigned int options, pugi::xml_document& document) {
-    auto* const copy = static_cast<char*>(pugi::get_memory_allocation_function()(text.size() + 1));
-    if (copy == nullptr) throw std::bad_alloc();
-    std::copy(text.begin(), text.end(), copy);
-    TICKET_NAMES::Replace(text, copy);
-    auto const result = document.load_buffer_inplace_own(copy, text.size(), options, pugi::encoding_utf8);
-    if (result) TICKET_NAMES::Restore(text, copy);
-    return result;
 }
 
 }  // namespace
@@ -75,36 +63,23 @@ std::string PLACES::Of(std::size_t offset) {
     return m_path + ":" + std::to_string(m_line) + ":" + std::to_string(m_offset - m_lineStart + 1) + ": ";
 }
 
-std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
-                                                    unsigned int options) {
-    auto document = std::make_unique<pugi::xml_document>();
-    auto result = document->load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
-    if (!result) result = ParseAnyNames(text, options, *document);
-    if (!result) {
-        auto const offset = static_cast<std::size_t>(result.offset);
-        throw UNLOADABLE_FILE(
-            PLACES(path, text).Of(offset) + "does not parse: " + result.description() + Hint(text, offset), offset);
-    }
-    return document;
+std::unique_ptr<PARSED_TEXT> ParseTicketText(std::string const& path, std::string const& text, unsigned int options) {
+    auto parsed = ParseAsLoad(text, options);
+    if (parsed->IsDocument()) return parsed;
+    auto const offset = static_cast<std::size_t>(parsed->Result().offset);
+    throw UNLOADABLE_FILE(
+        PLACES(path, text).Of(offset) + "does not parse: " + parsed->Result().description() + Hint(text, offset),
+        offset);
 }
 
-bool IsSpace(char c) {
-    return static_cast<unsigned char>(c) <= 0x20;
+bool StoresValue(pugi::xml_node element) {
+    auto const type = element.first_attribute();
+    return element.type() == pugi::node_element && element.first_child() &&
+           type.name() == TICKET_FORMAT::TYPE_ATTRIBUTE && TypeNamed(type.value()) != PARAM_NONE;
 }
 
 bool IsControlByte(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
-
-bool IsTypeInFiles(std::string_view name) {
-    auto const& names = TypeNames();
-    return name != TypeName(PARAM_UNSIGNED) && std::find(names.begin(), names.end(), name) != names.end();
-}
-
-bool StoresValue(pugi::xml_node element) {
-    auto const first = element.first_attribute();
-    return element.type() == pugi::node_element && std::strcmp(first.name(), "type") == 0 &&
-           IsTypeInFiles(first.value()) && element.first_child();
 }
 
 bool IsText(pugi::xml_node node) {
@@ -117,6 +92,6 @@ bool IsContent(pugi::xml_node node) {
 }
 
 bool IsMoreThanSpace(pugi::xml_node node) {
-    std::string_view const text = node.value();
-    return IsText(node) && !std::all_of(text.begin(), text.end(), IsSpace);
+    std::string scratch;
+    return IsText(node) && !NormaliseSpace(node.value(), scratch).empty();
 }

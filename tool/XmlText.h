@@ -1,5 +1,4 @@
-// The text of a ticket file as the library's parser reads it, with places for
-// messages.
+// The text of a ticket file as the library's parser reads it, with places for messages.
 #pragma once
 
 #include <memory>
@@ -7,10 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "Format/XmlReader.h"
 #include "Values.h"
 
-// A file that is there and that the library cannot load; when it does not
-// parse, the message carries line and column.
+// A file that is there and that the library cannot load; when it does not parse, the message carries line and column.
 struct UNLOADABLE_FILE : FAILURE {
     explicit UNLOADABLE_FILE(std::string const& what, std::size_t breakAt = std::string::npos)
         : FAILURE(what), offset(breakAt) {}
@@ -23,8 +22,8 @@ std::string ReadBytes(std::string const& path);
 // The same for a ticket file, which the library accepts only as a regular file.
 std::string ReadTicketText(std::string const& path);
 
-// Lines and columns of a text, both counted from 1, columns in bytes. Ask for
-// ascending offsets, so that the text is passed over only once.
+// Lines and columns of a text, both counted from 1, columns in bytes. Ask for ascending offsets, so that the text is
+// passed over only once.
 class PLACES {
  public:
     PLACES(std::string const& path, std::string_view text) : m_path(path), m_text(text) {}
@@ -39,28 +38,17 @@ class PLACES {
     std::size_t m_offset = 0;
 };
 
-// What loading takes for white space.
-bool IsSpace(char c);
-
 // Keys with such bytes are not promised to come back from a file.
 bool IsControlByte(char c);
 
-// How the library parses a file.
-constexpr unsigned int PARSE_AS_LIBRARY = pugi::parse_full | pugi::parse_ws_pcdata_single;
+// Parses as a load does, names that are none in XML included. Throws UNLOADABLE_FILE.
+std::unique_ptr<PARSED_TEXT> ParseTicketText(std::string const& path, std::string const& text,
+                                             unsigned int options = PARSE_OPTIONS);
 
-// As the library, makes a second attempt for names that are none in XML. Throws
-// UNLOADABLE_FILE.
-std::unique_ptr<pugi::xml_document> ParseTicketText(std::string const& path, std::string const& text,
-                                                    unsigned int options = PARSE_AS_LIBRARY);
-
-// Whether a name is that of a type in a file.
-bool IsTypeInFiles(std::string_view name);
-
-// Whether loading makes a value of this element.
+// Whether a load makes a value of this element.
 bool StoresValue(pugi::xml_node element);
 
-// Whether this is more than an empty top-level element: an element in it, or
-// text.
+// Whether this is more than an empty top-level element: an element in it, or text.
 bool IsContent(pugi::xml_node node);
 
 bool IsText(pugi::xml_node node);

@@ -190,7 +190,8 @@ TEST_F(ToolCheck, TellsElementsThatChangeTheKeys) {
 
 TEST_F(ToolCheck, TellsAKeyThatStandsInTwoPlaces) {
     EXPECT_EQ(FindingsIn("<Log><Level type='int'>1</Level></Log>\n<Log><Level type='int'>2</Level></Log>"),
-              "2:6: key 'Log/Level' stands here again, so it holds a vector and no single value\n");
+              "2:6: key 'Log/Level' stands here again, so it holds a vector and no single value\n"
+              "2:6: key 'Log/Level' is of type vector; programs read int and get the fallback 3\n");
     EXPECT_EQ(FindingsIn("<a type='int'>1</a><b type='int'>1</b>\n<a type='int'>2</a>"),
               "2:1: key 'a' stands here again, so it holds a vector and no single value\n");
     EXPECT_EQ(FindingsIn("<a type='int'>1</a>\n<a type='int'>2</a><a type='int'>3</a>"), "");
@@ -255,6 +256,33 @@ TEST_F(ToolCheck, ManyFindingsAreAllTold) {
     auto const findings = FindingsIn(elements);
     EXPECT_EQ(std::count(findings.begin(), findings.end(), '\n'), 30000);
     EXPECT_THAT(findings, EndsWith("30000:1: element 'a' holds nothing\n"));
+}
+
+TEST_F(ToolCheck, AnEscapeThatIsReadWholeIsNotUnfinished) {
+    EXPECT_EQ(FindingsIn("<a type='string'>abc\\xg</a>"), "1:9: 'a': '\\xg' is not an escape and stays as it is\n");
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "abc\\xg\n");
+    EXPECT_EQ(FindingsIn("<a type='string'>abc\\x4</a>"), "1:9: 'a' ends in an unfinished escape, which is dropped\n");
+}
+
+TEST_F(ToolCheck, TellsAPathWithSingleBackslashes) {
+    EXPECT_THAT(
+        FindingsIn("<a type='string'>C:\\temp\\new</a>"),
+        HasSubstr("key 'a' looks like a path and holds the sequence \\t, which stands for a control character"));
+    EXPECT_EQ(FindingsIn("<a type='string'>C:\\\\temp\\\\new</a>"), "");
+    EXPECT_EQ(FindingsIn("<a type='string'>Title:\\ttext</a>"), "");
+}
+
+TEST_F(ToolCheck, TellsSettingsThatTheServiceCannotUse) {
+    EXPECT_EQ(FindingsIn("<Log><Level type='string'>4</Level></Log>"),
+              "1:14: key 'Log/Level' is of type string; programs read int and get the fallback 3\n");
+    EXPECT_EQ(FindingsIn("<Locale><Measure type='int'>9</Measure></Locale>"),
+              "1:17: key 'Locale/Measure' 9 is not 0 to 4\n");
+    EXPECT_EQ(FindingsIn("<Log><Levle type='int'>4</Levle></Log>"),
+              "1:14: key 'Log/Levle' is no known key; did you mean 'Log/Level'?\n");
+    EXPECT_EQ(Output({"check", "s.xml", "--schema", "none"}), "");
+    EXPECT_EQ(FindingsIn("<Product><Version type='double'>7.5</Version></Product>"
+                         "<Option><Screenproof type='string'>x</Screenproof></Option>"),
+              "");
 }
 
 }  // namespace
