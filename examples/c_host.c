@@ -195,7 +195,7 @@ static int Run(LIBRARY const* library, char const* fileName) {
     Lock(ticket);
     Defer(ticket);
 
-    // Saves if anything has changed. It reports nothing: a host that must know looks at the file.
+    // Saves if anything has changed. TicketGetSaveOutcome tells what became of it.
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, NULL);
     bool const saved = PrintFile(fileName);
 

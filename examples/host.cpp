@@ -100,7 +100,7 @@ int Run(std::string const& file) {
     ReadSettings(*configuration);
 
     //! [save]
-    configuration->Flush(false);  // reports nothing: a host that must know looks at the file
+    configuration->Flush(false);  // TicketGetSaveOutcome tells what became of it
     //! [save]
     std::ifstream saved(file);
     if (!saved) throw std::runtime_error(file + " was not saved");

@@ -1,4 +1,5 @@
-// A host in plain C that uses a ticket's services: it observes changes, and copies text under the ticket's mutex.
+// A host in plain C that uses a ticket's services: it observes changes, copies text under the ticket's mutex, and asks
+// what became of a load and a save.
 //
 // Usage: services FILE [LIBRARY], by default the library that the system finds as libConfigurationControl.so.1.
 #include <ConfigurationControl/TicketServices.h>
@@ -13,6 +14,8 @@ typedef struct LIBRARY {
     int (*RunLocked)(STICKET_ACCESS const* access, TICKET_LOCKED_CALLBACK callback, void* context);
     uint64_t (*AddObserver)(STICKET_ACCESS const* access, TICKET_OBSERVER observer, void* context);
     int (*RemoveObserver)(STICKET_ACCESS const* access, uint64_t id);
+    int (*GetSaveOutcome)(STICKET_ACCESS const* access, TICKET_SAVE_OUTCOME* outcome);
+    int (*GetLoadOutcome)(STICKET_ACCESS const* access, TICKET_LOAD_OUTCOME* outcome);
 } LIBRARY;
 
 // Stores the address of a symbol in a pointer of any kind. C converts no data pointer to a function pointer, so the
@@ -28,7 +31,9 @@ static bool LoadLibrary(LIBRARY* library, char const* name) {
     return module && Find(module, "STicketInstance", &library->tickets) &&
            Find(module, "TicketRunLocked", &library->RunLocked) &&
            Find(module, "TicketAddObserver", &library->AddObserver) &&
-           Find(module, "TicketRemoveObserver", &library->RemoveObserver);
+           Find(module, "TicketRemoveObserver", &library->RemoveObserver) &&
+           Find(module, "TicketGetSaveOutcome", &library->GetSaveOutcome) &&
+           Find(module, "TicketGetLoadOutcome", &library->GetLoadOutcome);
 }
 
 static void SetText(STICKET_ACCESS const* ticket, char const* key, char const* text) {
@@ -81,6 +86,23 @@ static void PrintTheme(LIBRARY const* library, STICKET_ACCESS const* ticket) {
 }
 //! [locked]
 
+//! [outcome]
+static void SaveAndTell(LIBRARY const* library, STICKET_ACCESS const* ticket) {
+    TICKET_LOAD_OUTCOME loaded = {.nSize = sizeof loaded};
+    library->GetLoadOutcome(ticket, &loaded);
+    printf("the file is %s\n", loaded.nState == TICKET_LOAD_NO_FILE ? "new" : "there");
+
+    // The entry returns 1 also if the disk refuses the save, as when it is full; the outcome tells.
+    TICKET_SAVE_OUTCOME saved = {.nSize = sizeof saved};
+    ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, NULL);
+    library->GetSaveOutcome(ticket, &saved);
+    if (saved.nStep == TICKET_SAVE_OK)
+        printf("saved\n");
+    else
+        printf("not saved: step %u, %s\n", saved.nStep, strerror(saved.nError));
+}
+//! [outcome]
+
 int main(int argc, char** argv) {
     if (argc < 2) {
         fprintf(stderr, "usage: services FILE [LIBRARY]\n");
@@ -94,6 +116,7 @@ int main(int argc, char** argv) {
     STICKET_ACCESS const* ticket = library.tickets->Create(argv[1]);
     Observe(&library, ticket);
     PrintTheme(&library, ticket);
+    SaveAndTell(&library, ticket);
     library.tickets->Destroy(&ticket);
     return EXIT_SUCCESS;
 }

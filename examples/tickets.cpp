@@ -162,7 +162,7 @@ void CountTogether() {
 }
 
 //! [saved]
-// A save reports nothing, so a host that must know reads the file back, with a ticket of its own.
+// Reads the file back with a ticket of its own.
 bool IsSaved(char const* fileName, char const* key, std::string const& value) {
     TICKET const file(STICKET::Create(fileName));
     std::string saved;

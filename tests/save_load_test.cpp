@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/TicketServices.h"
 #include "Format/KeyLimit.h"
 #include "Format/StreamWriter.h"
 #include "Format/TreeWriter.h"
@@ -136,6 +137,9 @@ TEST_F(WhatIsSaved, IsNothingAndTheOldFileStaysWhereALoadWouldRefuseTheKeys) {
         std::string const path = std::string(65000, 'k') + "/";
         for (std::size_t i = 0; i < 4200; ++i) Set(ticket, (path + Numbered(i)).c_str(), 1);
         EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 0);
+        TICKET_SAVE_OUTCOME outcome{sizeof outcome, 0, 0, 0};
+        EXPECT_EQ(TicketGetSaveOutcome(ticket, &outcome), 1);
+        EXPECT_EQ(outcome.nStep, static_cast<uint32_t>(TICKET_SAVE_CONTENT_NESTING));
         EXPECT_EQ(FileContent(m_file), before);
         EXPECT_EQ(Count(ticket), 4201U);
     }  // the end of the ticket tries again

@@ -1,6 +1,6 @@
 /** @file
- * Plain functions for a ticket's table beyond its entries: a callback under the ticket's mutex, and permanent observers
- * of its changes. C11 and C++.
+ * Plain functions for a ticket's table beyond its entries: a callback under the ticket's mutex, permanent observers of
+ * its changes, and what became of a file ticket's last save and load. C11 and C++.
  *
  * Each function takes the table of a ticket of this library. It returns 0 for a null table, for a table that another
  * library made, and for a ticket that cannot be used (see STICKET_WHOAMI::pMutex). No C++ exception leaves a function.
@@ -77,6 +77,77 @@ CONFIGURATIONCONTROL_API uint64_t TicketAddObserver(STICKET_ACCESS const* access
  * @return 1, or 0 if the ticket has no observer of that number
  */
 CONFIGURATIONCONTROL_API int TicketRemoveObserver(STICKET_ACCESS const* access, uint64_t id);
+
+/** The step at which a save failed, in the order in which a save takes them. */
+typedef enum TICKET_SAVE_STEP {
+    TICKET_SAVE_OK = 0,                 /**< no step failed, or nothing was saved yet */
+    TICKET_SAVE_CONTENT_NUMBER = 1,     /**< the ticket holds an infinite number */
+    TICKET_SAVE_CONTENT_CONVERSION = 2, /**< the text conversion threw an exception other than std::bad_alloc */
+    TICKET_SAVE_CONTENT_NESTING = 3,    /**< keys are nested so deeply that a load would refuse the file */
+    TICKET_SAVE_MEMORY = 4,             /**< memory was exhausted */
+    TICKET_SAVE_OPEN = 5,               /**< the temporary file could not be created */
+    TICKET_SAVE_LOCK = 6,               /**< reserved: a save that gets no lock uses another temporary file */
+    TICKET_SAVE_WRITE = 7,              /**< the temporary file could not be written */
+    TICKET_SAVE_FLUSH = 8,              /**< the temporary file could not be flushed to disk or closed */
+    TICKET_SAVE_KEEP = 9,               /**< an empty ticket's file cannot be read, and could not be kept */
+    TICKET_SAVE_RENAME = 10,            /**< the temporary file could not be renamed over the file */
+    TICKET_SAVE_REMOVE = 11             /**< an empty ticket's file could not be deleted */
+} TICKET_SAVE_STEP;
+
+/** Bits of TICKET_SAVE_OUTCOME::nNote. */
+enum {
+    TICKET_SAVE_NOT_KEPT =
+        1 /**< the save succeeded, but replaced a file that could not be read and could not be kept */
+};
+
+/** What became of a file ticket's last save. */
+typedef struct TICKET_SAVE_OUTCOME {
+    uint32_t nSize; /**< set by the caller to sizeof(TICKET_SAVE_OUTCOME); at most that many bytes are written */
+    uint32_t nStep; /**< a TICKET_SAVE_STEP: the step that failed */
+    int32_t nError; /**< errno of that step; 0 if it has none */
+    uint32_t nNote; /**< TICKET_SAVE_NOT_KEPT or 0 */
+} TICKET_SAVE_OUTCOME;
+
+/**
+ * Tells what became of a file ticket's last save, whether by STICKET_OP_SAVE or before its contents were dropped. After
+ * a failed step that concerns the disk (from TICKET_SAVE_OPEN on) the old file stays, the entry that saved returned 1,
+ * and the ticket counts as saved: change a value and save again. After an earlier step the entry returned 0, and the
+ * ticket stays unsaved. The save of STICKET::Destroy cannot be asked about: save before.
+ * @param access the ticket's table
+ * @param outcome receives the outcome; null returns 0
+ * @return 1; 0 for a ticket in memory, which has no file
+ */
+CONFIGURATIONCONTROL_API int TicketGetSaveOutcome(STICKET_ACCESS const* access, TICKET_SAVE_OUTCOME* outcome);
+
+/** What a load found. */
+typedef enum TICKET_LOAD_STATE {
+    TICKET_LOAD_NOT_YET = 0,     /**< nothing was loaded, or the last load ran out of memory or descriptors */
+    TICKET_LOAD_LOADED = 1,      /**< the whole file was loaded; of a partial ticket, the keys that it keeps */
+    TICKET_LOAD_NO_FILE = 2,     /**< there is no file, so the ticket is empty */
+    TICKET_LOAD_UNREADABLE = 3,  /**< the file could not be opened or read: nError tells why */
+    TICKET_LOAD_NO_DOCUMENT = 4, /**< the file is no XML document: nLine and nColumn tell where */
+    TICKET_LOAD_CUT_AT_NUL = 5,  /**< loaded up to a NUL byte; what follows it may hold values that were not read */
+    TICKET_LOAD_TOO_DEEP = 6,    /**< the nesting is out of proportion to the size of the file: nothing was loaded */
+    TICKET_LOAD_CONVERSION_FAILED = 7 /**< the text conversion threw for at least one value; the others were loaded */
+} TICKET_LOAD_STATE;
+
+/** What became of a file ticket's last load. */
+typedef struct TICKET_LOAD_OUTCOME {
+    uint32_t nSize;   /**< set by the caller to sizeof(TICKET_LOAD_OUTCOME); at most that many bytes are written */
+    uint32_t nState;  /**< a TICKET_LOAD_STATE */
+    int32_t nError;   /**< errno of TICKET_LOAD_UNREADABLE and TICKET_LOAD_NO_FILE; otherwise 0 */
+    uint32_t nLine;   /**< of TICKET_LOAD_NO_DOCUMENT, from 1; otherwise 0 */
+    uint32_t nColumn; /**< of TICKET_LOAD_NO_DOCUMENT, in bytes from 1; otherwise 0 */
+} TICKET_LOAD_OUTCOME;
+
+/**
+ * Tells what became of a file ticket's last load. Loads nothing itself: a ticket loads at its first access, and again
+ * after its contents were dropped.
+ * @param access the ticket's table
+ * @param outcome receives the outcome; null returns 0
+ * @return 1; 0 for a ticket in memory
+ */
+CONFIGURATIONCONTROL_API int TicketGetLoadOutcome(STICKET_ACCESS const* access, TICKET_LOAD_OUTCOME* outcome);
 
 #ifdef __cplusplus
 }

@@ -13,6 +13,7 @@
 #include "ConfigurationControl/StringConversion.h"
 #include "Disk/FileNames.h"
 #include "Disk/FileReader.h"
+#include "Format/Numbers.h"
 #include "Format/Reader.h"
 #include "Format/Writer.h"
 
@@ -304,11 +305,17 @@ void STICKET_FILE::Save() {
     try {
         if (m_unread) LookAtFile();
         m_lastSave = WriteOrDelete(m_misread ? OLD::KEEP : OLD::DISCARD);
+    } catch (OUT_OF_PROPORTION const&) {
+        m_lastSave = {SAVE_STEP::NESTING, 0, KEPT::NOTHING};
+        throw;
     } catch (std::bad_alloc const&) {
         m_lastSave = {SAVE_STEP::MEMORY, ENOMEM, KEPT::NOTHING};
         throw;
+    } catch (char const* text) {
+        m_lastSave = {text == INFINITE_NUMBER ? SAVE_STEP::NUMBER : SAVE_STEP::CONVERSION, 0, KEPT::NOTHING};
+        throw;
     } catch (...) {
-        m_lastSave = {SAVE_STEP::CONTENT, 0, KEPT::NOTHING};
+        m_lastSave = {SAVE_STEP::CONVERSION, 0, KEPT::NOTHING};
         throw;
     }
     if (m_lastSave.Succeeded()) m_misread = false;

@@ -3,17 +3,19 @@
 
 namespace TICKETFILE {
 
-// What can fail, in the order in which a save does it.
+// What can fail, in the order in which a save does it. Hosts get these numbers: TICKET_SAVE_STEP.
 enum class SAVE_STEP {
-    NONE,     // nothing failed
-    CONTENT,  // a value cannot be written: an infinite number, or the text conversion threw
-    MEMORY,   // memory did not suffice, or the file would be out of proportion
-    OPEN,     // no temporary file could be made
-    WRITE,    // the temporary file could not be written
-    FLUSH,    // it could not be flushed to disk or closed
-    KEEP,     // a file that could not be read cannot be kept, so it is not deleted
-    RENAME,   // the temporary file could not be renamed over the file
-    REMOVE    // the file of an empty ticket could not be deleted
+    NONE = 0,        // nothing failed
+    NUMBER = 1,      // an infinite number cannot be written
+    CONVERSION = 2,  // the text conversion threw
+    NESTING = 3,     // the file would be out of proportion: a load would refuse it
+    MEMORY = 4,      // memory did not suffice
+    OPEN = 5,        // no temporary file could be made
+    WRITE = 7,       // the temporary file could not be written
+    FLUSH = 8,       // it could not be flushed to disk or closed
+    KEEP = 9,        // a file that could not be read cannot be kept, so it is not deleted
+    RENAME = 10,     // the temporary file could not be renamed over the file
+    REMOVE = 11      // the file of an empty ticket could not be deleted
 };
 
 // What became of a file that could not be read.

@@ -52,7 +52,7 @@ class FILE_LAYOUT {
     // The bytes of the file that the sink has not taken. Throws std::bad_alloc if a load would refuse the file because
     // its keys are too long together.
     TEXT_BUFFER Finish() {
-        if (m_keys > TICKET_FORMAT::LongestKeysOf(m_text.Size())) throw std::bad_alloc();
+        if (m_keys > TICKET_FORMAT::LongestKeysOf(m_text.Size())) throw OUT_OF_PROPORTION();
         return std::move(m_text);
     }
 

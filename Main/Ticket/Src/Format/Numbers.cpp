@@ -83,7 +83,7 @@ bool ToDecimalExactly(double value, DECIMAL& decimal) {
 DECIMAL ToDecimal(double value) {
     DECIMAL decimal;
     if (ToDecimalExactly(value, decimal)) return decimal;
-    if (std::isinf(value)) throw "operator<< (std::ostream& os, const BestDouble& bd): missing '.'";
+    if (std::isinf(value)) throw static_cast<char const*>(INFINITE_NUMBER);
     char text[32];
     char const* const end =
         std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, DECIMAL::DIGITS - 1).ptr;

@@ -18,7 +18,10 @@ struct BestDouble {
     int32_t limit;
 };
 
-// Throws the C string "operator<< (std::ostream& os, const BestDouble& bd): missing '.'" for an infinite value.
+// What is thrown for an infinite value, as a `char const*`.
+inline constexpr char INFINITE_NUMBER[] = "operator<< (std::ostream& os, const BestDouble& bd): missing '.'";
+
+// Throws INFINITE_NUMBER.
 std::ostream& operator<<(std::ostream& os, BestDouble const& bd);
 
 // Enough for every number: the largest double in fixed notation has 309 digits before the point.

@@ -28,5 +28,5 @@ void TEXT_BUFFER::MakeRoom(std::size_t size) {
 }
 
 void TEXT_BUFFER::CheckIndentation() const {
-    if (m_indentation > INDENTATION_PER_TEXT * (Size() - std::min(Size(), m_indentation))) throw std::bad_alloc();
+    if (m_indentation > INDENTATION_PER_TEXT * (Size() - std::min(Size(), m_indentation))) throw OUT_OF_PROPORTION();
 }

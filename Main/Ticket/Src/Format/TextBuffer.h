@@ -4,9 +4,14 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "Common/Src/ByteStreams.h"
+
+// Thrown by the save of a file that a load would refuse, or whose indentation is out of proportion. A std::bad_alloc,
+// because the end of a ticket treats both alike: the old file stays.
+class OUT_OF_PROPORTION : public std::bad_alloc {};
 
 // Grows at its end. With a sink, full buffers of some 64 KiB are handed on, so that they stay in the processor's
 // caches. All functions that add text throw std::bad_alloc, and what the sink throws.
