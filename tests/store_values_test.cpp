@@ -201,8 +201,8 @@ void ReadsExactlyOrNot(T stored) {
 
 TEST(StoreValues, AnIntegerIsReadAsAnotherTypeOnlyIfItFits) {
     for (int shift = 0; shift < 64; ++shift) {
-        for (std::uint64_t const near : {-2, -1, 0, 1}) {
-            std::uint64_t const bits = (std::uint64_t{1} << shift) + near;
+        for (int const offset : {-2, -1, 0, 1}) {
+            std::uint64_t const bits = (std::uint64_t{1} << shift) + static_cast<std::uint64_t>(offset);
             auto const number = static_cast<std::int64_t>(bits);
             ReadsExactlyOrNot<std::int64_t, std::int8_t>(number);
             ReadsExactlyOrNot<std::int64_t, std::uint32_t>(number);
