@@ -6,18 +6,19 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ConfigurationControl/Store/Ticket.h"
+#include "ConfigurationControl/TicketServices.h"
 
 namespace ticket::detail {
 
@@ -71,24 +72,6 @@ class DirectoryLock {
     bool m_taken = false;
 };
 
-/** What tells one version of a file from another. */
-struct FileVersion {
-    struct stat found {};
-    bool exists = false;
-
-    static FileVersion of(std::string const& file) {
-        FileVersion version;
-        version.exists = stat(file.c_str(), &version.found) == 0;
-        return version;
-    }
-    bool operator==(FileVersion const& other) const {
-        auto const& a = found;
-        auto const& b = other.found;
-        return exists == other.exists && a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-               a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
-    }
-};
-
 /** All keys of a ticket. With the mutex held. */
 template <typename Key = std::string>
 std::vector<Key> keys_of(Table table) {
@@ -100,12 +83,35 @@ std::vector<Key> keys_of(Table table) {
     return keys;
 }
 
+/** What kept a step of a save from being done, for those that have no errno; indexed by TICKET_SAVE_STEP. */
+inline constexpr char const* SAVE_STEPS[] = {
+    nullptr,
+    "not saved: a file keeps no infinite number",
+    "not saved: the text conversion failed",
+    "not saved: the keys are too deep or too long to be loaded again",
+    "not saved: memory is short",
+    "not saved: the temporary file cannot be made",
+    "not saved: the temporary file cannot be locked",
+    "not saved: the temporary file cannot be written",
+    "not saved: the temporary file cannot be flushed to disk",
+    "not saved: the unreadable file cannot be kept",
+    "not saved: the temporary file cannot be renamed over the file",
+    "not saved: the file cannot be deleted",
+};
+
 /** Saves a ticket, and tells what became of it. */
 inline Result save_table(Table table, std::string const& subject) {
     if (table == nullptr) return Result(Reason::no_ticket, subject);
-    if (table->Operation(table->pTicket, STICKET_OP_SAVE, nullptr) == 0)
-        return Result(Reason::system, subject, "not saved");
-    return {};
+    bool const answered = table->Operation(table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
+    TICKET_SAVE_OUTCOME outcome{sizeof(TICKET_SAVE_OUTCOME), TICKET_SAVE_OK, 0, 0};
+    TicketGetSaveOutcome(table, &outcome);
+    if (answered && outcome.nStep == TICKET_SAVE_OK) return {};
+    Reason const reason = outcome.nStep == TICKET_SAVE_MEMORY ? Reason::no_memory : Reason::system;
+    // "viewer.xml: No space left on device" says it all; of other steps, it helps to know which one it was.
+    bool const is_plain = outcome.nStep == TICKET_SAVE_WRITE || outcome.nStep == TICKET_SAVE_FLUSH;
+    if (is_plain && outcome.nError != 0) return Result(reason, subject, nullptr, outcome.nError);
+    bool const is_known = outcome.nStep != TICKET_SAVE_OK && outcome.nStep < std::size(SAVE_STEPS);
+    return Result(reason, subject, is_known ? SAVE_STEPS[outcome.nStep] : "not saved", outcome.nError);
 }
 
 /** A file ticket for the time of one load or save. */
@@ -125,12 +131,18 @@ class BasicFileTicket {
     Result load() {
         if (m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count) == 0)
             return Result(Reason::no_memory, m_file, "not loaded: memory or file descriptors are short");
-        FileVersion const version = FileVersion::of(m_file);
-        if (m_count != 0 || !version.exists || version.found.st_size == 0) return {};
-        int const file = open(m_file.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file < 0) return Result(Reason::unreadable, m_file, "not loaded", errno);
-        close(file);
-        return Result(Reason::unreadable, m_file, "not loaded: no ticket file, or one without values");
+        TICKET_LOAD_OUTCOME outcome{sizeof(TICKET_LOAD_OUTCOME), TICKET_LOAD_LOADED, 0, 0, 0};
+        TicketGetLoadOutcome(m_table, &outcome);
+        switch (outcome.nState) {
+            case TICKET_LOAD_UNREADABLE:
+                return Result(Reason::unreadable, m_file, "not loaded", outcome.nError);
+            case TICKET_LOAD_NO_DOCUMENT:
+                return Result(Reason::unreadable, m_file, "not loaded: not a ticket file");
+            case TICKET_LOAD_TOO_DEEP:
+                return Result(Reason::unreadable, m_file, "not loaded: nested too deep");
+            default:
+                return {};
+        }
     }
     /** Whether the last load found values. */
     bool is_loaded() const { return m_count != 0; }
@@ -143,24 +155,12 @@ class BasicFileTicket {
             m_abandoned = true;
             return Result(Reason::no_memory, m_file, "not saved: memory is short");
         }
-        FileVersion const before = FileVersion::of(m_file);
-        if (Result saved = save_table(m_table, m_file); !saved) return saved;
-        m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count);
-        // A save replaces the file, or deletes it where there are no values.
-        FileVersion const after = FileVersion::of(m_file);
-        bool const done = m_count == 0 ? !after.exists : after.exists && !(after == before);
-        return done ? Result() : not_replaced();
+        Result saved = save_table(m_table, m_file);
+        if (saved) m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count);
+        return saved;
     }
 
  private:
-    /** The ticket does not tell why; the most likely reasons can be seen from here. */
-    Result not_replaced() const {
-        int const error = access(directory_of(m_file).c_str(), W_OK) != 0 ? errno : 0;
-        return Result(
-            Reason::system, m_file,
-            error != 0 ? "not saved" : "not saved: is the disk full, or a directory at its name with \".tmp\"?", error);
-    }
-
     std::string const& m_file;
     Table m_table;
     unsigned int m_count = 0;
