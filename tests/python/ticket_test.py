@@ -74,7 +74,7 @@ class TicketTest(unittest.TestCase):
             "negative wide": -(2**63),
             "unsigned": 2**64 - 1,
             "double": 0.1,
-            "large": 1e300,
+            "small": 1e-300,
             "blanks": "a  b   c",
             "two at the end": "a  ",
             "controls": "\t\n\r\x01\x7f\\",
