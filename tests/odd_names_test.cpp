@@ -173,6 +173,30 @@ TEST_F(AnyNames, KeyThatEndsInASlashSpoilsNothing) {
     }
 }
 
+// Such a key leaves an empty element, which has no closing tag that would tell it from markup.
+TEST_F(AnyNames, KeyThatEndsInASlashAndLooksLikeMarkupSwallowsNothing) {
+    for (auto const& [key, last] : std::vector<std::pair<std::string, std::string>>{{"?a/", "z?"},
+                                                                                    {"?/", "z?"},
+                                                                                    {"x/?a/", "z?"},
+                                                                                    {"!--a/", "z--"},
+                                                                                    {"!--a/", "z--/y"},
+                                                                                    {"!--/", "z--"},
+                                                                                    {"![CDATA[a/", "z]]"},
+                                                                                    {"!--a/", "z"},
+                                                                                    {"![CDATA[/", "z"},
+                                                                                    {"!DOCTYPE a/", "z"}}) {
+        std::filesystem::remove(m_file);
+        {
+            OWNER const ticket(m_file.c_str());
+            Set(ticket, key.c_str(), 1);
+            Set(ticket, "b", 2);
+            Set(ticket, last.c_str(), 3);
+        }
+        OWNER const ticket(m_file.c_str());
+        EXPECT_THAT(Contents(ticket), ElementsAre("b 2 2", last + " 2 3")) << key;
+    }
+}
+
 TEST_F(AnyNames, PartialTreeHoldsTheKeysThatWereAskedFor) {
     SavedAndLoaded({"HP 4000/ID", "HP 4000/Name", "z"});
     OWNER const ticket(m_file.c_str());
@@ -303,9 +327,10 @@ TEST(LargeFileOfAnyNames, NestingThatWouldFillTheMemoryWithKeysIsUnreadable) {
 TEST(LargeFileOfAnyNames, HostileTextsTakeNoMoreTimeThanTheirLength) {
     // With quadratic time, each of these would take hours.
     std::size_t const size = std::size_t{std::getenv("LARGE_FILES") ? 64U : 1U} << 20;
-    for (std::string const& part : {"<1>\n"s, "</?>\n"s, "<!"s, "<?"s, "<!--\n"s, "<![CDATA["s, "</?x"s, "<\n"s,
-                                    "<a b type=\"int\">"s, "</1>"s, "\""s, "<?x>\n</?x>\n"s, "<!--x-->\n"s,
-                                    "<1>\n</1>\n"s, "<# type=\"int\">1</#>\n"s, std::string(1U << 20, '#') + "\n"}) {
+    for (std::string const& part :
+         {"<1>\n"s, "</?>\n"s, "<!"s, "<?"s, "<!--\n"s, "<![CDATA["s, "</?x"s, "<\n"s, "<a b type=\"int\">"s, "</1>"s,
+          "\""s, "<?x>\n</?x>\n"s, "<!--x-->\n"s, "<1>\n</1>\n"s, "<!--x/>\n"s, "<?x/>\n"s, "<# type=\"int\">1</#>\n"s,
+          std::string(1U << 20, '#') + "\n"}) {
         std::string const text = Repeated(part, size / part.size());
         std::string copy = text;
         TICKET_NAMES::Replace(text, copy.data());
@@ -497,7 +522,8 @@ TEST_F(AnyNames, ThatLookLikeMarkupAreNoneWhereSomebodyElsePutMarkup) {
     std::string const leaf = "\t<b type=\"int\">2</b>\n";
     for (char const* const markup :
          {"<!-- note -->\n", "<?pi x?>\n", "\t<?a type=\"int\"?>\n", "<!--\n\t<?a type=\"int\">1</?a>\n-->\n",
-          "<?pi\n\t</?a>\n?>\n", "<![CDATA[\n\t<!x type=\"int\">1</!x>\n]]>\n", "<?a x>\n<c/>\n?>\n"}) {
+          "<?pi\n\t</?a>\n?>\n", "<![CDATA[\n\t<!x type=\"int\">1</!x>\n]]>\n", "<?a x>\n<c/>\n?>\n",
+          "<!--a/>\n\t<c type=\"int\">1</c>\n-->\n", "<!--a/>\n\t<c/>-->\n", "<!--a/>\n<!--c/>\n-->\n"}) {
         std::string const text = TicketText::Framed(markup + leaf);
         TicketText const read = TicketText::Read(text);
         EXPECT_EQ(read.result.reading, READING::DONE) << text;

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <iostream>
 #include <map>
-#include <unordered_map>
 #include <vector>
 
 #include "Commands.h"
@@ -55,9 +54,9 @@ class CHECKER {
     std::string const& m_text;
     TICKET const& m_ticket;
     KEY_FINDINGS const& m_ofKeys;
-    std::string m_path;  // of the current element, as keys have it, up to its own name
-    std::unordered_map<std::string, pugi::xml_node> m_vectors;  // the last leaf of each key that has several
-    std::map<std::string, std::size_t> m_places;                // of the keys of m_ofKeys: their last leaves
+    std::string m_path;                               // of the current element, as keys have it, up to its own name
+    std::map<std::string, pugi::xml_node> m_vectors;  // the last leaf of each key that has several
+    std::map<std::string, std::size_t> m_places;      // of the keys of m_ofKeys: their last leaves
     std::vector<FINDING> m_findings;
 };
 

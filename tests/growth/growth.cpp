@@ -3,7 +3,9 @@
 // depend on caches; instructions show only how the work grows.
 #include <valgrind/callgrind.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -239,6 +241,37 @@ WORK ReadHostileTexts(int count, bool isControl) {
     };
 }
 
+// Names whose hashes by the standard library are all the same. It mixes eight bytes at a time, in steps that can be
+// undone, so the last eight can be chosen for any first ones. The control's differ from them in one bit.
+uint64_t Mixed(uint64_t word) {
+    return word ^ word >> 47;
+}
+std::string CollidingName(uint64_t number, bool isControl) {
+    constexpr uint64_t FACTOR = 0xC6A4A7935BD1E995;
+    constexpr uint64_t INVERSE = 0x5F7A0EA7E59B19BD;
+    static_assert(FACTOR * INVERSE == 1);
+    constexpr uint64_t SEED = 0xC70F6907;
+    constexpr uint64_t SAME = 1;
+    uint64_t const first = number << 8 | '?';
+    uint64_t const state = (SEED ^ 2 * sizeof first * FACTOR ^ Mixed(first * FACTOR) * FACTOR) * FACTOR;
+    uint64_t const last = Mixed((state ^ SAME) * INVERSE) * INVERSE ^ static_cast<uint64_t>(isControl);
+    std::string name(2 * sizeof first, '\0');
+    std::memcpy(&name[0], &first, sizeof first);
+    std::memcpy(&name[sizeof first], &last, sizeof last);
+    return name;
+}
+
+WORK LoadHostileClosings(int count, bool isControl) {
+    std::string text;
+    for (uint64_t number = 0x31323334616161; count > 0; ++number) {
+        std::string const name = CollidingName(number, false);
+        if ((name + CollidingName(number, true)).find_first_of({"\0\n<>\"/", 6}) != std::string::npos) continue;
+        text += "</" + CollidingName(number, isControl) + ">\n";
+        --count;
+    }
+    return Load("\n" + text);
+}
+
 struct HOSTILE_CASE {
     char const* name;
     WORK (*prepare)(int size, bool isControl);
@@ -246,10 +279,9 @@ struct HOSTILE_CASE {
 
 constexpr int HOSTILE_SIZE = 5000;
 constexpr HOSTILE_CASE HOSTILE_CASES[] = {
-    {"hostile_keys_loaded", LoadHostile<HostileKey>},
-    {"hostile_keys_read", ReadHostile<HostileKey>},
-    {"hostile_long_keys_loaded", LoadHostile<HostileLongKey>},
-    {"hostile_texts_read", ReadHostileTexts},
+    {"hostile_keys_loaded", LoadHostile<HostileKey>},          {"hostile_keys_read", ReadHostile<HostileKey>},
+    {"hostile_long_keys_loaded", LoadHostile<HostileLongKey>}, {"hostile_texts_read", ReadHostileTexts},
+    {"hostile_closing_tags_loaded", LoadHostileClosings},
 };
 
 void Count(char const* name, int size, WORK const& work) {

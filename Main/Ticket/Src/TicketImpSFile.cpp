@@ -297,7 +297,7 @@ void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
         if (conversion == nullptr) return parameters.WalkUnchanged(callback, writer);
         return parameters.Walk(callback, writer, "", WALK_EVERYTHING);  // the conversion may change this ticket
     };
-    WriteTicket(file, conversion, &Log, walk);
+    if (!WriteTicket(file, conversion, &Log, walk)) throw "STICKET_FILE::Save incomplete walk";
 }
 
 void STICKET_FILE::Save() {

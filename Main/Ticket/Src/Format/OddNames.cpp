@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <unordered_set>
+#include <set>
 
 #include "Format/Words.h"
 #include "Format/XmlNames.h"
@@ -99,12 +99,17 @@ constexpr MARKUP MARKUPS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"
 
 constexpr std::string_view OTHER_STARTS[] = {"!--", "![CDATA[", "!DOCTYPE"};
 
+// What begins at `at`; the end of MARKUPS if it is an element.
+MARKUP const* MarkupAt(std::string_view text, std::size_t at) {
+    return std::find_if(std::begin(MARKUPS), std::end(MARKUPS),
+                        [&](MARKUP const& known) { return BeginsWith(text.substr(at), known.begin); });
+}
+
 // Where the next line begins after one that is not the writer's, and after what begins on it.
 std::size_t BehindOther(std::string_view text, std::size_t at) {
     while ((at = text.find_first_of("<\n", at)) < text.size()) {
         if (text[at] == '\n') return at + 1;
-        auto const markup = std::find_if(std::begin(MARKUPS), std::end(MARKUPS),
-                                         [&](MARKUP const& known) { return BeginsWith(text.substr(at), known.begin); });
+        MARKUP const* const markup = MarkupAt(text, at);
         at = markup == std::end(MARKUPS) ? at + 1 : text.find(markup->end, at + markup->begin.size());
     }
     return text.size();
@@ -145,14 +150,38 @@ class SCAN {
     }
 
  private:
-    // What begins as a comment or the like does is an opening tag only if it has a closing one.
-    bool MayBeMarkup(LINE const& line) const {
+    // Where the first end of a kind of markup lies behind a place.
+    struct MARKUP_END {
+        std::size_t at = 0;
+        bool isInTag = false;  // on a line of the writer's form
+    };
+
+    // A line that begins as a comment or the like does holds an opening tag only if there is a closing one.
+    bool MayBeMarkup(LINE const& line) {
         if (line.kind == LINE::WHOLE || line.kind == LINE::CLOSING) return false;
+        if (line.kind == LINE::EMPTY) return MayBeMarkupAt(Offset(line.name) - 1);
         bool const isInstruction = line.kind == LINE::OPENING && line.name.front() == '?';
         bool const isOther = std::any_of(std::begin(OTHER_STARTS), std::end(OTHER_STARTS),
                                          [&](std::string_view start) { return BeginsWith(line.name, start); });
         return (isInstruction || isOther) && m_closings.count(line.name) == 0;
     }
+
+    // The same for an empty element, which has no closing tag. Markup ends somewhere, and not within a tag: whoever
+    // writes a comment does not put its end into one.
+    bool MayBeMarkupAt(std::size_t at) {
+        MARKUP const* const markup = MarkupAt(m_text, at);
+        if (markup == std::end(MARKUPS)) return false;
+        std::size_t const inside = at + markup->begin.size();
+        MARKUP_END& end = m_ends[markup - MARKUPS];  // kept: many lines may have one end
+        if (end.at < inside) {
+            end.at = std::min(m_text.find(markup->end, inside), m_text.size());
+            std::size_t const lineBegin = m_text.rfind('\n', end.at) + 1;
+            end.isInTag = Parse(LineAt(m_text, std::min(lineBegin, end.at))).kind != LINE::OTHER;
+        }
+        return end.at < m_text.size() && !end.isInTag;
+    }
+
+    std::size_t Offset(std::string_view part) const { return static_cast<std::size_t>(part.data() - m_text.data()); }
 
     void FindClosings() {
         for (std::size_t at = 0; at < m_text.size();) {
@@ -164,7 +193,8 @@ class SCAN {
     }
 
     std::string_view m_text;
-    std::unordered_set<std::string_view> m_closings;
+    std::set<std::string_view> m_closings;  // ordered: a hostile file can make names collide in the standard hash
+    MARKUP_END m_ends[std::size(MARKUPS)];
 };
 
 }  // namespace
@@ -186,13 +216,16 @@ void Restore(std::string_view text, char* copy) {
         [&](std::string_view name) { std::memcpy(copy + (name.data() - text.data()), name.data(), name.size()); });
 }
 
-// An opening tag alone may be an instruction in fact; one with a closing tag is none. That one, or both, ends in "</?"
-// and so on, which hardly any other file holds.
+// An opening tag alone may be an instruction in fact; one with a closing tag is none, nor is an empty element.
 bool LookLikeMarkup(std::string_view text) {
-    if (text.find("</?") == std::string_view::npos && text.find("</!") == std::string_view::npos) return false;
+    auto const holds = [&](char const* part, std::size_t begin = 0) {
+        return text.find(part, begin) != std::string_view::npos;
+    };
+    bool const mayHoldEmpty = holds("/>") && (holds("<!") || holds("<?", 1));  // a declaration stands at 0
+    if (!mayHoldEmpty && !holds("</?") && !holds("</!")) return false;
     bool found = false;
     SCAN(text).ForEachLine([&](LINE const& line) {
-        bool const isCertain = line.kind == LINE::WHOLE || line.kind == LINE::CLOSING;
+        bool const isCertain = line.kind != LINE::OPENING;
         found = found || (isCertain && BeginsAsMarkup(line));
     });
     return found;

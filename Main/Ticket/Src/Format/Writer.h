@@ -9,7 +9,8 @@
 // taken. Texts pass through `conversion`, and `log` is told of keys without a name at their end, unless these are null.
 // Returns whether the file is complete. Throws as the writers do.
 template <typename SINK, typename WALK>
-bool WriteTicket(SINK& file, STICKET_STRING_CONVERSION* conversion, TREE_WRITER::LOG log, WALK const& walk) {
+[[nodiscard]] bool WriteTicket(SINK& file, STICKET_STRING_CONVERSION* conversion, TREE_WRITER::LOG log,
+                               WALK const& walk) {
     STREAM_WRITER stream(conversion, &file);
     bool const isWalked = walk(&STREAM_WRITER::SaveOne, &stream);
     if (!stream.IsRefused()) {
