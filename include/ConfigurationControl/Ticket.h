@@ -60,8 +60,8 @@ class STICKET {
 
  protected:
     struct NOTIFICATION;
-    struct CONTENT;
-    struct ENTRY;
+    struct STATE;
+    struct FRAME;
     /** A number and what it watches. */
     using REGISTRATION = std::pair<int const, NOTIFICATION>;
 
@@ -104,8 +104,8 @@ class STICKET {
     /** Always false in this library. */
     static bool IsLogged(unsigned int level);
 
-    STICKET_WHOAMI m_whoAmI;            /**< as given at creation, with the mutex that is used */
-    std::unique_ptr<CONTENT> m_content; /**< parameters, registrations and deferred callbacks, in this order */
+    STICKET_WHOAMI m_whoAmI;        /**< as given at creation, with the mutex that is used */
+    std::unique_ptr<STATE> m_state; /**< parameters, registrations and deferred callbacks, in this order */
 };
 
 #endif

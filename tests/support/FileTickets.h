@@ -21,7 +21,7 @@ class OPEN_FILE_TICKET : public STICKET_FILE {
     void Pass(int seconds) { m_now += seconds; }
 
     // Watches one key.
-    void Register(int number, char const* key) { m_content->registrations[number].selection.keys.insert(key); }
+    void Register(int number, char const* key) { m_state->registrations[number].selection.keys.insert(key); }
     bool IsRegistered(int number) const { return GetNotification(number) != nullptr; }
 
     using STICKET_FILE::KeyNotPartial;

@@ -113,11 +113,11 @@ class OPEN_TICKET : public STICKET_MEM {
     // `keys`: as in PARTIAL_MODE::set, but without a null at the end.
     void Register(int number, std::vector<char const*> keys) {
         if (!keys.empty()) keys.push_back(nullptr);
-        m_content->registrations[number].selection.set(keys.empty() ? nullptr : keys.data());
+        m_state->registrations[number].selection.set(keys.empty() ? nullptr : keys.data());
     }
     std::vector<int> Registered() const {
         std::vector<int> numbers;
-        for (auto const& registration : m_content->registrations) numbers.push_back(registration.first);
+        for (auto const& registration : m_state->registrations) numbers.push_back(registration.first);
         return numbers;
     }
 

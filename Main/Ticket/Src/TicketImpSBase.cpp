@@ -9,7 +9,7 @@
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
 
-// Made before any code runs, so that the constructors and destructors of other static objects may use it.
+// Initialised at compile time, so that constructors and destructors of other static objects may use it.
 constexpr STICKET_INSTANCE STicketInstance = {
     sizeof(STICKET_INSTANCE), 1, &STICKET::Create, &STICKET::Destroy, 2, {},
 };
@@ -32,7 +32,7 @@ void STICKET::Destroy(STICKET_ACCESS const*& access) {
     delete ticket;
 }
 
-STICKET::STICKET(STICKET_WHOAMI const& whoAmI) : m_whoAmI(whoAmI), m_content(std::make_unique<CONTENT>()) {
+STICKET::STICKET(STICKET_WHOAMI const& whoAmI) : m_whoAmI(whoAmI), m_state(std::make_unique<STATE>()) {
     if (!m_whoAmI.pServer) m_whoAmI.pMutex = new SysLib::MUTEX_INSTANCE;
 }
 
@@ -49,7 +49,7 @@ SysLib::MUTEX_INSTANCE& STICKET::GetMutexInstance() const {
     return *m_whoAmI.pMutex;
 }
 
-// Logging: the calls stand wherever something is worth a line; this library keeps none of them.
+// Log hooks: the library calls them where a log would help; they do nothing.
 
 void STICKET::Log(unsigned int, char const*, ...) {}
 void STICKET::VLog(unsigned int, char const*, std::va_list) {}
@@ -74,7 +74,7 @@ bool STICKET::CommonOperation(STICKET_OP code, void* data) {
     switch (code) {
         case STICKET_OP_COUNT:
         case STICKET_OP_COUNT_LOADED:
-            return data && Store(data, static_cast<unsigned int>(m_content->parameters.Size()));
+            return data && Store(data, static_cast<unsigned int>(m_state->parameters.Size()));
         case STICKET_OP_FLUSH_NOTIFICATION:
             return data && FlushToNotification(GetNotification(LoadValue<int>(data)));
         case STICKET_OP_INCREMENT:
@@ -97,7 +97,7 @@ bool STICKET::CommonOperation(STICKET_OP code, void* data) {
 
 namespace {
 
-// Moves on first and only then takes out the element that was left, so that the walk stays on firm ground.
+// Advances first and then erases the element that it left, so that the iterator stays valid.
 template <typename MAP>
 void Next(MAP& map, typename MAP::iterator& place, bool& erase) {
     auto const left = place++;
@@ -105,7 +105,7 @@ void Next(MAP& map, typename MAP::iterator& place, bool& erase) {
     erase = false;
 }
 
-// When the lookup itself fails, one notification too many is the lesser evil.
+// A lookup that throws counts as a match: one notification too many is better than one too few.
 bool Watches(PARTIAL_MODE const& selection, char const* key) {
     try {
         return selection.empty() || selection.Selects(key);
@@ -138,12 +138,12 @@ int STICKET::GetHNotification(int) const {
 }
 
 STICKET::REGISTRATION const* STICKET::GetNotification(int number) const {
-    auto const found = m_content->registrations.find(number);
-    return found == m_content->registrations.end() ? nullptr : &*found;
+    auto const found = m_state->registrations.find(number);
+    return found == m_state->registrations.end() ? nullptr : &*found;
 }
 
 bool STICKET::EnDisNotification(int number, bool enable, char const* const*) {
-    auto& registrations = m_content->registrations;
+    auto& registrations = m_state->registrations;
     if (number == -2 && !enable) {
         registrations.clear();
         return true;
@@ -154,29 +154,29 @@ bool STICKET::EnDisNotification(int number, bool enable, char const* const*) {
 }
 
 int STICKET::EnDisNotification(STICKET* ticket, int number, bool enable, char const* const* keys) {
-    return ENTRY::Run<STICKET>(
+    return FRAME::Run<STICKET>(
         ticket, [&](STICKET& self) { return self.EnDisNotification(number, enable, keys); }, [](int, int) {});
 }
 
 void STICKET::NotifySetParameter(char const* key, PARAM_TYPE, void const*, int) {
-    RemoveTouched(m_content->registrations, [&](PARTIAL_MODE const& selection) { return Watches(selection, key); });
+    RemoveTouched(m_state->registrations, [&](PARTIAL_MODE const& selection) { return Watches(selection, key); });
 }
 
 void STICKET::NotifySetMultiParameter(SETMULTIPAR const* records) {
-    if (!records || m_content->registrations.empty()) return;
-    RemoveTouched(m_content->registrations,
+    if (!records || m_state->registrations.empty()) return;
+    RemoveTouched(m_state->registrations,
                   [&](PARTIAL_MODE const& selection) { return WatchesAnyStored(selection, records); });
 }
 
 void STICKET::NotifyOperation(STICKET_OP code, void*) {
     if (code != STICKET_OP_CLEAR && code != STICKET_OP_INCREMENT && code != STICKET_OP_UNUSED_8) return;
-    m_content->registrations.clear();
+    m_state->registrations.clear();
 }
 
 int STICKET::FlushToNotification(REGISTRATION const* registration) const {
     if (!registration) return 0;
     PARTIAL_MODE const& selection = registration->second.selection;
-    // There is nobody to hand them to; they are made all the same, as a kind of ticket with receivers would do.
+    // There is no receiver. A derived kind of ticket with receivers would hand these to them.
     SETMULTIPAR_LIST const list(GetInterface(), selection, false);
     PARTIAL_TABLE const table(selection);
     return 0;
@@ -186,10 +186,10 @@ int STICKET::FlushToNotification(REGISTRATION const* registration) const {
 
 bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument) {
     if (!callback) return false;
-    return ENTRY::Run<STICKET>(
+    return FRAME::Run<STICKET>(
         ticket,
         [&](STICKET& self) {
-            self.m_content->deferred.push_back({callback, argument});
+            self.m_state->deferred.push_back({callback, argument});
             return true;
         },
         [](int, int) {});
@@ -197,25 +197,25 @@ bool STICKET::QueueAfterNotification(STICKET* ticket, STICKET_DEFERRED_CALLBACK 
 
 void STICKET::AfterNotification() {
     TicketMutex::GUARD const guard(GetMutexInstance());
-    CONTENT& content = *m_content;
-    if (content.deferred.empty()) return;
+    STATE& state = *m_state;
+    if (state.deferred.empty()) return;
 
     // A callback that changes the ticket starts a pass inside this one. Beyond a depth that no host needs, the inner
     // pass leaves its callbacks to the outer ones, so that a long queue of such callbacks cannot exhaust the stack.
     constexpr unsigned int DEEPEST_PASS = 100;
-    if (content.passes >= DEEPEST_PASS) return;
+    if (state.passes >= DEEPEST_PASS) return;
     struct PASS {
         unsigned int& passes;
         explicit PASS(unsigned int& count) : passes(count) { ++passes; }
         ~PASS() { --passes; }
-    } const pass(content.passes);
+    } const pass(state.passes);
 
-    while (!content.deferred.empty()) {
-        CONTENT::DEFERRED const next = content.deferred.front();
-        content.deferred.pop_front();
+    while (!state.deferred.empty()) {
+        STATE::DEFERRED const next = state.deferred.front();
+        state.deferred.pop_front();
         try {
             if (next.callback) next.callback(next.argument);
-        } catch (...) {  // the callback's own affair; the next one still runs
+        } catch (...) {  // dropped; the next callback still runs
             PassCancellation();
         }
     }

@@ -1,7 +1,7 @@
 // What every ticket holds behind the public STICKET class, and the one frame in which all table entries run.
 //
 // A ticket kind derives from STICKET, offers its entries as public static functions named as in STICKET_ACCESS, and
-// keeps the table that ENTRY::Table makes of them.
+// keeps the table that FRAME::Table makes of them.
 #pragma once
 
 #include <list>
@@ -15,12 +15,13 @@
 #include "TicketMutex.h"
 #include "TicketObservers.h"
 
-// A one-shot registration: which keys it watches; an empty selection watches all.
+// A one-shot registration: the keys it watches; an empty selection watches all. Only a kind of ticket that derives from
+// these classes inside the library can add one. Hosts add observers instead: TicketObservers.h.
 struct STICKET::NOTIFICATION {
     PARTIAL_MODE selection;
 };
 
-struct STICKET::CONTENT {
+struct STICKET::STATE {
     clTICKETNODE parameters;
     std::map<int, NOTIFICATION> registrations;
     struct DEFERRED {
@@ -32,7 +33,7 @@ struct STICKET::CONTENT {
     TICKET_OBSERVERS observers;
 };
 
-struct STICKET::ENTRY {
+struct STICKET::FRAME {
     // Runs `work(KIND&)` with the ticket's mutex held and returns its result as a number. No exception gets out:
     // `report(nIdA, nIdB)` logs that there was one, and the result is 0. Only the cancellation of the thread passes.
     template <typename KIND, typename WORK, typename REPORT>
@@ -49,8 +50,8 @@ struct STICKET::ENTRY {
         }
     }
 
-    // The same for the reading of a batch, of which nothing counts as read when it fails. Where it ends is known
-    // before: the work may free its keys.
+    // The same for reading a batch: on failure all its results are false. The end of the batch is found first, because
+    // the work may free its keys.
     template <typename KIND, typename WORK, typename REPORT>
     static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;
@@ -117,7 +118,7 @@ struct STICKET::ENTRY {
             report);
     }
 
-    static TICKET_OBSERVERS& Observers(STICKET& ticket) { return ticket.m_content->observers; }
+    static TICKET_OBSERVERS& Observers(STICKET& ticket) { return ticket.m_state->observers; }
 
     // The table of `ticket`, made of the kind's entries and the shared ones; all reserved places are null.
     template <typename KIND>
@@ -144,14 +145,14 @@ struct STICKET::ENTRY {
  private:
     using CHANGES = TICKET_OBSERVERS::CHANGES;
 
-    // Whether anybody has to be told of changes.
+    // Whether changes must be told to registrations or observers.
     static bool IsWatched(STICKET const& ticket) {
-        return !ticket.m_content->registrations.empty() || !ticket.m_content->observers.IsEmpty();
+        return !ticket.m_state->registrations.empty() || !ticket.m_state->observers.IsEmpty();
     }
 
     // What follows every successful change. True.
     static bool Succeed(STICKET& ticket) {
-        if (!ticket.m_content->deferred.empty()) ticket.AfterNotification();
+        if (!ticket.m_state->deferred.empty()) ticket.AfterNotification();
         return true;
     }
     static bool Succeed(STICKET& ticket, CHANGES&& changes) {
@@ -165,8 +166,8 @@ struct STICKET::ENTRY {
 class TICKETLOCKS {
  public:
     static constexpr int LOCKS = 20;
-    static constexpr int FREE = -1;      // in place of an owner: nobody
-    static constexpr int WILDCARD = -2;  // in place of an owner: whoever it is; of a number: every lock
+    static constexpr int FREE = -1;      // as an owner: nobody
+    static constexpr int WILDCARD = -2;  // as an owner: any owner; as a number: every lock
 
     TICKETLOCKS();
     // One lock, or all of them for number WILDCARD. Nonzero on success.

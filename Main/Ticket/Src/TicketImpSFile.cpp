@@ -52,7 +52,7 @@ STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOA
 // The name ends where the system's calls would see it end; otherwise ".tmp" could vanish behind a NUL.
 STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI)
     : STICKET(whoAmI),
-      m_access(ENTRY::Table(*this)),
+      m_access(FRAME::Table(*this)),
       m_fileName(fileName.c_str()),
       m_path(TICKETFILE::AbsoluteName(m_fileName)),
       m_lastAccess(std::time(nullptr)),
@@ -64,36 +64,36 @@ STICKET_FILE::~STICKET_FILE() {
         if (m_whoAmI.pMutex) lock.emplace(*m_whoAmI.pMutex);
         SaveWhatCanBe();
     }
-    m_content->parameters.Clear();  // before m_texts, which keeps some of their texts
+    m_state->parameters.Clear();  // before m_texts, which keeps some of their texts
 }
 
 // Table entries
 
 int STICKET_FILE::GetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void* value, int index) {
-    return ENTRY::Run<STICKET_FILE>(
+    return FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.KeyNotPartial(key));
             self.m_lastAccess = self.Now();
-            return self.m_content->parameters.GetParameter(key, type, value, index, &self.m_texts);
+            return self.m_state->parameters.GetParameter(key, type, value, index, &self.m_texts);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::GetParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_FILE::GetMultiParameter(STICKET* ticket, GETMULTIPAR* records) {
-    return ENTRY::GetBatch<STICKET_FILE>(
+    return FRAME::GetBatch<STICKET_FILE>(
         ticket, records,
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.AnyNotPartial(records));
             self.m_lastAccess = self.Now();
-            return self.m_content->parameters.GetMultiParameter(records, &self.m_texts);
+            return self.m_state->parameters.GetMultiParameter(records, &self.m_texts);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::GetMultiParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_FILE::WalkParameter(STICKET* ticket, STICKET_WALK_CALLBACK callback, void* context, char const* prefix,
                                 int level) {
-    return ENTRY::Run<STICKET_FILE>(
+    return FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
             self.MakeReady(true);
@@ -104,35 +104,35 @@ int STICKET_FILE::WalkParameter(STICKET* ticket, STICKET_WALK_CALLBACK callback,
 }
 
 int STICKET_FILE::SetParameter(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index) {
-    return ENTRY::Set<STICKET_FILE>(
+    return FRAME::Set<STICKET_FILE>(
         ticket, key, type, value, index,
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(self.m_partial && self.KeyNotPartial(key));
             self.MarkDirty();
-            return self.m_content->parameters.SetParameter(key, type, value, index);
+            return self.m_state->parameters.SetParameter(key, type, value, index);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::SetParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_FILE::SetMultiParameter(STICKET* ticket, SETMULTIPAR* records) {
-    return ENTRY::SetBatch<STICKET_FILE>(
+    return FRAME::SetBatch<STICKET_FILE>(
         ticket, records,
         [&](STICKET_FILE& self) {
             DROPPED const dropped = self.MakeReady(true);
             self.MarkDirty();
-            return self.m_content->parameters.SetMultiParameter(records);
+            return self.m_state->parameters.SetMultiParameter(records);
         },
         [](int a, int b) { Log(0, "STICKET_FILE::SetMultiParameter(%d, %d) catch(...)", a, b); });
 }
 
 int STICKET_FILE::Operation(STICKET* ticket, STICKET_OP code, void* data) {
-    return ENTRY::Operate<STICKET_FILE>(
+    return FRAME::Operate<STICKET_FILE>(
         ticket, code, data, [&](STICKET_FILE& self) { return self.Operation(code, data); },
         [&](int a, int b) { Log(0, "STICKET_FILE::Operation(%d, %d, %d) catch(...)", a, b, static_cast<int>(code)); });
 }
 
 int STICKET_FILE::Lock(STICKET* ticket, int number, int* owner, bool lock) {
-    return ENTRY::Run<STICKET_FILE>(
+    return FRAME::Run<STICKET_FILE>(
         ticket, [&](STICKET_FILE& self) { return self.m_locks(number, owner, lock); },
         [&](int a, int b) { Log(0, "STICKET_FILE::Lock(%d, %d, %d) catch(...)", a, b, number); });
 }
@@ -151,7 +151,7 @@ bool STICKET_FILE::Walk(STICKET_WALK_CALLBACK callback, void* context, char cons
             return true;
         }
     } step{*this, callback, context};
-    return m_content->parameters.WalkParameter(callback ? &STEP::Take : nullptr, &step, prefix, level);
+    return m_state->parameters.WalkParameter(callback ? &STEP::Take : nullptr, &step, prefix, level);
 }
 
 // Loading and dropping
@@ -184,7 +184,7 @@ void STICKET_FILE::Load() {
         if (m_misread && m_lastLoad.state == LOAD_STATE::LOADED) m_lastLoad.state = LOAD_STATE::CONVERSION_FAILED;
         if (m_starved) throw std::bad_alloc();  // half of a file is worse than none: the next access loads again
     } catch (...) {
-        m_content->parameters.Clear();
+        m_state->parameters.Clear();
         m_loaded = false;
         m_misread = false;
         m_lastLoad = {};
@@ -202,7 +202,7 @@ bool STICKET_FILE::ReadFile(bool stores) {
     bool const isMissing = file.State() == FILE_READER::MISSING;
     m_lastLoad = {isMissing ? LOAD_STATE::NO_FILE : LOAD_STATE::UNREADABLE, file.Error(), 0, 0};
     if (file.State() != FILE_READER::OPEN) return isMissing;
-    if (stores && !m_partial) m_content->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
+    if (stores && !m_partial) m_state->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
     LEAF_RECEIVER const storing{&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead};
     LEAF_RECEIVER const looking{&LocalSetParameter, this, &IsNoKey, nullptr};
     READ_RESULT const result = ReadTicket(file, stores ? storing : looking);
@@ -218,7 +218,7 @@ bool STICKET_FILE::IsPartialKey(void* context, std::string_view key) {
 
 void STICKET_FILE::DropRead(void* context) {
     auto& self = *static_cast<STICKET_FILE*>(context);
-    self.m_content->parameters.Clear();
+    self.m_state->parameters.Clear();
     self.m_misread = false;
     self.m_starved = false;
 }
@@ -234,13 +234,13 @@ void STICKET_FILE::LookAtFile() {
 
 int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
     auto const ticket = static_cast<STICKET_FILE*>(context);
-    int const stored = ENTRY::Run<STICKET_FILE>(
+    int const stored = FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
             if (self.m_partial && self.KeyNotPartial(key)) return true;
             auto const store = [&](void const* content) {
                 // What a file holds is refused for want of memory only.
-                bool const done = self.m_content->parameters.SetParameter(key, type, content, index);
+                bool const done = self.m_state->parameters.SetParameter(key, type, content, index);
                 if (!done) self.m_starved = true;
                 return done;
             };
@@ -261,7 +261,7 @@ int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE t
 
 clTICKETNODE STICKET_FILE::ReleaseTo(bool partial) {
     if (m_dirty) Save();
-    clTICKETNODE dropped = m_content->parameters.Take();
+    clTICKETNODE dropped = m_state->parameters.Take();
     m_loaded = false;
     m_partial = partial;
     return dropped;
@@ -293,7 +293,7 @@ void STICKET_FILE::MarkDirty() {
 void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
     auto* const conversion = static_cast<STICKET_STRING_CONVERSION*>(m_whoAmI.pContext);
     auto const walk = [&](STICKET_WALK_CALLBACK callback, void* writer) {
-        clTICKETNODE const& parameters = m_content->parameters;
+        clTICKETNODE const& parameters = m_state->parameters;
         if (conversion == nullptr) return parameters.WalkUnchanged(callback, writer);
         return parameters.Walk(callback, writer, "", WALK_EVERYTHING);  // the conversion may change this ticket
     };
@@ -325,7 +325,7 @@ void STICKET_FILE::Save() {
 TICKETFILE::SAVE_OUTCOME STICKET_FILE::WriteOrDelete(TICKETFILE::OLD old) const {
     using namespace TICKETFILE;
     SAVE_OUTCOME outcome;
-    if (m_content->parameters.NonEmpty()) {
+    if (m_state->parameters.NonEmpty()) {
         REPLACEMENT file(m_path);
         WriteTo(file);
         outcome = file.Commit(old, m_fileRead);
@@ -371,7 +371,7 @@ bool STICKET_FILE::Operation(STICKET_OP code, void* data) {
             m_loaded = true;
             m_partial = false;
             MarkDirty();
-            m_content->parameters.Clear();
+            m_state->parameters.Clear();
             return true;
         case STICKET_OP_PARTIAL_KEYS:
             ChangePartialKeys(static_cast<char const* const*>(data));

@@ -100,7 +100,7 @@ void TICKET_OBSERVERS::TellAll(UNTOLD const& change) {
         if (!observer.call) continue;
         try {
             observer.call(observer.context, change.notice.Keys());
-        } catch (...) {  // the observer's own affair; the next one is still told
+        } catch (...) {  // dropped; the next observer is still told
             PassCancellation();
         }
     }

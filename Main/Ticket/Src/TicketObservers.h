@@ -59,7 +59,7 @@ class TICKET_OBSERVERS {
  private:
     struct OBSERVER {
         uint64_t id;
-        TICKET_OBSERVER call;  // null: removed while calls are under way
+        TICKET_OBSERVER call;  // null: removed during a call
         void* context;
     };
 

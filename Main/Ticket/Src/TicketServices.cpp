@@ -12,7 +12,7 @@ namespace {
 
 // Never made: a name for what only kinds of tickets may use.
 struct KIND : STICKET {
-    using STICKET::ENTRY;
+    using STICKET::FRAME;
 };
 
 // The ticket behind a table; null for a table that this library did not make, whose pointer could be to anything.
@@ -24,7 +24,7 @@ STICKET* TicketOf(STICKET_ACCESS const* access) {
 // Runs `work(STICKET&)` with the ticket's mutex held; 0 also if it throws.
 template <typename WORK>
 int RunLocked(STICKET_ACCESS const* access, WORK const& work) {
-    return KIND::ENTRY::Run<STICKET>(TicketOf(access), work, [](int, int) {});
+    return KIND::FRAME::Run<STICKET>(TicketOf(access), work, [](int, int) {});
 }
 
 // Calls `describe(STICKET_FILE const&)` for a file ticket, and copies as much of the record that it returns as
@@ -78,14 +78,14 @@ uint64_t TicketAddObserver(STICKET_ACCESS const* access, TICKET_OBSERVER observe
     uint64_t id = 0;
     if (!observer) return id;
     RunLocked(access, [&](STICKET& ticket) {
-        id = KIND::ENTRY::Observers(ticket).Add(observer, context);
+        id = KIND::FRAME::Observers(ticket).Add(observer, context);
         return 1;
     });
     return id;
 }
 
 int TicketRemoveObserver(STICKET_ACCESS const* access, uint64_t id) {
-    return RunLocked(access, [&](STICKET& ticket) { return KIND::ENTRY::Observers(ticket).Remove(id); });
+    return RunLocked(access, [&](STICKET& ticket) { return KIND::FRAME::Observers(ticket).Remove(id); });
 }
 
 int TicketGetSaveOutcome(STICKET_ACCESS const* access, TICKET_SAVE_OUTCOME* outcome) {
