@@ -265,7 +265,7 @@ bool TICKET_RULES::Merge(TICKET_RULES& source, TEXTS const* keys, bool clear) {
     return SetBatch(isNothing ? nullptr : &records);
 }
 
-// ---- Saving and loading
+// ---- Notifications, the queue, saving and loading
 
 bool TICKET_RULES::Apply(std::string const& key, REQUEST const& request, int index) {
     return !request.isRefused && m_parameters.Set(key, request.value, index);

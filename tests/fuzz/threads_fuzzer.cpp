@@ -257,8 +257,8 @@ class CALLER {
     int m_logged = 0;
     std::map<std::string, std::string> m_texts;
     std::map<std::string, std::vector<int>> m_numbers;
-    std::vector<std::pair<char const*, std::string>>
-        m_lent;  // texts returned by a file ticket, valid until it is destroyed
+    // Texts that a file ticket returned, and copies of them. The ticket's pointers stay valid until it is destroyed.
+    std::vector<std::pair<char const*, std::string>> m_lent;
 };
 
 // Expects every logged value, those of one thread in their order.

@@ -186,7 +186,7 @@ int Flush(char const* path, int, fuse_file_info*) {
 }
 
 int Truncate(char const*, off_t, fuse_file_info*) {
-    return 0;  // programs that open a file to write it truncate it first
+    return 0;  // called for O_TRUNC; there is nothing to truncate
 }
 
 }  // namespace
