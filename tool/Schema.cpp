@@ -91,7 +91,7 @@ std::size_t Distance(std::string const& a, std::string const& b) {
 // Which letters a text holds, whatever their case, and which other bytes, by their last bits.
 std::uint64_t Letters(std::string const& text) {
     std::uint64_t letters = 0;
-    for (unsigned char const c : text) letters |= std::uint64_t{1} << ((c | 0x20) & 0x3F);
+    for (char const c : text) letters |= std::uint64_t{1} << ((static_cast<unsigned char>(c) | 0x20) & 0x3F);
     return letters;
 }
 

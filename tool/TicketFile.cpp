@@ -92,9 +92,10 @@ void RequireReadable(std::string const& path) {
     if (access(path.c_str(), R_OK) != 0) throw FAILURE(path + ": cannot be read: " + std::strerror(errno));
 }
 
-// Tickets with changes that nobody wants saved. To destroy one would save it.
+// Tickets with changes that nobody wants saved. To destroy one would save it. Never freed, so that leak checkers still
+// find the tickets when the process ends.
 std::vector<STICKET_ACCESS const*>& Abandoned() {
-    static std::vector<STICKET_ACCESS const*> abandoned;
+    static auto& abandoned = *new std::vector<STICKET_ACCESS const*>;
     return abandoned;
 }
 

@@ -83,8 +83,11 @@ inline void allocations::Delete(void* memory) noexcept {
 
 #else
 
+// The sanitizers' malloc ends the process for a size that no machine has, instead of returning null.
+constexpr std::size_t LARGEST = std::size_t{1} << 40;
+
 inline void* allocations::New(std::size_t size, std::size_t alignment) {
-    if (!IsGranted()) return nullptr;
+    if (!IsGranted() || size > LARGEST) return nullptr;
     std::size_t const rounded = alignment > 0 ? (size + alignment - 1) / alignment * alignment : size;
     return Held(alignment > 0 ? std::aligned_alloc(alignment, rounded) : std::malloc(size));
 }
