@@ -5,12 +5,14 @@
 #include <cstring>
 #include <iostream>
 #include <map>
+#include <unordered_map>
 #include <vector>
 
 #include "Commands.h"
 #include "Format/Escapes.h"
 #include "Format/Leaf.h"
 #include "Format/Numbers.h"
+#include "Progress.h"
 #include "Rehearsal.h"
 #include "Schema.h"
 #include "Terminal.h"
@@ -54,9 +56,9 @@ class CHECKER {
     std::string const& m_text;
     TICKET const& m_ticket;
     KEY_FINDINGS const& m_ofKeys;
-    std::string m_path;                               // of the current element, as keys have it, up to its own name
-    std::map<std::string, pugi::xml_node> m_vectors;  // the last leaf of each key that has several
-    std::map<std::string, std::size_t> m_places;      // of the keys of m_ofKeys: their last leaves
+    std::string m_path;  // of the current element, as keys have it, up to its own name
+    std::unordered_map<std::string, pugi::xml_node> m_vectors;  // the last leaf of each key that has several
+    std::map<std::string, std::size_t> m_places;                // of the keys of m_ofKeys: their last leaves
     std::vector<FINDING> m_findings;
 };
 
@@ -408,16 +410,17 @@ class MEANING {
     bool m_arePromised = true;
 };
 
-// Returns whether nothing was found.
-bool CheckOne(std::string const& name, ARGUMENTS const& arguments) {
-    INPUT const input(name);
+// All findings in the order of the file.
+std::vector<FINDING> FindingsIn(INPUT const& input, std::string const& text, SCHEMA const& schema) {
+    PROGRESS progress(input.Name(), 3);
+    progress.Next("loading");
     TICKET const ticket(input);  // throws where nothing loads
-    auto const text = ReadTicketText(input.Path());
-    SCHEMA const schema(arguments, name);
+    progress.Next("looking at values");
     MEANING meaning(ticket, schema);
     bool const arePromised = meaning.Look();
     // What a save would write again byte by byte holds nothing odd.
-    if (arePromised && meaning.Findings().empty() && IsAsSaved(ticket, text)) return true;
+    if (arePromised && meaning.Findings().empty() && IsAsSaved(ticket, text)) return {};
+    progress.Next("looking at the text");
     for (auto const& loss : LossesOfASave(ticket, input.Path())) {
         meaning.Findings().emplace(loss.key, "key " + Quoted(loss.key) + " " + loss.what);
     }
@@ -428,6 +431,14 @@ bool CheckOne(std::string const& name, ARGUMENTS const& arguments) {
     auto findings = checker.TakeFindings();
     auto const end = text.find('\0');
     if (end != std::string::npos) findings.push_back({end, "a NUL byte ends the file; the rest is lost"});
+    return findings;
+}
+
+// Returns whether nothing was found.
+bool CheckOne(std::string const& name, ARGUMENTS const& arguments) {
+    INPUT const input(name);
+    auto const text = ReadTicketText(input.Path());
+    auto const findings = FindingsIn(input, text, SCHEMA(arguments, name));
     PLACES places(input.Name(), text);
     for (auto const& finding : findings) {
         std::cout << COLOURED{Printable(places.Of(finding.offset)), COLOUR::YELLOW} << Printable(finding.message)

@@ -4,10 +4,12 @@
 
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 #include "Listing.h"
 #include "Owner.h"
+#include "Progress.h"
 #include "Rehearsal.h"
 #include "Text.h"
 #include "Turn.h"
@@ -70,7 +72,10 @@ std::string Told(std::vector<LOSS> const& losses) {
 void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<void(TICKET&)> const& change) {
     bool const force = arguments.Has("--force");
     auto const file = FileBehind(path);
+    std::optional<PROGRESS> progress(std::in_place, file, 5);
+    progress->Next("waiting for another ticket");
     TURN const turn(file);
+    progress->Next("loading");
     TICKET ticket(file, MISSING::IS_EMPTY);
     if (ticket.IsForeign() && !force) {
         throw FAILURE(file +
@@ -79,7 +84,9 @@ void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<
     }
     OWNER const owner(file);
     owner.CheckForSave(force);
+    progress->Next("changing");
     change(ticket);
+    progress->Next("comparing what a save would write");
     MEMORY_FILE saved;
     auto const losses = LossesOfASave(ticket, file, saved);
     if (!losses.empty() && (!force || losses.front().preventsSave)) {
@@ -87,10 +94,12 @@ void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<
         throw FAILURE(file + ": not written: " + Told(losses) + hint);
     }
     if (arguments.Has("--dry-run")) {
+        progress.reset();
         TICKET const before(file, MISSING::IS_EMPTY);
         LISTING(arguments, file).PrintDifferences(&before, &ticket);
         return;
     }
+    progress->Next("saving");
     SIGNALS_LATER const signals;
     if (auto const suffix = arguments.Find("--backup")) KeepBackup(file, suffix->empty() ? "~" : *suffix);
     ticket.Save();

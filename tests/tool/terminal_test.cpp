@@ -1,7 +1,12 @@
 // What the tool shows on a terminal of files that mean harm.
 #include <sys/stat.h>
 
+#include <future>
+#include <optional>
+#include <thread>
+
 #include "Program.h"
+#include "tool/Turn.h"
 
 namespace {
 
@@ -112,6 +117,18 @@ TEST_F(ToolTerminal, PipesAndFilesGetTheBytesAsTheyAre) {
     for (std::string const harm : HARMFUL) all += harm;
     EXPECT_EQ(Output({"get", "s.xml", "b"}), all);
     EXPECT_THAT(Output({"list", "s.xml", "--keys"}), HasSubstr(m_name + "\n"));
+}
+
+TEST_F(ToolTerminal, ShowsWhatALongCommandIsDoing) {
+    WriteTicket("t.xml", "<a type='string'>x</a>");
+    std::optional<TURN> other(m_scratch.Path("t.xml"));
+    auto shown = std::async(std::launch::async, [&] { return OnTerminal({"set", "t.xml", "a", "y"}); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    other.reset();
+    auto const text = shown.get();
+    EXPECT_THAT(text, HasSubstr("[--------------------] t.xml: waiting for another ticket, 0."));
+    EXPECT_EQ(text.substr(text.size() - 4), "\r\033[K");
+    EXPECT_EQ(Output({"get", "t.xml", "a"}), "y\n");
 }
 
 }  // namespace

@@ -1,0 +1,64 @@
+#include "Progress.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+
+#include "Text.h"
+
+namespace {
+
+constexpr auto PATIENCE = std::chrono::milliseconds(500);
+constexpr auto INTERVAL = std::chrono::milliseconds(100);
+constexpr int WIDTH = 20;
+
+}  // namespace
+
+PROGRESS::PROGRESS(std::string name, int steps) : m_name(std::move(name)), m_steps(steps) {
+    if (isatty(STDERR_FILENO) == 0) return;
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);  // the thread inherits the mask
+    m_thread = std::thread(&PROGRESS::Run, this);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+PROGRESS::~PROGRESS() {
+    if (!m_thread.joinable()) return;
+    {
+        std::lock_guard const lock(m_mutex);
+        m_isOver = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+}
+
+void PROGRESS::Next(char const* step) {
+    std::lock_guard const lock(m_mutex);
+    m_step = step;
+    ++m_number;
+}
+
+void PROGRESS::Run() {
+    std::unique_lock lock(m_mutex);
+    auto const isOver = [this] { return m_isOver; };
+    if (m_changed.wait_for(lock, PATIENCE, isOver)) return;
+    do {
+        Draw();
+    } while (!m_changed.wait_for(lock, INTERVAL, isOver));
+    std::cerr << "\r\033[K" << std::flush;
+}
+
+void PROGRESS::Draw() const {
+    int const done = WIDTH * std::max(m_number - 1, 0) / m_steps;  // no step may have begun yet
+    std::chrono::duration<double> const passed = std::chrono::steady_clock::now() - m_begin;
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.1f s", passed.count());
+    std::string bar(static_cast<std::size_t>(WIDTH), '-');
+    bar.replace(0, static_cast<std::size_t>(done), static_cast<std::size_t>(done), '#');
+    std::cerr << "\r\033[K[" + bar + "] " + Beginning(Printable(m_name)) + ": " + m_step + ", " + seconds << std::flush;
+}
