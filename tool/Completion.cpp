@@ -240,13 +240,13 @@ void PrintZsh() {
     for (auto const* const command : Shown()) {
         std::cout << "        " << command->name << ")\n            _arguments -S";
         for (auto const& option : OptionsOf(*command)) {
-            std::string spec = option.name;
-            if (option.kind != KIND::FLAG && option.placeholder[0] != '[') spec += spec[1] == '-' ? "=" : "";
-            spec += "[" + ZshText(option.help) + "]";
+            std::string argument = option.name;
+            if (option.kind != KIND::FLAG && option.placeholder[0] != '[') argument += argument[1] == '-' ? "=" : "";
+            argument += "[" + ZshText(option.help) + "]";
             if (option.kind != KIND::FLAG && option.placeholder[0] != '[') {
-                spec += ":" + ZshText(option.name + 2) + ":" + ZshAction(option.kind, option.placeholder);
+                argument += ":" + ZshText(option.name + 2) + ":" + ZshAction(option.kind, option.placeholder);
             }
-            std::cout << " \\\n                " << QuotedForShell(spec);
+            std::cout << " \\\n                " << QuotedForShell(argument);
         }
         int number = 0;
         for (auto const& positional : command->positionals) {
