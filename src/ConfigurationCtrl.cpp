@@ -133,7 +133,7 @@ bool CConfigurationControl::UnInitialize() {
 
 bool CConfigurationControl::Flush(bool force) {
     std::lock_guard const guard(m_lock);
-    // The flag stays set: the ticket knows better what it has not saved yet, also of changes made behind our back.
+    // The flag stays set: the ticket also knows of unsaved changes that direct users of its table made.
     if (m_ticket && (m_dirty || force)) m_ticket->Operation(m_ticket->pTicket, STICKET_OP_SAVE, nullptr);
     return true;
 }

@@ -18,8 +18,8 @@ using GET_INSTANCE = decltype(&LoggerAdapter::ILogger::getInstance);
 
 }  // namespace
 
-// The dynamic linker takes the first definition, weak or not: one in a shared library behind this one is asked for
-// here.
+// The dynamic linker takes the first definition, weak or not. RTLD_NEXT finds a definition in a shared library that
+// comes later in the search order.
 __attribute__((weak)) LoggerAdapter::ILogger* LoggerAdapter::ILogger::getInstance() {
     static auto const hosts =
         reinterpret_cast<GET_INSTANCE>(dlsym(RTLD_NEXT, "_ZN13LoggerAdapter7ILogger11getInstanceEv"));

@@ -27,12 +27,12 @@ struct FINDING {
     std::string message;
 };
 
-// Findings that are about keys and not about places in the text: which key, and what.
+// Findings about keys, not about positions in the text: key and message.
 using KEY_FINDINGS = std::multimap<std::string, std::string>;
 
 class CHECKER {
  public:
-    // `text` is that of the file from which `ticket` was loaded; `ofKeys` is told where the keys stand.
+    // `text` is that of the file from which `ticket` was loaded; Adds the positions of the keys to `ofKeys`.
     CHECKER(std::string const& text, TICKET const& ticket, KEY_FINDINGS const& ofKeys)
         : m_text(text), m_ticket(ticket), m_ofKeys(ofKeys) {}
 
@@ -62,7 +62,7 @@ class CHECKER {
     std::vector<FINDING> m_findings;
 };
 
-// Collects what the library's functions say of one text.
+// Collects the oddities that the library's functions report for one text.
 class ODDITIES final : public TICKET_FORMAT::ODDITY_LISTENER {
  public:
     struct TOLD {
@@ -121,7 +121,7 @@ std::size_t OffsetOf(pugi::xml_node node) {
     return offset - std::min(offset, LengthOfMark(node.type()));
 }
 
-// What the library does to a number on its way in; empty if it takes it as it is.
+// How the library changes a number when it loads it; empty if it does not.
 template <typename T>
 std::string NumberFinding(std::string const& text) {
     using TICKET_FORMAT::ODDITY;
@@ -280,7 +280,7 @@ void CHECKER::LookAtKey(pugi::xml_node element) {
     leaf->second = element;
 }
 
-// What becomes of the text in the file before it is taken for a value.
+// How the text in the file changes before it becomes a value.
 void CHECKER::LookAtSource(pugi::xml_node element, pugi::xml_node value) {
     auto const name = Quoted(element.name());
     std::string const text = value.value();
@@ -338,12 +338,12 @@ std::vector<FINDING> CHECKER::TakeFindings() {
     return std::move(m_findings);
 }
 
-// What a program makes of each value.
+// Finds values that a program reads differently, or not at all.
 class MEANING {
  public:
     MEANING(TICKET const& ticket, SCHEMA const& schema) : m_ticket(ticket), m_schema(schema) {}
 
-    // Looks at all keys; returns whether each of them is promised to come back from other files too.
+    // Looks at all keys; returns whether every one of them survives a round trip in any file, not only in this one.
     bool Look() {
         auto const* const table = m_ticket.Table();
         table->WalkParameter(table->pTicket, Take, this, "", WALK_EVERYTHING);
@@ -362,7 +362,7 @@ class MEANING {
         return true;
     }
 
-    // A path with single backslashes, as a hand writes it.
+    // A path with single backslashes, as people type it.
     void LookAtPath(char const* key, std::string_view text) {
         bool const hasDrive = text.size() > 2 && std::isalpha(static_cast<unsigned char>(text[0])) != 0 &&
                               text[1] == ':' && std::string_view("\\\t\n\r").find(text[2]) != std::string_view::npos;
@@ -418,7 +418,7 @@ std::vector<FINDING> FindingsIn(INPUT const& input, std::string const& text, SCH
     progress.Next("looking at values");
     MEANING meaning(ticket, schema);
     bool const arePromised = meaning.Look();
-    // What a save would write again byte by byte holds nothing odd.
+    // A file that a save would reproduce byte by byte has no findings.
     if (arePromised && meaning.Findings().empty() && IsAsSaved(ticket, text)) return {};
     progress.Next("looking at the text");
     for (auto const& loss : LossesOfASave(ticket, input.Path())) {

@@ -1,4 +1,4 @@
-// Builds the parser from the table, and tells in plain words what it does not accept.
+// Builds the parser from the table, and turns its errors into messages.
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
@@ -16,8 +16,8 @@ namespace {
 
 constexpr OPTION HELP = {"--help", ARGUMENT_KIND::FLAG, "", "Show this help"};
 
-// The parser takes some arguments for signs of its own: "++" ends a command, "[a,b]" is a list, "-.5" an option. A mark
-// in front keeps them as they are until the parser has passed them on.
+// The parser gives some arguments a meaning of its own: "++" ends a command, "[a,b]" is a list, "-.5" an option. A
+// prefix protects them; it is removed after parsing.
 constexpr char MARK = '\x01';
 
 std::string Marked(std::string const& word) {
@@ -152,7 +152,7 @@ std::string Spelling(POSITIONAL const& positional) {
 
 using ROWS = std::vector<std::pair<std::string, std::string>>;
 
-// Text in lines that fit a terminal; the first one goes on behind `begin`, the others are indented as far.
+// Text in lines that fit a terminal; the first line follows `begin`, the others are indented by its width.
 std::string Wrapped(std::string begin, std::string const& text) {
     constexpr std::size_t WIDTH = 100;
     auto const indent = begin.size();

@@ -1,5 +1,5 @@
-// The command line as data: what a command is, and what a user said. Help, completion and man page are made of the same
-// table as the parser, so that they cannot differ.
+// The command line as data: the description of a command, and the arguments of one call. Help, completion and man page
+// are made of the same table as the parser, so that they cannot differ.
 #pragma once
 
 #include <map>
@@ -30,11 +30,11 @@ struct POSITIONAL {
     char const* help;
 };
 
-// What a user said after a command.
+// The arguments that a user gave after a command.
 class ARGUMENTS {
  public:
     bool Has(std::string_view name) const { return m_values.count(name) != 0; }
-    // The value of an option or positional that was given, or would be fine without.
+    // The value of an optional option or positional; nothing if it was not given.
     std::optional<std::string> Find(std::string_view name) const;
     // Of one that the table requires; empty if it was not given.
     std::string Text(std::string_view name) const { return Find(name).value_or(std::string()); }
@@ -56,7 +56,7 @@ struct COMMAND {
     char const* example;
     int (*run)(ARGUMENTS const& arguments);
     bool isPaged = false;   // its output may be long
-    bool isHidden = false;  // for scripts of the tool itself
+    bool isHidden = false;  // hidden from help: for the completion scripts and the build
 };
 
 // Options that every command takes.
@@ -65,7 +65,7 @@ std::vector<OPTION> const& CommonOptions();
 // The command's own options, then the common ones.
 std::vector<OPTION> OptionsOf(COMMAND const& command);
 
-// Null for a name that is none.
+// Null for an unknown name.
 COMMAND const* FindCommand(std::vector<COMMAND> const& commands, std::string const& name);
 
 // "--type TYPE", "--color=auto|always|never", "--backup[=SUFFIX]"

@@ -8,7 +8,7 @@
 #include "CommandLine.h"
 
 constexpr int SUCCESS = 0;
-constexpr int FOUND_SOMETHING = 1;  // diff, check, recover; and what get and others did not find
+constexpr int FOUND_SOMETHING = 1;  // diff, check and recover found something; get and others found no such key
 constexpr int FAILED = 2;
 
 std::vector<COMMAND> const& Commands();

@@ -34,7 +34,7 @@ bool IsMany(POSITIONAL const& positional) {
     return positional.count == COUNT::ANY || positional.count == COUNT::SOME;
 }
 
-// What bash is told of an argument: a letter, or alternatives in brackets.
+// The code of an argument in the bash script: a letter, or alternatives in brackets.
 std::string Code(KIND kind, std::string_view alternatives) {
     switch (kind) {
         case KIND::FILE_NAME:

@@ -1,4 +1,4 @@
-// `ticket describe`: what is known of a key.
+// `ticket describe`: shows type, fallback and allowed values of a key.
 #include <iostream>
 
 #include "Commands.h"

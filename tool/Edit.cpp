@@ -34,8 +34,8 @@ constexpr char const* INTRODUCTION =
     "# Types: int, unsigned, int64, uint64, double, string (in quotes), binstr "
     "(in hexadecimal).\n";
 
-// A directory for the text, which an editor can open by name only. The lock on it goes with the process, so that a
-// later command knows what a killed one has left.
+// A directory for the text, which an editor can open by name only. The lock on it ends with the process, so that a
+// later command recognises the directory of a killed one and removes it.
 class PRIVATE_DIRECTORY {
  public:
     PRIVATE_DIRECTORY() {
@@ -129,7 +129,7 @@ PARAMETERS ParametersOf(std::string const& text, PARAMETERS const& before, LISTI
     return parameters;
 }
 
-// Shows the parameters in the editor until what comes back makes sense.
+// Shows the parameters in the editor until the result parses or the user gives up.
 PARAMETERS Edited(PARAMETERS const& before, LISTING const& listing) {
     PRIVATE_DIRECTORY const directory;
     {
@@ -167,7 +167,7 @@ void Apply(PARAMETERS const& before, PARAMETERS const& after, TICKET& ticket) {
 
 int Edit(ARGUMENTS const& arguments) {
     auto const file = arguments.Text("FILE");
-    // A person looks on, whatever standard output is.
+    // An editor shows values to a person even if standard output is no terminal.
     auto shown = arguments;
     shown.Add("--redact", {});
     LISTING const listing(shown, file);

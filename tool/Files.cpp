@@ -1,5 +1,5 @@
-// Sees to what a library used by one program need not care about: values that a file cannot hold, other tools at the
-// same time, links, owners, a user who interrupts.
+// Saves safely where the library alone does not: values that do not survive a round trip, other tools at the same time,
+// symbolic links, owners, interrupts.
 #include "Files.h"
 
 #include <csignal>
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Lets signals that would end the tool wait, so that a save leaves no temporary file behind.
+// Blocks the signals that would end the tool, so that a save leaves no temporary file.
 class SIGNALS_LATER {
  public:
     SIGNALS_LATER() {
@@ -44,7 +44,7 @@ std::string FileBehind(std::string const& path) {
     return file;
 }
 
-// A second name for the old file, which a save leaves as it is. An earlier backup goes.
+// Makes a hard link to the old file, which a save does not change. Replaces an earlier backup.
 void KeepBackup(std::string const& file, std::string const& suffix) {
     if (suffix.find('/') != std::string::npos) throw FAILURE("--backup: a suffix holds no /");
     auto const backup = file + suffix;

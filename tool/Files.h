@@ -7,7 +7,7 @@
 #include "CommandLine.h"
 #include "TicketFile.h"
 
-// Changes a file, or makes it. The changed ticket is written and read back in memory first: when it would not come back
-// as it is, nothing is written and FAILURE says which key differs. One tool at a time changes the files of a directory;
-// a link is followed, and the owner stays. The options --force, --dry-run and --backup have their say.
+// Changes a file, or makes it. The changed ticket is written and read back in memory first: when the round trip
+// changes a value, nothing is written and FAILURE names the key. One tool at a time changes the files of a directory;
+// a link is followed, and the owner stays. Obeys --force, --dry-run and --backup.
 void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<void(TICKET&)> const& change);

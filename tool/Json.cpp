@@ -66,7 +66,7 @@ PARAMETER TakeParameter(JSON const& object) {
     return parameter;
 }
 
-// Keeps a parser from taking the last of several members of one name, as it would without a word.
+// Rejects objects with several members of one name; the parser alone would silently keep the last one.
 class MEMBERS {
  public:
     // Called for each event of the parser.

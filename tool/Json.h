@@ -32,7 +32,7 @@ PARAMETERS FromJson(std::string const& text);
 // object with two members of one name.
 nlohmann::ordered_json ParseJson(std::string const& text, std::string const& source);
 
-// What the JSON library says, without the number that its messages begin with.
+// The message of the JSON library without its leading error number.
 std::string JsonReason(std::string const& what);
 
 // Puts a value into an object, as "value" or "hex".

@@ -1,4 +1,4 @@
-// A file in memory only, for copies of settings: it is gone with the process, however that ends.
+// An anonymous file in memory (memfd) for copies of settings: it ends with the process, even a killed one.
 #pragma once
 
 #include <string>

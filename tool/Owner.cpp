@@ -30,7 +30,7 @@ bool SameContent(int a, int b) {
     }
 }
 
-// The names of a file's extended attributes, each with a NUL behind it.
+// The names of a file's extended attributes, each followed by a NUL.
 std::string AttributesOf(int file) {
     std::string names(1 << 16, '\0');
     ssize_t const size = flistxattr(file, names.data(), names.size());
@@ -69,7 +69,7 @@ OWNER::~OWNER() {
     if (m_file >= 0) close(m_file);
 }
 
-// Whether anybody may have put the file here, for someone else to write secrets into it.
+// Whether another user may have planted the file, to read secrets that are written into it.
 bool OWNER::IsPlanted() const {
     if (m_before.st_uid == 0 || m_before.st_uid == geteuid()) return false;
     auto const directory = std::filesystem::path(m_path).parent_path();
@@ -98,7 +98,7 @@ void OWNER::Restore(MEMORY_FILE const& saved) const {
     int const file = open(m_path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) return;  // deleted, since nothing was left to save
     struct stat now;
-    // A second name would be somebody's other file.
+    // With a second hard link, it may be a file of another user.
     bool const isOurs = fstat(file, &now) == 0 && S_ISREG(now.st_mode) && now.st_nlink == 1 &&
                         now.st_uid == geteuid() && SameContent(file, saved.Descriptor());
     try {

@@ -1,4 +1,4 @@
-// Whose a file is, across a save, which makes a new file that belongs to whoever runs the tool.
+// Keeps the owner of a file across a save. A save creates a new file, which belongs to the user who runs the tool.
 #pragma once
 
 #include <sys/stat.h>
@@ -20,7 +20,7 @@ class OWNER {
     void CheckForSave(bool force) const;
 
     // Gives the file that was saved back to the owner. Only root can; for others it does nothing. `saved` is what was
-    // written: a file that somebody has put in its place meanwhile is not given away. Throws FAILURE when that failed.
+    // written: a file that another process has put in its place is not given away. Throws FAILURE when that failed.
     void Restore(MEMORY_FILE const& saved) const;
 
  private:

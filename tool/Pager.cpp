@@ -39,7 +39,7 @@ PAGER::PAGER() {
     }
     close(ends[0]);
     m_input = ends[1];
-    // Both mean the pager: who leaves it has seen enough, and an interrupt ends its search.
+    // Both concern the pager: leaving it closes the pipe, and an interrupt ends a search in it.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, SIG_IGN);
 }

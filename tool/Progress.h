@@ -1,4 +1,4 @@
-// Tells a waiting person how far a command is.
+// Shows the progress of a command.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-// A bar on standard error, where that is a terminal, from half a second on. It goes when the object does. Draws on a
+// A bar on standard error, where that is a terminal, from half a second on. The destructor removes it. Draws on a
 // thread of its own, to which no signal is delivered.
 class PROGRESS {
  public:

@@ -14,7 +14,7 @@
 
 namespace {
 
-// The name in a start tag, without its brackets. It may be one that is none in XML, such as "HP 4000".
+// The name in a start tag, without its brackets. It may be a name that XML forbids, such as "HP 4000".
 std::string_view NameIn(std::string_view tag) {
     auto end = tag.find(" type=\"");
     if (end == std::string_view::npos && tag.find("=\"") != std::string_view::npos) end = tag.find_first_of(" \t\r\n");
@@ -70,7 +70,7 @@ bool Parses(std::string const& file, std::string const& text, std::size_t& end) 
     }
 }
 
-// Tells the lines with values behind `begin`, without the values, which may be passwords. Returns whether there are
+// Reports the lines with values after `begin`, without the values, which may be passwords. Returns whether there are
 // any.
 bool TellWhatIsLost(std::string const& file, std::string_view text, std::size_t begin) {
     bool lost = false;

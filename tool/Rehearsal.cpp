@@ -21,7 +21,7 @@ std::string Describe(PARAMETER const& parameter) {
     return std::string(TypeName(parameter.front())) + " " + Excerpt(parameter.front());
 }
 
-// What becomes of a key that comes back as another.
+// How a key is changed by the round trip.
 std::string Change(PARAMETER const& before, PARAMETER const& after) {
     if (before.size() != after.size()) return "(" + Describe(before) + ") would come back as " + Describe(after);
     std::size_t first = 0;

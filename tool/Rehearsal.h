@@ -1,4 +1,4 @@
-// Finds out what a save would lose, without a save.
+// Finds out what a save would lose, without touching the file.
 #pragma once
 
 #include <string>

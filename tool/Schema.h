@@ -1,4 +1,4 @@
-// What is known of keys: by the table of the settings service, and by a host's schema file.
+// The known keys: those of the settings service and those of a host's schema file.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ struct KNOWN_KEY {
     std::string setter;
 };
 
-// A name, and which letters it holds, so that names that are not close are told quickly.
+// A name, and which letters it holds, so that most names that are not close are excluded quickly.
 struct NAME {
     explicit NAME(std::string const& name);
     std::string text;
@@ -40,7 +40,7 @@ class SCHEMA {
     std::vector<KNOWN_KEY> const& Keys() const { return m_keys; }  // in their order
     KNOWN_KEY const* Find(std::string const& key) const;
     bool IsSecret(std::string const& key) const;
-    // The known key that was probably meant; null for a key that is known, or like none.
+    // The known key that was probably meant; null if the key is known, or resembles none.
     KNOWN_KEY const* Meant(std::string const& key) const;
 
  private:

@@ -1,4 +1,4 @@
-// Decides once what standard output wants, and keeps the standard streams in order.
+// Decides once whether standard output gets colours and a pager, and escapes what is printed there.
 #include "Terminal.h"
 
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// What people see: colour on terminals, none in pipes; nothing that would control a terminal; errors on one line.
+// Output for people: colours on terminals, none in pipes; control characters escaped; each error on one line.
 #pragma once
 
 #include <memory>
@@ -43,7 +43,7 @@ class OUTPUT {
 
 // Tells what went wrong, on standard error.
 void Complain(std::string const& text);
-// Tells something else of note, on standard error.
+// Prints a note on standard error.
 void Note(std::string const& text);
 
 // Puts something that cannot be used in the place of standard streams that are closed. Otherwise the next file to be

@@ -1,4 +1,4 @@
-// A file may hold anything; what a terminal would obey is shown as an escape instead.
+// A file may hold any bytes; terminal control sequences are shown as escapes.
 #include "Text.h"
 
 #include <algorithm>

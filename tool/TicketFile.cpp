@@ -82,7 +82,7 @@ void RequirePlaceFor(std::string const& path) {
     if (!directory.empty() && !std::filesystem::is_directory(directory)) throw FAILURE(path + ": no such directory");
 }
 
-// What a program can load, and why not otherwise.
+// Whether a program can load the file, and the reason if not.
 void RequireReadable(std::string const& path) {
     std::error_code error;
     auto const status = std::filesystem::status(path, error);
@@ -137,7 +137,7 @@ TICKET::~TICKET() {
     }
 }
 
-// The library loads nothing of a file without telling why.
+// The library does not say why a file did not load.
 void TICKET::Diagnose(std::string const& path) {
     auto const parsed = ParseTicketText(m_path, ReadTicketText(path));
     auto const& document = parsed->Document();

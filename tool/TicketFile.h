@@ -18,8 +18,8 @@ enum class MISSING { REFUSED, IS_EMPTY };
 
 class TICKET {
  public:
-    // Opens and loads a file. Throws FAILURE for one that the library would pass over in silence: missing, unreadable,
-    // or broken (UNLOADABLE_FILE).
+    // Opens and loads a file. Throws FAILURE for one that the library would ignore without an error: missing,
+    // unreadable, or broken (UNLOADABLE_FILE).
     explicit TICKET(std::string const& path, MISSING missing = MISSING::REFUSED);
     // The same for a file or pipe to read; the input must outlive the ticket.
     explicit TICKET(INPUT const& input);

@@ -16,7 +16,7 @@ struct FAILURE : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// What a command was asked for is not in the file; ends the command with exit code 1.
+// A requested key is not in the file; ends the command with exit code 1.
 struct MISSING_KEY : FAILURE {
     using FAILURE::FAILURE;
 };

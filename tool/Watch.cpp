@@ -1,4 +1,4 @@
-// `ticket watch`: changes of a file as they are made.
+// `ticket watch`: prints changes of a file as they are made.
 #include <sys/inotify.h>
 #include <unistd.h>
 

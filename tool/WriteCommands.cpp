@@ -15,7 +15,7 @@
 
 namespace {
 
-// What `set` is asked for.
+// The arguments of `set`.
 struct ASSIGNMENT {
     ARGUMENTS const& arguments;
     SCHEMA const& schema;
@@ -59,7 +59,7 @@ VALUE Converted(ASSIGNMENT const& assignment, PARAM_TYPE type) {
     return ParseValue(assignment.arguments.Has("--hex") ? FromHex(assignment.text) : assignment.text, type);
 }
 
-// Says what a program would make of the value, where the user may not expect it.
+// Prints a note if a program reads the value differently than the user may expect.
 void CheckMeaning(ASSIGNMENT const& assignment, TYPE_CHOICE const& choice, VALUE const& value) {
     auto const* const known = assignment.schema.Find(assignment.key);
     if (known == nullptr) {

@@ -1,5 +1,5 @@
-// Where the bytes of a file come from and where they go: the two interfaces between what knows disks and what knows the
-// file format.
+// FILE_SOURCE and FILE_SINK: the interfaces through which the file format (Format/) reads and writes the bytes of files
+// (Disk/).
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,12 @@
 // Gives the bytes of a text, from any place.
 class FILE_SOURCE {
  public:
-    // How long the text probably is.
+    // The expected length of the text in bytes; a hint.
     virtual std::size_t Size() const = 0;
     // Copies `size` bytes from place `begin` on, fewer only at the end of the text. Returns how many; nothing if they
     // cannot be had.
     virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
-    // Whether the text may be another one than when it was opened, or than at the last call that returned true.
+    // Whether the text may have changed since it was opened, or since the last call that returned true.
     virtual bool HasChanged() { return false; }
 
  protected:

@@ -113,12 +113,12 @@ char* DuplicateAndConvert(char const* source, DIRECTION, ALLOC_METHOD method) {
     return copy;
 }
 
-// One cursor serves all keys: it stands behind the last place replaced, and no key is replaced before it. The inserted
-// text holds no key behind its "&", so that positions in the original text tell everything: a byte is replaced exactly
+// One cursor serves all keys: it stands after the last replacement, and no key is replaced before it. The inserted
+// text holds no key after its "&", so that positions in the original text tell everything: a byte is replaced exactly
 // when it does not lie before the cursor with which its key began.
 void ReplaceConflictingXMLDataInString(std::string& text) {
     constexpr std::size_t NOWHERE = std::string::npos;
-    std::size_t end[256] = {};  // behind the last occurrence of each byte; 0: there is none
+    std::size_t end[256] = {};  // the position after the last occurrence of each byte; 0: it does not occur
     for (std::size_t i = 0; i < text.size(); ++i) end[static_cast<BYTE>(text[i])] = i + 1;
 
     struct RULE {

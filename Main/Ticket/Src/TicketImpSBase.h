@@ -68,8 +68,8 @@ struct STICKET::FRAME {
     }
 
     // The same for a change by SetParameter, SetMultiParameter and Operation: after successful work, still under the
-    // lock, the registrations that it touches are removed, deferred callbacks run, and observers are told. Returns 1 or
-    // 0.
+    // lock, the registrations that it touches are removed, deferred callbacks run, and observers are notified.
+    // Returns 1 or 0.
     template <typename KIND, typename WORK, typename REPORT>
     static int Set(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index, WORK const& work,
                    REPORT const& report) {
@@ -145,7 +145,7 @@ struct STICKET::FRAME {
  private:
     using CHANGES = TICKET_OBSERVERS::CHANGES;
 
-    // Whether changes must be told to registrations or observers.
+    // Whether any registration or observer must be notified of changes.
     static bool IsWatched(STICKET const& ticket) {
         return !ticket.m_state->registrations.empty() || !ticket.m_state->observers.IsEmpty();
     }
@@ -166,7 +166,7 @@ struct STICKET::FRAME {
 class TICKETLOCKS {
  public:
     static constexpr int LOCKS = 20;
-    static constexpr int FREE = -1;      // as an owner: nobody
+    static constexpr int FREE = -1;      // as an owner: the lock is free
     static constexpr int WILDCARD = -2;  // as an owner: any owner; as a number: every lock
 
     TICKETLOCKS();

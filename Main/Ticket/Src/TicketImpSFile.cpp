@@ -49,7 +49,8 @@ STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOA
     return (new STICKET_FILE(fileName, whoAmI))->GetInterface();
 }
 
-// The name ends where the system's calls would see it end; otherwise ".tmp" could vanish behind a NUL.
+// c_str() cuts the name at its first NUL, as system calls do; otherwise ".tmp" would be appended after the NUL and
+// lost.
 STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI)
     : STICKET(whoAmI),
       m_access(FRAME::Table(*this)),
@@ -182,7 +183,7 @@ void STICKET_FILE::Load() {
     try {
         if (!ReadFile(true)) m_misread = true;
         if (m_misread && m_lastLoad.state == LOAD_STATE::LOADED) m_lastLoad.state = LOAD_STATE::CONVERSION_FAILED;
-        if (m_starved) throw std::bad_alloc();  // half of a file is worse than none: the next access loads again
+        if (m_starved) throw std::bad_alloc();  // do not keep half of a file: the next access loads again
     } catch (...) {
         m_state->parameters.Clear();
         m_loaded = false;
@@ -193,8 +194,8 @@ void STICKET_FILE::Load() {
     m_lastAccess = Now();
 }
 
-// Reads the file, to store its values or only to see whether it can be read. False for a file that is there and cannot
-// be read; then what was stored is worth nothing.
+// Reads the file, to store its values or only to see whether it can be read. False for a file that exists and cannot be
+// read; the values stored so far are then to be discarded.
 bool STICKET_FILE::ReadFile(bool stores) {
     using TICKETFILE::FILE_READER;
     FILE_READER file(m_path);
@@ -223,7 +224,7 @@ void STICKET_FILE::DropRead(void* context) {
     self.m_starved = false;
 }
 
-// Finds out whether the file of a ticket that was cleared before a load can be read, and leaves the tree alone.
+// For a ticket that was cleared before a load: checks whether its file can be read. Does not change the tree.
 void STICKET_FILE::LookAtFile() {
     LOAD_OUTCOME const lastLoad = m_lastLoad;
     m_misread = false;
@@ -338,8 +339,8 @@ TICKETFILE::SAVE_OUTCOME STICKET_FILE::WriteOrDelete(TICKETFILE::OLD old) const 
     return outcome;
 }
 
-// The last save: nobody is left who could try again or be told. When memory does not suffice for the text, the old file
-// stays, as when the disk refuses; to end the process would cost the host more.
+// The save by the destructor, which cannot report a failure or try again. If it runs out of memory, the old file stays,
+// as after a write error: to end the process would cost the host more.
 void STICKET_FILE::SaveWhatCanBe() {
     try {
         Save();
@@ -350,8 +351,8 @@ void STICKET_FILE::SaveWhatCanBe() {
 
 // Operation codes
 
-// Whether more than so many seconds have passed; no number means any time at all. So many may have when the clock has
-// been set back: nothing must wait until it has caught up.
+// Whether more than `seconds` (an int) have passed since `since`; null: always. Also true after the clock has been set
+// back, so that a save never waits until the clock has caught up.
 bool STICKET_FILE::IsOver(std::time_t since, void const* seconds) const {
     if (!seconds) return true;
     double const passed = std::difftime(Now(), since);

@@ -2,7 +2,7 @@
 // destruction.
 //
 // The tree in memory is absent, whole or partial. A partial one holds only the keys of a set of exact keys and is
-// dropped for the whole one as soon as somebody asks for anything else. CAUTION: saving a partial tree writes only what
+// replaced by the whole one at the first access to any other key. CAUTION: saving a partial tree writes only what
 // is in memory.
 #pragma once
 
@@ -15,22 +15,22 @@
 #include "Disk/Replacement.h"
 #include "TicketImpSBase.h"
 
-// What became of a load.
+// The result of a load.
 enum class LOAD_STATE {
     NOT_YET,           // nothing was loaded
-    LOADED,            // all of the file
-    NO_FILE,           // there is none
-    UNREADABLE,        // its bytes cannot be had
-    NO_DOCUMENT,       // it is no XML
-    CUT_AT_NUL,        // it may hold values that were not read, behind a NUL for instance
-    TOO_DEEP,          // its nesting is out of proportion
+    LOADED,            // the whole file was loaded
+    NO_FILE,           // the file does not exist
+    UNREADABLE,        // the file cannot be opened or read
+    NO_DOCUMENT,       // the file does not parse as XML
+    CUT_AT_NUL,        // the file may hold values that were not read, for instance after a NUL
+    TOO_DEEP,          // the keys are too long together; see Format/KeyLimit.h
     CONVERSION_FAILED  // the text conversion threw for a value
 };
 
 struct LOAD_OUTCOME {
     LOAD_STATE state = LOAD_STATE::NOT_YET;
     int error = 0;           // errno of a missing or unreadable file
-    std::size_t line = 0;    // where a file stops being a document, counted from 1
+    std::size_t line = 0;    // where parsing failed, counted from 1
     std::size_t column = 0;  // in bytes
 };
 
@@ -43,8 +43,8 @@ class STICKET_FILE : public STICKET {
 
     STICKET_ACCESS const* GetInterface() const override { return &m_access; }
 
-    // What became of the last load and the last save, the deletion of an empty ticket's file included. Call them under
-    // the mutex.
+    // The results of the last load and the last save; deleting the file of an empty ticket is a save. Call them with
+    // the mutex held.
     LOAD_OUTCOME const& LastLoad() const { return m_lastLoad; }
     TICKETFILE::SAVE_OUTCOME const& LastSave() const { return m_lastSave; }
 
@@ -67,19 +67,19 @@ class STICKET_FILE : public STICKET {
 
     bool Operation(STICKET_OP code, void* data);
 
-    // Reads the file into the empty tree. Whatever the file is like, the ticket is loaded afterwards; only for want of
-    // memory it is not, and throws std::bad_alloc.
+    // Reads the file into the empty tree. The ticket then counts as loaded, even if the file is missing or unreadable.
+    // Out of memory, it throws std::bad_alloc and stays unloaded.
     void Load();
     // Writes the tree to the file, or deletes the file when there is no value to write, and clears the dirty flag
-    // whether or not the disk went along. On an exception of the writer both stay as they were.
+    // even if the write failed. If the writer throws, the file and the flag stay unchanged.
     void Save();
-    // Saves if dirty and takes the tree out of memory; what is loaded next is partial or whole as told. Hands out the
-    // dropped parameters, for a caller whose arguments may point into them.
+    // Saves if dirty and drops the tree; `partial`: whether the next load is partial. Returns the dropped parameters,
+    // for a caller whose arguments may point into them.
     clTICKETNODE ReleaseTo(bool partial);
     // Not one of the partial keys; true for null.
     bool KeyNotPartial(char const* key) const;
 
-    // Loads what is missing. `everything`: a partial tree is dropped first, and handed out like that of ReleaseTo.
+    // Loads the file unless it is loaded. `everything`: drops a partial tree first and returns it, as ReleaseTo does.
     using DROPPED = std::unique_ptr<clTICKETNODE const>;
     DROPPED MakeReady(bool everything);
 
@@ -113,7 +113,7 @@ class STICKET_FILE : public STICKET {
     std::time_t m_dirtySince;
     bool m_misread = false;                         // the file holds something that never reached the tree
     bool m_unread = false;                          // cleared without a load: the next save finds out about m_misread
-    std::optional<TICKETFILE::FILE_ID> m_fileRead;  // which one that was, as far as it is known
+    std::optional<TICKETFILE::FILE_ID> m_fileRead;  // the file that was read, if it is known
     bool m_starved = false;                         // the load under way ran out of memory
     LOAD_OUTCOME m_lastLoad;
     TICKETFILE::SAVE_OUTCOME m_lastSave;

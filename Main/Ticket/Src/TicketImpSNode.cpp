@@ -46,7 +46,7 @@ void Replace(ENTRY& entry, ENTRY& value) {
     ENTRY::_swap(entry, value);
 }
 
-// The elements behind the erased one move by their bytes, which takes less than an instruction each instead of 23: an
+// The elements after the erased one are moved bytewise, which takes less than an instruction each instead of 23: an
 // entry owns what it points to, and nothing points to an entry.
 void EraseElement(ENTRY::VECTOR& elements, std::size_t position) {
     ENTRY erased;

@@ -27,7 +27,7 @@ void CHANGE_NOTICE::TakeResults(SETMULTIPAR const* records) noexcept {
     for (SETMULTIPAR& record : m_records) {
         if (!record.key) return;
         record.result = records++->result;
-        // The elements of one vector share their key, which is told once.
+        // The elements of one vector share their key, which is reported once.
         if (!record.result || (last && std::strcmp(last, record.key) == 0)) continue;
         *key++ = last = record.key;
     }
@@ -100,7 +100,7 @@ void TICKET_OBSERVERS::TellAll(UNTOLD const& change) {
         if (!observer.call) continue;
         try {
             observer.call(observer.context, change.notice.Keys());
-        } catch (...) {  // dropped; the next observer is still told
+        } catch (...) {  // dropped; the next observer is still notified
             PassCancellation();
         }
     }

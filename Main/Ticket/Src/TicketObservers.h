@@ -36,10 +36,10 @@ class CHANGE_NOTICE {
 
 class TICKET_OBSERVERS {
  public:
-    // A change that observers have not been told of.
+    // A change of which the observers have not been notified yet.
     struct UNTOLD {
         CHANGE_NOTICE notice;
-        uint64_t newest;  // number of the newest observer when the change began; later ones do not hear of it
+        uint64_t newest;  // number of the newest observer when the change began; later ones are not notified
     };
     using CHANGES = std::list<UNTOLD>;
 
@@ -52,8 +52,8 @@ class TICKET_OBSERVERS {
     CHANGES Begin(char const* key);
     CHANGES Begin(SETMULTIPAR const* records);
     CHANGES BeginOfAnyKey();
-    // Tells the observers of a change that is done. Within an observer's call it is told when all have heard of the
-    // current one, so that each hears of all changes in their order, and no chain of changes exhausts the stack.
+    // Notifies the observers of a completed change. A change that an observer makes is queued until all observers have
+    // been notified of the current one: each sees all changes in order, and a chain of changes uses no more stack.
     void Tell(CHANGES&& done);
 
  private:

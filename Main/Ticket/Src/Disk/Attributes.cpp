@@ -25,7 +25,7 @@ bool IsTrusted(uid_t owner) {
     return owner == 0 || owner == geteuid();
 }
 
-// Whether another user may have put there what has the name; `file` is what the name leads to.
+// Whether another user may have put the file or link at this name; `file` describes the target.
 bool MayBePlanted(std::string const& fileName, struct stat const& file) {
     struct stat named;
     struct stat directory;
@@ -74,7 +74,8 @@ void ReadPermissions(std::string const& fileName, struct stat const& file, FILE_
         attributes.mode &= S_IRWXU;  // there may be one, which the bits do not tell
 }
 
-// The permission bits that give nobody more than the ACL does: whom it names falls back to the group or to the others.
+// The permission bits that give no user more than the ACL does. Without the ACL, the users and groups that it names get
+// the bits of the group or of others.
 // Its form: 4 bytes of version, then 8 bytes for each entry, the tag and the bits in two each, little-endian.
 mode_t BitsWithinAcl(mode_t mode, std::string_view acl) {
     enum TAG { NAMED_USER = 0x02, OWNING_GROUP = 0x04, NAMED_GROUP = 0x08, MASK = 0x10, OTHERS = 0x20 };

@@ -23,8 +23,8 @@ struct FILE_ATTRIBUTES {
 // root, or where everybody may write to the directory. Throws std::bad_alloc.
 FILE_ATTRIBUTES AttributesFor(std::string const& fileName);
 
-// Gives an open file of mode 0600 these attributes. What cannot be given is dropped in a way that nobody may do more
-// with the file: without its group the group's bits go, without its ACL the bits say no more than the ACL did.
+// Sets these attributes on an open file of mode 0600. An attribute that cannot be set is dropped so that no user gets
+// more with the file: without its group the group's bits go, without its ACL the bits say no more than the ACL did.
 void GiveAttributes(int file, FILE_ATTRIBUTES const& attributes);
 
 // The name of the extended attribute by which Keeping recognises files that a save made. It is not carried over.

@@ -17,7 +17,7 @@ class FILE_READER final : public FILE_SOURCE {
  public:
     enum STATE {
         MISSING,     // there is no such file
-        UNREADABLE,  // its bytes cannot be had: no permission, not a regular file; see Error
+        UNREADABLE,  // the file cannot be opened or read: no permission, not a regular file; see Error
         OPEN
     };
     // Follows a symbolic link. Waits for a regular file under a lease, but not for the writer of a FIFO. Where the

@@ -44,20 +44,21 @@ struct NAMES {
     std::string unique;
 };
 
-// Leaves no `from` behind, also where both are names of one file, which a rename leaves alone.
+// Renames a file. Also removes `from` if that fails, or if both names are hard links to one file: rename() then does
+// nothing.
 bool MoveOver(std::string const& from, std::string const& to) {
     bool const moved = rename(from.c_str(), to.c_str()) == 0;
     unlink(from.c_str());
     return moved;
 }
 
-// Makes a name unique that nothing has.
+// Makes a unique name for a file that does not exist yet.
 bool FindFreeName(std::string& name) {
     DESCRIPTOR const made = CreateUnique(name);
     return made && unlink(name.c_str()) == 0;
 }
 
-// A second name for the file itself, or for a link if that is what it is.
+// Makes a hard link to the file; for a symbolic link, to the link itself.
 bool KeepByLink(NAMES names) {
     return FindFreeName(names.unique) && link(names.file.c_str(), names.unique.c_str()) == 0 &&
            MoveOver(names.unique, names.kept);
@@ -97,7 +98,7 @@ bool CopyFile(NAMES names) {
     return false;
 }
 
-// Whether both names are of one file already, which a rename would leave alone.
+// Whether both names are hard links to one file: rename() would do nothing.
 bool IsKept(struct stat const& file, std::string const& kept) {
     struct stat earlier;
     return lstat(kept.c_str(), &earlier) == 0 && IsSameFile(file, earlier);

@@ -12,7 +12,7 @@
 
 namespace TICKETFILE {
 
-// What becomes of the old file. KEEP is for a ticket that could not read its file.
+// Whether a save keeps the old file. KEEP is for a ticket that could not read its file.
 enum class OLD { DISCARD, KEEP };
 
 // Marks an open, completely written file as made by a save. Only an unchanged file counts as marked: neither a copy nor

@@ -1,4 +1,4 @@
-// What became of a save.
+// The result of a save.
 #pragma once
 
 namespace TICKETFILE {
@@ -8,8 +8,8 @@ enum class SAVE_STEP {
     NONE = 0,        // nothing failed
     NUMBER = 1,      // an infinite number cannot be written
     CONVERSION = 2,  // the text conversion threw
-    NESTING = 3,     // the file would be out of proportion: a load would refuse it
-    MEMORY = 4,      // memory did not suffice
+    NESTING = 3,     // a load would refuse the file: its keys or its indentation would be too long
+    MEMORY = 4,      // out of memory
     OPEN = 5,        // no temporary file could be made
     WRITE = 7,       // the temporary file could not be written
     FLUSH = 8,       // it could not be flushed to disk or closed

@@ -33,7 +33,7 @@ class REPLACEMENT final : public FILE_SINK {
     REPLACEMENT(REPLACEMENT const&) = delete;
     REPLACEMENT& operator=(REPLACEMENT const&) = delete;
 
-    // Makes the temporary file at the first piece. What goes wrong with it is told by Commit.
+    // Creates the temporary file at the first piece. Commit reports errors.
     void Take(std::string_view piece) override;
     // Forgets all pieces.
     void Restart();

@@ -18,7 +18,7 @@ DESCRIPTOR AboveStreams(DESCRIPTOR file) {
     return Duplicate(file);
 }
 
-// The same for a file that has just been made: it does not stay behind if no descriptor is left.
+// The same for a file that has just been made: it is removed if descriptors are exhausted.
 DESCRIPTOR AboveStreams(DESCRIPTOR made, std::string const& name) {
     bool const isMade = static_cast<bool>(made);
     DESCRIPTOR file = AboveStreams(std::move(made));

@@ -32,8 +32,8 @@ NAMED IsNamed(DESCRIPTOR const& file, std::string const& name, struct stat& foun
 
 enum class CLAIM { MINE, BUSY, REFUSED };
 
-// Locks the file. Whoever holds the lock renames or removes the file before he unlocks it, so the name may lead
-// elsewhere by then.
+// Locks the file. The previous holder of the lock renames or removes the file before unlocking, so the name may lead to
+// another file by then.
 CLAIM Claim(DESCRIPTOR const& file, std::string const& name) {
     if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) return errno == EWOULDBLOCK ? CLAIM::BUSY : CLAIM::REFUSED;
     struct stat found;
@@ -86,8 +86,8 @@ TEMPORARY_FILE::TURN TEMPORARY_FILE::TakeTurn() {
     return TURN::REFUSED;
 }
 
-// Somebody may have the left-over file open, and another user may have planted it: it is not written to. One of a
-// read-only ticket file can be opened for reading only, which suffices for the lock except on network file systems.
+// Another process may have the left-over file open, and another user may have planted it: it is not written to. One of
+// a read-only ticket file can be opened for reading only, which suffices for the lock except on network file systems.
 TEMPORARY_FILE::TURN TEMPORARY_FILE::RemoveLeftOver() {
     constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK;
     DESCRIPTOR found = TICKETFILE::Open(m_name, O_WRONLY | FLAGS);
@@ -155,7 +155,7 @@ void TEMPORARY_FILE::Rename() {
     Remove();
 }
 
-// Whoever may change the directory can have put another file there.
+// Any user who may write to the directory can have put another file there.
 bool TEMPORARY_FILE::IsStillNamed() {
     struct stat named;
     if (lstat(m_name.c_str(), &named) != 0) {

@@ -10,8 +10,8 @@
 
 namespace TICKETFILE {
 
-// Nobody else can have opened the file before: it is made anew, with mode 0600, and gets the attributes of the old file
-// when it is complete. The first failure counts; everything after it does nothing.
+// No other process can have opened the file before: it is created exclusively (O_EXCL), with mode 0600, and gets the
+// attributes of the old file when it is complete. The first failure counts; everything after it does nothing.
 class TEMPORARY_FILE {
  public:
     // Makes the file TemporaryName(fileName) and locks it, so that processes and threads that save the same file take

@@ -87,7 +87,8 @@ void DecodeHex(char const*& in, char const* end, char*& out) {
     out = to;
 }
 
-// Decodes the escape of another kind at `text[at]`, or keeps the bytes of what is none. Returns where the text goes on.
+// Decodes the escape of another kind at `text[at]`, or copies its bytes if it is no escape. Returns the position after
+// it.
 std::size_t DecodeOther(std::string_view text, std::size_t at, char*& out, ODDITY_LISTENER* listener) {
     std::string_view const rest = text.substr(at);
     char const* const letter = rest.size() >= 2 ? std::strchr(LETTERS, rest[1]) : nullptr;

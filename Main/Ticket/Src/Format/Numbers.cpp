@@ -24,7 +24,7 @@ namespace {
 using TICKET_FORMAT::ODDITY;
 using TICKET_FORMAT::ODDITY_LISTENER;
 
-// A positive number rounded to 17 digits: the point stands behind the first, which is no zero.
+// A positive number rounded to 17 digits: the point follows the first digit, which is not zero.
 struct DECIMAL {
     static constexpr int DIGITS = 17;
     char digits[DIGITS];
@@ -89,7 +89,7 @@ DECIMAL ToDecimal(double value) {
         std::to_chars(text, text + sizeof text, value, std::chars_format::scientific, DECIMAL::DIGITS - 1).ptr;
     decimal.digits[0] = text[0];
     std::copy_n(text + 2, DECIMAL::DIGITS - 1, decimal.digits + 1);
-    char const* const exponent = text + DECIMAL::DIGITS + 2;  // behind the point and the "e"
+    char const* const exponent = text + DECIMAL::DIGITS + 2;  // after the point and the "e"
     std::from_chars(*exponent == '+' ? exponent + 1 : exponent, end, decimal.exponent);
     return decimal;
 }
@@ -127,7 +127,7 @@ bool IsPlain(std::string_view text) {
     return !text.empty() && text.front() >= '0' && text.front() <= '9';
 }
 
-// What a stream made of a text, which is no plain number.
+// The number that a stream reads from a text that is not plainly spelled.
 void TellOddities(std::istringstream& stream, std::string_view text, bool isZero, bool isUnsigned,
                   ODDITY_LISTENER& listener) {
     if (stream.fail()) return listener.Tell(isZero ? ODDITY::NOT_A_NUMBER : ODDITY::OUT_OF_RANGE, 0, text.size());

@@ -18,7 +18,7 @@ struct BestDouble {
     int32_t limit;
 };
 
-// What is thrown for an infinite value, as a `char const*`.
+// Thrown for an infinite value, as a `char const*`.
 inline constexpr char INFINITE_NUMBER[] = "operator<< (std::ostream& os, const BestDouble& bd): missing '.'";
 
 // Throws INFINITE_NUMBER.

@@ -1,5 +1,5 @@
 // Finds names line by line. What could be a comment, an instruction or the like is taken for a tag only where that is
-// certain, so that a file to which somebody added them reads the same.
+// certain, so that adding them by hand does not change what is read.
 #include "Format/OddNames.h"
 
 #include <algorithm>
@@ -150,7 +150,7 @@ class SCAN {
     }
 
  private:
-    // Where the first end of a kind of markup lies behind a place.
+    // The position of the first end of this kind of markup after a position.
     struct MARKUP_END {
         std::size_t at = 0;
         bool isInTag = false;  // on a line of the writer's form
@@ -166,8 +166,8 @@ class SCAN {
         return (isInstruction || isOther) && m_closings.count(line.name) == 0;
     }
 
-    // The same for an empty element, which has no closing tag. Markup ends somewhere, and not within a tag: whoever
-    // writes a comment does not put its end into one.
+    // The same for an empty element, which has no closing tag. It is markup only if the end of that markup follows, and
+    // not inside a tag: nobody ends a comment there.
     bool MayBeMarkupAt(std::size_t at) {
         MARKUP const* const markup = MarkupAt(m_text, at);
         if (markup == std::end(MARKUPS)) return false;

@@ -1,4 +1,4 @@
-// Which reader reads a ticket file, and what happens when the file changes below it.
+// Chooses the reader for a ticket file, and reads again if the file changes meanwhile.
 #include "Format/Reader.h"
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Whoever changes a file without end is read as it happens to be.
+// A file that keeps changing is read as it is after the last of these attempts.
 constexpr int MOST_ATTEMPTS = 4;
 constexpr std::size_t PIECE = std::size_t{64} << 10;
 

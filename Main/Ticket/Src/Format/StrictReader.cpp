@@ -17,7 +17,7 @@ namespace {
 constexpr std::string_view HEAD[] = {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "<ticket>"};
 constexpr std::string_view TYPE_MARK = " type=\"";
 
-// What a byte of a leaf's text is to this reader.
+// How this reader treats a byte of a leaf's text.
 enum class BYTE : unsigned char { PLAIN, SPACE, DECODED, AMPERSAND, END, FOREIGN };
 
 constexpr auto BYTES = [] {
@@ -44,7 +44,7 @@ std::string_view Between(char const* begin, char const* end) {
     return {begin, static_cast<std::size_t>(end - begin)};
 }
 
-// What the XML library takes for more than an ampersand. A save writes every ampersand of a text as it is.
+// Whether the XML library would decode an entity here. A save writes every ampersand of a text unescaped.
 bool IsEntity(std::string_view text) {
     constexpr std::string_view ENTITIES[] = {"&#", "&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
     return std::any_of(std::begin(ENTITIES), std::end(ENTITIES),
@@ -53,7 +53,7 @@ bool IsEntity(std::string_view text) {
 
 // The text of a leaf up to its "<".
 struct LEAF_TEXT {
-    char* end;  // null if there is something in it that this reader leaves to the XML library
+    char* end;  // null if the text needs the XML library
     bool isPlain;
 };
 
@@ -124,7 +124,7 @@ LINE_BUFFER::LINE LINE_BUFFER::Next() {
     }
 }
 
-// Moves the unfinished line to the front and reads more behind it. False if the source fails.
+// Moves the unfinished line to the front of the buffer and appends more bytes. False if the source fails.
 bool LINE_BUFFER::Fill() {
     std::size_t const kept = m_filled - m_begin;
     if (kept == m_size) {

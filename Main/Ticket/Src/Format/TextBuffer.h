@@ -9,8 +9,8 @@
 
 #include "Common/Src/ByteStreams.h"
 
-// Thrown by the save of a file that a load would refuse, or whose indentation is out of proportion. A std::bad_alloc,
-// because the end of a ticket treats both alike: the old file stays.
+// Thrown by the save of a file that a load would refuse, or whose indentation exceeds the limit of Indent. A
+// std::bad_alloc, because the destructor of a ticket treats both alike: the old file stays.
 class OUT_OF_PROPORTION : public std::bad_alloc {};
 
 // Grows at its end. With a sink, full buffers of some 64 KiB are handed on, so that they stay in the processor's
@@ -35,7 +35,7 @@ class TEXT_BUFFER {
             std::memset(Reserve(depth), '\t', depth);
         m_size += depth;
     }
-    // Space for `size` bytes behind the text; valid until the next call of another function. Advance says where the
+    // Space for `size` bytes after the text; valid until the next call of another function. Advance says where the
     // bytes that were written there end.
     char* Reserve(std::size_t size) {
         if (size > m_capacity - m_size) MakeRoom(size);
@@ -60,7 +60,7 @@ class TEXT_BUFFER {
         Advance(end);
     }
 
-    // Makes space for `size` bytes behind the text.
+    // Makes space for `size` bytes after the text.
     void MakeRoom(std::size_t size);
     void CheckIndentation() const;
 

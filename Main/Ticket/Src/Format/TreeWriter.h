@@ -28,17 +28,16 @@ class TREE_WRITER {
     using LOG = void (*)(unsigned int level, char const* format, ...);
 
     // A tree with an empty "ticket" element. Texts pass through `conversion` unless it is null; it is only used
-    // while a text is added. `log` is told of keys that end where a name should follow; it may be null.
+    // while a text is added. `log`, which may be null, receives a message for each key whose last component is empty.
     TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log);
 
     // Walk callback: adds one parameter, skips the types that files do not keep. `writer` is a TREE_WRITER; false
     // only if it is null. Throws as CreateSubElem.
     static bool SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int index);
 
-    // Places one value below the "ticket" element: a new leaf at the path that `key` spells, behind what is there.
-    // False for a type that files do not keep; the leaf then stays bare.
-    // Throws the C string of BestDouble for an infinite number, std::bad_alloc, and whatever the conversion throws; the
-    // tree is then incomplete.
+    // Places one value below the "ticket" element: a new leaf at the path that `key` spells, after the existing
+    // elements. False for a type that files do not keep; the leaf then stays bare. Throws the C string of BestDouble
+    // for an infinite number, std::bad_alloc, and whatever the conversion throws; the tree is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
     // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, also if a load would refuse the

@@ -1,5 +1,5 @@
-// Matching of names against patterns, one element of the pattern after the other. After a mismatch only the last "*"
-// takes in one more byte, which is enough and keeps the time at most quadratic.
+// Matches without recursion: after a mismatch, only the last "*" takes one more byte and matching resumes after it.
+// Earlier ones need no backtracking, so the time is at most the product of both lengths.
 #include "Format/Wildcard.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ std::size_t Position(char byte) {
     return static_cast<unsigned char>(byte);
 }
 
-// Reads the set that opens at the front of `pattern`, takes it off, and tells whether it was closed.
+// Reads the set at the front of `pattern` and removes it from there. False if the set is not closed.
 bool TakeSet(std::string_view& pattern, BYTES& bytes) {
     pattern.remove_prefix(1);
     bool const negated = !pattern.empty() && pattern.front() == '!';
@@ -80,7 +80,7 @@ bool WILDCARD::Matches(std::string_view name) const {
     constexpr std::size_t NONE = std::string_view::npos;
     std::size_t element = 0;
     std::size_t at = 0;
-    std::size_t starAt = NONE;  // the last "*", and where what it stands for ends
+    std::size_t starAt = NONE;  // the last "*"; the bytes that it matches end at starEnd
     std::size_t starEnd = 0;
     while (at < name.size()) {
         if (element < m_elements.size() && m_elements[element].isStar) {

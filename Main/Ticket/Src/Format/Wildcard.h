@@ -1,5 +1,5 @@
-// Matching of names against a pattern: "*" stands for any run of bytes, "?" for one byte, "[...]" for one byte of a set
-// with ranges, or of all others after a leading "!". "]" is an ordinary member when it stands first.
+// Glob patterns: "*" matches any sequence of bytes, "?" one byte, "[...]" one byte of a set, "[!...]" one byte outside
+// it. A set may hold ranges such as "a-z"; "]" is a member if it comes first.
 #pragma once
 
 #include <bitset>
@@ -11,7 +11,7 @@
 
 class WILDCARD {
  public:
-    // Whether `text` holds a character that stands for others.
+    // Whether `text` contains "*", "?" or "[".
     static bool IsPattern(std::string_view text) { return text.find_first_of("*?[") != std::string_view::npos; }
 
     // Takes space linear in the pattern. An unclosed "[" makes a pattern that matches nothing.
@@ -20,10 +20,10 @@ class WILDCARD {
     // Takes time linear in the product of both lengths at worst.
     bool Matches(std::string_view name) const;
 
-    // The plain bytes with which the pattern, and so every name that matches, begins.
+    // The literal prefix of the pattern, with which every matching name begins.
     std::string Beginning() const;
 
-    // A fragment: four plain bytes that stand side by side in the pattern, and so in every name that matches.
+    // A fragment: four adjacent literal bytes of the pattern, which every matching name contains.
     using FRAGMENT = std::uint32_t;
     static constexpr std::size_t FRAGMENT_LENGTH = sizeof(FRAGMENT);
     static FRAGMENT FragmentOf(char const* bytes);
@@ -36,8 +36,8 @@ class WILDCARD {
  private:
     struct ELEMENT {
         bool isStar;             // "*"
-        bool isPlain;            // a byte that stands for itself
-        char plain;              // this byte
+        bool isPlain;            // a literal byte
+        char plain;              // the literal byte
         std::bitset<256> bytes;  // unless it is "*": the bytes that match
     };
 

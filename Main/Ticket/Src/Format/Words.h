@@ -1,4 +1,5 @@
-// The fixed words of a ticket file. They stand in files that users keep: none of them ever changes.
+// The keywords of a ticket file: the XML declaration, the root element, the type attribute and its values. Existing
+// files contain them, so none of them may change.
 #pragma once
 
 #include <string_view>
@@ -12,7 +13,7 @@ constexpr std::string_view ROOT = "ticket";
 constexpr std::string_view TYPE_ATTRIBUTE = "type";
 constexpr std::string_view EMPTY_TEXT = "\\";
 constexpr std::string_view NOT_A_NUMBER = "1.#QNAN";
-// How an element without a name is written.
+// Written for an element whose name is empty.
 constexpr std::string_view NAMELESS = "anonymous";
 
 struct TYPE_NAME {
@@ -20,11 +21,11 @@ struct TYPE_NAME {
     std::string_view name;
 };
 
-// The types that a file keeps. The most frequent ones stand first.
+// The types that a file can hold. Readers search from the front, so the most frequent ones come first.
 constexpr TYPE_NAME TYPE_NAMES[] = {{PARAM_INT, "int"},       {PARAM_STRING, "string"}, {PARAM_DOUBLE, "double"},
                                     {PARAM_BINSTR, "binstr"}, {PARAM_INT64, "int64"},   {PARAM_UINT64, "uint64"}};
 
-// Empty for a type that files do not keep.
+// The name of a type in a file; empty for a type that files do not hold.
 constexpr std::string_view NameOf(PARAM_TYPE type) {
     for (TYPE_NAME const& known : TYPE_NAMES)
         if (known.type == type) return known.name;

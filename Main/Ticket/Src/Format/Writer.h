@@ -6,8 +6,8 @@
 
 // `walk(callback, writer)` walks all parameters at WALK_EVERYTHING in ascending order of keys, a second time if the
 // keys need a tree, and returns whether it could. `file` is a FILE_SINK whose Restart() drops everything that it has
-// taken. Texts pass through `conversion`, and `log` is told of keys without a name at their end, unless these are null.
-// Returns whether the file is complete. Throws as the writers do.
+// taken. Texts pass through `conversion`, and `log` receives a message for each key whose last component is empty; both
+// may be null. Returns whether the file is complete. Throws as the writers do.
 template <typename SINK, typename WALK>
 [[nodiscard]] bool WriteTicket(SINK& file, STICKET_STRING_CONVERSION* conversion, TREE_WRITER::LOG log,
                                WALK const& walk) {

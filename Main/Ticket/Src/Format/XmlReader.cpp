@@ -36,7 +36,7 @@ READ_RESULT NoDocument(std::string_view text, std::size_t offset) {
     return {READING::NO_DOCUMENT, offset, static_cast<std::size_t>(feeds) + 1, offset - lineBegin + 1};
 }
 
-// What the parser looks at: nothing behind the first NUL, which is part of the result.
+// The part of the text that the parser reads: up to the first NUL, which is included.
 std::string_view UpToNul(std::string_view text) {
     std::size_t const nul = text.find('\0');
     return nul == std::string_view::npos ? text : text.substr(0, nul + 1);

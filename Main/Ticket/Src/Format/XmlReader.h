@@ -14,8 +14,8 @@ namespace pug = pugi;
 
 enum class READING {
     DONE,
-    IN_PART,            // likewise, but the text may hold values that were not read, behind a NUL for instance
-    NO_DOCUMENT,        // the text is no XML; nothing is set
+    IN_PART,            // likewise, but the text may hold values that were not read, for instance after a NUL
+    NO_DOCUMENT,        // the text does not parse as XML; nothing is set
     OUT_OF_PROPORTION,  // the keys exceed TICKET_FORMAT::LongestKeysOf; what was set is to be dropped
     UNREADABLE          // the source failed; likewise
 };
@@ -67,11 +67,11 @@ class PARSED_TEXT {
     PARSED_TEXT(std::string_view text, NAMES names, unsigned int options = PARSE_OPTIONS);
 
     bool IsDocument() const { return static_cast<bool>(m_result); }
-    // What the parser says; for a text that is no document, at which byte it stops being one.
+    // The result of the parser; if parsing failed, with the offset of the error.
     pug::xml_parse_result const& Result() const { return m_result; }
     pug::xml_document& Document() { return m_document; }
 
-    // Whether the text may hold values that the document does not: it goes on behind a NUL, or MayHideValues was
+    // Whether the text may hold values that the document does not: it continues after a NUL, or MayHideValues was
     // called.
     bool IsInPart() const { return m_isInPart; }
     void MayHideValues() { m_isInPart = true; }

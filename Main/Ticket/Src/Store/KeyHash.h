@@ -1,6 +1,6 @@
 // The keyed hash of parameter keys and texts: 64 well mixed bits of a byte string.
 //
-// A file may come from somebody who wants its keys to collide. Each multiplication therefore has a secret word on both
+// A hostile file may hold keys that are chosen to collide. Each multiplication therefore has a secret word on both
 // sides, so that no input is known to make a product zero or two products equal. Hashes never leave the process.
 #pragma once
 

@@ -2,11 +2,12 @@
 //
 // The table is an array of hashes with their ids, in ascending order, with free slots between them: the leading bits of
 // a hash name its home slot, and it stands there or in one of the next slots. A search looks at 1.8 slots on average
-// when the table is three fifths full. The order buys two things. The table grows in one pass over both arrays, without
-// a look at a key. Searches stay short: among a million keys the longest looks at some 35 slots, even in a full table.
+// when the table is three fifths full. The order has two benefits. The table grows in one pass over both arrays,
+// without a look at a key. Searches stay short: among a million keys the longest looks at some 35 slots, even in a full
+// table.
 //
-// A search that becomes longer than LongestOf allows means that somebody knows the secret of the hash. The table is
-// then built anew with another secret; see KeyHash.h.
+// A search that becomes longer than LongestOf allows means that the secret of the hash is known. The table is then
+// rebuilt with another secret; see KeyHash.h.
 #pragma once
 
 #include <algorithm>
@@ -109,8 +110,8 @@ class KEY_INDEX {
     static constexpr std::size_t MOST_WAITING = 16;
 
     static constexpr std::size_t LimitOf(std::size_t homes) { return homes / 16 * 13; }
-    // How many slots behind its home a hash may stand. In a full table of a thousand homes chance alone came to 17 of
-    // 36 slots, of four million homes to 34 of 60.
+    // The greatest distance, in slots, between the home of a hash and its slot. In a full table of a thousand homes
+    // chance alone came to 17 of 36 slots, of four million homes to 34 of 60.
     static constexpr std::size_t LongestOf(unsigned bits) { return 16 + 2 * bits; }
 
     std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
