@@ -88,7 +88,7 @@ add_package(development libconfigurationcontrol-dev libdevel "typed persistent s
     "This package contains the headers, and the files by which CMake and"
     "pkg-config find the library.")
 if(TARGET ticket)
-    add_package(tool configurationcontrol-tools utils "look into and mend ticket settings files"
+    add_package(tool configurationcontrol-tools utils "show, check and change ticket settings files"
         DEPENDS ${any_runtime} DETAILS
         "The ticket command lists, reads, changes, compares, checks and converts"
         "the XML settings files of the ConfigurationControl library.")

@@ -75,7 +75,7 @@ static void Fill(LIBRARY const* library, STICKET_ACCESS const* ticket) {
     library->ListSet(list, "Job/Mask", PARAM_UINT64, &mask, SCALAR_INDEX);
     library->ListSet(list, "Job/Printers", PARAM_POINTER, printers, SCALAR_INDEX);  // the pointer itself; never saved
 
-    // A vector anew: no value deletes the key, then each element is appended.
+    // Replaces a vector: PARAM_NONE deletes the key, then each element is appended.
     library->ListSet(list, "Job/Papers", PARAM_NONE, NULL, SCALAR_INDEX);
     library->ListSet(list, "Job/Papers", PARAM_STRING, "matt", APPEND_INDEX);
     library->ListSet(list, "Job/Papers", PARAM_STRING, "gloss", APPEND_INDEX);

@@ -119,7 +119,7 @@ void Infinity(char const* fileName) {
     int const saved = ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
     std::printf("saved with an infinite number: %d\n", saved);
 
-    // To be put right before the ticket is destroyed: that save has nobody to tell, and ends the process.
+    // Correct this before the ticket is destroyed: that save cannot report the error, and ends the process.
     ticket->SetParameter(ticket->pTicket, "Limit", PARAM_NONE, nullptr, SCALAR_INDEX);
     //! [infinity]
 }

@@ -62,7 +62,7 @@ static void Observe(LIBRARY const* library, STICKET_ACCESS const* ticket) {
     ticket->Operation(ticket->pTicket, STICKET_OP_CLEAR, NULL);
 
     library->RemoveObserver(ticket, id);
-    SetText(ticket, "View/Theme", "dark");  // nobody is told any more
+    SetText(ticket, "View/Theme", "dark");  // no observer is called any more
 }
 //! [observer]
 

@@ -56,7 +56,7 @@ void UseKeys(ticket::Store& store) {
 void Schemas(ticket::Store& store) {
     //! [schema]
     ticket::Schema const schema(Width, Size, Title, BytesWritten);
-    store.set("View/Size", 13);  // as somebody might who edits the file
+    store.set("View/Size", 13);  // as an edit of the file by hand might
     for (ticket::Result const& deviation : schema.check(store)) std::printf("%s\n", deviation.message().c_str());
     std::printf("%s", schema.json().c_str());
     //! [schema]

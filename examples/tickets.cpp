@@ -99,7 +99,7 @@ void Batches(STICKET_ACCESS const& ticket) {
 }
 
 //! [walk]
-// A callback may change the ticket that is walked: the walk goes on with the key behind the one it was at.
+// A callback may change the ticket that is walked: the walk continues with the key after the current one.
 bool DeleteWindowKeys(void* context, char const* key, PARAM_TYPE /*type*/, void const* /*value*/, int /*index*/) {
     STICKET_ACCESS const& ticket = **static_cast<TICKET const*>(context);
     if (std::strncmp(key, "Window/", 7) == 0)

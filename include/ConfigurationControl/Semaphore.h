@@ -57,7 +57,7 @@ class CONFIGURATIONCONTROL_API Semaphore {
     void signal(int count);
     /** Gives one unit, and wakes all waiters unless the count was negative. One takes the unit, the others wait on. */
     void broadcast();
-    /** Adds `delta`, which may be negative, to the count; wakes nobody. @return the new count */
+    /** Adds `delta`, which may be negative, to the count; wakes no thread. @return the new count */
     int update(int delta);
     /** The count. */
     int getCount();

@@ -37,7 +37,7 @@ namespace ticket {
 template <typename Function>
 class FileWatch;
 
-/** Settings in memory, on a file, or on the table of a ticket that somebody else owns. */
+/** Settings in memory, on a file, or on the table of a ticket that another part of the host owns. */
 template <typename Lazy>
 class BasicStore {
  public:
@@ -394,7 +394,7 @@ class BasicStore {
     bool m_throws = false;
     detail::BasicState<Lazy>* m_state = nullptr;
 };
-/** Settings in memory, on a file, or on the table of a ticket that somebody else owns. */
+/** Settings in memory, on a file, or on the table of a ticket that another part of the host owns. */
 using Store = BasicStore<void>;
 
 }  // namespace ticket

@@ -48,14 +48,14 @@ typedef void (*TICKET_OBSERVER)(void* context, char const* const* keys);
  * - MergeTicket, once for each of these that it makes of them.
  *
  * Nothing else calls it: the other operation codes change no value, and a load, which may find what another program has
- * saved meanwhile, notifies nobody. (A load follows STICKET_OP_RELEASE and STICKET_OP_PARTIAL_KEYS.)
+ * saved meanwhile, notifies no observer. (A load follows STICKET_OP_RELEASE and STICKET_OP_PARTIAL_KEYS.)
  *
  * It is called on the thread of the change, before the changing entry returns, after registrations and deferred
  * callbacks (see STICKET_ACCESS::QueueAfterNotification), with the ticket's mutex held. Observers are called in the
  * order in which they were added. A C++ exception that leaves one is dropped, and the next one is called.
  *
  * An observer may use the table, add observers, and remove itself and others; a removed one is not called any more. A
- * change that it makes is told to all observers, itself included, after the current one. CAUTION: an observer that
+ * change that it makes is reported to all observers, itself included, after the current one. CAUTION: an observer that
  * changes the ticket at each call never ends; change only what differs.
  * An observer must not wait for another thread that uses the ticket, and must not destroy the ticket. An observer of
  * the settings service's ticket must not call the service, whose mutex its caller may hold.

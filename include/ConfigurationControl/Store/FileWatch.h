@@ -122,7 +122,7 @@ class FileWatch {
     Function m_function;
     FileWatchOptions m_options;
     int m_fd = -1;
-    std::vector<Event> m_told;  // without merge: what the last dispatch has told
+    std::vector<Event> m_told;  // without merge: what the last dispatch reported
 };
 
 }  // namespace ticket

@@ -145,7 +145,7 @@ Status put_scalar(T const& value, Rules rules, Sink& sink) {
     } else if constexpr (std::is_integral_v<T>) {
         return put_integer(value, rules, sink);
     } else {
-        return {};  // check_type has told the developer
+        return {};  // check_type has already explained the error
     }
 }
 

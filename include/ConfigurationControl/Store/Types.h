@@ -167,7 +167,7 @@ template <typename T>
 inline constexpr bool is_wide_character =
     std::is_same_v<T, wchar_t> || std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
 
-/** A path, told by its members, so that its header need not be included here. */
+/** A path, recognised by its members, so that its header need not be included here. */
 template <typename T, typename = void>
 inline constexpr bool is_path = false;
 template <typename T>

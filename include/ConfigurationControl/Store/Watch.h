@@ -74,7 +74,7 @@ class FunctionWatcher final : public Watcher {
                 if (self.m_ended) break;
                 try {
                     self.m_function(event);
-                } catch (...) {  // the change was made by somebody else, who cannot handle it
+                } catch (...) {  // the caller that made the change cannot handle it
                 }
             }
         } catch (...) {  // memory is short: the next change of the key tells the difference
@@ -138,11 +138,11 @@ class FunctionWatcher final : public Watcher {
 /**
  * A function that is called after each change of the watched keys, until this object is destroyed.
  *
- * It is called on the thread of the change, with the ticket's mutex held, once for each key whose value differs;
- * whoever made the change, through this store, another one on the same table, or the table itself. It may read and
- * change the store, and is told of its own changes after it has returned; it may end this watch. It must not wait for
- * another thread that uses the store, and must not destroy the store. Of the settings service's store it must not call
- * the service, which holds its own mutex while it changes a setting. An exception that leaves it is dropped.
+ * It is called on the thread of the change, with the ticket's mutex held, once for each key whose value differs,
+ * if the change was made through this store, another one on the same table, or the table itself. It may read and
+ * change the store, and is called for its own changes after it has returned; it may end this watch. It must not wait
+ * for another thread that uses the store, and must not destroy the store. Of the settings service's store it must not
+ * call the service, which holds its own mutex while it changes a setting. An exception that leaves it is dropped.
  *
  * Destruction waits for a call on another thread, so do not hold a lock that the function takes. A watch may outlive
  * its store, but not a table that the store was given.
