@@ -17,7 +17,7 @@ constexpr POSITIONAL ONE_KEY = {"KEY", KIND::KEY, COUNT::ONE, "Key"};
 
 constexpr OPTION SCHEMA_FILE = {"--schema", KIND::FILE_NAME, "FILE",
                                 "JSON file that describes the keys of a program; FILE.schema.json by "
-                                "default; none: also not the settings service's"};
+                                "default; none disables it and the keys of the settings service"};
 constexpr OPTION SHOW_SECRETS = {"--show-secrets", KIND::FLAG, "", "Show passwords on a terminal"};
 constexpr OPTION REDACT = {"--redact", KIND::FLAG, "", "Hide passwords in pipes and files too", "--show-secrets"};
 constexpr OPTION ZERO = {"-z", KIND::FLAG, "", "End each record with a NUL byte and show keys and values as they are"};
@@ -27,9 +27,8 @@ constexpr OPTION DRY_RUN = {"--dry-run", KIND::FLAG, "", "Show what would change
 constexpr OPTION BACKUP = {"--backup", KIND::TEXT, "[SUFFIX]",
                            "Keep the old file under its name with SUFFIX appended; ~ by default"};
 constexpr OPTION FORCE = {"--force", KIND::FLAG, "",
-                          "Write even when a value or key would not come back unchanged, when the "
-                          "file seems to be "
-                          "another program's, or when it would change its owner"};
+                          "Write even if the round trip changes a value or key, if the file seems to be another "
+                          "program's, or if its owner would change"};
 constexpr OPTION CLEAR = {"--clear", KIND::FLAG, "", "Empty the file first"};
 
 std::vector<COMMAND> ReadingCommands() {
@@ -100,7 +99,7 @@ std::vector<COMMAND> ReadingCommands() {
          true},
         {"check",
          "Report problems that the library ignores",
-         "Tells line and column of parse errors, lossy numbers and texts, "
+         "Reports line and column of parse errors, lossy numbers and texts, "
          "ignored elements, keys that a save would lose, "
          "misspelt settings and values that the settings service cannot use. The "
          "exit code is 1 if there are any.",
@@ -197,7 +196,7 @@ std::vector<COMMAND> WritingCommands() {
          "Change a file in your editor",
          "Opens lines of key, type and value in $VISUAL, $EDITOR or vi. Lines "
          "can be changed, added and removed; a mistake "
-         "is shown, and nothing is written until it is mended. Passwords are "
+         "is shown, and nothing is written until it is corrected. Passwords are "
          "hidden, and stay unless their lines change.",
          {FILE_TO_WRITE, SELECTORS},
          {SHOW_SECRETS, SCHEMA_FILE, DRY_RUN, BACKUP, FORCE},

@@ -50,7 +50,7 @@ _ticket() {
                 '-z[End each record with a NUL byte and show keys and values as they are]' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -65,7 +65,7 @@ _ticket() {
                 '-z[End each record with a NUL byte and show keys and values as they are]' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -79,7 +79,7 @@ _ticket() {
                 '-z[End each record with a NUL byte and show keys and values as they are]' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -89,7 +89,7 @@ _ticket() {
             _arguments -S \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -99,14 +99,14 @@ _ticket() {
             _arguments -S \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files'
             ;;
         check)
             _arguments -S \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '*:FILE:_files'
@@ -121,7 +121,7 @@ _ticket() {
             ;;
         describe)
             _arguments -S \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:KEY:_ticket_keys known' \
@@ -132,7 +132,7 @@ _ticket() {
                 '--count=[End after N changes of the file]:count: ' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -145,10 +145,10 @@ _ticket() {
                 '--append[Append to the key'\''s vector]' \
                 '--hex[VALUE is in hexadecimal; a new key becomes a binstr]' \
                 '--from-file=[Store the bytes of this file or pipe; a new key becomes a binstr]:from-file:_files' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -160,7 +160,7 @@ _ticket() {
                 '--index=[Element of a vector; the first one is 0]:index: ' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -168,10 +168,10 @@ _ticket() {
             ;;
         reset)
             _arguments -S \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -182,7 +182,7 @@ _ticket() {
                 '--clear[Empty the file first]' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FROM:_files' \
@@ -194,7 +194,7 @@ _ticket() {
                 '--clear[Empty the file first]' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files'
@@ -202,10 +202,10 @@ _ticket() {
         edit)
             _arguments -S \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
-                '--force[Write even when a value or key would not come back unchanged, when the file seems to be another program'\''s, or when it would change its owner]' \
+                '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
@@ -215,7 +215,7 @@ _ticket() {
             _arguments -S \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
-                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none\: also not the settings service'\''s]:schema:_files' \
+                '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
