@@ -1,5 +1,5 @@
-// Replacing and deleting a ticket's file while other processes save it, on a full disk, and with other objects at its
-// names. The system calls are replaced here, to record them and to make them fail.
+// Replacing and deleting a ticket's file, in order and on a disk that fails. The system calls are replaced here, to
+// record them and to make them fail.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -7,17 +7,13 @@
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <new>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -35,7 +31,6 @@ using files::Names;
 using files::Write;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 using TICKETFILE::FILE_READER;
 using TICKETFILE::OLD;
 using TICKETFILE::REPLACEMENT;
@@ -48,9 +43,6 @@ struct SYSTEM {
     int flushError = 0;
     int closeError = 0;
     int modeError = 0;
-    int lockError = 0;
-    std::function<void()> beforeLock{};    // called once
-    std::function<void()> beforeRename{};  // called once
     bool watching = false;
     std::vector<std::string> calls{};
     std::string flushedDirectory{};
@@ -60,16 +52,11 @@ struct SYSTEM {
     }
 };
 SYSTEM g_system;
-std::atomic<int> g_locks{0};  // attempts to lock, by any thread
 
 // Restores the usual behaviour at the end of a test.
 struct USUAL_SYSTEM {
     ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
 };
-
-void CallOnce(std::function<void()>& function) {
-    if (auto const once = std::exchange(function, nullptr)) once();
-}
 
 int Fail(int error) {
     errno = error;
@@ -145,9 +132,7 @@ int fchmod(int file, mode_t mode) noexcept {
 int flock(int file, int operation) noexcept {
     static auto const next = Next<int (*)(int, int)>("flock");
     g_system.Note("lock");
-    ++g_locks;
-    CallOnce(g_system.beforeLock);
-    return g_system.lockError ? Fail(g_system.lockError) : next(file, operation);
+    return next(file, operation);
 }
 
 int ftruncate(int file, off_t size) noexcept {
@@ -159,7 +144,6 @@ int ftruncate(int file, off_t size) noexcept {
 int rename(char const* from, char const* to) noexcept {
     static auto const next = Next<int (*)(char const*, char const*)>("rename");
     g_system.Note("rename");
-    CallOnce(g_system.beforeRename);
     return next(from, to);
 }
 
@@ -175,8 +159,6 @@ namespace {
 
 class FileSave : public testing::Test {
  protected:
-    void SetUp() override { g_locks = 0; }
-
     SCRATCH_DIRECTORY m_scratch;
     std::string const m_file = m_scratch.Path("t.xml");
     std::string const m_temporary = m_file + ".tmp";
@@ -188,13 +170,6 @@ using FileDelete = FileSave;
 
 bool Deletes(std::string const& fileName, OLD old) {
     return TICKETFILE::Delete(fileName, old).Succeeded();
-}
-
-// Opens a file and locks it as a save in another process does.
-int Lock(std::string const& path) {
-    int const file = open(path.c_str(), O_RDWR | O_CREAT, 0600);
-    EXPECT_EQ(flock(file, LOCK_EX), 0);
-    return file;
 }
 
 // Runs `work` on a thread with a pending cancellation; true if the thread is cancelled only after `work` has returned.
@@ -437,19 +412,6 @@ TEST_F(FileSave, NothingIsRenamedAfterAFailedWrite) {
     EXPECT_THAT(g_system.calls, ElementsAre("lock", "write 600", "close", "unlink", "flush directory", "close"));
 }
 
-TEST_F(FileSave, DirectoryAtTheTemporaryNameRefusesTheSave) {
-    std::filesystem::create_directory(m_temporary);
-    EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml.tmp"));
-    Write(m_file, "old");
-    for (OLD const old : {OLD::DISCARD, OLD::KEEP}) {
-        EXPECT_FALSE(Replace(m_file, "new", old));
-        EXPECT_EQ(FileContent(m_file), "old");
-        EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
-        EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.tmp"));
-    }
-}
-
 TEST_F(FileSave, MissingDirectoryIsNotMade) {
     EXPECT_FALSE(Replace(m_scratch.Path("missing/t.xml"), "new", OLD::DISCARD));
     EXPECT_FALSE(Replace("", "new", OLD::DISCARD) && Exists(""));
@@ -488,196 +450,6 @@ TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     EXPECT_FALSE(replaced);
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_EQ(FileContent(m_temporary), "of another process");
-}
-
-// Other objects at the temporary name
-
-TEST_F(FileSave, LeftoverOfACrashIsRemoved) {
-    Write(m_temporary, "left over, and longer than what comes");
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_FALSE(Exists(m_temporary));
-}
-
-TEST_F(FileSave, LeftoverOfACrashThatIsReadOnlyIsNoObstacle) {
-    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0777));
-    EXPECT_TRUE(Unprivileged([&] {
-        for (std::string const& name : {m_file, m_temporary}) {
-            Write(name, "old");
-            std::filesystem::permissions(name, std::filesystem::perms(0400));
-        }
-        return Replace(m_file, "new", OLD::DISCARD) && FileContent(m_file) == "new";
-    }));
-}
-
-TEST_F(FileSave, SymbolicLinkAtTheTemporaryNameIsNotFollowed) {
-    Write(m_file, "old");
-    Write(m_scratch.Path("victim"), "precious");
-    std::filesystem::create_symlink(m_scratch.Path("victim"), m_temporary);
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_scratch.Path("victim")), "precious");
-    EXPECT_EQ(FileContent(m_file), "new");
-}
-
-TEST_F(FileSave, PipeAtTheTemporaryNameDoesNotHoldTheSaveUp) {
-    Write(m_file, "old");
-    ASSERT_EQ(mkfifo(m_temporary.c_str(), 0600), 0);
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "new");
-}
-
-TEST_F(FileSave, PipeWithAReaderAtTheTemporaryNameIsNotWrittenTo) {
-    ASSERT_EQ(mkfifo(m_temporary.c_str(), 0600), 0);
-    int const reader = open(m_temporary.c_str(), O_RDONLY | O_NONBLOCK);
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    char byte;
-    EXPECT_LE(read(reader, &byte, 1), 0);
-    close(reader);
-    EXPECT_EQ(FileContent(m_file), "new");
-}
-
-TEST_F(FileSave, FileOfSeveralNamesAtTheTemporaryNameIsNotWrittenTo) {
-    Write(m_scratch.Path("precious"), "precious");
-    std::filesystem::create_hard_link(m_scratch.Path("precious"), m_temporary);
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_EQ(FileContent(m_scratch.Path("precious")), "precious");
-}
-
-TEST_F(FileSave, TemporaryFileOfAnotherUserIsNotWrittenTo) {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can be two users";
-    std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0777));
-    for (unsigned int const mode : {0600u, 0666u}) {
-        SCOPED_TRACE(mode);
-        Write(m_temporary, "of another user");
-        std::filesystem::permissions(m_temporary, std::filesystem::perms(mode));
-        int const witness = open(m_temporary.c_str(), O_RDONLY);
-        Unprivileged([&] { return Replace(m_file, "new", OLD::DISCARD); });
-        char text[100] = {};
-        EXPECT_EQ(read(witness, text, sizeof text), 15);
-        EXPECT_STREQ(text, "of another user");
-        close(witness);
-    }
-    EXPECT_EQ(FileContent(m_file), "new");
-}
-
-// Other processes that save the same file
-
-TEST_F(FileSave, WaitsForTheOneWhoIsSaving) {
-    int const other = Lock(m_temporary);
-    std::function<void()> const hisSave = [&] {
-        EXPECT_FALSE(Exists(m_file));
-        if (g_locks < 5) {
-            g_system.beforeLock = hisSave;
-            return;
-        }
-        EXPECT_EQ(write(other, "his", 3), 3);
-        EXPECT_EQ(rename(m_temporary.c_str(), m_file.c_str()), 0);
-        std::filesystem::create_hard_link(m_file, m_scratch.Path("his"));
-        close(other);
-    };
-    g_system.beforeLock = hisSave;
-    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_GE(g_locks, 6);
-    EXPECT_EQ(FileContent(m_file), "mine");
-    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");  // the file whose lock was awaited is unchanged
-}
-
-TEST_F(FileSave, FileThatWasRenamedAwayBeforeItCouldBeLockedIsNotWrittenTo) {
-    Write(m_temporary, "his");
-    g_system.beforeLock = [&] { std::filesystem::rename(m_temporary, m_scratch.Path("his")); };
-    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "mine");
-    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");
-}
-
-TEST_F(FileSave, FileWhoseNameAnotherHasTakenBeforeItCouldBeLockedIsNotWrittenTo) {
-    Write(m_temporary, "his");
-    g_system.beforeLock = [&] {
-        std::filesystem::rename(m_temporary, m_scratch.Path("his"));
-        Write(m_temporary, "another's");
-    };
-    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_EQ(FileContent(m_file), "mine");
-    EXPECT_EQ(FileContent(m_scratch.Path("his")), "his");
-}
-
-TEST_F(FileSave, LockIsHeldUntilTheRename) {
-    bool refused = false;
-    g_system.beforeRename = [&] {
-        int const other = open(m_temporary.c_str(), O_RDWR);
-        refused = flock(other, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-        close(other);
-    };
-    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_TRUE(refused);
-    int const later = open(m_file.c_str(), O_RDWR);
-    EXPECT_EQ(flock(later, LOCK_EX | LOCK_NB), 0);
-    close(later);
-}
-
-TEST_F(FileSave, SecondWaiterDoesNotWriteToTheFileOfTheFirst) {
-    int const other = Lock(m_temporary);
-    std::vector<std::thread> savers;
-    for (char const* text : {"first text", "2nd"})
-        savers.emplace_back([&, text] { EXPECT_TRUE(Replace(m_file, text, OLD::DISCARD)); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    unlink(m_temporary.c_str());
-    close(other);
-    for (std::thread& saver : savers) saver.join();
-    EXPECT_THAT(FileContent(m_file), testing::AnyOf("first text", "2nd"));
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
-}
-
-TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves) {
-    Write(m_file, "old");
-    int const stuck = Lock(m_temporary);
-    EXPECT_TRUE(Replace(m_file, "mine", OLD::DISCARD));
-    EXPECT_LE(g_locks, 1 + 401);                 // the other save's lock, then one attempt every 5 ms for 2 s
-    ASSERT_EQ(write(stuck, "his, late", 9), 9);  // as a stopped process does when it continues
-    EXPECT_EQ(FileContent(m_file), "mine");
-    EXPECT_EQ(FileContent(m_temporary), "his, late");
-    close(stuck);
-    EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.tmp"));
-}
-
-TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
-    Write(m_file, "old");
-    g_system.lockError = ENOLCK;
-    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
-    EXPECT_EQ(g_locks, 1);
-    EXPECT_EQ(FileContent(m_file), "new");
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
-}
-
-TEST_F(FileSave, TwoProcessesNeverLeaveATornOrEmptyFileForAThirdToRead) {
-    constexpr int SAVES = 40;
-    auto const text = [](char letter, int length) {
-        return "<" + std::string(static_cast<size_t>(length), letter) + ">";
-    };
-    Write(m_file, text('o', 5000));
-    auto const saveOften = [&](char letter) {
-        for (int i = 0; i < SAVES; ++i)
-            if (!Replace(m_file, text(letter, 3000 + 100 * i), OLD::DISCARD)) return false;
-        return true;
-    };
-
-    std::vector<pid_t> savers;
-    for (char const letter : {'a', 'b'}) {
-        savers.push_back(fork());
-        if (savers.back() == 0) _exit(saveOften(letter) ? 0 : 1);
-    }
-    int torn = 0;
-    for (size_t ended = 0; ended < savers.size();) {
-        std::string const seen = FileContent(m_file);
-        if (seen.size() < 3002 || seen.back() != '>' || seen.find_first_not_of(seen[1], 1) != seen.size() - 1) ++torn;
-        int status = 0;
-        if (waitpid(savers[ended], &status, WNOHANG) == 0) continue;
-        EXPECT_EQ(status, 0);
-        ++ended;
-    }
-    EXPECT_EQ(torn, 0);
-    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
 // Deleting
