@@ -25,20 +25,6 @@ using testing::IsEmpty;
 using END = STRICT_READER::END;
 using TEXTS = std::vector<std::string>;
 
-// A source that reports another size than it has. The reader's first buffer has the reported size.
-class TOLD_SOURCE final : public FILE_SOURCE {
- public:
-    TOLD_SOURCE(std::string_view text, std::size_t told) : m_text(text), m_told(told) {}
-    std::size_t Size() const override { return m_told; }
-    std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
-        return m_text.Read(begin, bytes, size);
-    }
-
- private:
-    TEXT_SOURCE m_text;
-    std::size_t m_told;
-};
-
 // The result of the strict reader alone.
 struct STRICT_RESULT {
     END end;

@@ -14,20 +14,6 @@
 
 namespace {
 
-// A source that reports another size than it has. The reader's first buffer has that size, so that lines cross its end.
-class TOLD_SOURCE final : public FILE_SOURCE {
- public:
-    TOLD_SOURCE(std::string_view text, std::size_t told) : m_text(text), m_told(told) {}
-    std::size_t Size() const override { return m_told; }
-    std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
-        return m_text.Read(begin, bytes, size);
-    }
-
- private:
-    TEXT_SOURCE m_text;
-    std::size_t m_told;
-};
-
 std::string Joined(std::vector<std::string> const& values) {
     std::string all;
     for (std::string const& value : values) all += value + "\n";
