@@ -10,8 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
-#include <optional>
 
 #include "Commands.h"
 #include "Files.h"

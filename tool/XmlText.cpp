@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <new>
 
 #include "Format/Escapes.h"
 #include "Format/Words.h"

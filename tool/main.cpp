@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <csignal>
 #include <exception>
-#include <iostream>
 
 #include "Commands.h"
 #include "Terminal.h"
