@@ -2,8 +2,8 @@
 //
 // Three parts share the work: an arena holds the values with their keys, a hash table finds a key in about two memory
 // accesses however many keys there are, and an ordered index serves walks. Lookups take views, allocate nothing and
-// change nothing. A value stays at its address until its own key is erased. Among 10,000 keys a
-// search takes 13 ns, in a standard map 190 ns.
+// change nothing. A value stays at its address until its own key is erased. Among 10,000 keys a search takes 13 ns, in
+// a standard map 190 ns.
 #pragma once
 
 #include <cstddef>
