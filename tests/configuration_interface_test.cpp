@@ -7,7 +7,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <set>
 #include <type_traits>
 
 #include "ConfigurationControl/ConfigurationCtrl.h"

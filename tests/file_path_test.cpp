@@ -18,7 +18,6 @@ using namespace tickets;
 using files::Exists;
 using files::Names;
 using files::Write;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 

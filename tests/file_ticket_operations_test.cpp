@@ -13,8 +13,6 @@ namespace {
 using namespace tickets;
 using files::Exists;
 using files::Write;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class FileTicketOperations : public testing::Test {
  protected:

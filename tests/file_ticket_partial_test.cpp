@@ -13,7 +13,6 @@ namespace {
 using namespace tickets;
 using files::Write;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::string const WHOLE = Document({"<a>", "\t<b type=\"int\">1</b>", "\t<b type=\"int\">2</b>",
                                     "\t<c type=\"string\">text</c>", "</a>", "<d type=\"int\">3</d>"});

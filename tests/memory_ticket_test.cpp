@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <thread>
 #include <utility>

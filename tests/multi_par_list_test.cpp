@@ -21,7 +21,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 static_assert(!std::is_copy_constructible_v<SETMULTIPAR_LIST> && !std::is_copy_assignable_v<SETMULTIPAR_LIST>);
 

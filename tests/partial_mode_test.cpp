@@ -11,7 +11,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::vector<std::string> Content(STRINGPREFIXSET const& prefixes) {
     return {prefixes.begin(), prefixes.end()};

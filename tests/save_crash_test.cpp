@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <optional>
 #include <ostream>
 #include <random>
 #include <string>

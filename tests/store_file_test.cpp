@@ -20,7 +20,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using ticket::Bytes;
 using ticket::Reason;

@@ -16,7 +16,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using ticket::Event;
 using ticket::Store;
 using ticket::Watch;

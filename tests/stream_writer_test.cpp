@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 #include <random>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>

@@ -18,7 +18,6 @@ namespace {
 
 using namespace std::string_literals;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 // The values that these elements below the root set. Some texts have the form that a save writes, so both readers are

@@ -13,7 +13,6 @@
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Library.h"

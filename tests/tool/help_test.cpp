@@ -14,7 +14,6 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsSubsetOf;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::UnorderedElementsAre;
