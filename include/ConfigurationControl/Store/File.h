@@ -119,7 +119,7 @@ template <typename Lazy>
 class BasicFileTicket {
  public:
     explicit BasicFileTicket(std::string const& file) : m_file(file), m_table(STicketInstance.Create(file.c_str())) {}
-    /** Destroys the ticket, which saves nothing: it was saved, or never changed. */
+    /** Destroys the ticket, unless a batch was stored in part: destruction saves what is unsaved. */
     ~BasicFileTicket() {
         if (!m_abandoned) STicketInstance.Destroy(m_table);
     }
@@ -148,13 +148,12 @@ class BasicFileTicket {
     bool is_loaded() const { return m_count != 0; }
     /** Stores the batch and saves. */
     Result save(Batch& batch, bool whole) {
+        // Destroying it half stored, also after an exception, would save that. A leak is the lesser evil.
+        m_abandoned = true;
         std::vector<std::string> failed;
         if (whole) m_table->Operation(m_table->pTicket, STICKET_OP_CLEAR, nullptr);
-        if (!batch.store(m_table, failed)) {
-            // Destroying it would save what was stored of the batch. A leak is the lesser evil.
-            m_abandoned = true;
-            return Result(Reason::no_memory, m_file, "not saved: memory is short");
-        }
+        if (!batch.store(m_table, failed)) return Result(Reason::no_memory, m_file, "not saved: memory is short");
+        m_abandoned = false;
         Result saved = save_table(m_table, m_file);
         if (saved) m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count);
         return saved;

@@ -85,10 +85,15 @@ class BasicState {
             if (saved) saving = std::exchange(m_journal, Journal{});
         });
         if (!saved) return saved;
-        saved = target.save(batch, whole);
+        try {
+            saved = target.save(batch, whole);
+        } catch (...) {
+            locked(table(), [&] { m_journal.merge(saving); });
+            throw;
+        }
         locked(table(), [&] {
             if (!saved) {
-                m_journal.merge(std::move(saving));
+                m_journal.merge(saving);
             } else if (m_options.merge) {
                 take_over(target.table(), differing_keys(target.table()));
             } else {
@@ -121,10 +126,10 @@ class BasicState {
         if (self.m_taking_over) return;
         try {
             if (keys != nullptr) {
-                for (; *keys != nullptr; ++keys) self.m_journal.keys.insert(*keys);
+                for (; *keys != nullptr; ++keys) self.m_journal.keys.emplace(*keys);
             } else {
-                self.m_journal.keys.insert(self.m_known);
-                self.m_journal.keys.insert(keys_of(self.table()));
+                self.m_journal.keys.insert(self.m_known.begin(), self.m_known.end());
+                for (std::string& key : keys_of(self.table())) self.m_journal.keys.insert(std::move(key));
             }
         } catch (...) {
             self.m_journal.everything = true;
@@ -136,23 +141,24 @@ class BasicState {
      * ticket can be saved, and its end would end the process.
      */
     Result fill(Batch& batch, bool everything) const {
-        for (std::string const& key : everything ? keys_of(table()) : m_journal.keys.keys()) batch.copy(table(), key);
+        if (everything)
+            for (std::string const& key : keys_of(table())) batch.copy(table(), key);
+        else
+            for (std::string const& key : m_journal.keys) batch.copy(table(), key);
         if (std::string const* const key = batch.infinite_key())
             return Result(Reason::not_kept, m_file + ": " + *key, "not saved: no file keeps an infinite number");
         return {};
     }
 
-    /** The keys that differ between a file and the store, but for those that were changed here and not saved. */
+    /** The keys that differ, but for those that were changed here and not saved: first the file's, then the store's. */
     std::vector<std::string> differing_keys(Table source) const {
         std::vector<std::string> keys;
         if (m_journal.everything) return keys;
-        KeySet all;
-        all.insert(keys_of(source));
-        all.insert(keys_of(table()));
-        for (std::string const& key : all.keys()) {
-            bool const own = m_journal.keys.contains(key);
-            if (!own && !is_same_value({table(), key.c_str()}, {source, key.c_str()})) keys.push_back(key);
-        }
+        auto const is_own = [&](std::string const& key) { return m_journal.keys.count(key) != 0; };
+        for (std::string const& key : keys_of(source))
+            if (!is_own(key) && !is_same_value({table(), key.c_str()}, {source, key.c_str()})) keys.push_back(key);
+        for (std::string const& key : keys_of(table()))
+            if (!is_own(key) && Slot{source, key.c_str()}.type() == PARAM_NONE) keys.push_back(key);
         return keys;
     }
 
@@ -163,7 +169,12 @@ class BasicState {
         if (batch.empty()) return;
         std::vector<std::string> failed;
         m_taking_over = true;
-        batch.store(table(), failed);
+        try {
+            batch.store(table(), failed);
+        } catch (...) {
+            m_taking_over = false;
+            throw;
+        }
         m_taking_over = false;
     }
 

@@ -6,10 +6,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <set>
 #include <string>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "ConfigurationControl/Store/Table.h"
 
@@ -47,53 +47,19 @@ class SharedTicket {
     Owners* m_owners = nullptr;
 };
 
-/** A set of keys in the order in which they were added. */
-template <typename Lazy>
-class BasicKeySet {
- public:
-    bool empty() const { return m_keys.empty(); }
-    std::vector<std::string> const& keys() const { return m_keys; }
-    bool contains(std::string_view key) const { return !m_slots.empty() && m_slots[find(key)] != 0; }
-    void insert(std::string_view key) {
-        if (m_keys.size() * 2 >= m_slots.size()) grow();
-        std::size_t const slot = find(key);
-        if (m_slots[slot] != 0) return;
-        m_keys.emplace_back(key);
-        m_slots[slot] = m_keys.size();
-    }
-    void insert(std::vector<std::string> const& keys) {
-        for (std::string const& key : keys) insert(key);
-    }
-
- private:
-    /** The slot of a key, or the free one where it belongs. */
-    std::size_t find(std::string_view key) const {
-        std::size_t const mask = m_slots.size() - 1;
-        std::size_t slot = std::hash<std::string_view>()(key) & mask;
-        while (m_slots[slot] != 0 && m_keys[m_slots[slot] - 1] != key) slot = (slot + 1) & mask;
-        return slot;
-    }
-    void grow() {
-        m_slots.assign(m_slots.empty() ? 16 : m_slots.size() * 2, 0);
-        for (std::size_t i = 0; i < m_keys.size(); ++i) m_slots[find(m_keys[i])] = i + 1;
-    }
-
-    std::vector<std::string> m_keys;
-    std::vector<std::size_t> m_slots;  // 0 is free, otherwise one more than the position in m_keys; a power of two
-};
-
-using KeySet = BasicKeySet<void>;
+/** Keys in order. No hash table: its keys come from files too, and std::hash has no secret against made collisions. */
+using KeySet = std::set<std::string, std::less<>>;
 
 /** What a store has changed since its last save. Used with the ticket's mutex held. */
 template <typename Lazy>
 struct BasicJournal {
-    BasicKeySet<Lazy> keys;  /**< set or erased */
+    KeySet keys;             /**< set or erased */
     bool everything = false; /**< memory was short for a key: the whole store is to be written */
 
     bool empty() const { return keys.empty() && !everything; }
-    /** Adds what another journal holds. */
-    void merge(BasicJournal other) {
-        keys.insert(other.keys.keys());
+    /** Adds what another journal holds. Allocates nothing. */
+    void merge(BasicJournal& other) noexcept {
+        keys.merge(other.keys);
         everything = everything || other.everything;
     }
 };
