@@ -374,3 +374,25 @@ TEST(StoreValues, WideValuesAreTextThatReadsBackExactly) {
     store.set("Plain", 7);
     EXPECT_EQ(store.get<ticket::Wide<int>>("Plain")->value, 7) << "written before the key was wide";
 }
+
+TEST(StoreValues, AKeyWithANulNamesNoOtherKey) {
+    Store store;
+    store.set("Window", "text");
+    std::string const key("Window\0x", 8);
+    EXPECT_EQ(store.get(key, ""), "");
+    EXPECT_FALSE(store.borrow_text(key));
+    EXPECT_EQ(store.erase(key).reason(), ticket::Reason::missing);
+    EXPECT_TRUE(store.contains("Window"));
+}
+
+TEST(StoreValues, AStoredTextBeyondTheRangeOfATimeOrAFloatIsRefused) {
+    Store store;
+    store.set("Time", "170141183460469231731687303715884105.999");
+    EXPECT_EQ(store.read<std::chrono::milliseconds>("Time").result().reason(), ticket::Reason::out_of_range);
+    for (char const* text : {"1e300", "-1e300"}) {
+        store.set("Float", text);
+        EXPECT_EQ(store.read(ticket::Key<float>("Float").wide()).result().reason(), ticket::Reason::out_of_range);
+    }
+    store.set("Float", "inf");
+    EXPECT_TRUE(store.read(ticket::Key<float>("Float").wide()));
+}

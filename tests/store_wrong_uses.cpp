@@ -19,6 +19,10 @@ void Pointer(ticket::Store& store, std::string* text) {
 void LongDouble(ticket::Store& store) {
     store.set("Key", 1.5L);
 }  // says: no file keeps a long double
+void HugeInteger(ticket::Store& store) {
+    __extension__ using Huge = __int128;
+    store.set("Key", Huge{1});
+}  // says: integers have at most 64 bits
 void WideCharacter(ticket::Store& store) {
     store.set("Key", L'x');
 }  // says: wide characters are not kept

@@ -115,7 +115,7 @@ class BasicStore {
     std::optional<T> get(detail::KeyName const& key, Nearest) const {
         check_read<T>();
         T value{};
-        if (!take(key.c_str(), {true}, value)) return std::nullopt;
+        if (!take(key, {true}, value)) return std::nullopt;
         return value;
     }
     /** The value of a declared key, or its fallback. */
@@ -144,7 +144,7 @@ class BasicStore {
     Expected<T> read(detail::KeyName const& key) const {
         check_read<T>();
         T value{};
-        if (detail::Status const status = take(key.c_str(), {}, value); !status)
+        if (detail::Status const status = take(key, {}, value); !status)
             return Expected<T>(Result(status, key.c_str()));
         return Expected<T>(std::move(value));
     }
@@ -328,10 +328,11 @@ class BasicStore {
     }
 
     template <typename T>
-    detail::Status take(char const* key, detail::ReadMode mode, T& out) const {
+    detail::Status take(detail::KeyName const& key, detail::ReadMode mode, T& out) const {
         detail::Status status{Reason::no_ticket, nullptr};
         if (m_table == nullptr) return status;
-        detail::Slot const slot{m_table, key};
+        if (!key.is_whole()) return {Reason::missing, nullptr};  // the table would read the key up to the NUL
+        detail::Slot const slot{m_table, key.c_str()};
         if constexpr (detail::kind_of<T>() == detail::Kind::number)
             status = detail::take(slot, mode, out);
         else
@@ -368,11 +369,11 @@ class BasicStore {
         detail::check_type<V>();
         if constexpr (detail::kind_of<V>() == detail::Kind::structure || !std::is_default_constructible_v<V>) {
             V value = fallback;
-            if (!take(key.c_str(), mode, value)) return fallback;
+            if (!take(key, mode, value)) return fallback;
             return value;
         } else {
             V value{};
-            if (take(key.c_str(), mode, value)) return value;
+            if (take(key, mode, value)) return value;
             if constexpr (std::is_pointer_v<T>)
                 if (fallback == nullptr) return V{};
             return V(fallback);
@@ -382,7 +383,8 @@ class BasicStore {
     template <typename View>
     std::optional<std::string_view> borrow(detail::KeyName const& key, View view) const {
         std::string_view found;
-        if (m_table == nullptr || !view(detail::Slot{m_table, key.c_str()}, found)) return std::nullopt;
+        if (m_table == nullptr || !key.is_whole() || !view(detail::Slot{m_table, key.c_str()}, found))
+            return std::nullopt;
         return found;
     }
 

@@ -61,6 +61,7 @@ std::size_t put_erasures(Table table, Selector const& selector, Batch& batch) {
         ++count;
     };
     if (!selector.is_prefix()) {
+        if (!KeyName(selector.text()).is_whole()) return 0;  // the table would erase the key up to the NUL
         if (Slot{table, selector.text().c_str()}.type() != PARAM_NONE) erase(selector.text().c_str());
         return count;
     }

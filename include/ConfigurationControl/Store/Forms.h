@@ -94,6 +94,9 @@ Status parse_wide(std::string_view text, V& out) {
     } else if constexpr (std::is_floating_point_v<V>) {
         double value = 0;
         if (!parse_decimal(std::string(text), value)) return no_number;
+        constexpr double limit = static_cast<double>(std::numeric_limits<V>::max());
+        constexpr double finite = std::numeric_limits<double>::max();
+        if ((value > limit && value <= finite) || (value < -limit && value >= -finite)) return DOES_NOT_FIT;
         out = static_cast<V>(value);
     } else {
         std::string value;

@@ -176,9 +176,9 @@ inline Status parse_seconds(std::string_view text, std::int64_t numerator, std::
     Integer128 whole = 0, atto = 0, units = 0;
     if (!split_seconds(text, whole, atto)) return {Reason::wrong_type, "the text is no time in decimal seconds"};
     std::int64_t const unit = ATTO / denominator;
-    if (__builtin_mul_overflow(whole, static_cast<Integer128>(denominator), &units))
+    if (__builtin_mul_overflow(whole, static_cast<Integer128>(denominator), &units) ||
+        __builtin_add_overflow(units, atto / unit, &units))
         return {Reason::out_of_range, "the time does not fit"};
-    units += atto / unit;
     if (exact && (atto % unit != 0 || units % numerator != 0))
         return {Reason::out_of_range, "the time is no whole number of this unit"};
     count = units / numerator;

@@ -163,6 +163,10 @@ struct Identity {
 template <typename T>
 using Same = typename Identity<T>::Type;
 
+/** Whether a type is an integer of 128 bits, which some language modes count among the arithmetic types. */
+__extension__ template <typename T>
+inline constexpr bool is_huge = std::is_same_v<T, __int128> || std::is_same_v<T, unsigned __int128>;
+
 template <typename T>
 inline constexpr bool is_wide_character =
     std::is_same_v<T, wchar_t> || std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
@@ -222,6 +226,7 @@ constexpr void check_type() {
     static_assert(!std::is_pointer_v<T> || is_text<T>,
                   "ticket::Store: a pointer is no setting; give the value that it points to");
     static_assert(!std::is_same_v<T, long double>, "ticket::Store: no file keeps a long double; use double");
+    static_assert(!is_huge<T>, "ticket::Store: integers have at most 64 bits; keep a wider one as text");
     static_assert(!is_wide_character<T>,
                   "ticket::Store: wide characters are not kept; convert the text to UTF-8 in a std::string");
     if constexpr (is_duration<T>)
@@ -249,7 +254,8 @@ constexpr void check_type() {
         check_type<typename T::value_type>();
     }
     if constexpr (has_codec<T>) check_type<typename Codec<T>::Stored>();
-    constexpr bool explained = std::is_same_v<T, std::nullptr_t> || std::is_pointer_v<T> || is_wide_character<T>;
+    constexpr bool explained =
+        std::is_same_v<T, std::nullptr_t> || std::is_pointer_v<T> || is_wide_character<T> || is_huge<T>;
     static_assert(explained || kind_of<T>() != Kind::unknown,
                   "ticket::Store: this type is not known; specialise ticket::Codec<T> for one value, or "
                   "ticket::members<T> for a struct that is kept member by member");
