@@ -63,7 +63,10 @@ class Ticket(MutableMapping[str, Value]):
     def __init__(self, path: Union[str, "os.PathLike[str]", None] = None) -> None:
         self.path = None if path is None else os.fspath(path)
         name = None if self.path is None else os.fsencode(self.path)
+        if name is not None and b"\0" in name:
+            raise ValueError("a path holds no NUL")
         self._observers: dict[int, Any] = {}
+        self._running: list[object] = []  # the functions that the library calls just now
         self._access = _instance.create(name)
         if not self._access:
             raise MemoryError
@@ -81,7 +84,13 @@ class Ticket(MutableMapping[str, Value]):
             self.close()
 
     def close(self) -> None:
-        """Ends the ticket. Changes are saved, but a failure is not reported: call `save` first, or use `with`."""
+        """Ends the ticket. Changes are saved, but a failure is not reported: call `save` first, or use `with`.
+
+        No other thread may use the ticket meanwhile. Raises RuntimeError within `locked` and within an observer, whose
+        call still needs the ticket.
+        """
+        if self._running:
+            raise RuntimeError("the ticket is in use by the function that closes it")
         if self._access:
             _instance.destroy(ctypes.byref(self._access))
             self._observers.clear()
@@ -165,8 +174,8 @@ class Ticket(MutableMapping[str, Value]):
     def update(self, *changes: Any, **more: Any) -> None:
         """Stores all values of a mapping under one lock, after checking all of them.
 
-        Raises TypeError or ValueError, and then has stored nothing, for a value that a ticket does not hold or that this
-        ticket's file would not give back; MemoryError names the keys that were not stored when memory ran out.
+        Raises TypeError, ValueError or OverflowError, and then has stored nothing, for a value that a ticket does not hold
+        or that this ticket's file would not give back; MemoryError names the keys that were not stored when memory ran out.
         """
         values = dict(*changes, **more)
         rows = [row for key, value in values.items() for row in self._rows(key, value)]
@@ -196,10 +205,13 @@ class Ticket(MutableMapping[str, Value]):
         outcome: list[Any] = []
 
         def run(_: object) -> None:
+            self._running.append(work)
             try:
                 outcome.extend((work(), None))
             except BaseException as error:  # passed on below: none may leave through the library
                 outcome.extend((None, error))
+            finally:
+                self._running.pop()
 
         _library.TicketRunLocked(self._open(), records.LOCKED_CALLBACK(run), None)
         result, error = outcome
@@ -210,8 +222,11 @@ class Ticket(MutableMapping[str, Value]):
     def observe(self, callback: Callable[[Optional[list[str]]], None]) -> Callable[[], None]:
         """Calls `callback` after each successful change with the changed keys, or None if any may have changed.
 
-        It runs on the changing thread while the ticket is locked. Returns a function that ends it.
+        It runs on the changing thread while the ticket is locked. An exception that leaves it is printed and dropped.
+        Returns a function that ends it.
         """
+
+        running = self._running  # not self, which would be a cycle
 
         def call(_: object, keys: Any) -> None:
             names = None
@@ -219,7 +234,11 @@ class Ticket(MutableMapping[str, Value]):
                 names = []
                 while keys[len(names)] is not None:
                     names.append(text_of(keys[len(names)]))
-            callback(names)
+            running.append(callback)
+            try:
+                callback(names)
+            finally:
+                running.pop()
 
         observer = records.OBSERVER(call)
         number = _library.TicketAddObserver(self._open(), observer, None)
@@ -270,8 +289,11 @@ class Ticket(MutableMapping[str, Value]):
         name = text_bytes(key)
         if not name:
             raise ValueError("a key holds at least one character")
-        is_list = isinstance(value, Iterable) and not isinstance(value, (str, bytes, Mapping))
-        scalars = list(value) if is_list else [value]
+        is_list = isinstance(value, Iterable) and not isinstance(value, (str, bytes, bytearray, memoryview, Mapping))
+        scalars = [
+            bytes(scalar) if isinstance(scalar, (bytearray, memoryview)) else scalar
+            for scalar in (value if is_list else [value])
+        ]
         if not scalars:
             raise ValueError(f"{key}: a vector has at least one element; delete the key instead")
         typed = [encoded(scalar) for scalar in scalars]

@@ -19,6 +19,8 @@ _ENTITY = re.compile(rb"&(amp|lt|gt|quot|apos|#[0-9]|#x[0-9A-Fa-f])")
 
 def text_bytes(text: str) -> bytes:
     """The bytes of a text or key. Bytes of a file that are no UTF-8 come back as they were."""
+    if not isinstance(text, str):
+        raise TypeError(f"a key or a text is a str, not {type(text).__name__}")
     encoded = text.encode("utf-8", "surrogateescape")
     if b"\0" in encoded:
         raise ValueError("a text holds no NUL; store bytes instead")

@@ -188,6 +188,38 @@ class TicketTest(unittest.TestCase):
             thread.join()
         self.assertEqual(len(ticket), 4 * 200 + 1)
 
+    def test_bytearrays_and_memoryviews_are_bytes(self):
+        ticket = Ticket()
+        ticket["a"] = bytearray(b"ab")
+        ticket["b"] = memoryview(b"cd")
+        ticket["c"] = [bytearray(b"e"), b"f"]
+        self.assertEqual(dict(ticket), {"a": b"ab", "b": b"cd", "c": [b"e", b"f"]})
+
+    def test_names_that_the_library_would_read_otherwise_are_refused(self):
+        self.assertRaises(ValueError, Ticket, self.path + "\0.xml")
+        ticket = Ticket()
+        for key in (5, None, b"a"):
+            with self.assertRaises(TypeError):
+                ticket[key] = 1
+
+    def test_ticket_is_not_closed_by_a_function_that_runs_within_it(self):
+        ticket = Ticket()
+        refused = []
+
+        def close(_keys=None):
+            try:
+                ticket.close()
+            except RuntimeError as error:
+                refused.append(error)
+
+        end = ticket.observe(close)
+        ticket["a"] = 1
+        end()
+        ticket.locked(close)
+        self.assertEqual(len(refused), 2)
+        self.assertEqual(ticket["a"], 1)
+        ticket.close()
+
     def test_forgotten_ticket_saves_its_changes(self):
         ticket = Ticket(self.path)
         ticket["a"] = 1
