@@ -47,6 +47,7 @@ class ToolTerminal : public Tool {
         WriteTicket("empty.xml", "");
         WriteTicket("\x1B[31m.xml", "<broken>");
         Write("\xE2\x80\xAE.xml", "<ticket>\x1B");
+        Write("cut.xml", "<ticket>\n" + elements + "\t<\x1B>\n" + elements);
         m_manner.environment = {"NO_COLOR=1"};
     }
 
@@ -82,6 +83,14 @@ TEST_F(ToolTerminal, IsNotControlledByAFileWhateverTheCommand) {
                                              {"settings", "s.xml", "--json"},
                                              {"set", "s.xml", m_name, "x", "--type", "int"},
                                              {"set", "s.xml", "\x1B[2J<", "x"},
+                                             {"set", "s.xml", "new", "\x1B[2J", "--dry-run"},
+                                             {"delete", "s.xml", "s", "--dry-run"},
+                                             {"reset", "s.xml", "Product/Name", "--dry-run"},
+                                             {"merge", "s.xml", "empty.xml", "--dry-run"},
+                                             {"find", "s.xml", "y"},
+                                             {"describe", "Product/Name", "s.xml"},
+                                             {"describe", m_name},
+                                             {"recover", "cut.xml"},
                                              {"\x1B[2J"}};
     for (auto const& command : commands) {
         auto const shown = WithoutLineEnds(OnTerminal(command));
