@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/FileTickets.h"
@@ -25,6 +26,9 @@ using files::Write;
 using testing::ElementsAre;
 
 bool g_refusesLinks = false;
+bool g_hidesAcls = false;
+std::function<void()> g_beforeLink;
+std::function<void()> g_afterAcl;
 bool g_refusesAcls = false;
 
 constexpr uid_t NOBODY_ID = 65534;
@@ -37,9 +41,24 @@ extern "C" {
 
 int link(char const* from, char const* to) noexcept {
     static auto const next = reinterpret_cast<decltype(&link)>(dlsym(RTLD_NEXT, "link"));
+    if (auto const meanwhile = std::exchange(g_beforeLink, nullptr)) meanwhile();
     if (!g_refusesLinks) return next(from, to);
     errno = EPERM;
     return -1;
+}
+
+ssize_t getxattr(char const* path, char const* name, void* value, size_t size) noexcept {
+    static auto const next = reinterpret_cast<decltype(&getxattr)>(dlsym(RTLD_NEXT, "getxattr"));
+    bool const isAcl = std::string(name) == ACL;
+    if (isAcl && g_hidesAcls) {
+        errno = EIO;
+        return -1;
+    }
+    ssize_t const result = next(path, name, value, size);
+    int const error = errno;
+    if (auto const meanwhile = isAcl ? std::exchange(g_afterAcl, nullptr) : nullptr) meanwhile();
+    errno = error;
+    return result;
 }
 
 int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
@@ -113,7 +132,7 @@ class FileAccess : public testing::Test {
         chmod(m_scratch.Path().c_str(), 0755);
         umask(0022);
     }
-    ~FileAccess() override { g_refusesLinks = g_refusesAcls = false; }
+    ~FileAccess() override { g_refusesLinks = g_refusesAcls = g_hidesAcls = false; }
 
     void ShareDirectory(mode_t mode = 01777) { chmod(m_scratch.Path().c_str(), mode); }
 
@@ -201,6 +220,14 @@ TEST_F(PlantedFile, BehindALinkOfAnotherUserDoesNotLendItsMode) {
     ExpectSecret();
 }
 
+TEST_F(PlantedFile, OfAnotherUserBehindALinkOfOursDoesNotLendItsMode) {
+    MakeFile(m_scratch.Path("public"), 0644);
+    ASSERT_EQ(chown(m_scratch.Path("public").c_str(), NOBODY_ID, NOBODY_ID), 0);
+    std::filesystem::create_symlink("public", m_file);
+    EXPECT_TRUE(Save(m_file));
+    ExpectSecret();
+}
+
 TEST_F(PlantedFile, InADirectoryThatEverybodyCanWriteToDoesNotLendItsMode) {
     for (mode_t const directory : {01777u, 0777u}) {
         MakeFile(m_file, 0644);
@@ -246,6 +273,21 @@ TEST_F(PlantedFile, ThatLinksToAPrivateFileIsKeptAsALink) {
         EXPECT_EQ(FileContent(home + "/diary"), "dear diary");
         EXPECT_THAT(Names(m_scratch), ElementsAre("home", "s.xml", "s.xml.unreadable"));
     }
+}
+
+TEST_F(PlantedFile, ThatBecomesALinkWhileItIsKeptIsNotFollowed) {
+    std::string const diary = m_scratch.Path("diary");
+    std::string const kept = m_file + ".unreadable";
+    MakeFile(diary, 0600, "dear diary");
+    MakeFile(m_file, 0644, "broken");
+    g_refusesLinks = true;
+    g_beforeLink = [&] {
+        unlink(m_file.c_str());
+        EXPECT_EQ(symlink("diary", m_file.c_str()), 0);
+    };
+    EXPECT_TRUE(Save(m_file));
+    EXPECT_TRUE(std::filesystem::is_symlink(kept));
+    EXPECT_EQ(FileContent(diary), "dear diary");
 }
 
 TEST_F(PlantedFile, ThatIsKeptAsACopyIsTheOwnersAlone) {
@@ -327,6 +369,35 @@ TEST_F(KeptRights, AreNoMoreThanThoseOfAnAclThatCannotBeKept) {
         EXPECT_EQ(Mode(m_file), c.mode);
         unlink(m_file.c_str());
     }
+}
+
+TEST_F(KeptRights, AreTheOwnersAloneWhereAnAclCannotBeRead) {
+    MakeFile(m_file, 0664);
+    g_hidesAcls = true;
+    EXPECT_TRUE(Save(m_file));
+    EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+TEST_F(KeptRights, AreReadAgainWhenTheyChangeMeanwhile) {
+    MakeFile(m_file, 0644);
+    g_afterAcl = [this] { chmod(m_file.c_str(), 0600); };
+    EXPECT_TRUE(Save(m_file));
+    EXPECT_EQ(g_afterAcl, nullptr);
+    EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+// To set an attribute takes the right to write, which the mask may deny the owner.
+TEST_F(KeptRights, DoNotDependOnTheMaskOfTheProcess) {
+    ASSERT_EQ(chown(m_scratch.Path().c_str(), NOBODY_ID, NOBODY_ID), 0);
+    MakeFile(m_file, 0640);
+    ASSERT_EQ(chown(m_file.c_str(), NOBODY_ID, NOBODY_ID), 0);
+    if (!SetAttribute(m_file, "user.origin", "elsewhere")) GTEST_SKIP() << "this file system has no such attributes";
+    EXPECT_TRUE(Unprivileged([&] {
+        umask(0777);
+        return Save(m_file);
+    }));
+    EXPECT_EQ(Attribute(m_file, "user.origin"), "elsewhere");
+    EXPECT_EQ(Mode(m_file), 0640u);
 }
 
 TEST_F(KeptRights, AreNotWidenedByWhatADirectoryGivesNewFiles) {

@@ -397,6 +397,28 @@ TEST_F(FileSave, NoPieceIsWrittenBehindOneThatFailed) {
     EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
 }
 
+TEST_F(FileSave, AnotherFileThatTookTheTemporaryNameIsNotRenamedAndStays) {
+    Write(m_file, "old");
+    REPLACEMENT file(m_file);
+    file.Take("new");
+    std::filesystem::remove(m_temporary);
+    Write(m_temporary, "planted");
+    auto const outcome = file.Commit(OLD::DISCARD);
+    EXPECT_EQ(outcome.failed, TICKETFILE::SAVE_STEP::RENAME);
+    EXPECT_EQ(outcome.error, ESTALE);
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_EQ(FileContent(m_temporary), "planted");
+}
+
+TEST_F(FileSave, PipeThatTookTheFileNameMeanwhileStays) {
+    REPLACEMENT file(m_file);
+    file.Take("new");
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
+    EXPECT_FALSE(file.Commit(OLD::DISCARD).Succeeded());
+    EXPECT_TRUE(std::filesystem::is_fifo(m_file));
+    EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+}
+
 TEST_F(FileSave, FailureWithoutAnOldFileLeavesNothing) {
     g_system.roomLeft = 2;
     EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));

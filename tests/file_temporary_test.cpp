@@ -157,6 +157,7 @@ TEST_F(FileSave, FileOfSeveralNamesAtTheTemporaryNameIsNotWrittenTo) {
     EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
     EXPECT_EQ(FileContent(m_file), "new");
     EXPECT_EQ(FileContent(m_scratch.Path("precious")), "precious");
+    EXPECT_TRUE(Exists(m_temporary)) << "it is no left-over of a save";
 }
 
 TEST_F(FileSave, TemporaryFileOfAnotherUserIsNotWrittenTo) {

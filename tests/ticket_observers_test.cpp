@@ -255,9 +255,10 @@ TEST_P(Observers, MayRemoveThemselvesAndOthersWithinACall) {
     });
     Add("B");
     last = &Add("C");
+    Add("D");
     Set(m_ticket, "a", 1);
     Set(m_ticket, "b", 1);
-    EXPECT_EQ(Heard(), (LINES{"A:a ", "B:a ", "B:b "}));
+    EXPECT_EQ(Heard(), (LINES{"A:a ", "B:a ", "D:a ", "B:b ", "D:b "}));
 }
 
 TEST_P(Observers, HearOfTheNextChangeThoughOneHasThrown) {

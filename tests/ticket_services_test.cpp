@@ -93,7 +93,6 @@ TEST(RunLocked, NeedsACallbackAndATableOfThisLibraryWithAMutex) {
     OPEN_TICKET mutexless({ticket->pTicket, -2, -2, nullptr, nullptr});
     STICKET_ACCESS foreign = *ticket;
     foreign.QueueAfterNotification = [](STICKET*, STICKET_DEFERRED_CALLBACK, void*) { return false; };
-    foreign.pTicket = reinterpret_cast<STICKET*>(&foreign);
     STICKET_ACCESS ticketless = *ticket;
     ticketless.pTicket = nullptr;
     EXPECT_EQ(TicketRunLocked(nullptr, call, nullptr), 0);
@@ -111,6 +110,7 @@ class CONVERSION : public STICKET_STRING_CONVERSION {
  public:
     std::string ToFile(std::string const& text) override {
         if (text == "refused") throw 17;
+        if (text == "refused with a text") throw "no";
         return text;
     }
     std::string FromFile(std::string const& text, int) override {
@@ -167,9 +167,11 @@ TEST_F(Outcomes, OfASaveAreThoseOfTheLastOne) {
 
 TEST_F(Outcomes, OfASaveTellAThrowingConversion) {
     OWNER const ticket(STICKET::PCreate(m_file, Converting()));
-    Set(ticket, "a", "refused");
-    EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 0);
-    EXPECT_EQ(Saved(ticket), "2 0 0");
+    for (char const* const text : {"refused", "refused with a text"}) {
+        Set(ticket, "a", text);
+        EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 0);
+        EXPECT_EQ(Saved(ticket), "2 0 0") << text;
+    }
     Delete(ticket, "a");
 }
 
@@ -188,6 +190,16 @@ TEST_F(Outcomes, OfASaveNoteThatTheMisreadFileCouldNotBeKept) {
     Set(ticket, "a", 1);
     EXPECT_EQ(Operate(ticket, STICKET_OP_SAVE), 1);
     EXPECT_EQ(Saved(ticket), "0 0 1");
+}
+
+TEST_F(Outcomes, OfASaveTellThatTheFileOfAnEmptyTicketCouldNotBeKept) {
+    files::Write(m_file, "<broken");
+    std::filesystem::create_directory(m_file + ".unreadable");
+    OWNER const ticket(m_file.c_str());
+    Operate(ticket, STICKET_OP_CLEAR);
+    Operate(ticket, STICKET_OP_SAVE);
+    EXPECT_EQ(Saved(ticket), "9 " + std::to_string(EISDIR) + " 0");
+    EXPECT_EQ(Loaded(ticket), "0 0 0 0") << "the save's look at the file is no load";
 }
 
 TEST_F(Outcomes, OfALoadTellWhatItFound) {
