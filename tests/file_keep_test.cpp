@@ -40,6 +40,7 @@ struct SYSTEM {
     int renameError = 0;                   // for files other than the temporary one
     bool hasMarks = true;                  // whether files can have extended attributes
     int writesLeft = -1;                   // until the disk is full; -1: any number
+    int readsLeft = -1;                    // until the disk cannot be read; -1: any number
     std::function<void()> beforeLink{};    // called once
     std::function<void()> beforeChange{};  // called before each change of a directory
 };
@@ -88,6 +89,13 @@ ssize_t write(int file, void const* bytes, size_t size) {
     static auto const next = Next<ssize_t (*)(int, void const*, size_t)>("write");
     if (g_system.writesLeft == 0) return Fail(ENOSPC);
     if (g_system.writesLeft > 0) --g_system.writesLeft;
+    return next(file, bytes, size);
+}
+
+ssize_t read(int file, void* bytes, size_t size) {
+    static auto const next = Next<ssize_t (*)(int, void*, size_t)>("read");
+    if (g_system.readsLeft == 0) return Fail(EIO);
+    if (g_system.readsLeft > 0) --g_system.readsLeft;
     return next(file, bytes, size);
 }
 
@@ -223,6 +231,15 @@ TEST_F(FileKeep, CopyThatTheDiskHasNoRoomForIsNotTakenForTheFile) {
     Write(m_file, content);
     g_system.linkError = EPERM;
     g_system.beforeLink = [] { g_system.writesLeft = 1; };  // the new file is complete by then
+    EXPECT_EQ(Save(), KEPT::YES);
+    ExpectKept(content);
+}
+
+TEST_F(FileKeep, CopyOfAFileThatCannotBeReadToItsEndIsNotTakenForTheFile) {
+    std::string const content(100000, 'x');
+    Write(m_file, content);
+    g_system.linkError = EPERM;
+    g_system.readsLeft = 2;
     EXPECT_EQ(Save(), KEPT::YES);
     ExpectKept(content);
 }

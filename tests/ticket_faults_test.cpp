@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <new>
 #include <set>
@@ -11,6 +12,7 @@
 #include "ConfigurationControl/MultiPar.h"
 #include "ConfigurationControl/MultiParList.h"
 #include "ConfigurationControl/PartialMode.h"
+#include "ConfigurationControl/TicketServices.h"
 #include "support/FailingAllocations.h"
 #include "support/FailingMutex.h"
 #include "support/FileTickets.h"
@@ -162,6 +164,20 @@ TEST(TicketWithoutMemory, EndsWithTheOldFileUntilTheNewOneCanBeWritten) {
     }
     EXPECT_EQ(FileContent(file), changed);
     EXPECT_GT(granted, 1);
+}
+
+TEST(TicketWithoutMemory, TellsThatASaveRanOutOfIt) {
+    SCRATCH_DIRECTORY const scratch;
+    OWNER const ticket(scratch.Path("t.xml").c_str());
+    tickets::Set(ticket, LONG_KEY, LONG_TEXT);
+    auto const expectMemory = [&] {
+        TICKET_SAVE_OUTCOME outcome{sizeof outcome, 99, 99, 99};
+        EXPECT_EQ(TicketGetSaveOutcome(ticket, &outcome), 1);
+        EXPECT_EQ(outcome.nStep, uint32_t{TICKET_SAVE_MEMORY});
+        EXPECT_EQ(outcome.nError, ENOMEM);
+        EXPECT_EQ(outcome.nNote, 0u);
+    };
+    EXPECT_GT(StarveUntilSuccess([&] { return tickets::Operate(ticket, STICKET_OP_SAVE); }, expectMemory), 0);
 }
 
 TEST(TicketWithoutMemory, KeepsWhatCouldNotBeReadWhereverASaveFailed) {
