@@ -2,13 +2,12 @@
 // value was read once.
 //
 // usage: heap list: prints the names of the stores
-//        heap write STORE COUNT FILE: writes what the store loads, in a process of its own, because what that leaves
-//        with a
-//            library would not be counted when it is used again
+//        heap write STORE COUNT FILE: writes what the store loads. A process of its own does this, because what a
+//        library
+//            keeps from writing would be used again by the load and not be counted.
 //        heap measure STORE COUNT FILE: prints one line of JSON
-// The allocator's functions are
-// replaced for the whole process, so that libraries are counted, too. A block counts with the size that the allocator
-// really uses for it.
+// The allocator's functions are replaced for the whole process, so that libraries are counted, too. A block counts with
+// the size that the allocator really uses for it.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
