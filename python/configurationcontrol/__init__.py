@@ -21,7 +21,7 @@ from collections.abc import Callable, Iterable, Iterator, Mapping, MutableMappin
 from typing import Any, NamedTuple, Optional, TypeVar, Union
 
 from . import _records as records
-from ._values import Scalar, Value, check_file_keeps, encoded, text_bytes, text_of
+from ._values import Scalar, Value, check_file_keeps, check_file_keeps_key, encoded, text_bytes, text_of
 
 __all__ = ["LoadOutcome", "SaveError", "SaveOutcome", "Ticket", "Value"]
 
@@ -254,12 +254,15 @@ class Ticket(MutableMapping[str, Value]):
         return end
 
     def lock(self, number: int, owner: int) -> bool:
-        """Takes one of the twenty advisory locks for `owner`. False if somebody else holds it."""
-        return bool(self._call("lock", number, ctypes.byref(ctypes.c_int(owner)), True))
+        """Takes one of the twenty advisory locks for `owner`. False if somebody else holds it.
+
+        Raises OverflowError if a number needs more than 32 bits.
+        """
+        return bool(self._call("lock", _int32(number), ctypes.byref(ctypes.c_int(_int32(owner))), True))
 
     def unlock(self, number: int, owner: int) -> bool:
-        """Gives the lock back."""
-        return bool(self._call("lock", number, ctypes.byref(ctypes.c_int(owner)), False))
+        """Gives the lock back. False if somebody else holds it. Raises as `lock`."""
+        return bool(self._call("lock", _int32(number), ctypes.byref(ctypes.c_int(_int32(owner))), False))
 
     # The table
 
@@ -298,6 +301,7 @@ class Ticket(MutableMapping[str, Value]):
             raise ValueError(f"{key}: a vector has at least one element; delete the key instead")
         typed = [encoded(scalar) for scalar in scalars]
         if self.path is not None:
+            check_file_keeps_key(name)
             for scalar in scalars:
                 check_file_keeps(scalar if not isinstance(scalar, os.PathLike) else os.fspath(scalar))
         if not is_list:
@@ -340,6 +344,12 @@ _BUFFERS = {
     records.INT64: ctypes.c_int64,
     records.UINT64: ctypes.c_uint64,
 }
+
+
+def _int32(number: int) -> int:
+    if not -(2**31) <= number < 2**31:  # ctypes would drop the upper bits
+        raise OverflowError(f"{number} needs more than 32 bits")
+    return number
 
 
 def _name(names: tuple[str, ...], number: int) -> str:

@@ -15,6 +15,8 @@ Value = Union[Scalar, List[Scalar]]
 
 _EXACT = 2**53  # every whole number up to here is a double
 _ENTITY = re.compile(rb"&(amp|lt|gt|quot|apos|#[0-9]|#x[0-9A-Fa-f])")
+_NOT_IN_KEYS = re.compile(rb"[\x00-\x1f\x7f<>\"*]|='")
+_NOT_BEFORE_THE_LAST = re.compile(rb"[?\[]")
 
 
 def text_bytes(text: str) -> bytes:
@@ -36,6 +38,19 @@ def _check_bytes(value: bytes) -> None:
         raise ValueError(f"not kept by a file: a blank at the edge of {value!r}")
     if _ENTITY.search(value):
         raise ValueError(f"not kept by a file: an XML entity in {value!r}")
+
+
+def _is_kept_component(part: bytes, last: bool) -> bool:
+    if part in (b"", b"ticket") or part[:1] in (b" ", b"?", b"!") or part[-1:] == b" ":
+        return False
+    return not (_NOT_IN_KEYS.search(part) or (not last and _NOT_BEFORE_THE_LAST.search(part)))
+
+
+def check_file_keeps_key(key: bytes) -> None:
+    """Raises ValueError for a key under which a file gives no value back."""
+    parts = key.split(b"/")
+    if not all(_is_kept_component(part, i == len(parts) - 1) for i, part in enumerate(parts)):
+        raise ValueError(f"not kept by a file: the key {text_of(key)!r}")
 
 
 def check_file_keeps(value: Scalar) -> None:

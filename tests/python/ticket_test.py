@@ -67,6 +67,24 @@ class TicketTest(unittest.TestCase):
                 ticket.update({"good": 1, "bad": value})
         self.assertEqual(len(ticket), 0)
 
+    def test_keys_that_a_file_does_not_give_back_are_refused_others_come_back(self):
+        ticket = Ticket(self.path)
+        refused = ["/a", "a/", "a//b", "/", "ticket", "a/ticket/b", "a/ticket", " a", "a ", "a /b", "a/ b", "a<b", "a>b"]
+        refused += ['a"b', "a\nb", "\t", "\x7f", "?x", "!--a", "a*", "*", "a?/b", "[x]/y", "a=b='"]
+        for key in refused:
+            with self.subTest(key=key), self.assertRaises(ValueError):
+                ticket.update({"good": 1, key: 2})
+        self.assertEqual(len(ticket), 0)
+        kept = ["a b/c d", "Ticket", "a/Ticket", "tickets/x", "HP 4000/ID", "-x", "what?", "a/[b]", "a'b", "a=b", "&lt;"]
+        kept += ["anonymous/x", "a]b/c", "ä/\udcff", "%20"]
+        with ticket:
+            ticket.update({key: 1 for key in kept})
+        with Ticket(self.path) as ticket:
+            self.assertEqual(set(ticket), set(kept))
+        memory = Ticket()
+        memory["a//b"] = 1
+        self.assertEqual(memory["a//b"], 1)
+
     def test_what_is_accepted_comes_back_from_a_file(self):
         values = {
             "int": 2**31 - 1,
@@ -171,6 +189,11 @@ class TicketTest(unittest.TestCase):
         self.assertFalse(ticket.lock(3, 8))
         self.assertTrue(ticket.unlock(3, 7))
         self.assertTrue(ticket.lock(3, 8))
+        for number, owner in ((3 + 2**32, 8), (3, 8 + 2**32), (3, -(2**31) - 1)):
+            with self.assertRaises(OverflowError):
+                ticket.lock(number, owner)
+            with self.assertRaises(OverflowError):
+                ticket.unlock(number, owner)
 
     def test_threads_lose_no_value(self):
         ticket = Ticket()
