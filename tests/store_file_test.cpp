@@ -213,6 +213,22 @@ TEST_F(StoreFile, KeysThatAFileWouldChangeAreRefusedOthersKept) {
         EXPECT_EQ(FateOf(1, key), Fate::REFUSED) << key;
 }
 
+TEST_F(StoreFile, AStructIsRefusedUnderAKeyThatAFileChangesForItsMembers) {
+    for (char const* key : {"a?", "a[0]", "b/?", "ticket", "a "}) {
+        EXPECT_EQ(FateOf(Point{1, 2}, key), Fate::REFUSED) << key;
+        EXPECT_EQ(FateOf(std::optional<Point>{Point{1, 2}}, key), Fate::REFUSED) << key;
+        Store store(m_file);
+        ticket::ChangeResult const changed = store.change([&](ticket::Change& change) {
+            change.set("Good", 1);
+            change.set(key, Point{1, 2});
+        });
+        EXPECT_EQ(changed.reason(), Reason::not_kept) << key;
+        EXPECT_TRUE(store.entries().empty()) << key;
+    }
+    EXPECT_THROW(ticket::Key<Point>{"a?"}, ticket::Error);
+    EXPECT_EQ(ticket::Key<int>{"a?"}.name(), std::string("a?"));
+}
+
 TEST_F(StoreFile, RandomKeysAreKeptOrRefusedAlsoSideBySide) {
     std::mt19937 random(20261121);
     std::string const pieces = BytesOfLiteral("ab/ 1'=?!-[]&;.:<\"\n*\x80");
@@ -400,6 +416,45 @@ TEST_F(StoreFile, AFileThatIsNoTicketIsReportedAndKeptByTheSave) {
     EXPECT_TRUE(store.save());
     EXPECT_EQ(FileContent(m_file + ".unreadable"), "<ticket><Key");
     EXPECT_EQ(Store(m_file).get("Key", 0), 1);
+}
+
+TEST_F(StoreFile, AFileThatIsCutAtANulIsReportedAndLosesNothingOfTheStore) {
+    Store store(m_file);
+    store.set("A", 1);
+    store.set("B", 2);
+    ASSERT_TRUE(store.save());
+    std::string const cut = BytesOfLiteral("<ticket><A type=\"int\">7</A></ticket>");
+    files::Write(m_file, cut);
+    EXPECT_EQ(Store(m_file).loaded().reason(), Reason::unreadable);
+    EXPECT_EQ(Store(m_file).get("A", 0), 7);
+    ticket::Result const reloaded = store.reload();
+    EXPECT_EQ(reloaded.reason(), Reason::unreadable);
+    EXPECT_THAT(reloaded.message(), HasSubstr("t.xml: not loaded as a whole"));
+    EXPECT_EQ(store.get("A", 0), 1);
+    store.set("C", 3);
+    EXPECT_TRUE(store.save());
+    EXPECT_EQ(FileContent(m_file + ".unreadable"), cut);
+    Store const saved(m_file);
+    EXPECT_EQ(saved.get("A", 0) + saved.get("B", 0) + saved.get("C", 0), 6);
+    EXPECT_EQ(store.get("B", 0), 2);
+}
+
+TEST_F(StoreFile, AStoreOnANameThatIsNoneReportsThatAtOnceAndAtEachSave) {
+    std::string const cut = m_file + BytesOfLiteral("") + "b";
+    for (std::string const& name : {std::string(), cut}) {
+        Store store(name);
+        EXPECT_EQ(store.loaded().reason(), Reason::system) << name;
+        EXPECT_TRUE(store.set("Key", 1));
+        EXPECT_EQ(store.get("Key", 0), 1);
+        EXPECT_TRUE(store.has_unsaved());
+        ticket::Result const saved = store.save();
+        EXPECT_EQ(saved.reason(), Reason::system);
+        EXPECT_THAT(saved.message(), HasSubstr("file name"));
+        EXPECT_FALSE(store.reload());
+    }
+    char const* const none = nullptr;
+    EXPECT_FALSE(Store(none).loaded());
+    EXPECT_FALSE(files::Exists(m_file));
 }
 
 TEST_F(StoreFile, AnInfiniteNumberFromTheTableIsReportedAndDoesNotEndTheProcess) {

@@ -48,14 +48,16 @@ class BasicStore {
         : BasicStore({STicketInstance.Create(nullptr), true}, {}, detail::Rules::memory, options) {}
     /**
      * A store on a file, which is read now; it need not exist. A relative name means the working directory of now. The
-     * values are kept in memory until save(). loaded() tells whether the file was read.
+     * values are kept in memory until save(). loaded() tells whether the file was read. A name that is empty or holds a
+     * NUL is Reason::system there and at each save().
      */
     explicit BasicStore(std::string file, Options const& options = {})
         : BasicStore({STicketInstance.Create(nullptr), true}, std::move(file), detail::Rules::file, options) {
         m_state->open();
     }
-    /** As above. */
-    explicit BasicStore(char const* file, Options const& options = {}) : BasicStore(std::string(file), options) {}
+    /** As above; null is an empty name. */
+    explicit BasicStore(char const* file, Options const& options = {})
+        : BasicStore(std::string(file != nullptr ? file : ""), options) {}
     /** As above, with a std::filesystem::path. */
     template <typename Path, std::enable_if_t<detail::is_path<Path>, int> = 0>
     explicit BasicStore(Path const& file, Options const& options = {}) : BasicStore(file.native(), options) {}
@@ -272,7 +274,10 @@ class BasicStore {
         if (m_state == nullptr || m_state->file().empty()) return report({Reason::no_ticket, nullptr}, {});
         return m_state->reload(true, [](std::vector<std::string> const&, detail::Table) {});
     }
-    /** Whether the file was read when the store was made; done also for a file that is not there. */
+    /**
+     * Whether the file was read when the store was made; done also for a file that is not there. A file that was read
+     * in part is Reason::unreadable; save() writes the whole store over it and keeps it as its name with ".unreadable".
+     */
     Result loaded() const { return m_state != nullptr ? m_state->loaded() : Result(Reason::no_ticket, {}); }
     /** Whether something was changed and not saved. */
     bool has_unsaved() const { return m_state != nullptr && m_state->has_unsaved(); }

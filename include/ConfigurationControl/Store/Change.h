@@ -35,23 +35,6 @@ using ChangeResult = BasicChangeResult<std::string>; /**< what Store::change ret
 
 namespace detail {
 
-/** Why a file, or any store, does not take a key; good if it does. */
-inline Status examine_key(KeyName const& key, Rules rules) {
-    if (!key.is_whole() || *key.c_str() == '\0') return {Reason::not_kept, "a key is not empty and has no NUL"};
-    if (rules == Rules::file && !is_kept_key(key.c_str()))
-        return {
-            Reason::not_kept,
-            "a file does not give this key back; no component is empty, \"ticket\", begins or ends with a blank, or "
-            "holds <, >, \", * or a control byte"};
-    return {};
-}
-
-/** A key that can be stored under, or why not. */
-inline Status check_key(KeyName const& key, Rules rules) {
-    bool const any = rules == Rules::memory && key.is_whole() && *key.c_str() != '\0';
-    return any ? Status{} : examine_key(key, rules);
-}
-
 /** Adds the erasure of every key that a selector names. With the mutex held. Returns how many. */
 template <typename Batch>
 std::size_t put_erasures(Table table, Selector const& selector, Batch& batch) {

@@ -29,6 +29,11 @@ inline std::string directory_of(std::string const& file) {
     return slash == 0 ? "/" : file.substr(0, slash);
 }
 
+/** Whether a file can have this name; the system would cut it at a NUL. */
+inline bool is_file_name(std::string const& file) {
+    return !file.empty() && file.find('\0') == std::string::npos;
+}
+
 /** A file name that means the same file after a change of the working directory. */
 inline std::string absolute(std::string file) {
     if (file.empty() || file.front() == '/') return file;
@@ -99,12 +104,35 @@ inline constexpr char const* SAVE_STEPS[] = {
     "not saved: the file cannot be deleted",
 };
 
+/** What was wrong with a file that a load did not read as a whole; indexed by TICKET_LOAD_STATE. */
+inline constexpr char const* LOAD_PROBLEMS[] = {
+    nullptr,
+    nullptr,
+    nullptr,
+    "not loaded",
+    "not loaded: not a ticket file",
+    "not loaded as a whole: a NUL byte cuts the file",
+    "not loaded: nested too deep",
+    "not loaded as a whole: the text conversion failed",
+};
+
+/** What became of a ticket's last save. */
+inline TICKET_SAVE_OUTCOME last_save(Table table) {
+    TICKET_SAVE_OUTCOME outcome{sizeof(TICKET_SAVE_OUTCOME), TICKET_SAVE_OK, 0, 0};
+    TicketGetSaveOutcome(table, &outcome);
+    return outcome;
+}
+
+/** Whether the last save failed at the disk: then the ticket counts as saved, and its destruction does not save. */
+inline bool was_tried_on_disk(Table table) {
+    return last_save(table).nStep >= TICKET_SAVE_OPEN;
+}
+
 /** Saves a ticket, and tells what became of it. */
 inline Result save_table(Table table, std::string const& subject) {
     if (table == nullptr) return Result(Reason::no_ticket, subject);
     bool const answered = table->Operation(table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
-    TICKET_SAVE_OUTCOME outcome{sizeof(TICKET_SAVE_OUTCOME), TICKET_SAVE_OK, 0, 0};
-    TicketGetSaveOutcome(table, &outcome);
+    TICKET_SAVE_OUTCOME const outcome = last_save(table);
     if (answered && outcome.nStep == TICKET_SAVE_OK) return {};
     Reason const reason = outcome.nStep == TICKET_SAVE_MEMORY ? Reason::no_memory : Reason::system;
     // "viewer.xml: No space left on device" says it all; of other steps, it helps to know which one it was.
@@ -119,7 +147,7 @@ template <typename Lazy>
 class BasicFileTicket {
  public:
     explicit BasicFileTicket(std::string const& file) : m_file(file), m_table(STicketInstance.Create(file.c_str())) {}
-    /** Destroys the ticket, unless a batch was stored in part: destruction saves what is unsaved. */
+    /** Destroys the ticket, unless it holds what must not be saved: destruction saves what is unsaved. */
     ~BasicFileTicket() {
         if (!m_abandoned) STicketInstance.Destroy(m_table);
     }
@@ -127,34 +155,31 @@ class BasicFileTicket {
     BasicFileTicket& operator=(BasicFileTicket const&) = delete;
 
     Table table() const { return m_table; }
-    /** Reads the file. A missing or empty file is read as one without values, and is no failure. */
+    /**
+     * Reads the file. A missing or empty file is read as one without values, and is no failure. A file that was read in
+     * part is Reason::unreadable, too, and what was read is there.
+     */
     Result load() {
         if (m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count) == 0)
             return Result(Reason::no_memory, m_file, "not loaded: memory or file descriptors are short");
         TICKET_LOAD_OUTCOME outcome{sizeof(TICKET_LOAD_OUTCOME), TICKET_LOAD_LOADED, 0, 0, 0};
         TicketGetLoadOutcome(m_table, &outcome);
-        switch (outcome.nState) {
-            case TICKET_LOAD_UNREADABLE:
-                return Result(Reason::unreadable, m_file, "not loaded", outcome.nError);
-            case TICKET_LOAD_NO_DOCUMENT:
-                return Result(Reason::unreadable, m_file, "not loaded: not a ticket file");
-            case TICKET_LOAD_TOO_DEEP:
-                return Result(Reason::unreadable, m_file, "not loaded: nested too deep");
-            default:
-                return {};
-        }
+        bool const known = outcome.nState < std::size(LOAD_PROBLEMS);
+        char const* const problem = known ? LOAD_PROBLEMS[outcome.nState] : nullptr;
+        return problem != nullptr ? Result(Reason::unreadable, m_file, problem, outcome.nError) : Result();
     }
     /** Whether the last load found values. */
     bool is_loaded() const { return m_count != 0; }
     /** Stores the batch and saves. */
     Result save(Batch& batch, bool whole) {
-        // Destroying it half stored, also after an exception, would save that. A leak is the lesser evil.
+        // Destroying it half stored, or after a refused save, would save what was reported as not saved. A leak is the
+        // lesser evil.
         m_abandoned = true;
         std::vector<std::string> failed;
         if (whole) m_table->Operation(m_table->pTicket, STICKET_OP_CLEAR, nullptr);
         if (!batch.store(m_table, failed)) return Result(Reason::no_memory, m_file, "not saved: memory is short");
-        m_abandoned = false;
         Result saved = save_table(m_table, m_file);
+        m_abandoned = !saved && !was_tried_on_disk(m_table);
         if (saved) m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &m_count);
         return saved;
     }

@@ -10,12 +10,30 @@
 #include <utility>
 #include <vector>
 
+#include "ConfigurationControl/Store/Key.h"
 #include "ConfigurationControl/Store/Numbers.h"
 #include "ConfigurationControl/Store/Table.h"
 #include "ConfigurationControl/Store/Text.h"
 #include "ConfigurationControl/Store/Types.h"
 
 namespace ticket::detail {
+
+/** Why a file, or any store, does not take a key; good if it does. */
+inline Status examine_key(KeyName const& key, Rules rules) {
+    if (!key.is_whole() || *key.c_str() == '\0') return {Reason::not_kept, "a key is not empty and has no NUL"};
+    if (rules == Rules::file && !is_kept_key(key.c_str()))
+        return {
+            Reason::not_kept,
+            "a file does not give this key back; no component is empty, \"ticket\", begins or ends with a blank, or "
+            "holds <, >, \", * or a control byte; only the last holds ? or ["};
+    return {};
+}
+
+/** A key that can be stored under, or why not. */
+inline Status check_key(KeyName const& key, Rules rules) {
+    bool const any = rules == Rules::memory && key.is_whole() && *key.c_str() != '\0';
+    return any ? Status{} : examine_key(key, rules);
+}
 
 /** How a read is done. */
 struct ReadMode {
@@ -375,7 +393,10 @@ void put_erasure(std::string const& key, Batch& batch) {
         batch.erase(key);
 }
 
-/** Adds a value of any type to a batch. Nothing of it is to be stored if the status is not good. */
+/**
+ * Adds a value of any type to a batch. Nothing of it is to be stored if the status is not good. The caller has checked
+ * the key; the keys of a struct's members are checked here.
+ */
 template <typename T>
 Status put(char const* key, T const& value, Rules rules, Batch& batch) {
     if constexpr (kind_of<T>() == Kind::optional) {
@@ -386,6 +407,7 @@ Status put(char const* key, T const& value, Rules rules, Batch& batch) {
         Status status;
         auto const put_member = [&](auto const& member) {
             std::string const name = std::string(key) + "/" + member.name;
+            if (status) status = check_key(name, rules);
             if (status) status = put(name.c_str(), value.*member.pointer, rules, batch);
         };
         std::apply([&](auto const&... member) { (put_member(member), ...); }, members<T>);

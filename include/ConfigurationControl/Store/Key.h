@@ -29,13 +29,13 @@ constexpr bool is_kept_component(std::string_view part, bool last) {
     return true;
 }
 
-/** Whether a file gives a value back under this key. Usable at compile time. */
-constexpr bool is_kept_key(std::string_view key) {
+/** Whether a file gives a value back under this key or, with `inner`, under the keys below it. */
+constexpr bool is_kept_key(std::string_view key, bool inner = false) {
     for (std::size_t slash = key.find('/'); slash != std::string_view::npos; slash = key.find('/')) {
         if (!is_kept_component(key.substr(0, slash), false)) return false;
         key.remove_prefix(slash + 1);
     }
-    return is_kept_component(key, true);
+    return is_kept_component(key, !inner);
 }
 
 /** A key as an argument: borrows from literals and std::string, copies a std::string_view. Lives during the call. */
@@ -120,7 +120,8 @@ class Key {
         detail::check_type<T>();
         static_assert(!std::is_same_v<T, char const*> && !std::is_same_v<T, std::string_view>,
                       "ticket::Key: declare Key<std::string>; its fallback is a text that is not copied");
-        if (!detail::is_kept_key(name)) throw Error(Reason::not_kept, "ticket::Key: no file keeps a key of this name");
+        if (!detail::is_kept_key(name, detail::kind_of<T>() == detail::Kind::structure))
+            throw Error(Reason::not_kept, "ticket::Key: no file keeps a key of this name");
     }
 
     /** The same key with the values from `low` to `high`, both included. */

@@ -29,8 +29,11 @@ namespace detail {
 template <typename Lazy>
 class BasicState {
  public:
+    /** `file` is empty for a store without a file. */
     BasicState(SharedTicket ticket, std::string file, StoreOptions const& options)
-        : m_ticket(std::move(ticket)), m_file(absolute(std::move(file))), m_options(options) {}
+        : m_ticket(std::move(ticket)),
+          m_file(is_file_name(file) ? absolute(std::move(file)) : std::string()),
+          m_options(options) {}
     ~BasicState() {
         if (m_observer != 0) TicketRemoveObserver(table(), m_observer);
     }
@@ -43,17 +46,13 @@ class BasicState {
     StoreOptions const& options() const { return m_options; }
     Result const& loaded() const { return m_loaded; }
 
-    /** Reads the file and begins the journal. Called once. */
+    /** Reads the file and begins the journal. Called once, for a store on a file. */
     void open() {
-        FileTicket source(m_file);
-        m_loaded = source.load();
-        m_known = keys_of(source.table());
-        Batch batch;
-        for (std::string const& key : m_known) batch.copy(source.table(), key);
+        if (m_file.empty())
+            m_loaded = Result(Reason::system, "ticket", "the file name is empty or holds a NUL", EINVAL);
+        else
+            load();
         locked(table(), [&] {
-            std::vector<std::string> failed;
-            if (!batch.empty() && !batch.store(table(), failed))
-                m_loaded = Result(Reason::no_memory, m_file, "not loaded as a whole: memory is short");
             m_observer = TicketAddObserver(table(), &BasicState::observe, this);
             m_journal.everything = m_observer == 0;
         });
@@ -67,15 +66,17 @@ class BasicState {
 
     /** Writes what was changed, and takes over what others have changed. */
     Result save() {
-        if (m_file.empty()) return save_table(table(), "ticket");
+        if (m_file.empty()) return m_loaded ? save_table(table(), "ticket") : m_loaded;
         if (!has_unsaved()) return {};
         DirectoryLock const lock(m_file, m_options.longest_wait);
         if (lock.is_taken())
             return Result(Reason::busy, m_file,
                           "not saved: another program is busy with a file of its directory; try again");
         FileTicket target(m_file);
-        if (Result loaded = target.load(); loaded.reason() == Reason::no_memory) return loaded;
-        bool const whole = !m_options.merge || !target.is_loaded();
+        Result loaded = target.load();
+        if (loaded.reason() == Reason::no_memory) return loaded;
+        // Of a file that was read in part, the rest may be keys of this store.
+        bool const whole = !m_options.merge || !loaded || !target.is_loaded();
 
         Batch batch;
         Journal saving;
@@ -95,7 +96,8 @@ class BasicState {
             if (!saved) {
                 m_journal.merge(saving);
             } else if (m_options.merge) {
-                take_over(target.table(), differing_keys(target.table()));
+                // Without memory for this, the next save or reload finds the difference.
+                (void)take_over(target.table(), differing_keys(target.table()));
             } else {
                 m_known = keys_of(table());
             }
@@ -112,15 +114,27 @@ class BasicState {
         FileTicket source(m_file);
         if (Result loaded = source.load(); !loaded) return loaded;
         if (!source.is_loaded()) return {};
+        Status taken;
         locked(table(), [&] {
             std::vector<std::string> const keys = differing_keys(source.table());
             report(keys, source.table());
-            if (merge) take_over(source.table(), keys);
+            if (merge) taken = take_over(source.table(), keys);
         });
-        return {};
+        return taken ? Result() : Result(taken, m_file);
     }
 
  private:
+    void load() {
+        FileTicket source(m_file);
+        m_loaded = source.load();
+        m_known = keys_of(source.table());
+        Batch batch;
+        for (std::string const& key : m_known) batch.copy(source.table(), key);
+        std::vector<std::string> failed;
+        if (!batch.empty() && !batch.store(table(), failed))
+            m_loaded = Result(Reason::no_memory, m_file, "not loaded as a whole: memory is short");
+    }
+
     static void observe(void* context, char const* const* keys) {
         auto& self = *static_cast<BasicState*>(context);
         if (self.m_taking_over) return;
@@ -162,20 +176,22 @@ class BasicState {
         return keys;
     }
 
-    void take_over(Table source, std::vector<std::string> const& keys) {
+    Status take_over(Table source, std::vector<std::string> const& keys) {
         m_known = keys_of(source);
         Batch batch;
         for (std::string const& key : keys) batch.copy(source, key);
-        if (batch.empty()) return;
+        if (batch.empty()) return {};
         std::vector<std::string> failed;
+        Status taken;
         m_taking_over = true;
         try {
-            batch.store(table(), failed);
+            taken = batch.store(table(), failed);
         } catch (...) {
             m_taking_over = false;
             throw;
         }
         m_taking_over = false;
+        return taken;
     }
 
     SharedTicket m_ticket;
