@@ -4,7 +4,7 @@
 #include <new>
 #include <string>
 
-#include "ConfigurationControl/Store.h"
+#include "ConfigurationControl/Store/FileWatch.h"
 #include "support/FailingAllocations.h"
 #include "support/Files.h"
 
@@ -20,11 +20,13 @@ using ticket::Store;
 
 constexpr int MANY = 2000;
 
-// Runs `action` with `granted` allocations; false if it returned a failed result or threw std::bad_alloc.
+// Runs `action` with `granted` allocations before `failures` of them fail; false if it returned a failed result or
+// threw std::bad_alloc.
 template <typename ACTION>
-bool IsDoneWith(int granted, ACTION const& action) {
+bool IsDoneWith(int granted, ACTION const& action, int failures = allocations::UNLIMITED) {
     try {
-        return allocations::With(granted, [&] { return static_cast<bool>(action()); });
+        return allocations::With(
+            granted, [&] { return static_cast<bool>(action()); }, failures);
     } catch (std::bad_alloc const&) {
         return false;
     }
@@ -75,6 +77,21 @@ TEST_P(StoreFaults, ASaveThatRunsOutOfMemoryLeavesTheFileOldOrNewAndTheChangesUn
     EXPECT_TRUE(done);
 }
 
+TEST_P(StoreFaults, ASaveThatRunsOutOfMemoryForAMomentReportsWhatTheFileHolds) {
+    bool done = false;
+    for (int granted = 0; !done && granted < MANY; ++granted) {
+        WriteOldFile();
+        Store store(m_file, Options());
+        Change(store);
+        done = IsDoneWith(
+                   granted, [&] { return store.save(); }, 1) &&
+               allocations::t_failed == 0;
+        bool const isNew = Store(m_file).contains("Added");
+        ASSERT_NE(isNew, store.has_unsaved()) << granted;
+    }
+    EXPECT_TRUE(done);
+}
+
 TEST_P(StoreFaults, AReloadThatRunsOutOfMemoryLosesNoChange) {
     bool done = false;
     for (int granted = 0; !done && granted < MANY; ++granted) {
@@ -86,6 +103,25 @@ TEST_P(StoreFaults, AReloadThatRunsOutOfMemoryLosesNoChange) {
         ASSERT_TRUE(store.has_unsaved()) << granted;
         ASSERT_TRUE(store.save()) << granted;
         ASSERT_EQ(Store(m_file).get("Later", 0), 3) << granted;
+    }
+    EXPECT_TRUE(done);
+}
+
+TEST_P(StoreFaults, ADispatchThatRunsOutOfMemoryIsMadeUpForByTheNextOne) {
+    bool done = false;
+    for (int granted = 0; !done && granted < MANY; ++granted) {
+        WriteOldFile();
+        Store store(m_file);
+        int heard = 0;
+        ticket::FileWatchOptions options;
+        options.merge = GetParam();
+        ticket::FileWatch watch(
+            store, [&](ticket::Event const&) { ++heard; }, options);
+        files::Write(m_file, "<ticket><Changed type=\"int\">5</Changed><Kept type=\"int\">3</Kept></ticket>");
+        done = IsDoneWith(granted, [&] { return watch.dispatch(); });
+        ASSERT_TRUE(watch.dispatch()) << granted;
+        ASSERT_EQ(heard, 2) << granted;
+        ASSERT_EQ(store.get("Changed", 0), GetParam() ? 5 : 1) << granted;
     }
     EXPECT_TRUE(done);
 }

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -112,6 +113,38 @@ TEST_F(StoreFileWatch, WithoutMergeADifferenceIsToldOnce) {
     EXPECT_THAT(Told(watch), ElementsAre("Other"));
     SaveByAnother("Key", 2);
     EXPECT_THAT(Told(watch), ElementsAre("Key"));
+}
+
+TEST_F(StoreFileWatch, AnExceptionOfTheFunctionLeavesDispatchAndTheNextOneTellsTheRest) {
+    Store store(m_file);
+    bool throws = true;
+    ticket::FileWatch watch(store, [&](Event const& event) {
+        m_told.push_back(event.key);
+        if (throws) throw std::runtime_error("stop");
+    });
+    Store other(m_file);
+    other.set("A", 1);
+    other.set("B", 2);
+    ASSERT_TRUE(other.save());
+    EXPECT_THROW((void)watch.dispatch(), std::runtime_error);
+    EXPECT_THAT(m_told, ElementsAre("A"));
+    EXPECT_EQ(store.get("B", 0), 2) << "all was merged before";
+    throws = false;
+    EXPECT_TRUE(watch.dispatch());
+    EXPECT_THAT(m_told, ElementsAre("A", "B"));
+    EXPECT_TRUE(watch.dispatch());
+    EXPECT_THAT(m_told, ElementsAre("A", "B"));
+}
+
+TEST_F(StoreFileWatch, ADirectoryThatIsGoneIsReportedByEachDispatch) {
+    std::string const directory = m_scratch.Path("inner");
+    std::filesystem::create_directory(directory);
+    Store store(directory + "/t.xml");
+    ticket::FileWatch watch(store, Teller());
+    EXPECT_TRUE(watch.dispatch());
+    std::filesystem::remove(directory);
+    EXPECT_EQ(watch.dispatch().reason(), Reason::system);
+    EXPECT_EQ(watch.dispatch().reason(), Reason::system);
 }
 
 TEST_F(StoreFileWatch, AStoreWithoutAFileIsNotWatched) {

@@ -66,27 +66,27 @@ class FileWatch {
     /**
      * Handles what has happened; never waits. Call it when fd() is readable. Reason::unreadable if the file was changed
      * and could not be read; Reason::system if there is nothing to watch any more, because the directory is gone.
+     *
+     * Throws what the function throws, and std::bad_alloc. After an exception, and after Reason::no_memory, call it
+     * again although fd() is not readable: it tells the events that were not told yet.
      */
     Result dispatch() {
         if (m_fd < 0) return Result(Reason::system, {}, "not watching");
-        bool changed = false, gone = false;
-        drain(changed, gone);
-        Result result;
-        std::vector<Event> events;
-        if (changed) {
-            result = m_state->reload(m_options.merge, [&](std::vector<std::string> const& keys, detail::Table source) {
-                events = differences(keys, source);
-            });
+        drain();
+        Result const result = m_changed ? compare() : Result();
+        while (m_begun < m_events.size()) {
+            Event const event = std::move(m_events[m_begun++]);  // the function may call dispatch()
+            m_function(event);
         }
-        for (Event const& event : events)
-            if (!was_told(event)) m_function(event);
-        if (changed && !m_options.merge) m_told = std::move(events);
-        if (gone) return Result(Reason::system, m_state->file(), "not watched any more", ENOENT);
+        m_events.clear();
+        m_begun = 0;
+        if (m_gone) return Result(Reason::system, m_state->file(), "not watched any more", ENOENT);
         return result;
     }
 
  private:
-    void drain(bool& changed, bool& gone) {
+    /** Notes what has happened in the directory. */
+    void drain() {
         std::string const& file = m_state->file();
         std::size_t const slash = file.rfind('/');
         char const* const name = file.c_str() + (slash == std::string::npos ? 0 : slash + 1);
@@ -96,12 +96,30 @@ class FileWatch {
                 inotify_event event;
                 std::memcpy(&event, at, sizeof event);
                 char const* const changedName = at + sizeof event;
-                gone = gone || (event.mask & IN_IGNORED) != 0;
-                changed = changed || (event.mask & IN_Q_OVERFLOW) != 0 ||
-                          (event.len != 0 && std::strcmp(changedName, name) == 0);
+                m_gone = m_gone || (event.mask & IN_IGNORED) != 0;
+                m_changed = m_changed || (event.mask & IN_Q_OVERFLOW) != 0 ||
+                            (event.len != 0 && std::strcmp(changedName, name) == 0);
                 at += sizeof event + event.len;
             }
         }
+    }
+
+    /** Merges the file, and adds what differs to the events that are to be told. */
+    Result compare() {
+        std::vector<Event> events, all;
+        Result result =
+            m_state->reload(m_options.merge, [&](std::vector<std::string> const& keys, detail::Table source) {
+                for (Event& event : differences(keys, source)) {
+                    if (!m_options.merge) all.push_back(event);
+                    if (!was_told(event)) events.push_back(std::move(event));
+                }
+                m_events.reserve(m_events.size() + events.size());  // so that nothing fails once the file is merged
+            });
+        if (result.reason() == Reason::no_memory) return result;
+        m_changed = false;
+        for (Event& event : events) m_events.push_back(std::move(event));
+        if (result) m_told = std::move(all);
+        return result;
     }
 
     std::vector<Event> differences(std::vector<std::string> const& keys, detail::Table source) const {
@@ -122,7 +140,11 @@ class FileWatch {
     Function m_function;
     FileWatchOptions m_options;
     int m_fd = -1;
-    std::vector<Event> m_told;  // without merge: what the last dispatch reported
+    bool m_changed = false;       // the file may differ from the store
+    bool m_gone = false;          // the directory was deleted
+    std::vector<Event> m_events;  // to be told, from m_begun on
+    std::size_t m_begun = 0;
+    std::vector<Event> m_told;  // without merge: what the last comparison found
 };
 
 }  // namespace ticket
