@@ -40,12 +40,6 @@ ENTRY::VECTOR& MakeVector(ENTRY& entry) {
     return entry.Elements();
 }
 
-// A text that is stored again stays where it is: file tickets keep it, and to read it then costs no second block.
-void Replace(ENTRY& entry, ENTRY& value) {
-    if (value.Tag() == clTICKETNODE::ENTRY_STRING && entry.HasTextOf(value)) return;
-    ENTRY::_swap(entry, value);
-}
-
 // The elements after the erased one are moved bytewise, which takes less than an instruction each instead of 23: an
 // entry owns what it points to, and nothing points to an entry.
 void EraseElement(ENTRY::VECTOR& elements, std::size_t position) {
@@ -162,21 +156,9 @@ void clTICKETNODE::clENTRY::_destruct() noexcept {
     m_isKept = false;
 }
 
-bool clTICKETNODE::Put(std::string_view key, clENTRY*& found, clENTRY&& value, int index) {
-    if (index != SCALAR_INDEX) return PutElement(key, found, std::move(value), index);
-    if (!found) found = &m_map.FindOrInsert(key);
-    ++m_changes;
-    Replace(*found, value);
-    return true;
-}
-
 bool clTICKETNODE::PutElement(std::string_view key, clENTRY*& found, clENTRY&& value, int index) {
-    if (!found) found = index == APPEND_INDEX ? &m_map.FindOrInsert(key) : &VectorEntry(key);
+    if (!found) found = &VectorEntry(key);
     ++m_changes;
-    if (index == APPEND_INDEX && found->Tag() == ENTRY_EMPTY) {
-        Replace(*found, value);
-        return true;
-    }
     clENTRY::VECTOR& elements = MakeVector(*found);
     // A negative index is beyond every end.
     std::size_t const position = index == APPEND_INDEX ? elements.size() : static_cast<std::size_t>(index);
@@ -184,7 +166,7 @@ bool clTICKETNODE::PutElement(std::string_view key, clENTRY*& found, clENTRY&& v
     if (position == elements.size()) {
         elements.push_back(std::move(value));
     } else {
-        Replace(elements[position], value);
+        elements[position].Replace(value);
     }
     return true;
 }

@@ -79,8 +79,6 @@ class clTICKETNODE {
             m_isKept = stable == m_payload.text->Characters();
             return stable;
         }
-        // Whether both are the same ENTRY_STRING.
-        bool HasTextOf(clENTRY const& other) const noexcept;
         void* Pointer() const noexcept { return m_payload.pointer; }
         VECTOR const& Elements() const noexcept { return *m_payload.elements; }
         VECTOR& Elements() noexcept { return *m_payload.elements; }
@@ -90,6 +88,12 @@ class clTICKETNODE {
         // Asks the processor for the characters of a text.
         void Prefetch() const noexcept {
             if (OwnsPayload()) KEY_INDEX::Fetch(m_payload.pointer);
+        }
+
+        // Exchanges this entry with a new value. A text that is stored again stays where it is: file tickets keep it,
+        // and to read it then costs no second block.
+        void Replace(clENTRY& value) noexcept {
+            if (value.m_tag != ENTRY_STRING || !HasTextOf(value)) _swap(*this, value);
         }
 
         // Member by member: what lies between the tag and the end of an entry in the map is not the entry's.
@@ -103,6 +107,8 @@ class clTICKETNODE {
         bool OwnsPayload() const noexcept {
             return m_tag == ENTRY_STRING || m_tag == ENTRY_BINARY || m_tag == ENTRY_VECTOR;
         }
+        // Whether both are the same ENTRY_STRING.
+        bool HasTextOf(clENTRY const& other) const noexcept;
         void _construct(clENTRY const& source);  // this entry must be ENTRY_EMPTY
         void _destruct() noexcept;
 
@@ -158,9 +164,14 @@ class clTICKETNODE {
     // Converting access, as the table entries of the same names offer it. With `texts`, which must always be the same
     // set, texts read as PARAM_STRING are kept there and so outlive their entries; only then a read may throw
     // (std::bad_alloc).
-    bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const;
+    bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const {
+        return ReadAs(key ? m_map.Find(key) : nullptr, type, value, index, texts);
+    }
     bool GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts = nullptr) const;
-    bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
+    bool SetParameter(char const* key, PARAM_TYPE type, void const* value, int index) {
+        return key && SetParameter(std::string_view(key), type, value, index);
+    }
+    bool SetParameter(std::string_view key, PARAM_TYPE type, void const* value, int index);
     // Reads every key and value before it changes anything. False only for null: each record's result tells whether it
     // was stored, also when memory was too short.
     bool SetMultiParameter(SETMULTIPAR* records);
@@ -205,6 +216,8 @@ class clTICKETNODE {
     template <typename T>
     static bool ReadInteger(clENTRY const* entry, void* buffer);
     static bool ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts);
+    static bool ReadCount(clENTRY const* entry, void* buffer);
+    static bool ReadElement(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
     // What GetParameter does with the entry of the key, null if there is none.
     static bool ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
     // Whether `entry`, found with `key` (null: not found), is that of the text that now stands where `key` came from.
@@ -213,9 +226,24 @@ class clTICKETNODE {
     GETMULTIPAR* GetGroup(GETMULTIPAR* records, TICKET_TEXTS* texts) const;
     // One change. `found`: the key's entry, or null if it has yet to be searched; afterwards the same for the next
     // change of this key.
-    bool Apply(std::string_view key, clENTRY*& found, PARAM_TYPE type, clENTRY&& value, int index);
-    // Stores at SCALAR_INDEX, at APPEND_INDEX or in an element; what does not exist is made.
-    bool Put(std::string_view key, clENTRY*& found, clENTRY&& value, int index);
+    // A deletion with any negative index but SCALAR_INDEX finds no element and so fails without converting anything.
+    [[gnu::always_inline]] bool Apply(std::string_view key, clENTRY*& found, PARAM_TYPE type, clENTRY&& value,
+                                      int index) {
+        if (type != PARAM_NONE) return Put(key, found, std::move(value), index);
+        found = nullptr;
+        return index == SCALAR_INDEX ? Del(key) : Del(key, index);
+    }
+    // Stores at SCALAR_INDEX, at APPEND_INDEX or in an element; what does not exist is made. PutElement does what turns
+    // an entry into a vector or changes one.
+    bool Put(std::string_view key, clENTRY*& found, clENTRY&& value, int index) {
+        if (index != SCALAR_INDEX && index != APPEND_INDEX) return PutElement(key, found, std::move(value), index);
+        if (!found) found = &m_map.FindOrInsert(key);
+        if (index == APPEND_INDEX && found->Tag() != ENTRY_EMPTY)
+            return PutElement(key, found, std::move(value), index);
+        ++m_changes;
+        found->Replace(value);
+        return true;
+    }
     bool PutElement(std::string_view key, clENTRY*& found, clENTRY&& value, int index);
     clENTRY& VectorEntry(std::string_view key);
 

@@ -243,16 +243,29 @@ bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& 
     return true;
 }
 
-// Part of both its callers, which have no other call to make for most values.
-[[gnu::always_inline]] inline bool clTICKETNODE::ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index,
-                                                        TICKET_TEXTS* texts) {
-    if (index != SCALAR_INDEX) entry = Element(entry, index);
+// Not inlined, like ReadInto: ReadAs then ends in a jump whatever the type, and keeps no registers.
+[[gnu::noinline]] bool clTICKETNODE::ReadCount(clENTRY const* entry, void* buffer) {
+    uint64_t count = 0;
+    bool const found = Count(entry, count);
+    StoreValue(buffer, count);
+    return found;
+}
+
+// An element is neither a pointer nor a vector.
+[[gnu::noinline]] bool clTICKETNODE::ReadElement(clENTRY const* entry, PARAM_TYPE type, void* value, int index,
+                                                 TICKET_TEXTS* texts) {
+    if (value && (type == PARAM_POINTER || type == PARAM_VECTOR)) return false;
+    return ReadAs(Element(entry, index), type, value, SCALAR_INDEX, texts);
+}
+
+bool clTICKETNODE::ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts) {
+    if (index != SCALAR_INDEX) return ReadElement(entry, type, value, index, texts);
     if (!value) return entry != nullptr;
     switch (type) {
         case PARAM_NONE:
             return ReadInto<PARAM_TYPE>(entry, value);
         case PARAM_POINTER:
-            return index == SCALAR_INDEX && ReadInto<void*>(entry, value);
+            return ReadInto<void*>(entry, value);
         case PARAM_INT:
             return ReadInteger<int>(entry, value);
         case PARAM_DOUBLE:
@@ -261,13 +274,8 @@ bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& 
             return texts ? ReadStable(entry, value, *texts) : ReadInto<char const*>(entry, value);
         case PARAM_BINSTR:
             return ReadInto<BIN_STRING>(entry, value);
-        case PARAM_VECTOR: {
-            if (index != SCALAR_INDEX) return false;
-            uint64_t count = 0;
-            bool const found = Count(entry, count);
-            StoreValue(value, count);
-            return found;
-        }
+        case PARAM_VECTOR:
+            return ReadCount(entry, value);
         case PARAM_INT64:
             return ReadInteger<long long>(entry, value);
         case PARAM_UNSIGNED:
@@ -279,24 +287,19 @@ bool clTICKETNODE::ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& 
     }
 }
 
-bool clTICKETNODE::GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts) const {
-    return ReadAs(key ? m_map.Find(key) : nullptr, type, value, index, texts);
-}
-
-// A deletion with any negative index but SCALAR_INDEX finds no element and so fails without converting anything.
-bool clTICKETNODE::Apply(std::string_view key, clENTRY*& found, PARAM_TYPE type, clENTRY&& value, int index) {
-    if (type != PARAM_NONE) return Put(key, found, std::move(value), index);
-    found = nullptr;
-    return index == SCALAR_INDEX ? Del(key) : Del(key, index);
-}
-
-bool clTICKETNODE::SetParameter(char const* key, PARAM_TYPE type, void const* value, int index) {
-    if (!key) return false;
+bool clTICKETNODE::SetParameter(std::string_view key, PARAM_TYPE type, void const* value, int index) {
     return Attempt([&] {
         clENTRY entry;
         clENTRY* found = nullptr;
         return Load(type, value, entry) && Apply(key, found, type, std::move(entry), index);
     });
+}
+
+// A record may write over the key of a later one, or over that record. So what was looked up before only counts if the
+// entry has the key that stands there now.
+[[gnu::always_inline]] inline bool clTICKETNODE::IsStillOf(char const* now, std::string_view key,
+                                                           clENTRY const* entry) {
+    return entry && now == key.data() && PARAMETER_MAP<clENTRY>::HasKey(*entry, key) && now[key.size()] == '\0';
 }
 
 bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) const {
@@ -316,12 +319,6 @@ bool clTICKETNODE::GetMultiParameter(GETMULTIPAR* records, TICKET_TEXTS* texts) 
         records->result = ReadAs(entry, records->type, records->value, records->index, texts);
     }
     return true;
-}
-
-// A record may write over the key of a later one, or over that record. So what was looked up before only counts if the
-// entry has the key that stands there now.
-bool clTICKETNODE::IsStillOf(char const* now, std::string_view key, clENTRY const* entry) {
-    return entry && now == key.data() && PARAMETER_MAP<clENTRY>::HasKey(*entry, key) && now[key.size()] == '\0';
 }
 
 GETMULTIPAR* clTICKETNODE::GetGroup(GETMULTIPAR* records, TICKET_TEXTS* texts) const {

@@ -129,18 +129,23 @@ class KEY_INDEX {
     }
 
     void Enter(uint32_t hash, ID id) noexcept {
-        std::size_t at = Home(hash);
+        std::size_t const home = Home(hash);
+        std::size_t at = home;
         while (m_slots[at].hash <= hash) ++at;
-        std::size_t free = at;
-        while (m_slots[free].hash != FREE) ++free;
-        std::size_t longest = at - Home(hash);
-        for (; free > at; --free) {
-            m_slots[free] = m_slots[free - 1];
-            longest = std::max(longest, free - Home(m_slots[free].hash));
-        }
+        std::size_t end = at;
+        while (m_slots[end].hash != FREE) ++end;
+        for (std::size_t i = end; i > at; --i) m_slots[i] = m_slots[i - 1];
         m_slots[at] = {hash, id};
         ++m_count;
-        if (longest >= m_longest) m_isCrowded = true;
+        // The homes of the moved hashes are not before this one, so none of them stands further away than `end`.
+        if (end - home >= m_longest && LongestDistance(at, end) >= m_longest) m_isCrowded = true;
+    }
+
+    // The greatest distance of a hash in these slots, the last included, from its home.
+    [[gnu::noinline]] std::size_t LongestDistance(std::size_t begin, std::size_t last) const {
+        std::size_t longest = 0;
+        for (std::size_t i = begin; i <= last; ++i) longest = std::max(longest, i - Home(m_slots[i].hash));
+        return longest;
     }
 
     KEY_INDEX WithHomes(unsigned bits) const {

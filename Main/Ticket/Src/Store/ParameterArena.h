@@ -80,7 +80,9 @@ class PARAMETER_ARENA {
         }
     }
 
-    // Gives all memory back. Every value must have been freed.
+    // Ends a value, but leaves its memory to Clear, which must come next.
+    void Destroy(ID id) noexcept { (*this)[id].~KEYED_VALUE<VALUE>(); }
+    // Gives all memory back. Every value must have been freed or destroyed.
     void Clear() noexcept { *this = PARAMETER_ARENA(); }
 
  private:

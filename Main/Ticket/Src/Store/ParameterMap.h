@@ -76,14 +76,12 @@ class PARAMETER_MAP {
     VALUE& FindOrInsert(std::string_view key) {
         uint32_t const hash = Hash(key);
         // Files hold their keys in order: after a key that came last the next one is tried there, without a search.
-        bool const isLast = m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()));
-        if (!isLast) {
-            if (auto* const found = m_index.Find(hash, WithKey(key))) {
-                m_isAppending = false;
-                return *found;
-            }
+        if (m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()))) return Append(key, hash);
+        if (auto* const found = m_index.Find(hash, WithKey(key))) {
+            m_isAppending = false;
+            return *found;
         }
-        return Insert(key, hash, isLast);
+        return Insert(key, hash);
     }
 
     // Makes room in the index for `more` keys; returns whether hashes have changed. Throws std::bad_alloc and then has
@@ -109,8 +107,7 @@ class PARAMETER_MAP {
     }
 
     void Clear() noexcept {
-        for (auto cursor = m_order.First(); !m_order.AtEnd(cursor); cursor = m_order.Next(cursor))
-            m_arena.Free(m_order[cursor]);
+        m_order.ForEach([this](ID id) { m_arena.Destroy(id); });
         m_order.Clear();
         m_index.Clear();
         m_arena.Clear();
@@ -138,20 +135,37 @@ class PARAMETER_MAP {
     // As many steps of a walk take as long as memory does to answer.
     static constexpr std::size_t STEPS_AHEAD = 8;
 
-    // Not inlined, so that to find a key that exists needs few registers.
-    [[gnu::noinline]] VALUE& Insert(std::string_view key, uint32_t hash, bool isLast) {
+    // A value for a new key, which comes last. Not inlined, like Insert: to find a key that exists needs few registers.
+    [[gnu::noinline]] VALUE& Append(std::string_view key, uint32_t hash) {
         if (Reserve(1)) hash = Hash(key);
         ID const id = m_arena.Make(key);
-        try {
-            auto const cursor = isLast ? m_order.End() : m_order.PartitionPoint(IsBefore(key));
+        PutInOrder(id, [&] { m_order.Append(id); });
+        m_index.InsertLater(hash, id);
+        return m_arena[id];
+    }
+
+    // The same at the place where the key belongs.
+    [[gnu::noinline]] VALUE& Insert(std::string_view key, uint32_t hash) {
+        if (Reserve(1)) hash = Hash(key);
+        ID const id = m_arena.Make(key);
+        PutInOrder(id, [&] {
+            auto const cursor = m_order.PartitionPoint(IsBefore(key));
             m_isAppending = m_order.AtEnd(cursor);
             m_order.Insert(cursor, id);
+        });
+        m_index.Insert(hash, id);
+        return m_arena[id];
+    }
+
+    // Runs `put`; frees the new value if that throws.
+    template <typename PUT>
+    void PutInOrder(ID id, PUT const& put) {
+        try {
+            put();
         } catch (...) {
             m_arena.Free(id);
             throw;
         }
-        isLast ? m_index.InsertLater(hash, id) : m_index.Insert(hash, id);
-        return m_arena[id];
     }
 
     uint32_t Hash(std::string_view key) const { return m_index.Hash(key); }

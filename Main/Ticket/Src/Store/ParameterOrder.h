@@ -26,7 +26,6 @@ class PARAMETER_ORDER {
     ID operator[](CURSOR cursor) const { return m_pages[cursor.page]->ids[cursor.index]; }
 
     CURSOR First() const { return {0, 0}; }
-    CURSOR End() const { return {m_pages.size(), 0}; }
     // The order must not be empty.
     ID Last() const { return m_pages.back()->Last(); }
     CURSOR Next(CURSOR cursor) const {
@@ -51,8 +50,22 @@ class PARAMETER_ORDER {
         return {static_cast<std::size_t>(page - m_pages.begin()), static_cast<std::size_t>(id - ids)};
     }
 
+    // Calls `action(id)` for each id, in order.
+    template <typename ACTION>
+    void ForEach(ACTION const& action) const {
+        for (auto const& page : m_pages) std::for_each(page->ids, page->ids + page->count, action);
+    }
+
+    // Adds an id at the end. Throws std::bad_alloc and then has changed nothing.
+    void Append(ID id) {
+        if (Empty() || m_pages.back()->count == PAGE::CAPACITY) AddPage(m_pages.size());
+        PAGE& page = *m_pages.back();
+        page.ids[page.count++] = id;
+    }
+
     // Inserts an id in front of a position. Throws std::bad_alloc and then has changed nothing.
     void Insert(CURSOR cursor, ID id) {
+        if (AtEnd(cursor)) return Append(id);
         cursor = MakeRoom(cursor);
         PAGE& page = *m_pages[cursor.page];
         std::copy_backward(page.ids + cursor.index, page.ids + page.count, page.ids + page.count + 1);
@@ -80,13 +93,8 @@ class PARAMETER_ORDER {
         ID Last() const { return ids[count - 1]; }
     };
 
-    // The same position, in a page that is not full.
+    // The same position, which is not the end, in a page that is not full.
     CURSOR MakeRoom(CURSOR cursor) {
-        if (AtEnd(cursor)) {
-            if (!Empty() && m_pages.back()->count < PAGE::CAPACITY) return {cursor.page - 1, m_pages.back()->count};
-            AddPage(cursor.page);
-            return cursor;
-        }
         if (m_pages[cursor.page]->count < PAGE::CAPACITY) return cursor;
         PAGE& upper = AddPage(cursor.page + 1);
         PAGE& lower = *m_pages[cursor.page];
