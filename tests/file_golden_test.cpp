@@ -39,7 +39,7 @@ class Store {
     void EmptyVector(char const* key) { m_node.SetVector(key); }
 
     bool Read(std::string text) {
-        auto const set = [](void* node, char const* key, PARAM_TYPE type, void const* value, int index) -> int {
+        auto const set = [](void* node, std::string_view key, PARAM_TYPE type, void const* value, int index) -> int {
             return static_cast<clTICKETNODE*>(node)->SetParameter(key, type, value, index);
         };
         return TicketText::Read(text, set, &m_node);

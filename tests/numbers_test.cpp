@@ -226,6 +226,17 @@ TEST(ParseNumber, ReadsPlainIntegers) {
     EXPECT_EQ(ParseNumber<uint64_t>("18446744073709551615"), std::numeric_limits<uint64_t>::max());
 }
 
+TEST(ParseNumber, ReadsDigitsWithZerosInFrontAndAsManyAsFit) {
+    EXPECT_EQ(ParseNumber<int32_t>("0"), 0);
+    EXPECT_EQ(ParseNumber<int32_t>("000000042"), 42);
+    EXPECT_EQ(ParseNumber<int32_t>("0000000042"), 42);
+    EXPECT_EQ(ParseNumber<int32_t>("999999999"), 999999999);
+    EXPECT_EQ(ParseNumber<int32_t>("2147483647"), std::numeric_limits<int32_t>::max());
+    EXPECT_EQ(ParseNumber<uint64_t>("123456789"), 123456789u);
+    EXPECT_EQ(ParseNumber<int32_t>("12/"), 12);
+    EXPECT_EQ(ParseNumber<int32_t>("12:"), 12);
+}
+
 TEST(ParseNumber, ClampsWhatIsOutOfRange) {
     EXPECT_EQ(ParseNumber<int32_t>("99999999999"), std::numeric_limits<int32_t>::max());
     EXPECT_EQ(ParseNumber<int32_t>("-99999999999999999999"), std::numeric_limits<int32_t>::min());

@@ -422,9 +422,9 @@ std::vector<std::string> Corpus(RANDOM& random, std::size_t size) {
 struct FIRST_ATTEMPT {
     explicit FIRST_ATTEMPT(std::string const& text) {
         OWNER const ticket;
-        auto const set = [](void* access, char const* key, PARAM_TYPE type, void const* value, int index) {
+        auto const set = [](void* access, std::string_view key, PARAM_TYPE type, void const* value, int index) {
             auto const* const target = static_cast<STICKET_ACCESS const*>(access);
-            return target->SetParameter(target->pTicket, key, type, value, index);
+            return target->SetParameter(target->pTicket, key.data(), type, value, index);
         };
         parsed = TicketText::ReadXmlNames(text, set,
                                           const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket)));

@@ -79,7 +79,7 @@ std::optional<std::string> WrittenFromATree(SHAPE const& shape) {
     }
 }
 
-int CountOne(void* count, char const* /*key*/, PARAM_TYPE /*type*/, void const* /*value*/, int /*index*/) {
+int CountOne(void* count, std::string_view /*key*/, PARAM_TYPE /*type*/, void const* /*value*/, int /*index*/) {
     ++*static_cast<std::size_t*>(count);
     return 1;
 }

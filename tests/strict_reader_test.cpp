@@ -33,7 +33,7 @@ struct STRICT_RESULT {
 
 STRICT_RESULT ReadStrictly(std::string const& text) {
     TEXT_SOURCE source(text);
-    auto const ignore = [](void*, char const*, PARAM_TYPE, void const*, int) { return 1; };
+    auto const ignore = [](void*, std::string_view, PARAM_TYPE, void const*, int) { return 1; };
     LEAF_RECEIVER const receiver{ignore, nullptr};
     STRICT_READER reader(source, receiver);
     END const end = reader.Read();
@@ -270,8 +270,8 @@ TEST(StrictReader, ConvertsEachTextOnceInTheOrderOfTheFile) {
 TEST(StrictReader, PassesOverKeysThatAreNotWantedInBothReaders) {
     struct WANTED {
         std::vector<std::string> keys;
-        static int Set(void* context, char const* key, PARAM_TYPE, void const*, int) {
-            static_cast<WANTED*>(context)->keys.push_back(key);
+        static int Set(void* context, std::string_view key, PARAM_TYPE, void const*, int) {
+            static_cast<WANTED*>(context)->keys.emplace_back(key);
             return 1;
         }
         static bool Wants(void*, std::string_view key) { return key == "a" || key == "c"; }
@@ -293,7 +293,7 @@ TEST(StrictReader, ChargesKeysOnceAcrossBothReaders) {
     };
     auto const read = [](std::string const& text) {
         std::size_t count = 0;
-        auto const set = [](void* counter, char const*, PARAM_TYPE, void const*, int) {
+        auto const set = [](void* counter, std::string_view, PARAM_TYPE, void const*, int) {
             return static_cast<int>(++*static_cast<std::size_t*>(counter));
         };
         TEXT_SOURCE source(text);

@@ -44,10 +44,10 @@ struct TALLY {
     std::size_t values = 0;
     std::size_t longestKey = 0;
 
-    static int Set(void* tally, char const* key, PARAM_TYPE, void const*, int) {
+    static int Set(void* tally, std::string_view key, PARAM_TYPE, void const*, int) {
         auto& self = *static_cast<TALLY*>(tally);
         ++self.values;
-        self.longestKey = std::max(self.longestKey, std::string_view(key).size());
+        self.longestKey = std::max(self.longestKey, key.size());
         return 0;
     }
 };
@@ -168,7 +168,9 @@ TEST(TicketReader, GoesOnWhateverTheSetFunctionAnswers) {
 
 TEST(TicketReader, LetsAnExceptionOfTheSetFunctionThrough) {
     std::string text = "<b type=\"int\">1</b>";
-    auto const fail = [](void*, char const*, PARAM_TYPE, void const*, int) -> int { throw std::runtime_error("no"); };
+    auto const fail = [](void*, std::string_view, PARAM_TYPE, void const*, int) -> int {
+        throw std::runtime_error("no");
+    };
     EXPECT_THROW(TicketText::Read(text, fail, nullptr), std::runtime_error);
 }
 

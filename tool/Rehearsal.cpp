@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <optional>
 
@@ -149,9 +148,9 @@ class VALUE_COMPARISON {
  public:
     explicit VALUE_COMPARISON(TICKET const& ticket) : m_ticket(ticket) {}
 
-    static int Take(void* context, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+    static int Take(void* context, std::string_view key, PARAM_TYPE type, void const* value, int /*index*/) {
         auto& self = *static_cast<VALUE_COMPARISON*>(context);
-        int const order = self.m_count == 0 ? 1 : std::strcmp(key, self.m_key.c_str());
+        int const order = self.m_count == 0 ? 1 : key.compare(self.m_key);
         self.m_index = order == 0 ? self.m_index + 1 : 0;
         if (order != 0) self.m_key = key;
         ++self.m_count;

@@ -29,7 +29,7 @@ void MustBeAsByXml(TicketText const& read, TicketText const& byXml) {
 struct EVERY_OTHER {
     std::vector<std::string> keys;
 
-    static int Set(void* context, char const* key, PARAM_TYPE, void const*, int) {
+    static int Set(void* context, std::string_view key, PARAM_TYPE, void const*, int) {
         static_cast<EVERY_OTHER*>(context)->keys.emplace_back(key);
         return 1;
     }

@@ -113,7 +113,7 @@ struct TicketText {
         return {&Set, this, nullptr, [](void* all) { static_cast<TicketText*>(all)->values.clear(); }};
     }
 
-    static int Set(void* all, char const* key, PARAM_TYPE type, void const* value, int index) {
+    static int Set(void* all, std::string_view key, PARAM_TYPE type, void const* value, int index) {
         std::string line = std::string(key) + ' ' + std::to_string(type) + ' ' + Spell(type, value);
         if (index != APPEND_INDEX) line += " at " + std::to_string(index);
         static_cast<TicketText*>(all)->values.push_back(line);

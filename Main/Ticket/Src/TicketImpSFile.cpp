@@ -168,7 +168,7 @@ bool STICKET_FILE::AnyNotPartial(GETMULTIPAR const* records) const {
     return false;
 }
 
-STICKET_FILE::DROPPED STICKET_FILE::MakeReady(bool everything) {
+STICKET_FILE::DROPPED STICKET_FILE::Reload(bool everything) {
     DROPPED dropped;
     if (m_partial && everything) dropped = std::make_unique<clTICKETNODE>(ReleaseTo(false));
     if (!m_loaded) Load();
@@ -233,12 +233,13 @@ void STICKET_FILE::LookAtFile() {
     m_unread = false;
 }
 
-int STICKET_FILE::LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
+int STICKET_FILE::LocalSetParameter(void* context, std::string_view key, PARAM_TYPE type, void const* value,
+                                    int index) {
     auto const ticket = static_cast<STICKET_FILE*>(context);
     int const stored = FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
-            if (self.m_partial && self.KeyNotPartial(key)) return true;
+            if (self.m_partial && !IsPartialKey(&self, key)) return true;
             auto const store = [&](void const* content) {
                 // What a file holds is refused for want of memory only.
                 bool const done = self.m_state->parameters.SetParameter(key, type, content, index);

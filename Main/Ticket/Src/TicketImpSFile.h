@@ -63,7 +63,7 @@ class STICKET_FILE : public STICKET {
 
     // What the loader calls for each stored value: skips the keys that a partial tree does not keep, converts text.
     // Changes neither the dirty flag nor registrations. `context` is a STICKET_FILE.
-    static int LocalSetParameter(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
+    static int LocalSetParameter(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index);
 
     bool Operation(STICKET_OP code, void* data);
 
@@ -81,7 +81,8 @@ class STICKET_FILE : public STICKET {
 
     // Loads the file unless it is loaded. `everything`: drops a partial tree first and returns it, as ReleaseTo does.
     using DROPPED = std::unique_ptr<clTICKETNODE const>;
-    DROPPED MakeReady(bool everything);
+    DROPPED MakeReady(bool everything) { return m_loaded && !(m_partial && everything) ? nullptr : Reload(everything); }
+    DROPPED Reload(bool everything);
 
     // The time in seconds. Tests put their own clock here.
     virtual std::time_t Now() const { return std::time(nullptr); }

@@ -78,7 +78,7 @@ std::size_t LengthOfUnknown(std::string_view text) {
 void DecodeHex(char const*& in, char const* end, char*& out) {
     char const* at = in;
     char* to = out;
-    for (; end - at >= 4 && at[0] == '\\' && at[1] == 'x'; at += 4) {
+    for (; end - at >= 4 && std::memcmp(at, "\\x", 2) == 0; at += 4) {
         int const byte = HEX_VALUES[IndexOf(at[2])] * 16 | HEX_VALUES[IndexOf(at[3])];
         if (byte < 0) break;
         *to++ = static_cast<char>(byte);

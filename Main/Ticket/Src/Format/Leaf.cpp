@@ -20,7 +20,7 @@ std::size_t KEY_PATH::Enter(std::size_t parent, std::string_view name) {
     return end + 1;
 }
 
-void LEAF_SETTER::Set(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain) {
+void LEAF_SETTER::Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain) {
     switch (type) {
         case PARAM_INT:
             return HandNumber<int32_t>(key, type, text, isPlain);
@@ -39,7 +39,7 @@ void LEAF_SETTER::Set(char const* key, PARAM_TYPE type, std::string_view text, b
 }
 
 template <typename NUMBER>
-void LEAF_SETTER::HandNumber(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain) {
+void LEAF_SETTER::HandNumber(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain) {
     std::string_view const digits = isPlain ? text : NormaliseSpace(text, m_space);
     Hand(key, type, ParseNumber<NUMBER>(digits));
 }

@@ -11,9 +11,9 @@
 // Receives the values that a reader finds. `context` is the first argument of all its functions. Their exceptions pass
 // through the reader.
 struct LEAF_RECEIVER {
-    // Stores one value; `key` and `value` are valid during the call, `index` is APPEND_INDEX, so that sibling leaves of
-    // one name become a vector. The result is ignored.
-    using SET = int (*)(void* context, char const* key, PARAM_TYPE type, void const* value, int index);
+    // Stores one value; `key`, which a NUL follows, and `value` are valid during the call. `index` is APPEND_INDEX, so
+    // that sibling leaves of one name become a vector. The result is ignored.
+    using SET = int (*)(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index);
     SET set;
     void* context;
     // False for a key whose values are neither to be decoded nor set. Null: all are wanted.
@@ -56,16 +56,17 @@ class LEAF_SETTER {
     bool IsWanted(std::string_view key) const {
         return m_receiver.wants == nullptr || m_receiver.wants(m_receiver.context, key);
     }
-    // `text` is NUL-terminated; `isPlain`: it holds neither escapes nor white space that normalising would change.
-    void Set(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain);
+    // A NUL follows `key` and `text`. `isPlain`: the text holds neither escapes nor white space that normalising would
+    // change.
+    void Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain);
 
  private:
     template <typename VALUE>
-    void Hand(char const* key, PARAM_TYPE type, VALUE const& value) {
+    void Hand(std::string_view key, PARAM_TYPE type, VALUE const& value) {
         m_receiver.set(m_receiver.context, key, type, &value, APPEND_INDEX);
     }
     template <typename NUMBER>
-    void HandNumber(char const* key, PARAM_TYPE type, std::string_view text, bool isPlain);
+    void HandNumber(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain);
     std::string_view Decoded(std::string_view text);
 
     LEAF_RECEIVER const& m_receiver;

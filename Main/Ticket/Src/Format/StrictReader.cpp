@@ -69,9 +69,14 @@ LEAF_TEXT EndOfDecoded(char* at, char* lineEnd) {
     return {end, false};
 }
 
+// A line feed is not plain.
+char* SkipPlain(char* at) {
+    while (KindOf(*at) == BYTE::PLAIN) ++at;
+    return at;
+}
+
 LEAF_TEXT FindEnd(char* text, char* lineEnd) {
-    for (char* at = text;; ++at) {
-        while (KindOf(*at) == BYTE::PLAIN) ++at;
+    for (char* at = SkipPlain(text);; at = SkipPlain(at + 1)) {
         switch (KindOf(*at)) {
             case BYTE::SPACE: {
                 BYTE const next = KindOf(at[1]);
@@ -107,20 +112,15 @@ TICKET_FORMAT::TYPE_NAME QuotedType(std::string_view text) {
 LINE_BUFFER::LINE_BUFFER(FILE_SOURCE& source)
     : m_source(source), m_size(std::min(source.Size(), USUAL_SIZE - 1) + 1), m_bytes(new char[m_size]) {}
 
-LINE_BUFFER::LINE LINE_BUFFER::Next() {
-    m_begin = m_next;
-    for (std::size_t looked = 0;;) {
-        char* const from = Begin() + looked;
-        looked = m_filled - m_begin;
-        if (void* const feed = std::memchr(from, '\n', static_cast<std::size_t>(Begin() + looked - from))) {
-            m_end = static_cast<std::size_t>(static_cast<char*>(feed) - m_bytes.get());
-            m_next = m_end + 1;
-            return LINE::WHOLE;
-        }
+// The next line, of which the buffer holds the beginning at most.
+LINE_BUFFER::LINE LINE_BUFFER::NextOfSource() {
+    for (;;) {
+        std::size_t const looked = m_filled - m_begin;
         // A line with a NUL is none of ours, and a gigabyte may follow.
         if (looked == m_size && std::memchr(Begin(), '\0', looked) != nullptr) return LINE::UNFINISHED;
         if (!Fill()) return LINE::UNREADABLE;
         if (m_filled == looked) return looked == 0 ? LINE::NONE : LINE::UNFINISHED;
+        if (FindEnd(looked)) return LINE::WHOLE;
     }
 }
 
@@ -195,6 +195,17 @@ bool STRICT_READER::Close(std::string_view name) {
     return true;
 }
 
+// Makes m_key the key of a leaf. False if the keys of the file get too long.
+inline bool STRICT_READER::MoveTo(std::string_view name) {
+    std::size_t const path = Path();
+    bool const mayBeSame = m_leafEnd == path + name.size() && m_key.Text()[m_leafEnd - 1] == name.back();
+    if (mayBeSame && std::string_view(m_key.Text(), m_leafEnd).substr(path) == name) return true;  // the same vector
+    m_leafEnd = m_key.Append(path, name);
+    if (m_leafEnd > m_allowed) return false;
+    m_allowed -= m_leafEnd;
+    return true;
+}
+
 // `rest` is what follows the name, up to the end of the line.
 bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
     if (!BeginsWith(Between(rest, end), TYPE_MARK)) return false;
@@ -208,23 +219,13 @@ bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
     if (textEnd == nullptr || textEnd == text) return false;
     std::string_view const closing = Between(textEnd, end);
     if (closing.size() != name.size() + 3 || closing[1] != '/' || closing.back() != '>' ||
-        closing.substr(2, name.size()) != name || !MoveTo(name))
+        std::memcmp(closing.data() + 2, name.data(), name.size()) != 0 || !MoveTo(name))
         return false;
 
     ++m_leaves;
-    if (!m_setter.IsWanted({m_key.Text(), m_leafEnd})) return true;
+    std::string_view const key(m_key.Text(), m_leafEnd);
+    if (!m_setter.IsWanted(key)) return true;
     *textEnd = '\0';
-    m_setter.Set(m_key.Text(), type, Between(text, textEnd), isPlain);
-    return true;
-}
-
-// Makes m_key the key of a leaf. False if the keys of the file get too long.
-bool STRICT_READER::MoveTo(std::string_view name) {
-    std::size_t const path = Path();
-    bool const mayBeSame = m_leafEnd == path + name.size() && m_key.Text()[m_leafEnd - 1] == name.back();
-    if (mayBeSame && std::string_view(m_key.Text(), m_leafEnd).substr(path) == name) return true;  // the same vector
-    m_leafEnd = m_key.Append(path, name);
-    if (m_leafEnd > m_allowed) return false;
-    m_allowed -= m_leafEnd;
+    m_setter.Set(key, type, Between(text, textEnd), isPlain);
     return true;
 }

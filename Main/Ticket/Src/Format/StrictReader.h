@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,7 +29,10 @@ class LINE_BUFFER {
     explicit LINE_BUFFER(FILE_SOURCE& source);
 
     // Finds the next line. Throws std::bad_alloc.
-    LINE Next();
+    LINE Next() {
+        m_begin = m_next;
+        return FindEnd(m_begin) ? LINE::WHOLE : NextOfSource();
+    }
     // The line may be written to. A line feed stands at its end.
     char* Begin() const { return m_bytes.get() + m_begin; }
     char* End() const { return m_bytes.get() + m_end; }
@@ -37,6 +41,15 @@ class LINE_BUFFER {
  private:
     static constexpr std::size_t USUAL_SIZE = std::size_t{64} << 10;
 
+    // Ends the line at the first line feed from there. False if there is none in the buffer.
+    bool FindEnd(std::size_t from) {
+        void* const feed = std::memchr(m_bytes.get() + from, '\n', m_filled - from);
+        if (feed == nullptr) return false;
+        m_end = static_cast<std::size_t>(static_cast<char*>(feed) - m_bytes.get());
+        m_next = m_end + 1;
+        return true;
+    }
+    LINE NextOfSource();
     bool Fill();
 
     FILE_SOURCE& m_source;

@@ -73,11 +73,12 @@ bool xml_outline::TakeLeaf(pug::xml_node const& leaf, PARAM_TYPE type, std::size
         --m_passedOver;
         return true;
     }
-    if (!m_setter.IsWanted({m_key.Text(), keyLength})) return true;
+    std::string_view const key(m_key.Text(), keyLength);
+    if (!m_setter.IsWanted(key)) return true;
     char const* const text = leaf.first_child().value();
     std::size_t const plain = PlainLength(text);
     bool const isPlain = plain != std::string::npos;
-    m_setter.Set(m_key.Text(), type, isPlain ? std::string_view(text, plain) : text, isPlain);
+    m_setter.Set(key, type, isPlain ? std::string_view(text, plain) : text, isPlain);
     return true;
 }
 
