@@ -47,11 +47,10 @@ add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -P ${CMAKE_CURRENT_BINARY_D
     COMMENT "Removing what was installed from this build" VERBATIM)
 
 set(docs_dir ${CMAKE_INSTALL_DATADIR}/doc/configurationcontrol-doc)
-# Same folders as in the sources, so that links between documents stay valid.
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${docs_dir} COMPONENT documentation)
-install(DIRECTORY docs DESTINATION ${docs_dir} COMPONENT documentation FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
-install(FILES tools/mutate_equivalent.txt DESTINATION ${docs_dir}/tools COMPONENT documentation)
-install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT documentation PATTERN "CMakeLists.txt" EXCLUDE)
+if(TARGET site)
+    install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/site/html DESTINATION ${docs_dir} COMPONENT documentation)
+    install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT documentation PATTERN "CMakeLists.txt" EXCLUDE)
+endif()
 
 install(DIRECTORY python/configurationcontrol DESTINATION lib/python3/dist-packages COMPONENT python
     PATTERN "__pycache__" EXCLUDE)

@@ -1,5 +1,5 @@
-# Tests and tool need more packages than the library. ON: a missing package is an error. OFF: not built. AUTO: built if the
-# packages are installed, and otherwise a message says what is missing.
+# Tests, tool and site need more packages than the library. ON: a missing package is an error. OFF: not built. AUTO: built if
+# the packages are installed, and otherwise a message says what is missing.
 if(PROJECT_IS_TOP_LEVEL)
     set(default_of_parts AUTO)
 else()
@@ -7,7 +7,8 @@ else()
 endif()
 set(CONFIGURATIONCONTROL_TESTS ${default_of_parts} CACHE STRING "Build the tests and what they run: ON, OFF or AUTO")
 set(CONFIGURATIONCONTROL_TOOL ${default_of_parts} CACHE STRING "Build the command-line tool: ON, OFF or AUTO")
-set_property(CACHE CONFIGURATIONCONTROL_TESTS CONFIGURATIONCONTROL_TOOL PROPERTY STRINGS ON OFF AUTO)
+set(CONFIGURATIONCONTROL_SITE ${default_of_parts} CACHE STRING "Build the documentation as a site: ON, OFF or AUTO")
+set_property(CACHE CONFIGURATIONCONTROL_TESTS CONFIGURATIONCONTROL_TOOL CONFIGURATIONCONTROL_SITE PROPERTY STRINGS ON OFF AUTO)
 
 # Decides whether to build a part that is set to AUTO; further arguments are the CMake packages that the part needs.
 function(configurationcontrol_decide part)
@@ -37,4 +38,17 @@ configurationcontrol_decide(TESTS GTest Python3)
 if(CONFIGURATIONCONTROL_TESTS AND NOT BUILD_SHARED_LIBS)
     message(STATUS "CONFIGURATIONCONTROL_TESTS is OFF: the tests are about the shared library")
     set(CONFIGURATIONCONTROL_TESTS OFF)
+endif()
+
+# The documents are the same with every sanitizer.
+find_program(DOXYGEN doxygen)
+find_program(MKDOCS mkdocs)
+find_file(MKDOCS_MATERIAL share/mkdocs/themes/material PATHS /usr)
+if(CONFIGURATIONCONTROL_SITE STREQUAL "AUTO")
+    if(DOXYGEN AND MKDOCS AND MKDOCS_MATERIAL AND NOT CONFIGURATIONCONTROL_SANITIZE)
+        set(CONFIGURATIONCONTROL_SITE ON)
+    else()
+        set(CONFIGURATIONCONTROL_SITE OFF)
+        message(STATUS "CONFIGURATIONCONTROL_SITE is OFF: it needs doxygen, mkdocs and mkdocs-material")
+    endif()
 endif()

@@ -93,9 +93,11 @@ if(TARGET ticket)
         "The ticket command lists, reads, changes, compares, checks and converts"
         "the XML settings files of the ConfigurationControl library.")
 endif()
-add_package(documentation configurationcontrol-doc doc "typed persistent settings store (documentation)" INDEPENDENT DETAILS
-    "Guides, file format, API reference and examples of the"
-    "ConfigurationControl library.")
+if(TARGET site)
+    add_package(documentation configurationcontrol-doc doc "typed persistent settings store (documentation)" INDEPENDENT DETAILS
+        "Guides, file format, API reference and examples of the"
+        "ConfigurationControl library, as one site to be read in a browser.")
+endif()
 if(BUILD_SHARED_LIBS)
     add_package(python python3-configurationcontrol python "typed persistent settings store (Python 3 module)" INDEPENDENT
         DEPENDS ${any_runtime} "python3" DETAILS

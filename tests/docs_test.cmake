@@ -6,3 +6,13 @@ if(Python3_FOUND AND TARGET ticket)
     add_test(NAME Docs.SamplesAreWhatRuns
         COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/check_docs --tool $<TARGET_FILE_DIR:ticket> ${documents})
 endif()
+
+# The site's own parts, and the site as the build has made it. The build fails by itself at a declaration without a docstring.
+if(Python3_FOUND)
+    add_test(NAME Docs.TheSiteIsMadeAsItsPartsPromise
+        COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/site/site_test.py)
+    if(TARGET site)
+        add_test(NAME Docs.EveryLinkOfTheSiteLeadsSomewhere
+            COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/docs/site/links.py ${PROJECT_BINARY_DIR}/site/html)
+    endif()
+endif()

@@ -1,5 +1,5 @@
-# The packages as a user gets them. Not with sanitizers, since such a library needs the sanitizer's run time.
-if(TARGET ticket AND NOT CONFIGURATIONCONTROL_SANITIZE)
+# The packages as a user gets them, the documentation too. Not with sanitizers, since such a library needs the sanitizer's run time.
+if(TARGET ticket AND TARGET site AND NOT CONFIGURATIONCONTROL_SANITIZE)
     add_test(NAME Packaging.InstalledPackagesServeEveryKindOfHost
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/packaging/run ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
                 ${CMAKE_CXX_COMPILER})

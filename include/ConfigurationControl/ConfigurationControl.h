@@ -3,7 +3,7 @@
  * Version.h.
  */
 /** @mainpage
- * Each header has a page under Files, with a line on what it is for. Where to begin:
+ * One page for each header. Where to begin:
  *
  * - settings of the application: IConfigurationControl, from GetConfigurationControl();
  * - a store of one's own, in memory or bound to a file: STICKET::Create and the table it returns, STICKET_ACCESS;
