@@ -1,7 +1,10 @@
 // Reading a ticket's file: its bytes from any offset, and names that lead to something other than a regular file.
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -88,6 +91,33 @@ TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
     for (std::string const& name : {m_scratch.Path("loop"), m_scratch.Path("directory"), m_scratch.Path("pipe"),
                                     std::string("/dev/zero"), m_scratch.Path(std::string(300, 'n'))})
         EXPECT_EQ(FILE_READER(name).State(), FILE_READER::UNREADABLE) << name;
+}
+
+// To open a device can already make it act.
+TEST_F(FileRead, DoesNotOpenWhatIsNoRegularFile) {
+    struct CASE {
+        std::string path;
+        int error;
+    };
+    std::string const directory = m_scratch.Path("directory");
+    std::string const pipe = m_scratch.Path("pipe");
+    std::string const socket = m_scratch.Path("socket");
+    std::filesystem::create_directory(directory);
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(mknod(socket.c_str(), S_IFSOCK | 0600, 0), 0);
+    std::filesystem::create_symlink(pipe, m_file);
+    for (CASE const& c :
+         {CASE{directory, EISDIR}, CASE{pipe, EOPNOTSUPP}, CASE{m_file, EOPNOTSUPP}, CASE{socket, EOPNOTSUPP}}) {
+        SCOPED_TRACE(c.path);
+        int const opened = inotify_init1(IN_NONBLOCK);
+        ASSERT_GE(inotify_add_watch(opened, c.path.c_str(), IN_OPEN), 0);
+        FILE_READER const content(c.path);
+        EXPECT_EQ(content.State(), FILE_READER::UNREADABLE);
+        EXPECT_EQ(content.Error(), c.error);
+        inotify_event event;
+        EXPECT_LT(read(opened, &event, sizeof event), 0);
+        close(opened);
+    }
 }
 
 TEST_F(FileRead, FileWithoutPermissionIsUnreadable) {

@@ -257,6 +257,22 @@ TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves)
     EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.tmp"));
 }
 
+// Such a lock can be planted to delay saves.
+TEST_F(FileSave, DoesNotWaitForALockOnWhatNoSaveOfThisUserOrRootHasMade) {
+    Write(m_file, "old");
+    int const planted = Lock(m_temporary);
+    if (geteuid() == 0)
+        ASSERT_EQ(fchown(planted, 65534, 65534), 0);
+    else
+        std::filesystem::create_hard_link(m_temporary, m_scratch.Path("second name"));
+    g_locks = 0;
+    EXPECT_TRUE(Replace(m_file, "new", OLD::DISCARD));
+    EXPECT_EQ(g_locks, 1);
+    EXPECT_EQ(FileContent(m_file), "new");
+    EXPECT_TRUE(Exists(m_temporary)) << "a save of the other user may be writing it";
+    close(planted);
+}
+
 TEST_F(FileSave, FileSystemWithoutLocksIsWrittenToAtOnce) {
     Write(m_file, "old");
     g_lockError = ENOLCK;

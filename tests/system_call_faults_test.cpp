@@ -165,7 +165,7 @@ TEST_P(FailingCall, OfALoadCostsNoValue) {
         EXPECT_EQ(LastLoad(ticket).error, GetParam().content.empty() ? ENOENT : 0);
         whole = Contents(ticket);
     }
-    EXPECT_THAT(calls, testing::Contains("open"));
+    EXPECT_THAT(calls, testing::Contains("stat"));
     EXPECT_EQ(undisturbed, GetParam().content.empty()     ? LOAD_STATE::NO_FILE
                            : GetParam().content == BROKEN ? LOAD_STATE::NO_DOCUMENT
                                                           : LOAD_STATE::LOADED);

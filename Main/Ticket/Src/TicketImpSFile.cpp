@@ -297,7 +297,8 @@ void STICKET_FILE::WriteTo(TICKETFILE::REPLACEMENT& file) const {
     auto const walk = [&](STICKET_WALK_CALLBACK callback, void* writer) {
         clTICKETNODE const& parameters = m_state->parameters;
         if (conversion == nullptr) return parameters.WalkUnchanged(callback, writer);
-        return parameters.Walk(callback, writer, "", WALK_EVERYTHING);  // the conversion may change this ticket
+        // The conversion is a host's code. It must not use this ticket, but one that does may not corrupt memory.
+        return parameters.Walk(callback, writer, "", WALK_EVERYTHING);
     };
     if (!WriteTicket(file, conversion, &Log, walk)) throw "STICKET_FILE::Save incomplete walk";
 }

@@ -21,10 +21,6 @@ constexpr char USERS[] = "user.";
 constexpr mode_t PERMISSION_BITS = 0777;
 constexpr mode_t ALL_MODE_BITS = 07777;
 
-bool IsTrusted(uid_t owner) {
-    return owner == 0 || owner == geteuid();
-}
-
 // Whether another user may have put the file or link at this name; `file` describes the target.
 bool MayBePlanted(std::string const& fileName, struct stat const& file) {
     struct stat named;

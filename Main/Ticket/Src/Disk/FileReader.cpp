@@ -7,23 +7,26 @@
 
 namespace TICKETFILE {
 
+// Opening a device can make it act, so its kind is checked before. Another file can have the name by the time it is
+// opened, so the kind is checked again.
 FILE_READER::FILE_READER(std::string const& fileName) {
     UNCANCELLED const uncancelled;
-    struct stat found {};
-    m_file = OpenToRead(fileName);
-    m_error = m_file ? 0 : errno;
-    if (IsShortage(m_error)) throw std::bad_alloc();
-    if (m_error == ENOENT || m_error == ENOTDIR) {
-        m_state = MISSING;
-        return;
+    struct stat found;
+    auto const learn = [&](int result) {
+        m_error = result == 0 ? WrongKind(found.st_mode) : errno;
+        if (result == 0) m_id = IdOf(found);
+    };
+    learn(stat(fileName.c_str(), &found));
+    if (m_error == 0) {
+        m_file = OpenToRead(fileName);
+        if (m_file)
+            learn(fstat(m_file.Number(), &found));
+        else
+            m_error = errno;
     }
-    bool const isKnown = m_file ? fstat(m_file.Number(), &found) == 0 : stat(fileName.c_str(), &found) == 0;
-    if (isKnown)
-        m_id = IdOf(found);
-    else if (m_error == 0)
-        m_error = errno;
-    if (m_error == 0) m_error = WrongKind(found.st_mode);
-    m_state = m_error == 0 ? OPEN : UNREADABLE;
+    if (IsShortage(m_error)) throw std::bad_alloc();
+    bool const isMissing = m_error == ENOENT || m_error == ENOTDIR;
+    m_state = m_error == 0 ? OPEN : isMissing ? MISSING : UNREADABLE;
     if (m_state == OPEN) m_size = static_cast<std::size_t>(found.st_size);
 }
 

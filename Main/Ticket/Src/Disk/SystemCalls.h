@@ -74,7 +74,10 @@ bool IsSameTime(timespec const& a, timespec const& b);
 // FIFO; 0 for a regular file or a symbolic link.
 int WrongKind(mode_t mode);
 
-// The same for what has the name; a link is not followed. 0 if nothing has it.
+// Whether this user is the owner or trusts him: root could change the file anyway.
+bool IsTrusted(uid_t owner);
+
+// The kind of what has the name, as WrongKind tells it; a link is not followed. 0 if nothing has it.
 int ObstacleAt(std::string const& fileName);
 
 // All descriptors of this room stay off the standard streams'.

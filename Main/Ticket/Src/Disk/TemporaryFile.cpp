@@ -33,14 +33,18 @@ NAMED IsNamed(DESCRIPTOR const& file, std::string const& name, struct stat& foun
 enum class CLAIM { MINE, BUSY, REFUSED };
 
 // Locks the file. The previous holder of the lock renames or removes the file before unlocking, so the name may lead to
-// another file by then.
+// another file by then. The lock of another user is not waited for, since it may be planted; nor is his file removed,
+// since his save would fail.
 CLAIM Claim(DESCRIPTOR const& file, std::string const& name) {
-    if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) return errno == EWOULDBLOCK ? CLAIM::BUSY : CLAIM::REFUSED;
+    bool const isLocked = flock(file.Number(), LOCK_EX | LOCK_NB) == 0;
+    if (!isLocked && errno != EWOULDBLOCK) return CLAIM::REFUSED;
     struct stat found;
     NAMED const named = IsNamed(file, name, found);
-    if (named != NAMED::YES) return named == NAMED::NO ? CLAIM::BUSY : CLAIM::REFUSED;
-    bool const isOfASave = S_ISREG(found.st_mode) && found.st_nlink == 1;
-    return isOfASave ? CLAIM::MINE : CLAIM::REFUSED;
+    if (named == NAMED::NO) return CLAIM::BUSY;
+    bool const isOfASave = named == NAMED::YES && S_ISREG(found.st_mode) && found.st_nlink == 1;
+    if (!isOfASave) return CLAIM::REFUSED;
+    if (isLocked) return CLAIM::MINE;
+    return IsTrusted(found.st_uid) ? CLAIM::BUSY : CLAIM::REFUSED;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Chooses the reader for a ticket file, and reads again if the file changes meanwhile.
 #include "Format/Reader.h"
 
+#include <new>
 #include <optional>
 #include <string>
 
@@ -8,7 +9,6 @@
 
 namespace {
 
-// A file that keeps changing is read as it is after the last of these attempts.
 constexpr int MOST_ATTEMPTS = 4;
 constexpr std::size_t PIECE = std::size_t{64} << 10;
 
@@ -53,10 +53,11 @@ void Drop(LEAF_RECEIVER const& receiver) {
 }  // namespace
 
 READ_RESULT ReadTicket(FILE_SOURCE& source, LEAF_RECEIVER const& receiver) {
-    for (int attempt = 1;; ++attempt) {
+    for (int attempt = 0; attempt < MOST_ATTEMPTS; ++attempt) {
         READ_RESULT const result = ReadOnce(source, receiver);
-        bool const isAgain = attempt < MOST_ATTEMPTS && source.HasChanged();
-        if (isAgain || !result.IsRead()) Drop(receiver);
-        if (!isAgain) return result;
+        bool const isOfTwoVersions = source.HasChanged();
+        if (isOfTwoVersions || !result.IsRead()) Drop(receiver);
+        if (!isOfTwoVersions) return result;
     }
+    throw std::bad_alloc();  // as for every file that may be read later: the ticket does not replace it
 }
