@@ -111,16 +111,6 @@ TEST(Wildcard, AgreesWithTheRulesToldSlowly) {
     }
 }
 
-TEST(Wildcard, KnowsHowEveryNameThatMatchesBegins) {
-    struct CASE {
-        char const* pattern;
-        char const* beginning;
-    };
-    for (auto const& [pattern, beginning] :
-         {CASE{"ab*cd", "ab"}, CASE{"*", ""}, CASE{"a?", "a"}, CASE{"[ab]cd", ""}, CASE{"plain", "plain"}})
-        EXPECT_EQ(WILDCARD(pattern).Beginning(), beginning);
-}
-
 TEST(Wildcard, ListsTheNamesOfAPatternThatStandsForFew) {
     EXPECT_THAT(Names("list[0]"), ElementsAre("list0"));
     EXPECT_THAT(Names("[ab]x[10]"), ElementsAre("ax0", "ax1", "bx0", "bx1"));

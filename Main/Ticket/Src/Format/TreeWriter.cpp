@@ -1,6 +1,6 @@
 // Builds the tree of a ticket file's elements and turns it into text. An inner element of a key is the first child in
-// document order whose name matches. Three ways lead to it, all to the same one: the path of the last key, an index of
-// names, and, for names with wildcards, searches.
+// document order whose name matches: usually the greatest one or none, otherwise an index of names finds it, and for
+// names with wildcards a search.
 #include "Format/TreeWriter.h"
 
 #include <algorithm>
@@ -21,11 +21,6 @@ constexpr std::size_t SHORT_PATTERN = 256;
 // Making the index of fragments takes as long as comparing each name this many times.
 constexpr std::size_t COMPARISONS_FOR_FRAGMENTS = 32;
 constexpr std::size_t LONGEST_NAME_OF_FRAGMENTS = 256;
-
-// Whether a search for `component` finds the element of that name which it has just made.
-bool FindsItself(std::string_view component) {
-    return !component.empty() && (!WILDCARD::IsPattern(component) || WILDCARD(component).Matches(component));
-}
 
 }  // namespace
 
@@ -85,19 +80,13 @@ bool TREE_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void c
 }
 
 bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value) {
-    KeepSharedParents(key);
-    ELEMENT* parent = m_parents.empty() ? &m_ticket : m_parents.back().element;
-    std::size_t begin = m_parents.empty() ? 0 : m_parents.back().end + 1;
-    bool isOnPath = true;
-    for (std::size_t end; (end = key.find('/', begin)) != std::string_view::npos; begin = end + 1) {
-        std::string_view const component = key.substr(begin, end - begin);
+    ELEMENT* parent = &m_ticket;
+    for (std::size_t slash; (slash = key.find('/')) != std::string_view::npos; key.remove_prefix(slash + 1)) {
+        std::string_view const component = key.substr(0, slash);
         ELEMENT* const found = FindChild(*parent, component);
         parent = found != nullptr ? found : &AddElement(*parent, component);
-        isOnPath = isOnPath && (found != nullptr || FindsItself(component));
-        if (isOnPath) m_parents.push_back({end, parent});
     }
-    std::string_view const name = key.substr(begin);
-    if (!name.empty()) return FillLeaf(AddElement(*parent, name), type, value);
+    if (!key.empty()) return FillLeaf(AddElement(*parent, key), type, value);
     if (m_log != nullptr)
         m_log(0, "STICKET_FILE Illegal key .../%s creates empty node", std::string(parent->name).append("/").c_str());
     return true;
@@ -109,63 +98,60 @@ TEXT_BUFFER TREE_WRITER::Serialise(FILE_SINK* sink) const {
     return layout.Finish();
 }
 
-// Forgets the elements that do not lead to `key`.
-void TREE_WRITER::KeepSharedParents(std::string_view key) {
-    std::string_view const last = m_lastKey;
-    auto const differing = std::mismatch(key.begin(), key.end(), last.begin(), last.end());
-    auto const shared = static_cast<std::size_t>(differing.first - key.begin());
-    while (!m_parents.empty() && m_parents.back().end >= shared) m_parents.pop_back();
-    m_lastKey.replace(shared, std::string::npos, key.substr(shared));
-}
-
 // The first child of `parent` in document order whose name matches `component`; null if there is none.
-TREE_WRITER::ELEMENT* TREE_WRITER::FindChild(ELEMENT& parent, std::string_view component) {
+TREE_WRITER::ELEMENT* TREE_WRITER::FindChild(ELEMENT const& parent, std::string_view component) {
     if (component.empty() || parent.greatestChild == nullptr) return nullptr;
-    if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, component);
-    // Ascending keys make ascending names, nearly always: most new names are found to be new right here.
-    if (component > parent.greatestChild->name) return nullptr;
-    auto& names = m_indexes[&parent].names;
-    names.Update(parent);
-    auto const found = names.first.find(component);
-    return found != names.first.end() ? found->second.element : nullptr;
+    if (WILDCARD::IsPattern(component)) return FindMatchingChild(parent, IndexOf(parent), component);
+    // Ascending keys make ascending names, nearly always.
+    int const order = component.compare(parent.greatestChild->name);
+    if (order >= 0) return order == 0 ? parent.greatestChild : nullptr;
+    auto const& names = IndexOf(parent).firstOfName;
+    auto const found = names.find(component);
+    return found != names.end() ? found->second : nullptr;
 }
 
-TREE_WRITER::ELEMENT* TREE_WRITER::FindMatchingChild(ELEMENT const& parent, std::string_view pattern) {
-    WILDCARD const wildcard(pattern);
+TREE_WRITER::INDEX& TREE_WRITER::IndexOf(ELEMENT const& parent) {
     INDEX& index = m_indexes[&parent];
-    index.names.Update(parent);
-    std::vector<std::string> names;
-    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(std::min(index.names.count, FEW_NAMES), names))
-        return FindFirstMatch(parent, index, wildcard);
-    CHILD const* first = nullptr;
-    for (std::string const& name : names) {
-        auto const found = index.names.first.find(name);
-        if (found != index.names.first.end() && (first == nullptr || found->second.order < first->order))
-            first = &found->second;
+    for (ELEMENT* child = Next(index.last, parent); child != nullptr; child = child->next) {
+        if (!child->name.empty()) index.firstOfName.emplace_hint(index.firstOfName.end(), child->name, child);
+        index.last = child;
     }
-    return first != nullptr ? first->element : nullptr;
+    return index;
 }
 
-// Three searches take turns, and the one that ends first has the answer: in document order, among the names with the
-// pattern's beginning, and, once there has been much to compare, among those that hold one of its fragments. So it is
-// enough that the pattern matches an early element, or has plain bytes that few names share.
+TREE_WRITER::ELEMENT* TREE_WRITER::FindMatchingChild(ELEMENT const& parent, INDEX& index, std::string_view pattern) {
+    if (pattern == index.lastPattern) return index.lastMatch;
+    WILDCARD const wildcard(pattern);
+    std::size_t const few = std::min(parent.lastChild->order + 1, FEW_NAMES);
+    std::vector<std::string> names;
+    ELEMENT* first = nullptr;
+    if (pattern.size() > SHORT_PATTERN || !wildcard.ListNames(few, names)) {
+        first = FindFirstMatch(parent, index, wildcard);
+    } else {
+        for (std::string const& name : names) {
+            auto const found = index.firstOfName.find(name);
+            if (found != index.firstOfName.end() && (first == nullptr || found->second->order < first->order))
+                first = found->second;
+        }
+    }
+    if (first != nullptr) {
+        index.lastPattern = pattern;
+        index.lastMatch = first;
+    }
+    return first;
+}
+
+// Two searches take turns, and the one that ends first has the answer: in document order, and, once there has been much
+// to compare, among the names that hold one fragment of the pattern.
 TREE_WRITER::ELEMENT* TREE_WRITER::FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard) {
-    std::string const beginning = wildcard.Beginning();
-    auto const& names = index.names.first;
-    auto name = names.lower_bound(beginning);
-    CHILD const* first = nullptr;  // of the names with this beginning that match
-    bool const pays = index.comparisons > COMPARISONS_FOR_FRAGMENTS * index.names.count;
-    auto const* const holders = pays ? index.fragments.FewestHolders(parent, wildcard) : nullptr;
+    std::vector<ELEMENT*> const* holders = nullptr;
+    if (index.comparisons > COMPARISONS_FOR_FRAGMENTS * index.firstOfName.size()) {
+        index.fragments.Update(parent);
+        holders = index.fragments.FewestHolders(wildcard);
+    }
     std::size_t turn = 0;
     for (ELEMENT* child = parent.firstChild; child != nullptr; child = child->next, ++turn) {
         if (!child->name.empty() && wildcard.Matches(child->name)) return child;
-        if (!beginning.empty()) {
-            if (name == names.end() || name->first.substr(0, beginning.size()) != beginning)
-                return first != nullptr ? first->element : nullptr;
-            bool const isEarlier = first == nullptr || name->second.order < first->order;
-            if (isEarlier && wildcard.Matches(name->first)) first = &name->second;
-            ++name;
-        }
         if (holders != nullptr) {
             if (turn == holders->size()) return nullptr;
             if (wildcard.Matches((*holders)[turn]->name)) return (*holders)[turn];
@@ -176,9 +162,9 @@ TREE_WRITER::ELEMENT* TREE_WRITER::FindFirstMatch(ELEMENT const& parent, INDEX& 
 }
 
 void TREE_WRITER::FRAGMENTS::Update(ELEMENT const& parent) {
-    for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
+    for (ELEMENT* child = Next(last, parent); isComplete && child != nullptr; child = child->next) {
         last = child;
-        isComplete = isComplete && child->name.size() <= LONGEST_NAME_OF_FRAGMENTS;
+        isComplete = child->name.size() <= LONGEST_NAME_OF_FRAGMENTS;
         if (!isComplete) return holders.clear();
         for (std::size_t end = WILDCARD::FRAGMENT_LENGTH; end <= child->name.size(); ++end) {
             auto& all = holders[WILDCARD::FragmentOf(child->name.data() + end - WILDCARD::FRAGMENT_LENGTH)];
@@ -187,32 +173,30 @@ void TREE_WRITER::FRAGMENTS::Update(ELEMENT const& parent) {
     }
 }
 
-std::vector<TREE_WRITER::ELEMENT*> const* TREE_WRITER::FRAGMENTS::FewestHolders(ELEMENT const& parent,
-                                                                                WILDCARD const& wildcard) {
-    Update(parent);
+std::vector<TREE_WRITER::ELEMENT*> const* TREE_WRITER::FRAGMENTS::FewestHolders(WILDCARD const& wildcard) const {
     std::vector<ELEMENT*> const* fewest = nullptr;
     if (!isComplete) return nullptr;
     for (WILDCARD::FRAGMENT const fragment : wildcard.Fragments()) {
-        auto const& all = holders[fragment];
-        if (fewest == nullptr || all.size() < fewest->size()) fewest = &all;
+        auto const found = holders.find(fragment);
+        if (found == holders.end()) return &none;
+        if (fewest == nullptr || found->second.size() < fewest->size()) fewest = &found->second;
     }
     return fewest;
 }
 
-void TREE_WRITER::NAMES::Update(ELEMENT const& parent) {
-    for (ELEMENT* child = last != nullptr ? last->next : parent.firstChild; child != nullptr; child = child->next) {
-        if (!child->name.empty()) first.emplace_hint(first.end(), child->name, CHILD{count, child});
-        ++count;
-        last = child;
-    }
+// The child behind `last`; the first one if that is null.
+TREE_WRITER::ELEMENT* TREE_WRITER::Next(ELEMENT const* last, ELEMENT const& parent) {
+    return last != nullptr ? last->next : parent.firstChild;
 }
 
 TREE_WRITER::ELEMENT& TREE_WRITER::AddElement(ELEMENT& parent, std::string_view name) {
     auto* const element = new (m_memory.allocate(sizeof(ELEMENT), alignof(ELEMENT))) ELEMENT{Keep(name), &parent};
-    if (parent.lastChild == nullptr)
+    if (parent.lastChild == nullptr) {
         parent.firstChild = element;
-    else
+    } else {
         parent.lastChild->next = element;
+        element->order = parent.lastChild->order + 1;
+    }
     parent.lastChild = element;
     if (!name.empty() && (parent.greatestChild == nullptr || name > parent.greatestChild->name))
         parent.greatestChild = element;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <map>
 #include <memory_resource>
 #include <string>
@@ -21,8 +20,8 @@
 //
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the writer as context, Serialise.
 // Stack use does not depend on the keys. n parameters take O(n log n) in any order, fastest in ascending order of keys.
-// Only a component that begins with a wildcard, or with plain bytes that many others begin with, may take O(n) by
-// itself, if there are no four plain bytes side by side in it that few others have.
+// Only a component with wildcards may take O(n) by itself, if it stands for many names and has no four plain bytes side
+// by side that few other names have.
 class TREE_WRITER {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
@@ -46,10 +45,11 @@ class TREE_WRITER {
 
  private:
     // Elements, and all that they view, live in m_memory as long as the writer. They are only ever added, each behind
-    // its siblings; hence the first one of a name stays the first.
+    // its siblings; hence the first one that a component finds stays the first.
     struct ELEMENT {
         std::string_view name;
         ELEMENT* parent;
+        std::size_t order = 0;  // among its siblings
         ELEMENT* firstChild = nullptr;
         ELEMENT* lastChild = nullptr;
         ELEMENT* greatestChild = nullptr;  // by name
@@ -57,45 +57,34 @@ class TREE_WRITER {
         std::string_view typeName{};  // of a leaf, otherwise empty
         std::string_view text{};      // of a leaf
     };
-    // The first child of each name. Nameless ones are left out.
-    struct CHILD {
-        std::size_t order;  // among its siblings
-        ELEMENT* element;
-    };
-    struct NAMES {
-        ELEMENT* last = nullptr;  // the last child that is in the index
-        std::size_t count = 0;
-        std::map<std::string_view, CHILD, std::less<>> first;
-
-        void Update(ELEMENT const& parent);
-    };
     // The children whose names hold a fragment, in document order; incomplete if a name is long, because there would be
     // too many. Without this index, saves of patterns that begin with a wildcard take quadratic time.
     struct FRAGMENTS {
         ELEMENT* last = nullptr;  // the last child that is in the index
         bool isComplete = true;
-        std::unordered_map<WILDCARD::FRAGMENT, std::vector<ELEMENT*>> holders;
+        std::map<WILDCARD::FRAGMENT, std::vector<ELEMENT*>> holders;
+        std::vector<ELEMENT*> const none{};
 
         void Update(ELEMENT const& parent);
         // Of the children that hold one fragment of the pattern each, the fewest; null if nothing is known.
-        std::vector<ELEMENT*> const* FewestHolders(ELEMENT const& parent, WILDCARD const& wildcard);
+        std::vector<ELEMENT*> const* FewestHolders(WILDCARD const& wildcard) const;
     };
-    // The children of one element, brought up to date when a search needs it.
+    // What the searches among the children of one element know. The maps are ordered: hostile names could collide in
+    // a hash.
     struct INDEX {
-        NAMES names;
+        ELEMENT* last = nullptr;                           // the last child that is in firstOfName
+        std::map<std::string_view, ELEMENT*> firstOfName;  // without the empty name
+        std::string lastPattern;                           // the last one that matched
+        ELEMENT* lastMatch = nullptr;
+        std::size_t comparisons = 0;  // of names with patterns
         FRAGMENTS fragments;
-        std::size_t comparisons = 0;  // of names with patterns, in all searches
-    };
-    // An inner element on the way to the last key. Only such elements as the same name always leads to.
-    struct PARENT {
-        std::size_t end;  // where its name ends in m_lastKey
-        ELEMENT* element;
     };
     class SERIALISER;
 
-    void KeepSharedParents(std::string_view key);
-    ELEMENT* FindChild(ELEMENT& parent, std::string_view component);
-    ELEMENT* FindMatchingChild(ELEMENT const& parent, std::string_view pattern);
+    static ELEMENT* Next(ELEMENT const* last, ELEMENT const& parent);
+    ELEMENT* FindChild(ELEMENT const& parent, std::string_view component);
+    INDEX& IndexOf(ELEMENT const& parent);
+    static ELEMENT* FindMatchingChild(ELEMENT const& parent, INDEX& index, std::string_view pattern);
     static ELEMENT* FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard);
     ELEMENT& AddElement(ELEMENT& parent, std::string_view name);
     bool FillLeaf(ELEMENT& leaf, PARAM_TYPE type, void const* value);
@@ -105,8 +94,6 @@ class TREE_WRITER {
     LOG m_log;
     std::pmr::monotonic_buffer_resource m_memory;
     ELEMENT m_ticket;
-    std::string m_lastKey;
-    std::vector<PARENT> m_parents;
     std::unordered_map<ELEMENT const*, INDEX> m_indexes;  // by parent
     TEXT_BUFFER m_value;                                  // scratch
 };

@@ -100,15 +100,6 @@ bool WILDCARD::Matches(std::string_view name) const {
                        [](ELEMENT const& rest) { return rest.isStar; });
 }
 
-std::string WILDCARD::Beginning() const {
-    std::string bytes;
-    for (ELEMENT const& element : m_elements) {
-        if (!element.isPlain) break;
-        bytes += element.plain;
-    }
-    return bytes;
-}
-
 WILDCARD::FRAGMENT WILDCARD::FragmentOf(char const* bytes) {
     FRAGMENT fragment;
     std::memcpy(&fragment, bytes, sizeof fragment);

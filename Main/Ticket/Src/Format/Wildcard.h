@@ -2,6 +2,7 @@
 // it. A set may hold ranges such as "a-z"; "]" is a member if it comes first.
 #pragma once
 
+#include <algorithm>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -12,16 +13,16 @@
 class WILDCARD {
  public:
     // Whether `text` contains "*", "?" or "[".
-    static bool IsPattern(std::string_view text) { return text.find_first_of("*?[") != std::string_view::npos; }
+    static bool IsPattern(std::string_view text) {
+        auto const isSpecial = [](char byte) { return byte == '*' || byte == '?' || byte == '['; };
+        return std::any_of(text.begin(), text.end(), isSpecial);
+    }
 
     // Takes space linear in the pattern. An unclosed "[" makes a pattern that matches nothing.
     explicit WILDCARD(std::string_view pattern);
 
     // Takes time linear in the product of both lengths at worst.
     bool Matches(std::string_view name) const;
-
-    // The literal prefix of the pattern, with which every matching name begins.
-    std::string Beginning() const;
 
     // A fragment: four adjacent literal bytes of the pattern, which every matching name contains.
     using FRAGMENT = std::uint32_t;
