@@ -1,7 +1,6 @@
 // Who may read or change a ticket's file: other users who put files and links in its way, and which of
 // the old file's mode, group, access control list and extended attributes a save keeps. The tests run as root, which
 // acts for both users.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "support/FileTickets.h"
+#include "support/NextFunction.h"
 #include "support/Unprivileged.h"
 
 namespace {
@@ -40,7 +40,7 @@ char const DEFAULT_ACL[] = "system.posix_acl_default";
 extern "C" {
 
 int link(char const* from, char const* to) noexcept {
-    static auto const next = reinterpret_cast<decltype(&link)>(dlsym(RTLD_NEXT, "link"));
+    static auto const next = NextFunction<decltype(&link)>("link");
     if (auto const meanwhile = std::exchange(g_beforeLink, nullptr)) meanwhile();
     if (!g_refusesLinks) return next(from, to);
     errno = EPERM;
@@ -48,7 +48,7 @@ int link(char const* from, char const* to) noexcept {
 }
 
 ssize_t getxattr(char const* path, char const* name, void* value, size_t size) noexcept {
-    static auto const next = reinterpret_cast<decltype(&getxattr)>(dlsym(RTLD_NEXT, "getxattr"));
+    static auto const next = NextFunction<decltype(&getxattr)>("getxattr");
     bool const isAcl = std::string(name) == ACL;
     if (isAcl && g_hidesAcls) {
         errno = EIO;
@@ -62,7 +62,7 @@ ssize_t getxattr(char const* path, char const* name, void* value, size_t size) n
 }
 
 int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
-    static auto const next = reinterpret_cast<decltype(&fsetxattr)>(dlsym(RTLD_NEXT, "fsetxattr"));
+    static auto const next = NextFunction<decltype(&fsetxattr)>("fsetxattr");
     if (!g_refusesAcls || std::string(name) != ACL) return next(file, name, value, size, flags);
     errno = EOPNOTSUPP;
     return -1;

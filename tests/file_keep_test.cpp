@@ -1,6 +1,5 @@
 // Keeping a file that could not be read beside the one that replaces it: by a link, a copy or a rename, whichever the
 // system allows, and where both names lead at every moment.
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -15,6 +14,7 @@
 
 #include "Disk/FileReader.h"
 #include "Disk/Replacement.h"
+#include "support/FailingSystemCalls.h"
 #include "support/Files.h"
 #include "support/Replace.h"
 
@@ -46,83 +46,40 @@ struct SYSTEM {
 };
 SYSTEM g_system;
 
-struct USUAL_SYSTEM {
-    ~USUAL_SYSTEM() { g_system = SYSTEM{}; }
-};
-
-template <typename FUNCTION>
-FUNCTION Next(char const* name) {
-    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
-}
-
-int Fail(int error) {
-    errno = error;
-    return -1;
-}
-
-void BeforeChange() {
-    if (g_system.beforeChange) g_system.beforeChange();
-}
-
 bool IsTemporary(std::string const& name) {
     return name.size() > 4 && name.compare(name.size() - 4, 4, ".tmp") == 0;
 }
 
-}  // namespace
-
-extern "C" {
-
-int link(char const* from, char const* to) noexcept {
-    static auto const next = Next<int (*)(char const*, char const*)>("link");
-    BeforeChange();
-    if (auto const once = std::exchange(g_system.beforeLink, nullptr)) once();
-    return g_system.linkError ? Fail(g_system.linkError) : next(from, to);
+// Whether no call is left; otherwise counts one.
+bool IsUsedUp(int& left) {
+    if (left == 0) return true;
+    if (left > 0) --left;
+    return false;
 }
 
-int rename(char const* from, char const* to) noexcept {
-    static auto const next = Next<int (*)(char const*, char const*)>("rename");
-    BeforeChange();
-    return g_system.renameError && !IsTemporary(from) ? Fail(g_system.renameError) : next(from, to);
+int BeforeCall(std::string_view kind, char const* path) {
+    bool const changesDirectory = kind == "link" || kind == "rename" || kind == "unlink";
+    if (changesDirectory && g_system.beforeChange) g_system.beforeChange();
+    if (kind == "link") {
+        if (auto const once = std::exchange(g_system.beforeLink, nullptr)) once();
+        return g_system.linkError;
+    }
+    if (kind == "rename") return IsTemporary(path) ? 0 : g_system.renameError;
+    if (kind == "write") return IsUsedUp(g_system.writesLeft) ? ENOSPC : 0;
+    if (kind == "read") return IsUsedUp(g_system.readsLeft) ? EIO : 0;
+    if (kind == "getxattr" || kind == "fsetxattr") return g_system.hasMarks ? 0 : EOPNOTSUPP;
+    if (kind == "mkostemp") return g_system.copyError;
+    return 0;
 }
 
-ssize_t write(int file, void const* bytes, size_t size) {
-    static auto const next = Next<ssize_t (*)(int, void const*, size_t)>("write");
-    if (g_system.writesLeft == 0) return Fail(ENOSPC);
-    if (g_system.writesLeft > 0) --g_system.writesLeft;
-    return next(file, bytes, size);
-}
-
-ssize_t read(int file, void* bytes, size_t size) {
-    static auto const next = Next<ssize_t (*)(int, void*, size_t)>("read");
-    if (g_system.readsLeft == 0) return Fail(EIO);
-    if (g_system.readsLeft > 0) --g_system.readsLeft;
-    return next(file, bytes, size);
-}
-
-ssize_t getxattr(char const* file, char const* name, void* value, size_t size) noexcept {
-    static auto const next = Next<ssize_t (*)(char const*, char const*, void*, size_t)>("getxattr");
-    return g_system.hasMarks ? next(file, name, value, size) : Fail(EOPNOTSUPP);
-}
-
-int fsetxattr(int file, char const* name, void const* value, size_t size, int flags) noexcept {
-    static auto const next = Next<int (*)(int, char const*, void const*, size_t, int)>("fsetxattr");
-    return g_system.hasMarks ? next(file, name, value, size, flags) : Fail(EOPNOTSUPP);
-}
-
-int unlink(char const* name) noexcept {
-    static auto const next = Next<int (*)(char const*)>("unlink");
-    BeforeChange();
-    return next(name);
-}
-
-int mkostemp(char* name, int flags) {
-    static auto const next = Next<int (*)(char*, int)>("mkostemp");
-    return g_system.copyError ? Fail(g_system.copyError) : next(name, flags);
-}
-
-}  // extern "C"
-
-namespace {
+// Restores the usual behaviour at the end of a test.
+struct USUAL_SYSTEM {
+    USUAL_SYSTEM() { system_calls::g_before = &BeforeCall; }
+    ~USUAL_SYSTEM() {
+        system_calls::g_before = nullptr;
+        g_system = SYSTEM{};
+    }
+};
 
 class FileKeep : public testing::Test {
  protected:

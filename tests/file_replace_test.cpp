@@ -1,6 +1,5 @@
 // Replacing and deleting a ticket's file, in order and on a disk that fails. The system calls are replaced here, to
 // record them and to make them fail.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,6 +19,7 @@
 #include "Disk/FileReader.h"
 #include "Disk/Replacement.h"
 #include "support/Files.h"
+#include "support/NextFunction.h"
 #include "support/Replace.h"
 #include "support/Unprivileged.h"
 
@@ -83,17 +83,12 @@ std::string ModeOf(int file) {
     return text;
 }
 
-template <typename FUNCTION>
-FUNCTION Next(char const* name) {
-    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 extern "C" {
 
 ssize_t write(int file, void const* bytes, size_t size) {
-    static auto const next = Next<ssize_t (*)(int, void const*, size_t)>("write");
+    static auto const next = NextFunction<ssize_t (*)(int, void const*, size_t)>("write");
     if (file <= STDERR_FILENO) return next(file, bytes, size);
     g_system.Note("write " + ModeOf(file) + (fcntl(file, F_GETFD) & FD_CLOEXEC ? "" : " inheritable"));
     if (Interrupt()) return Fail(EINTR);
@@ -107,7 +102,7 @@ ssize_t write(int file, void const* bytes, size_t size) {
 }
 
 int fsync(int file) {
-    static auto const next = Next<int (*)(int)>("fsync");
+    static auto const next = NextFunction<int (*)(int)>("fsync");
     bool const directory = IsDirectory(file);
     if (directory && g_system.watching)
         g_system.flushedDirectory = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file));
@@ -117,7 +112,7 @@ int fsync(int file) {
 }
 
 int close(int file) {
-    static auto const next = Next<int (*)(int)>("close");
+    static auto const next = NextFunction<int (*)(int)>("close");
     bool const regular = !IsDirectory(file);
     if (regular) g_system.Note("close");
     int const result = next(file);
@@ -125,30 +120,30 @@ int close(int file) {
 }
 
 int fchmod(int file, mode_t mode) noexcept {
-    static auto const next = Next<int (*)(int, mode_t)>("fchmod");
+    static auto const next = NextFunction<int (*)(int, mode_t)>("fchmod");
     return g_system.modeError ? Fail(g_system.modeError) : next(file, mode);
 }
 
 int flock(int file, int operation) noexcept {
-    static auto const next = Next<int (*)(int, int)>("flock");
+    static auto const next = NextFunction<int (*)(int, int)>("flock");
     g_system.Note("lock");
     return next(file, operation);
 }
 
 int ftruncate(int file, off_t size) noexcept {
-    static auto const next = Next<int (*)(int, off_t)>("ftruncate");
+    static auto const next = NextFunction<int (*)(int, off_t)>("ftruncate");
     g_system.Note("truncate");
     return next(file, size);
 }
 
 int rename(char const* from, char const* to) noexcept {
-    static auto const next = Next<int (*)(char const*, char const*)>("rename");
+    static auto const next = NextFunction<int (*)(char const*, char const*)>("rename");
     g_system.Note("rename");
     return next(from, to);
 }
 
 int unlink(char const* name) noexcept {
-    static auto const next = Next<int (*)(char const*)>("unlink");
+    static auto const next = NextFunction<int (*)(char const*)>("unlink");
     g_system.Note("unlink");
     return next(name);
 }

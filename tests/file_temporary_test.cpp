@@ -1,6 +1,5 @@
-// The temporary file of a save: other objects at its name, and other processes that save the same file. The calls that
-// lock and rename are replaced here, so that a test can act as another process at that moment.
-#include <dlfcn.h>
+// The temporary file of a save: other objects at its name, and other processes that save the same file. A test
+// can act as another process just before the calls that lock and rename.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/FailingSystemCalls.h"
 #include "support/Files.h"
 #include "support/Replace.h"
 #include "support/Unprivileged.h"
@@ -41,38 +41,22 @@ void CallOnce(std::function<void()>& function) {
     if (auto const once = std::exchange(function, nullptr)) once();
 }
 
-template <typename FUNCTION>
-FUNCTION Next(char const* name) {
-    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
-
-extern "C" {
-
-int flock(int file, int operation) noexcept {
-    static auto const next = Next<int (*)(int, int)>("flock");
+int BeforeCall(std::string_view kind, char const* /*path*/) {
+    if (kind == "rename") CallOnce(g_beforeRename);
+    if (kind != "flock") return 0;
     ++g_locks;
     CallOnce(g_beforeLock);
-    if (g_lockError == 0) return next(file, operation);
-    errno = g_lockError;
-    return -1;
+    return g_lockError;
 }
-
-int rename(char const* from, char const* to) noexcept {
-    static auto const next = Next<int (*)(char const*, char const*)>("rename");
-    CallOnce(g_beforeRename);
-    return next(from, to);
-}
-
-}  // extern "C"
-
-namespace {
 
 class FileSave : public testing::Test {
  protected:
-    void SetUp() override { g_locks = 0; }
+    void SetUp() override {
+        system_calls::g_before = &BeforeCall;
+        g_locks = 0;
+    }
     void TearDown() override {
+        system_calls::g_before = nullptr;
         g_beforeLock = nullptr;
         g_beforeRename = nullptr;
         g_lockError = 0;

@@ -1,11 +1,8 @@
 // The container of a ticket's parameters, checked against a standard map, with every allocation counted.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
-#include <limits>
 #include <map>
 #include <new>
 #include <random>
@@ -14,31 +11,7 @@
 #include <vector>
 
 #include "Store/ParameterMap.h"
-
-namespace {
-
-std::size_t g_allocations = 0;
-std::size_t g_liveBytes = 0;
-std::size_t g_allocationsLeft = std::numeric_limits<std::size_t>::max();
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (g_allocationsLeft == 0) throw std::bad_alloc();
-    --g_allocationsLeft;
-    void* const room = std::malloc(size);
-    if (!room) throw std::bad_alloc();
-    ++g_allocations;
-    g_liveBytes += malloc_usable_size(room);
-    return room;
-}
-void operator delete(void* room) noexcept {
-    if (room) g_liveBytes -= malloc_usable_size(room);
-    std::free(room);
-}
-void operator delete(void* room, std::size_t) noexcept {
-    operator delete(room);
-}
+#include "support/FailingAllocations.h"
 
 namespace {
 
@@ -59,6 +32,17 @@ class VALUE {
     unsigned char m_tag = 0;  // followed by padding, as in a ticket's value
 };
 int VALUE::s_living = 0;
+
+// Whether `action` runs out of memory if so many allocations succeed.
+template <typename ACTION>
+bool IsOutOfMemory(int granted, ACTION const& action) {
+    try {
+        allocations::With(granted, action);
+        return false;
+    } catch (std::bad_alloc const&) {
+        return true;
+    }
+}
 
 using MAP = PARAMETER_MAP<VALUE>;
 using MODEL = std::map<std::string, int>;
@@ -288,7 +272,7 @@ TEST(ParameterMap, ValuesAndKeysStayWhereTheyAreUntilTheirKeyIsErased) {
 
 TEST(ParameterMap, HoldsKeysOfAMegabyte) {
     constexpr std::size_t LENGTH = 1 << 20;
-    std::size_t const before = g_liveBytes;
+    std::size_t const before = allocations::t_heldBytes;
     MAP map;
     std::string key(LENGTH, 'x');
     for (char c = 'a'; c <= 'z'; ++c) {
@@ -302,7 +286,7 @@ TEST(ParameterMap, HoldsKeysOfAMegabyte) {
             ASSERT_TRUE(map.Erase(key));
         }
     }
-    EXPECT_LT(g_liveBytes - before, 15 * LENGTH);  // the memory of large keys is freed at once
+    EXPECT_LT(allocations::t_heldBytes - before, 15 * LENGTH);  // the memory of large keys is freed at once
     for (char c = 'a'; c <= 'z'; ++c) {
         key.back() = c;
         map.FindOrInsert(key) = VALUE(-c);
@@ -426,39 +410,39 @@ TEST(ParameterMap, LooksUpWithoutAllocating) {
     for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
     std::string const present = KeyNumber(500);
     std::string const absent(100, 'x');
-    std::size_t const before = g_allocations;
-    EXPECT_NE(map.Find(present), nullptr);
-    EXPECT_EQ(map.Find(absent), nullptr);
-    map.FindOrInsert(present);
-    EXPECT_TRUE(map.After(present));
-    for (auto position = map.First(); position; position = map.Next(position)) {
-    }
-    EXPECT_EQ(g_allocations, before);
+    allocations::With(0, [&] {
+        EXPECT_NE(map.Find(present), nullptr);
+        EXPECT_EQ(map.Find(absent), nullptr);
+        map.FindOrInsert(present);
+        EXPECT_TRUE(map.After(present));
+        for (auto position = map.First(); position; position = map.Next(position)) {
+        }
+    });
 }
 
 TEST(ParameterMap, UsesTheRoomOfErasedKeysAgain) {
     MAP map;
     auto const numbers = ShuffledNumbers(10000);
     for (int const number : numbers) map.FindOrInsert(KeyNumber(number));
-    std::size_t const filled = g_liveBytes;
+    std::size_t const filled = allocations::t_heldBytes;
     for (int round = 0; round < 10; ++round) {
         for (int const number : numbers) {
             if (number % 10 != round) map.Erase(KeyNumber(number));
         }
         for (int const number : numbers) map.FindOrInsert(KeyNumber(number));
     }
-    EXPECT_LT(g_liveBytes, filled + filled / 4);  // pages of the index may be less full than before
+    EXPECT_LT(allocations::t_heldBytes, filled + filled / 4);  // pages of the index may be less full than before
 }
 
 TEST(ParameterMap, GivesAllMemoryBackWhenItBecomesEmpty) {
     MAP map;
-    std::size_t const before = g_liveBytes;
+    std::size_t const before = allocations::t_heldBytes;
     for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
     for (int number = 0; number < 1000; ++number) map.Erase(KeyNumber(number));
-    EXPECT_EQ(g_liveBytes, before);
+    EXPECT_EQ(allocations::t_heldBytes, before);
     for (int number = 0; number < 1000; ++number) map.FindOrInsert(KeyNumber(number));
     map.Clear();
-    EXPECT_EQ(g_liveBytes, before);
+    EXPECT_EQ(allocations::t_heldBytes, before);
     EXPECT_EQ(VALUE::Living(), 0);
 }
 
@@ -469,15 +453,8 @@ TEST(ParameterMap, IsUnchangedWhenMemoryEndsDuringAnInsertion) {
     MAP map;
     int failures = 0;
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        for (std::size_t allowed = 0;; ++allowed) {
-            g_allocationsLeft = allowed;
-            bool failed = false;
-            try {
-                map.FindOrInsert(keys[i]) = VALUE(static_cast<int>(i));
-            } catch (std::bad_alloc const&) {
-                failed = true;
-            }
-            g_allocationsLeft = std::numeric_limits<std::size_t>::max();
+        for (int allowed = 0;; ++allowed) {
+            bool const failed = IsOutOfMemory(allowed, [&] { map.FindOrInsert(keys[i]) = VALUE(static_cast<int>(i)); });
             if (!failed) break;
             ++failures;
             ASSERT_EQ(map.Find(keys[i]), nullptr);
@@ -657,15 +634,8 @@ TEST(KeyIndex, IsUnchangedWhenThereIsNoMemoryForAnotherSecret) {
     };
     for (KEY_INDEX::ID id = 1;; ++id) {
         keys.push_back(KeyNumber(static_cast<int>(id)));
-        g_allocationsLeft = 0;
-        bool failed = false;
         bool changed = false;
-        try {
-            changed = index.Reserve(1, keyOf);
-        } catch (std::bad_alloc const&) {
-            failed = true;
-        }
-        g_allocationsLeft = std::numeric_limits<std::size_t>::max();
+        bool const failed = IsOutOfMemory(0, [&] { changed = index.Reserve(1, keyOf); });
         if (failed) {
             for (KEY_INDEX::ID known = 1; known < id; ++known) ASSERT_TRUE(holds(7, known));
             changed = index.Reserve(1, keyOf);

@@ -1,6 +1,5 @@
 // Objects with a thread of their own. Thread creation is replaced by a function that can fail, return late, and delay
 // the new thread.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 
 #include "ConfigurationControl/ThreadBase.h"
 #include "support/FailingAllocations.h"
+#include "support/NextFunction.h"
 
 namespace {
 
@@ -25,11 +25,6 @@ std::atomic<int> g_created{0};
 std::atomic<int> g_ended{0};
 std::atomic<int> g_detached{0};
 std::shared_future<void> g_heldBack;  // if valid, new threads wait for it before they run
-
-template <typename FUNCTION>
-FUNCTION* Next(char const* name) {
-    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
-}
 
 // The function that a new thread runs. It counts the thread's end, also by cancellation.
 struct ENTRANCE {
@@ -52,8 +47,7 @@ struct ENTRANCE {
 
 extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*routine)(void*),
                               void* argument) noexcept {
-    using CREATE = int(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*);
-    static auto* const next = Next<CREATE>("pthread_create");
+    static auto* const next = NextFunction<decltype(&pthread_create)>("pthread_create");
     if (g_creationFails) return EAGAIN;
     ++g_created;
     int const result = next(thread, attributes, ENTRANCE::Enter, new ENTRANCE{g_heldBack, routine, argument});
@@ -62,7 +56,7 @@ extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attribute
 }
 
 extern "C" int pthread_detach(pthread_t thread) noexcept {
-    static auto* const next = Next<int(pthread_t)>("pthread_detach");
+    static auto* const next = NextFunction<decltype(&pthread_detach)>("pthread_detach");
     ++g_detached;
     return next(thread);
 }

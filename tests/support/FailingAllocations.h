@@ -2,13 +2,14 @@
 // its relatives. Include it in one source of a program.
 #pragma once
 
-#include <dlfcn.h>
+#include <malloc.h>
 #include <sys/mman.h>
 
 #include <cstddef>
 #include <cstdlib>
 #include <new>
 
+#include "NextFunction.h"
 #include "Sanitizers.h"
 
 namespace allocations {
@@ -19,8 +20,9 @@ inline thread_local int t_left = UNLIMITED;
 inline thread_local int t_failures = UNLIMITED;
 // The number of failed allocations since With began.
 inline thread_local int t_failed = 0;
-// The number of blocks that this thread has allocated and not freed.
+// The number of blocks that this thread has allocated and not freed, and their bytes.
 inline thread_local long t_held = 0;
+inline thread_local std::size_t t_heldBytes = 0;
 
 // Counts an allocation; false if it must fail.
 inline bool IsGranted() {
@@ -36,8 +38,16 @@ inline bool IsGranted() {
 }
 
 inline void* Held(void* memory) {
-    if (memory != nullptr) ++t_held;
+    if (memory == nullptr) return nullptr;
+    ++t_held;
+    t_heldBytes += malloc_usable_size(memory);
     return memory;
+}
+
+inline void Release(void* memory) {
+    if (memory == nullptr) return;
+    --t_held;
+    t_heldBytes -= malloc_usable_size(memory);
 }
 
 inline void* New(std::size_t size, std::size_t alignment);
@@ -63,11 +73,14 @@ void __libc_free(void* memory);
 }
 [[gnu::visibility("default")]] void* realloc(void* memory, std::size_t size) noexcept {
     if (!allocations::IsGranted()) return nullptr;
+    std::size_t const before = malloc_usable_size(memory);
     void* const moved = __libc_realloc(memory, size);
-    return memory == nullptr ? allocations::Held(moved) : moved;
+    if (memory == nullptr || moved == nullptr) return allocations::Held(moved);
+    allocations::t_heldBytes += malloc_usable_size(moved) - before;
+    return moved;
 }
 [[gnu::visibility("default")]] void free(void* memory) noexcept {
-    if (memory != nullptr) --allocations::t_held;
+    allocations::Release(memory);
     __libc_free(memory);
 }
 }
@@ -93,7 +106,7 @@ inline void* allocations::New(std::size_t size, std::size_t alignment) {
 }
 
 inline void allocations::Delete(void* memory) noexcept {
-    if (memory != nullptr) --t_held;
+    Release(memory);
     std::free(memory);
 }
 
@@ -102,8 +115,7 @@ inline void allocations::Delete(void* memory) noexcept {
 extern "C" {
 
 void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
-    using FUNCTION = void* (*)(void*, std::size_t, int, int, int, off_t);
-    static auto const next = reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, "mmap"));
+    static auto const next = NextFunction<decltype(&mmap)>("mmap");
     return allocations::IsGranted() ? next(address, size, protection, flags, file, offset) : MAP_FAILED;
 }
 

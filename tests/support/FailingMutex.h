@@ -2,11 +2,12 @@
 // source of a program.
 #pragma once
 
-#include <dlfcn.h>
 #include <pthread.h>
 
 #include <atomic>
 #include <cerrno>
+
+#include "NextFunction.h"
 
 namespace mutexes {
 
@@ -24,15 +25,10 @@ inline void Count(pthread_mutex_t* mutex) {
     g_counted = mutex;
 }
 
-template <typename FUNCTION>
-FUNCTION* Next(char const* name) {
-    return reinterpret_cast<FUNCTION*>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace mutexes
 
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-    static auto* const next = mutexes::Next<int(pthread_mutex_t*)>("pthread_mutex_lock");
+    static auto* const next = NextFunction<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
     if (mutex == mutexes::g_failing) return EINVAL;
     bool const isCounted = mutex == mutexes::g_counted;
     if (isCounted) ++mutexes::g_waits;
@@ -42,7 +38,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
 }
 
 extern "C" int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
-    static auto* const next = mutexes::Next<int(pthread_mutex_t*)>("pthread_mutex_trylock");
+    static auto* const next = NextFunction<int (*)(pthread_mutex_t*)>("pthread_mutex_trylock");
     if (mutex == mutexes::g_failing) return EINVAL;
     int const result = next(mutex);
     if (mutex == mutexes::g_counted) ++(result == 0 ? mutexes::g_taken : mutexes::g_triedInVain);
@@ -50,6 +46,6 @@ extern "C" int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
 }
 
 extern "C" int pthread_mutex_init(pthread_mutex_t* mutex, pthread_mutexattr_t const* attributes) noexcept {
-    static auto* const next = mutexes::Next<int(pthread_mutex_t*, pthread_mutexattr_t const*)>("pthread_mutex_init");
+    static auto* const next = NextFunction<int (*)(pthread_mutex_t*, pthread_mutexattr_t const*)>("pthread_mutex_init");
     return mutexes::g_initFails ? ENOMEM : next(mutex, attributes);
 }

@@ -1,8 +1,7 @@
-// Makes system calls fail. Replaces the calls that loads and saves make by forwarders that can fail. Include it in one
-// source of a program.
+// Makes system calls fail. Replaces the calls that loads and saves make by forwarders that can fail, and that can call
+// a function of the test before. Include it in one source of a program.
 #pragma once
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,8 +13,13 @@
 #include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
+
+#include "NextFunction.h"
 
 namespace system_calls {
 
@@ -38,10 +42,26 @@ struct STATE {
 };
 inline STATE g_state;
 
+// If it is set, it is called before each call while no fault is armed: with the kind of the call, and with the path if
+// that is the first argument, otherwise "". Returns the errno of a call that must fail; 0 lets the call happen.
+inline std::function<int(std::string_view kind, char const* path)> g_before;
+
+template <typename FIRST, typename... OTHERS>
+char const* PathOf(FIRST const& first, OTHERS const&...) {
+    if constexpr (std::is_convertible_v<FIRST, char const*>)
+        return first;
+    else
+        return "";
+}
+
 // Counts a call; true, with errno set, if it must fail.
-inline bool Fails(char const* kind) {
+inline bool Fails(char const* kind, char const* path = "") {
     STATE& state = g_state;
-    if (!state.isArmed) return false;
+    if (!state.isArmed) {
+        int const error = g_before ? g_before(kind, path) : 0;
+        if (error != 0) errno = error;
+        return error != 0;
+    }
     int const number = static_cast<int>(state.calls.size());
     state.calls.emplace_back(kind);
     FAULT const& fault = state.fault;
@@ -66,20 +86,16 @@ STATE With(FAULT const& fault, ACTION const& action) {
     return g_state;
 }
 
-template <typename FUNCTION>
-FUNCTION Next(char const* name) {
-    return reinterpret_cast<FUNCTION>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace system_calls
 
 // Each function has its own C++ name and gets its symbol by __asm__: the system's headers define inline functions of
 // some of these names.
-#define FAILING_SYSTEM_CALL(result, name, parameters, arguments)                      \
-    extern "C" [[gnu::used]] result failing_##name parameters __asm__(#name);         \
-    result failing_##name parameters {                                                \
-        static auto const next = system_calls::Next<result(*) parameters>(#name);     \
-        return system_calls::Fails(#name) ? static_cast<result>(-1) : next arguments; \
+#define FAILING_SYSTEM_CALL(result, name, parameters, arguments)                       \
+    extern "C" [[gnu::used]] result failing_##name parameters __asm__(#name);          \
+    result failing_##name parameters {                                                 \
+        static auto const next = NextFunction<result(*) parameters>(#name);            \
+        bool const fails = system_calls::Fails(#name, system_calls::PathOf arguments); \
+        return fails ? static_cast<result>(-1) : next arguments;                       \
     }
 
 FAILING_SYSTEM_CALL(int, fstat, (int file, struct stat* found), (file, found))
@@ -112,17 +128,17 @@ extern "C" {
 
 [[gnu::used]] int failing_open(char const* name, int flags, ...) __asm__("open");
 int failing_open(char const* name, int flags, ...) {
-    static auto const next = system_calls::Next<int (*)(char const*, int, ...)>("open");
+    static auto const next = NextFunction<int (*)(char const*, int, ...)>("open");
     std::va_list more;
     va_start(more, flags);
     mode_t const mode = flags & O_CREAT ? va_arg(more, mode_t) : 0;
     va_end(more);
-    return system_calls::Fails("open") ? -1 : next(name, flags, mode);
+    return system_calls::Fails("open", name) ? -1 : next(name, flags, mode);
 }
 
 [[gnu::used]] int failing_fcntl(int file, int command, ...) __asm__("fcntl");
 int failing_fcntl(int file, int command, ...) {
-    static auto const next = system_calls::Next<int (*)(int, int, ...)>("fcntl");
+    static auto const next = NextFunction<int (*)(int, int, ...)>("fcntl");
     std::va_list more;
     va_start(more, command);
     void* const argument = va_arg(more, void*);
@@ -133,7 +149,7 @@ int failing_fcntl(int file, int command, ...) {
 // While a fault is armed, nothing is flushed: no test here is about power loss.
 [[gnu::used]] int failing_fsync(int file) __asm__("fsync");
 int failing_fsync(int file) {
-    static auto const next = system_calls::Next<int (*)(int)>("fsync");
+    static auto const next = NextFunction<int (*)(int)>("fsync");
     if (!system_calls::g_state.isArmed) return next(file);
     return system_calls::Fails("fsync") ? -1 : 0;
 }
@@ -141,7 +157,7 @@ int failing_fsync(int file) {
 // Closes the descriptor even when it reports an error, as Linux does.
 [[gnu::used]] int failing_close(int file) __asm__("close");
 int failing_close(int file) {
-    static auto const next = system_calls::Next<int (*)(int)>("close");
+    static auto const next = NextFunction<int (*)(int)>("close");
     bool const fails = system_calls::Fails("close");
     int const error = errno;
     int const result = next(file);
