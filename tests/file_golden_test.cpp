@@ -12,8 +12,8 @@
 #include "Format/Reader.h"
 #include "Format/TreeWriter.h"
 #include "TicketImpSNode.h"
+#include "support/FileText.h"
 #include "support/HostileLocale.h"
-#include "support/TicketText.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ class Store {
         auto const set = [](void* node, std::string_view key, PARAM_TYPE type, void const* value, int index) -> int {
             return static_cast<clTICKETNODE*>(node)->SetParameter(key, type, value, index);
         };
-        return TicketText::Read(text, set, &m_node);
+        return FileText::Read(text, set, &m_node);
     }
 
     std::string Write() {
@@ -127,7 +127,7 @@ TEST(TicketFileGolden, EveryTypeIsWrittenAlikeUnderAnyLocale) {
 
 TEST(TicketFileGolden, EveryTypeIsReadBackUnderAnyLocale) {
     HostileLocale const locale;
-    auto const [result, values] = TicketText::Read(Golden("every_type.xml"));
+    auto const [result, values] = FileText::Read(Golden("every_type.xml"));
     EXPECT_EQ(result.reading, READING::DONE);
     EXPECT_THAT(values, testing::ElementsAreArray({
                             "anonymous/Nameless 4 no component before the slash",

@@ -16,10 +16,10 @@
 
 #include "Format/OddNames.h"
 #include "Format/Wildcard.h"
+#include "support/FileText.h"
 #include "support/FileTickets.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"
-#include "support/TicketText.h"
 
 // Skip the flush: no test here is about power loss, and thousands of flushes take minutes on a busy machine.
 extern "C" int fsync(int /*file*/) {
@@ -75,7 +75,7 @@ using KeyRoundTrip = AnyNames;
 
 // The values of these lines below the root when any names are allowed; "unreadable" if they cannot be read.
 std::vector<std::string> Read(std::string const& lines) {
-    TicketText const result = TicketText::ReadAnyNames(TicketText::Framed(lines));
+    FileText const result = FileText::ReadAnyNames(FileText::Framed(lines));
     return result.Parsed() ? result.values : std::vector<std::string>{"unreadable"};
 }
 
@@ -301,8 +301,8 @@ TEST(LineOfAnyName, IsChangedOnlyWhereTheParserDoesNotKnowTheName) {
 
 TEST(LineOfAnyName, TextThatIsEmptyOrCutIsUnreadable) {
     for (std::string const text : {"", "<", "<1", "<1>", "\n", "<!--", "<?", "<![CDATA[", "\xEF\xBB\xBF"})
-        EXPECT_FALSE(TicketText::ReadAnyNames(text).Parsed()) << text;
-    EXPECT_TRUE(TicketText::ReadAnyNames("\xEF\xBB\xBF<ticket>\n<1>\n</1>\n</ticket>").Parsed());
+        EXPECT_FALSE(FileText::ReadAnyNames(text).Parsed()) << text;
+    EXPECT_TRUE(FileText::ReadAnyNames("\xEF\xBB\xBF<ticket>\n<1>\n</1>\n</ticket>").Parsed());
 }
 
 // Size
@@ -320,7 +320,7 @@ TEST(LargeFileOfAnyNames, NestingThatWouldFillTheMemoryWithKeysIsUnreadable) {
     RunOnSmallStack([] {
         constexpr std::size_t DEPTH = 200000;
         std::string const text = Repeated("<1 type=\"int\">\n1\n", DEPTH) + Repeated("</1>\n", DEPTH);
-        EXPECT_EQ(TicketText::ReadAnyNames(text).result.reading, READING::OUT_OF_PROPORTION);
+        EXPECT_EQ(FileText::ReadAnyNames(text).result.reading, READING::OUT_OF_PROPORTION);
     });
 }
 
@@ -336,7 +336,7 @@ TEST(LargeFileOfAnyNames, HostileTextsTakeNoMoreTimeThanTheirLength) {
         TICKET_NAMES::Replace(text, copy.data());
         TICKET_NAMES::Restore(text, copy.data());
         EXPECT_TRUE(copy == text);
-        EXPECT_FALSE(TicketText::ReadAnyNames("<ticket>\n" + text).Parsed());
+        EXPECT_FALSE(FileText::ReadAnyNames("<ticket>\n" + text).Parsed());
     }
 }
 
@@ -412,7 +412,7 @@ std::vector<std::string> Corpus(RANDOM& random, std::size_t size) {
     while (corpus.size() < size) {
         bool const isGolden = random() % 4 == 0;
         std::string const lines = random() % 16 ? "\n" : "\n<1 type=\"int\">1</1>\n<a b>\n</a b>\n";
-        std::string const text = isGolden ? Pick(random, golden) : TicketText::Framed(Document(random) + lines);
+        std::string const text = isGolden ? Pick(random, golden) : FileText::Framed(Document(random) + lines);
         corpus.push_back(Mutated(random, text));
     }
     return corpus;
@@ -426,8 +426,8 @@ struct FIRST_ATTEMPT {
             auto const* const target = static_cast<STICKET_ACCESS const*>(access);
             return target->SetParameter(target->pTicket, key.data(), type, value, index);
         };
-        parsed = TicketText::ReadXmlNames(text, set,
-                                          const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket)));
+        parsed =
+            FileText::ReadXmlNames(text, set, const_cast<STICKET_ACCESS*>(static_cast<STICKET_ACCESS const*>(ticket)));
         lines = Contents(ticket);
     }
 
@@ -455,7 +455,7 @@ TEST_F(FileThatIsXml, LoadsAsWithoutASecondAttempt) {
             EXPECT_EQ(Contents(ticket), first.lines) << text;
             ++outcomes[first.lines.empty() ? "without values" : "with values"];
         } else {
-            bool const second = TicketText::ReadAnyNames(text).Parsed();
+            bool const second = FileText::ReadAnyNames(text).Parsed();
             EXPECT_TRUE(second || Contents(ticket).empty()) << text;
             ++outcomes[second ? "second attempt" : "unreadable"];
         }
@@ -470,9 +470,9 @@ TEST_F(FileThatIsXml, WouldReadTheSameInASecondAttempt) {
     int compared = 0;
     for (std::string const& text : Corpus(random, 4 * Rounds())) {
         if (HasBlanksInTags(text)) continue;
-        TicketText const first = TicketText::ReadXmlNames(text);
+        FileText const first = FileText::ReadXmlNames(text);
         if (!first.Parsed()) continue;
-        TicketText const second = TicketText::ReadAnyNames(text);
+        FileText const second = FileText::ReadAnyNames(text);
         EXPECT_TRUE(second.Parsed()) << text;
         EXPECT_EQ(second.values, first.values) << text;
         ++compared;
@@ -524,19 +524,19 @@ TEST_F(AnyNames, ThatLookLikeMarkupAreNoneWhereSomebodyElsePutMarkup) {
          {"<!-- note -->\n", "<?pi x?>\n", "\t<?a type=\"int\"?>\n", "<!--\n\t<?a type=\"int\">1</?a>\n-->\n",
           "<?pi\n\t</?a>\n?>\n", "<![CDATA[\n\t<!x type=\"int\">1</!x>\n]]>\n", "<?a x>\n<c/>\n?>\n",
           "<!--a/>\n\t<c type=\"int\">1</c>\n-->\n", "<!--a/>\n\t<c/>-->\n", "<!--a/>\n<!--c/>\n-->\n"}) {
-        std::string const text = TicketText::Framed(markup + leaf);
-        TicketText const read = TicketText::Read(text);
+        std::string const text = FileText::Framed(markup + leaf);
+        FileText const read = FileText::Read(text);
         EXPECT_EQ(read.result.reading, READING::DONE) << text;
-        EXPECT_EQ(read.values, TicketText::ReadXmlNames(text).values) << text;
+        EXPECT_EQ(read.values, FileText::ReadXmlNames(text).values) << text;
         EXPECT_THAT(read.values, ElementsAre("b 2 2")) << text;
     }
 }
 
 // The second attempt fails at the bare "<"; the first attempt takes it for part of an instruction.
 TEST_F(AnyNames, ThatSwallowWhatCannotBeReadLeaveTheFileToBeKept) {
-    std::string const text = TicketText::Framed(
+    std::string const text = FileText::Framed(
         "\t<?a type=\"int\">1</?a>\n\t<c d < e>\n\t<z? type=\"int\">1</z?>\n\t<b type=\"int\">2</b>\n");
-    TicketText const read = TicketText::Read(text);
+    FileText const read = FileText::Read(text);
     EXPECT_EQ(read.result.reading, READING::IN_PART);
     EXPECT_THAT(read.values, ElementsAre("b 2 2"));
 }

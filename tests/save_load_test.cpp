@@ -15,9 +15,9 @@
 #include "Format/KeyLimit.h"
 #include "Format/StreamWriter.h"
 #include "Format/TreeWriter.h"
+#include "support/FileText.h"
 #include "support/FileTickets.h"
 #include "support/Repeated.h"
-#include "support/TicketText.h"
 
 // Skip the flush: no test here is about power loss.
 extern "C" int fsync(int /*file*/) {
@@ -87,7 +87,7 @@ int CountOne(void* count, std::string_view /*key*/, PARAM_TYPE /*type*/, void co
 // How many values the text sets; nothing if a load refuses it.
 std::optional<std::size_t> Loaded(std::string const& text) {
     std::size_t count = 0;
-    if (!TicketText::Read(text, &CountOne, &count)) return std::nullopt;
+    if (!FileText::Read(text, &CountOne, &count)) return std::nullopt;
     return count;
 }
 

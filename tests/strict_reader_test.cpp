@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "Format/StrictReader.h"
+#include "support/FileText.h"
 #include "support/Files.h"
 #include "support/Repeated.h"
 #include "support/ScratchDirectory.h"
-#include "support/TicketText.h"
 #include "support/Tickets.h"
 
 namespace {
@@ -41,15 +41,15 @@ STRICT_RESULT ReadStrictly(std::string const& text) {
 }
 
 void ExpectSameAsByXml(std::string const& text) {
-    TicketText const byXml = TicketText::ReadByXml(text);
-    TicketText const read = TicketText::Read(text);
+    FileText const byXml = FileText::ReadByXml(text);
+    FileText const read = FileText::Read(text);
     EXPECT_EQ(read.result.reading, byXml.result.reading) << text;
     EXPECT_EQ(read.values, byXml.values) << text;
 }
 
 // These lines between two ordinary leaves, in a file as a save writes it.
 std::string Around(std::string const& lines) {
-    return TicketText::Framed("\t<_ type=\"int\">0</_>\n" + lines + "\t<z type=\"int\">9</z>\n");
+    return FileText::Framed("\t<_ type=\"int\">0</_>\n" + lines + "\t<z type=\"int\">9</z>\n");
 }
 
 // Expects the strict reader to stop at the first of these lines.
@@ -206,7 +206,7 @@ TEST(StrictReader, StopsAtAnotherHead) {
 }
 
 TEST(StrictReader, StopsAtAnotherEnd) {
-    std::string const whole = TicketText::Framed("\t<a type=\"int\">1</a>\n");
+    std::string const whole = FileText::Framed("\t<a type=\"int\">1</a>\n");
     EXPECT_EQ(ReadStrictly(whole).end, END::WHOLE);
     for (std::string const& behind : TEXTS{"\n"s, " "s, "\0"s, "\0<x>"s, "x"s, "x\n"s, "<b/>"s, "<!-- c -->\n"s, whole,
                                            "</ticket>\n"s, "<ticket>\n</ticket>\n"s, "\t<a type=\"int\">1</a>\n"s}) {
@@ -223,10 +223,10 @@ TEST(StrictReader, ReadsLinesThatLieAcrossTheEndsOfItsBuffer) {
     std::string const text =
         Around("\t<abc>\n\t\t<a-name type=\"string\">a text \\x41 with &amp; more</a-name>\n\t</abc>\n" +
                Leaf("b", std::string(100, 'x')) + Leaf("c", "\\xC3\\xA4") + Leaf("d", "-1", "int"));
-    TicketText const whole = TicketText::ReadByXml(text);
+    FileText const whole = FileText::ReadByXml(text);
     for (std::size_t told = 0; told <= text.size(); ++told) {
         TOLD_SOURCE source(text, told);
-        EXPECT_EQ(TicketText::Read(source).values, whole.values) << told;
+        EXPECT_EQ(FileText::Read(source).values, whole.values) << told;
     }
 }
 
@@ -258,7 +258,7 @@ TEST(StrictReader, ReadsFilesOfManyBuffersWhereverTheyStopBeingOurs) {
 
 TEST(StrictReader, ConvertsEachTextOnceInTheOrderOfTheFile) {
     for (std::string const& odd : TEXTS{""s, Leaf("&", "odd"), "<!-- note -->"s, Leaf("x", "&amp;")}) {
-        TicketText const read = TicketText::Read(Around(Leaf("a", "1") + Leaf("b", "2") + odd + Leaf("c", "3")));
+        FileText const read = FileText::Read(Around(Leaf("a", "1") + Leaf("b", "2") + odd + Leaf("c", "3")));
         EXPECT_TRUE(read.Parsed());
         EXPECT_EQ(std::count(read.values.begin(), read.values.end(), "a 4 1"), 1);
         EXPECT_EQ(std::count(read.values.begin(), read.values.end(), "c 4 3"), 1);
@@ -289,7 +289,7 @@ TEST(StrictReader, PassesOverKeysThatAreNotWantedInBothReaders) {
 TEST(StrictReader, ChargesKeysOnceAcrossBothReaders) {
     std::string const name(65000, 'n');
     auto const file = [&](std::string const& elements, std::string const& end) {
-        return TicketText::Framed("\t<" + name + ">\n" + elements + "\t</" + name + ">\n" + end);
+        return FileText::Framed("\t<" + name + ">\n" + elements + "\t</" + name + ">\n" + end);
     };
     auto const read = [](std::string const& text) {
         std::size_t count = 0;
@@ -317,7 +317,7 @@ TEST(StrictReader, ChargesKeysOnceAcrossBothReaders) {
 
 TEST(StrictReader, TellsWhenItsSourceFails) {
     struct FAILING final : FILE_SOURCE {
-        std::string text = TicketText::Framed("\t<a type=\"int\">1</a>\n\t<b type=\"int\">2</b>\n");
+        std::string text = FileText::Framed("\t<a type=\"int\">1</a>\n\t<b type=\"int\">2</b>\n");
         int granted = 0;
         std::size_t Size() const override { return 20; }
         std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
@@ -331,7 +331,7 @@ TEST(StrictReader, TellsWhenItsSourceFails) {
             FAILING source;
             source.granted = granted;
             if (!isOurs) source.text += "<!-- note -->";
-            TicketText const read = TicketText::Read(source);
+            FileText const read = FileText::Read(source);
             if (read.Parsed()) {
                 EXPECT_THAT(read.values, ElementsAre("a 2 1", "b 2 2"));
                 break;
@@ -345,7 +345,7 @@ TEST(StrictReader, TellsWhenItsSourceFails) {
 
 TEST(StrictReader, StartsOverWhenTheFileChangesMeanwhile) {
     struct CHANGING final : FILE_SOURCE {
-        std::string text = TicketText::Framed("\t<a type=\"int\">1</a>\n\t<b type=\"int\">2</b>\n");
+        std::string text = FileText::Framed("\t<a type=\"int\">1</a>\n\t<b type=\"int\">2</b>\n");
         std::string next;
         std::size_t readsBefore = 0;
         bool hasChanged = false;
@@ -363,10 +363,10 @@ TEST(StrictReader, StartsOverWhenTheFileChangesMeanwhile) {
         for (std::size_t reads = 0; reads < 8; ++reads) {
             CHANGING source;
             source.readsBefore = reads;
-            source.next = TicketText::Framed(Leaf("c", "a text that is longer than the other", "string") + odd +
-                                             "\t<d type=\"int\">4</d>\n\t<e type=\"int\">5</e>\n");
+            source.next = FileText::Framed(Leaf("c", "a text that is longer than the other", "string") + odd +
+                                           "\t<d type=\"int\">4</d>\n\t<e type=\"int\">5</e>\n");
             source.text.insert(source.text.size() - 10, odd);
-            TicketText const read = TicketText::Read(source);
+            FileText const read = FileText::Read(source);
             EXPECT_EQ(read.result.reading, READING::DONE);
             if (source.readsBefore < 8) continue;  // the reader did not get as far as the change
             EXPECT_THAT(read.values, ElementsAre("c 4 a text that is longer than the other", "d 2 4", "e 2 5"));
@@ -376,7 +376,7 @@ TEST(StrictReader, StartsOverWhenTheFileChangesMeanwhile) {
 // What was read may be of two versions: no file ever held it.
 TEST(StrictReader, LoadsNothingOfAFileThatNeverStopsChanging) {
     struct RESTLESS final : FILE_SOURCE {
-        std::string const text = TicketText::Framed("\t<a type=\"int\">1</a>\n");
+        std::string const text = FileText::Framed("\t<a type=\"int\">1</a>\n");
         int asked = 0;
         std::size_t Size() const override { return text.size(); }
         std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
@@ -384,13 +384,13 @@ TEST(StrictReader, LoadsNothingOfAFileThatNeverStopsChanging) {
         }
         bool HasChanged() override { return ++asked > 0; }
     } source;
-    EXPECT_THROW(TicketText::Read(source), std::bad_alloc);
+    EXPECT_THROW(FileText::Read(source), std::bad_alloc);
     EXPECT_EQ(source.asked, 4);
 }
 
 TEST(StrictReader, ReadsAFileThatStopsChangingAtTheLastAttempt) {
     struct CALMING final : FILE_SOURCE {
-        std::string const text = TicketText::Framed("\t<a type=\"int\">1</a>\n");
+        std::string const text = FileText::Framed("\t<a type=\"int\">1</a>\n");
         int asked = 0;
         std::size_t Size() const override { return text.size(); }
         std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override {
@@ -398,7 +398,7 @@ TEST(StrictReader, ReadsAFileThatStopsChangingAtTheLastAttempt) {
         }
         bool HasChanged() override { return ++asked < 4; }
     } source;
-    EXPECT_THAT(TicketText::Read(source).values, ElementsAre("a 2 1"));
+    EXPECT_THAT(FileText::Read(source).values, ElementsAre("a 2 1"));
 }
 
 // The same comparison for all available files
@@ -426,7 +426,7 @@ class GENERATOR {
     std::string File() {
         std::string lines;
         Fill(lines, 1);
-        return TicketText::Framed(lines);
+        return FileText::Framed(lines);
     }
 
     std::string Mutated(std::string text) {

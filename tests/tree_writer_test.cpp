@@ -15,10 +15,10 @@
 
 #include "Format/TreeWriter.h"
 #include "Format/Wildcard.h"
+#include "support/FileText.h"
 #include "support/HostileLocale.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"
-#include "support/TicketText.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ class TreeWriter : public testing::Test {
     void Add(std::string_view key, double value) { Add(key, PARAM_DOUBLE, value); }
 
     void ExpectElements(std::string const& elements) const {
-        EXPECT_EQ(m_document.Serialise().View(), TicketText::Framed(elements));
+        EXPECT_EQ(m_document.Serialise().View(), FileText::Framed(elements));
     }
 
     TREE_WRITER m_document{nullptr, &Log};
@@ -248,7 +248,7 @@ TEST_F(TreeWriter, LogsANamelessParentAsASlash) {
 TEST_F(TreeWriter, DoesWithoutALog) {
     TREE_WRITER document(nullptr, nullptr);
     EXPECT_TRUE(document.CreateSubElem("a/", PARAM_STRING, ""));
-    EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a/>\n"));
+    EXPECT_EQ(document.Serialise().View(), FileText::Framed("\t<a/>\n"));
 }
 
 TEST_F(TreeWriter, ComponentsAreWildcardsForTheElementsThatAreThere) {
@@ -275,7 +275,7 @@ TEST_F(TreeWriter, LeavesALeafOfAnUnknownTypeBare) {
     for (PARAM_TYPE const type : {PARAM_NONE, PARAM_POINTER, PARAM_VECTOR, PARAM_UNSIGNED, PARAM_TYPE(10)}) {
         TREE_WRITER document(nullptr, nullptr);
         EXPECT_FALSE(document.CreateSubElem("a", type, &type));
-        EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a/>\n"));
+        EXPECT_EQ(document.Serialise().View(), FileText::Framed("\t<a/>\n"));
     }
 }
 
@@ -301,9 +301,9 @@ TEST_F(TreeWriter, ConvertsEveryTextAndNothingElse) {
     document.CreateSubElem("b", PARAM_STRING, "");
     BIN_STRING const bytes{"y", 1};
     document.CreateSubElem("c", PARAM_BINSTR, &bytes);
-    EXPECT_EQ(document.Serialise().View(), TicketText::Framed("\t<a type=\"string\">\\x3Cx\\x3E</a>\n"
-                                                              "\t<b type=\"string\">\\x3C\\x3E</b>\n"
-                                                              "\t<c type=\"binstr\">y</c>\n"));
+    EXPECT_EQ(document.Serialise().View(), FileText::Framed("\t<a type=\"string\">\\x3Cx\\x3E</a>\n"
+                                                            "\t<b type=\"string\">\\x3C\\x3E</b>\n"
+                                                            "\t<c type=\"binstr\">y</c>\n"));
 }
 
 TEST_F(TreeWriter, LetsAFailingConversionThrough) {
@@ -397,7 +397,7 @@ TEST(TreeWriterDepth, WritesDeepNestingOnASmallStack) {
         for (int depth = 1; depth <= DEPTH; ++depth) elements += std::string(std::size_t(depth), '\t') + "<a>\n";
         elements += std::string(DEPTH + 1, '\t') + "<b type=\"int\">1</b>\n";
         for (int depth = DEPTH; depth >= 1; --depth) elements += std::string(std::size_t(depth), '\t') + "</a>\n";
-        EXPECT_TRUE(document.Serialise().View() == TicketText::Framed(elements));
+        EXPECT_TRUE(document.Serialise().View() == FileText::Framed(elements));
     });
 }
 

@@ -9,10 +9,10 @@
 
 #include "Format/Reader.h"
 #include "Format/TreeWriter.h"
+#include "support/FileText.h"
 #include "support/HostileLocale.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"
-#include "support/TicketText.h"
 
 namespace {
 
@@ -23,8 +23,8 @@ using testing::IsEmpty;
 // The values that these elements below the root set. Some texts have the form that a save writes, so both readers are
 // compared.
 std::vector<std::string> Values(std::string const& elements) {
-    TicketText const result = TicketText::ReadByXml(TicketText::Framed(elements));
-    EXPECT_EQ(TicketText::Read(TicketText::Framed(elements)).values, result.values) << elements;
+    FileText const result = FileText::ReadByXml(FileText::Framed(elements));
+    EXPECT_EQ(FileText::Read(FileText::Framed(elements)).values, result.values) << elements;
     EXPECT_TRUE(result.Parsed()) << elements;
     return result.values;
 }
@@ -36,7 +36,7 @@ std::string Value(std::string const& type, std::string const& text) {
 }
 
 bool IsParsed(std::string const& text) {
-    return TicketText::ReadXmlNames(text).Parsed();
+    return FileText::ReadXmlNames(text).Parsed();
 }
 
 // Counts calls and key bytes without keeping them.
@@ -136,9 +136,9 @@ TEST(TicketReader, LeavesOutEveryAncestorNamedTicket) {
 }
 
 TEST(TicketReader, TakesAnyRoot) {
-    EXPECT_THAT(TicketText::Read("<a><b type=\"int\">1</b></a><c type=\"int\">2</c>").values,
+    EXPECT_THAT(FileText::Read("<a><b type=\"int\">1</b></a><c type=\"int\">2</c>").values,
                 ElementsAre("a/b 2 1", "c 2 2"));
-    EXPECT_THAT(TicketText::Read("<ticket type=\"int\">1</ticket>").values, ElementsAre("ticket 2 1"));
+    EXPECT_THAT(FileText::Read("<ticket type=\"int\">1</ticket>").values, ElementsAre("ticket 2 1"));
 }
 
 TEST(TicketReader, IgnoresWhatIsNoLeafInSilence) {
@@ -162,7 +162,7 @@ TEST(TicketReader, GoesOnAfterAnElementThatStoresNothing) {
 TEST(TicketReader, GoesOnWhateverTheSetFunctionAnswers) {
     TALLY tally;
     std::string text = "<a><b type=\"int\">1</b><c type=\"int\">2</c></a>";
-    EXPECT_TRUE(TicketText::Read(text, &TALLY::Set, &tally));
+    EXPECT_TRUE(FileText::Read(text, &TALLY::Set, &tally));
     EXPECT_EQ(tally.values, 2U);
 }
 
@@ -171,7 +171,7 @@ TEST(TicketReader, LetsAnExceptionOfTheSetFunctionThrough) {
     auto const fail = [](void*, std::string_view, PARAM_TYPE, void const*, int) -> int {
         throw std::runtime_error("no");
     };
-    EXPECT_THROW(TicketText::Read(text, fail, nullptr), std::runtime_error);
+    EXPECT_THROW(FileText::Read(text, fail, nullptr), std::runtime_error);
 }
 
 TEST(TicketReader, IsTheSameUnderAnyLocale) {
@@ -191,11 +191,11 @@ TEST(TicketReader, TellsATextThatIsParsedFromOneThatIsNot) {
 }
 
 TEST(TicketReader, SetsNothingFromATextThatCannotBeParsed) {
-    EXPECT_THAT(TicketText::Read("<ticket><a type=\"int\">1</a><b>").values, IsEmpty());
+    EXPECT_THAT(FileText::Read("<ticket><a type=\"int\">1</a><b>").values, IsEmpty());
 }
 
 READING ReadingOf(std::string const& text) {
-    return TicketText::Read(text).result.reading;
+    return FileText::Read(text).result.reading;
 }
 
 // The parser takes it for an instruction if "?>" follows anywhere.
@@ -203,12 +203,12 @@ TEST(TicketReader, ADeclarationThatEndsLikeAStartTagHoldsElementsToo) {
     for (std::string const& text : {"<?xml version=\"1.0\"><ticket><b>?></b><a type=\"int\">1</a></ticket></xml><x/>"s,
                                     "<?xml type=\"int\"><b>?></b><a type=\"int\">1</a></xml><ticket/>"s,
                                     "<ticket/><?xml a=\"\"><b c=\"?>\"/><a type=\"int\">1</a></xml>"s})
-        EXPECT_THAT(TicketText::Read(text).values, ElementsAre("xml/a 2 1")) << text;
+        EXPECT_THAT(FileText::Read(text).values, ElementsAre("xml/a 2 1")) << text;
 }
 
 TEST(TicketReader, AnEmptyTextHoldsNothing) {
     EXPECT_EQ(ReadingOf(""), READING::DONE);
-    EXPECT_THAT(TicketText::Read("").values, IsEmpty());
+    EXPECT_THAT(FileText::Read("").values, IsEmpty());
 }
 
 TEST(TicketReader, ANulByteEndsTheText) {
@@ -223,10 +223,10 @@ TEST(TicketReader, TellsWhereATextStopsBeingADocument) {
         std::string text;
         std::size_t offset, line, column;
     };
-    std::string const ours = TicketText::Framed("\t<a type=\"int\">1</a>\n\t<1 type=\"int\">2</1>\n\t<b>\n");
+    std::string const ours = FileText::Framed("\t<a type=\"int\">1</a>\n\t<1 type=\"int\">2</1>\n\t<b>\n");
     for (CASE const& c : {CASE{"<ticket>\n<a></b>\n</ticket>", 14, 2, 6}, CASE{"x", 0, 1, 1}, CASE{"<", 0, 1, 1},
                           CASE{"<a/>\n\n< ", 7, 3, 2}, CASE{ours, ours.size() - 8, 6, 3}}) {
-        READ_RESULT const result = TicketText::Read(c.text).result;
+        READ_RESULT const result = FileText::Read(c.text).result;
         EXPECT_EQ(result.reading, READING::NO_DOCUMENT) << c.text;
         EXPECT_EQ(result.offset, c.offset) << c.text;
         EXPECT_EQ(result.line, c.line) << c.text;
@@ -250,8 +250,8 @@ TEST(TicketReader, WhatIsWrittenIsReadBack) {
         std::string text = bytes;
         std::replace(text.begin(), text.end(), '\0', '0');
         document.CreateSubElem("a/b/c", PARAM_STRING, text.c_str());
-        EXPECT_THAT(TicketText::Read(std::string(document.Serialise().View())).values,
-                    ElementsAre("a/b 5 " + TicketText::Printable(bytes), "a/b/c 4 " + TicketText::Printable(text)));
+        EXPECT_THAT(FileText::Read(std::string(document.Serialise().View())).values,
+                    ElementsAre("a/b 5 " + FileText::Printable(bytes), "a/b/c 4 " + FileText::Printable(text)));
     }
 }
 
@@ -259,7 +259,7 @@ TEST(TicketReader, LosesASingleSpaceAtEitherEnd) {
     for (auto const& [text, read] : {std::pair{" a", "a"}, {"a ", "a"}, {" ", ""}, {"  ", " "}, {"  a  ", " a  "}}) {
         TREE_WRITER document(nullptr, nullptr);
         document.CreateSubElem("x", PARAM_STRING, text);
-        EXPECT_THAT(TicketText::Read(std::string(document.Serialise().View())).values, ElementsAre("x 4 "s + read))
+        EXPECT_THAT(FileText::Read(std::string(document.Serialise().View())).values, ElementsAre("x 4 "s + read))
             << '"' << text << '"';
     }
 }
@@ -269,7 +269,7 @@ TEST(TicketReaderDepth, LoadsAMillionNestedElementsOnASmallStack) {
         constexpr int DEPTH = 1000000;
         std::string text = Repeated("<a>", DEPTH) + "<b type=\"int\">1</b>" + Repeated("</a>", DEPTH);
         TALLY tally;
-        EXPECT_TRUE(TicketText::Read(text, &TALLY::Set, &tally));
+        EXPECT_TRUE(FileText::Read(text, &TALLY::Set, &tally));
         EXPECT_EQ(tally.values, 1U);
         EXPECT_EQ(tally.longestKey, 2U * DEPTH + 1U);
     });
@@ -280,7 +280,7 @@ TEST(TicketReaderDepth, RefusesNestingThatWouldFillTheMemoryWithKeys) {
         constexpr int DEPTH = 1000000;
         std::string text = Repeated("<a type=\"int\">1", DEPTH) + Repeated("</a>", DEPTH);
         TALLY tally;
-        EXPECT_FALSE(TicketText::Read(text, &TALLY::Set, &tally));
+        EXPECT_FALSE(FileText::Read(text, &TALLY::Set, &tally));
         EXPECT_LT(tally.longestKey, 64U * 1024U);
     });
 }
@@ -290,7 +290,7 @@ TEST(TicketReaderDepth, ChargesTheKeyOfAVectorOnce) {
     std::string const element = "<a type=\"int\">1</a>\n";
     auto const read = [&](std::string const& elements) {
         TALLY tally;
-        bool const isRead = TicketText::Read("<" + name + ">" + elements + "</" + name + ">", &TALLY::Set, &tally);
+        bool const isRead = FileText::Read("<" + name + ">" + elements + "</" + name + ">", &TALLY::Set, &tally);
         return isRead ? tally.values : 0;
     };
     EXPECT_EQ(read(Repeated(element, 4200)), 4200U);
@@ -303,6 +303,6 @@ TEST(TicketReaderDepth, ChargesTheKeyOfAVectorOnce) {
 TEST(TicketReaderDepth, RefusesUnclosedNestingOnASmallStack) {
     RunOnSmallStack([] {
         std::string text = Repeated("<a>", 1000000);
-        EXPECT_FALSE(TicketText::Read(text, &TALLY::Set, nullptr));
+        EXPECT_FALSE(FileText::Read(text, &TALLY::Set, nullptr));
     });
 }

@@ -7,8 +7,8 @@
 #include <pugixml.hpp>
 #include <string>
 
+#include "../support/FileText.h"
 #include "../support/Files.h"
-#include "../support/TicketText.h"
 #include "../support/Tickets.h"
 #include "ConfigurationControl/StringConversion.h"
 #include "Format/OddNames.h"
@@ -94,7 +94,7 @@ void CheckFirst(std::string const& file, std::string const& content, VALUES cons
         return MustBeSame(Spelled(values), Spelled(TICKET_RULES::LoadedFrom(DOCUMENT_READER::Read(document))),
                           "values");
     }
-    READ_RESULT const result = TicketText::Read(content).result;
+    READ_RESULT const result = FileText::Read(content).result;
     if (parses && result.reading == READING::IN_PART) return CheckKept(file, content, false);
     bool const isRead = result.IsRead();
     CheckKept(file, content, isRead);

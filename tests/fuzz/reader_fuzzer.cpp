@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "../support/TicketText.h"
+#include "../support/FileText.h"
 #include "FuzzInput.h"
 
 namespace {
@@ -20,7 +20,7 @@ std::string Joined(std::vector<std::string> const& values) {
     return all;
 }
 
-void MustBeAsByXml(TicketText const& read, TicketText const& byXml) {
+void MustBeAsByXml(FileText const& read, FileText const& byXml) {
     MUST_HOLD(read.result.reading == byXml.result.reading);
     MustBeSame(Joined(read.values), Joined(byXml.values), "values");
 }
@@ -43,13 +43,13 @@ struct EVERY_OTHER {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string const text(reinterpret_cast<char const*>(data), size);
-    TicketText const byXml = TicketText::ReadByXml(text);
-    MustBeAsByXml(TicketText::Read(text), byXml);
-    if (text.find('\0') == std::string::npos) MUST_HOLD(TicketText::Read(text).result.offset == byXml.result.offset);
+    FileText const byXml = FileText::ReadByXml(text);
+    MustBeAsByXml(FileText::Read(text), byXml);
+    if (text.find('\0') == std::string::npos) MUST_HOLD(FileText::Read(text).result.offset == byXml.result.offset);
     for (std::size_t const told : {std::size_t{0}, size / 3, size - size / 4}) {
         TOLD_SOURCE source(text, told);
         // After a NUL the parser looks at the last byte of the text, so the source must report the true size.
-        if (text.find('\0') == std::string::npos) MustBeAsByXml(TicketText::Read(source), byXml);
+        if (text.find('\0') == std::string::npos) MustBeAsByXml(FileText::Read(source), byXml);
     }
     EVERY_OTHER wanted;
     EVERY_OTHER wantedByXml;

@@ -41,38 +41,38 @@ class TOLD_SOURCE final : public FILE_SOURCE {
 
 // One line for each call of the set function: key, type number and value, for instance "a/b 2 42". Unprintable bytes
 // are hexadecimal numbers in braces.
-struct TicketText {
+struct FileText {
     READ_RESULT result;
     std::vector<std::string> values;
 
     bool Parsed() const { return result.IsRead(); }
 
-    static TicketText Read(std::string const& text) {
+    static FileText Read(std::string const& text) {
         TEXT_SOURCE source(text);
         return Read(source);
     }
 
-    static TicketText Read(FILE_SOURCE& source) {
-        TicketText all{};
+    static FileText Read(FILE_SOURCE& source) {
+        FileText all{};
         all.result = ReadTicket(source, all.Receiver());
         return all;
     }
 
     // Reads by the XML library alone.
-    static TicketText ReadByXml(std::string const& text) {
-        TicketText all{};
+    static FileText ReadByXml(std::string const& text) {
+        FileText all{};
         all.result = ReadDocument(text, all.Receiver());
         return all;
     }
 
     // Reads by one of its two attempts alone.
-    static TicketText ReadXmlNames(std::string const& text) {
-        TicketText all{};
+    static FileText ReadXmlNames(std::string const& text) {
+        FileText all{};
         all.ReadAs(text, PARSED_TEXT::NAMES::OF_XML);
         return all;
     }
-    static TicketText ReadAnyNames(std::string const& text) {
-        TicketText all{};
+    static FileText ReadAnyNames(std::string const& text) {
+        FileText all{};
         all.ReadAs(text, PARSED_TEXT::NAMES::ANY);
         return all;
     }
@@ -110,13 +110,13 @@ struct TicketText {
     }
 
     LEAF_RECEIVER Receiver() {
-        return {&Set, this, nullptr, [](void* all) { static_cast<TicketText*>(all)->values.clear(); }};
+        return {&Set, this, nullptr, [](void* all) { static_cast<FileText*>(all)->values.clear(); }};
     }
 
     static int Set(void* all, std::string_view key, PARAM_TYPE type, void const* value, int index) {
         std::string line = std::string(key) + ' ' + std::to_string(type) + ' ' + Spell(type, value);
         if (index != APPEND_INDEX) line += " at " + std::to_string(index);
-        static_cast<TicketText*>(all)->values.push_back(line);
+        static_cast<FileText*>(all)->values.push_back(line);
         return 1;
     }
 
