@@ -392,9 +392,10 @@ def record(results, text):
     root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     directory = os.path.join(root, "docs", "charts")
     os.makedirs(directory, exist_ok=True)
-    for page, to_charts in (("docs/performance.md", "charts"), ("README.md", "docs/charts")):
-        links = [f"![{title}]({to_charts}/{name}.svg)" for name, title in charts.draw(results, directory)]
-        write_into(os.path.join(root, page), "charts", "\n".join(links) + "\n")
+    overview, *others = charts.draw(results, directory)
+    for page, to_charts, drawn in (("README.md", "docs/charts", [overview]), ("docs/performance.md", "charts", others)):
+        links = [f"![{title}]({to_charts}/{name}.svg)\n" for name, title in drawn]
+        write_into(os.path.join(root, page), "charts", "\n".join(links))
     write_into(os.path.join(root, "docs/performance.md"), "last full run", text)
 
 
