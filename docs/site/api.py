@@ -72,6 +72,8 @@ class API:
         if identity in self.targets or member.get("prot") == "private" or member.get("kind") == "friend" or (is_class and not owner):
             return
         name = member.findtext("qualifiedname") or member.findtext("name")
+        if name.rpartition("::")[2].startswith("@"):  # an enumeration without a name is known by its values
+            name = ", ".join(value.findtext("name") for value in member.findall("enumvalue"))
         declaration = DECLARATION(member, member.findtext("name") if owner else name, self._file(member), anchor_of(name))
         self.targets[identity] = (declaration.file, declaration.anchor)
         for value in member.findall("enumvalue"):
@@ -152,7 +154,7 @@ class PAGE:
         if child.tag == "simplesect":
             return f'<p><strong>{TITLES[child.get("kind")]}:</strong></p>{inner}'
         if child.tag == "parameterlist":
-            return f'<table><tbody>{inner}</tbody></table>'
+            return f'<table class="members"><tbody>{inner}</tbody></table>'
         if child.tag == "parameteritem":
             return f"<tr>{inner}</tr>"
         if child.tag == "parameterdescription":
@@ -256,7 +258,8 @@ def signature(member):
     if member.kind == "enum":
         kind = "enum class" if element.get("strong") == "yes" else "enum"
         below = text_of(element.find("type"))
-        return f"{kind} {member.name}{' : ' + below if below else ''};"
+        name = "" if (element.findtext("name") or "").startswith("@") else f" {member.name}"
+        return f"{kind}{name}{' : ' + below if below else ''};"
     if member.kind == "typedef" and (element.findtext("definition") or "").startswith("using"):
         return f"{template_of(element)}using {member.name} = {tidy(element.find('type'))};"
     virtual = "virtual " if element.get("virt") in ("virtual", "pure-virtual") else ""

@@ -1,6 +1,7 @@
 """Tests of what makes the site: the check of links, declarations as C++ writes them, links to sources."""
 
 import pathlib
+import re
 import sys
 import tempfile
 import unittest
@@ -74,6 +75,16 @@ class Documents(unittest.TestCase):
         listed = {name for names in build.CONTENTS.values() for name in names}
         found = {str(path.relative_to(build.ROOT)) for path in list(build.ROOT.glob("*.md")) + list((build.ROOT / "docs").glob("*.md"))}
         self.assertEqual(found - listed, set())
+
+
+class Figures(unittest.TestCase):
+    def test_of_the_readme_are_those_on_record(self):
+        readme = (build.ROOT / "README.md").read_text(encoding="utf-8")
+        recorded = dict(re.findall(r"^(\w+ \d+) (\d+)$", (build.ROOT / "tests" / "instruction_counts.txt").read_text(encoding="utf-8"), flags=re.M))
+        for operation, form in (("get_int 10000", r"\| ([\d,]+) instructions \|"), ("load 10000", r"\| ([\d,]+) instructions a key \|")):
+            shown = int(re.search(form, readme)[1].replace(",", ""))
+            # The record may differ from a run by 5 %.
+            self.assertAlmostEqual(shown, int(recorded[operation]) / 10_000, delta=shown * 0.05, msg=operation)
 
 
 if __name__ == "__main__":
