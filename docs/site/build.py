@@ -98,8 +98,8 @@ def add_search(site):
     write(site / "search" / "index.js", f"takeSearchIndex({json.dumps(index, ensure_ascii=False, separators=(',', ':'))});\n")
     worker, = (site / "assets" / "javascripts" / "workers").glob("search.*.min.js")
     source = json.dumps(re.sub(r"\n//# sourceMappingURL=.*", "", worker.read_text(encoding="utf-8")), ensure_ascii=False)
-    script = (HERE / "search.js").read_text(encoding="utf-8")
-    write(site / "search" / "search.js", script.replace("SEARCH_WORKER", source))
+    script = (HERE / "site.js").read_text(encoding="utf-8")
+    write(site / "site.js", script.replace("SEARCH_WORKER", source))
 
 
 def add_copyright(site):
