@@ -119,21 +119,44 @@ RESULT PROCESS::Wait() {
     return m_result.get();
 }
 
-std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner) {
+ON_TERMINAL::ON_TERMINAL(ARGUMENTS const& command, MANNER const& manner, unsigned short rows) {
     auto const pointers = Pointers(command);
-    int terminal = -1;
-    pid_t const process = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (process == 0) Become(pointers.data(), manner, {-1, -1, -1});
-    std::string shown;
+    winsize const size = {rows, 80, 0, 0};
+    m_process = forkpty(&m_terminal, nullptr, nullptr, &size);
+    if (m_process == 0) Become(pointers.data(), manner, {-1, -1, -1});
+}
+
+ON_TERMINAL::~ON_TERMINAL() {
+    close(m_terminal);  // ends a program that still runs, by SIGHUP
+    if (m_process > 0) CodeOf(m_process);
+}
+
+bool ON_TERMINAL::Read() {
     char block[4096];
-    for (;;) {
-        ssize_t const count = read(terminal, block, sizeof block);
-        if (count <= 0) break;  // EIO when the other side is closed
-        shown.append(block, static_cast<std::size_t>(count));
+    ssize_t const count = read(m_terminal, block, sizeof block);
+    if (count <= 0) return false;  // EIO when the other side is closed
+    m_shown.append(block, static_cast<std::size_t>(count));
+    return true;
+}
+
+bool ON_TERMINAL::WaitFor(std::string const& text) {
+    while (m_shown.find(text) == std::string::npos) {
+        if (!Read()) return false;
     }
-    close(terminal);
-    CodeOf(process);
-    return shown;
+    return true;
+}
+
+void ON_TERMINAL::Type(std::string const& keys) const {
+    if (write(m_terminal, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) std::abort();
+}
+
+RESULT ON_TERMINAL::Wait() {
+    while (Read()) continue;
+    return {CodeOf(std::exchange(m_process, -1)), m_shown, {}};
+}
+
+std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner) {
+    return ON_TERMINAL(command, manner).Wait().out;
 }
 
 PROCESS Tool::Start(ARGUMENTS arguments) const {

@@ -43,6 +43,30 @@ class PROCESS {
     std::future<RESULT> m_result;
 };
 
+// A program that runs on a terminal of its own.
+class ON_TERMINAL {
+ public:
+    // Without rows, the terminal does not know its size.
+    ON_TERMINAL(ARGUMENTS const& command, MANNER const& manner, unsigned short rows = 0);
+    ~ON_TERMINAL();
+    ON_TERMINAL(ON_TERMINAL const&) = delete;
+    ON_TERMINAL& operator=(ON_TERMINAL const&) = delete;
+
+    // Waits until the terminal has shown the text; returns false if the program ends without it.
+    bool WaitFor(std::string const& text);
+    void Type(std::string const& keys) const;
+    // Waits for the program's end. `out` is all that the terminal has shown.
+    RESULT Wait();
+
+ private:
+    // Waits for more output; returns false when there is none.
+    bool Read();
+
+    pid_t m_process;
+    int m_terminal = -1;
+    std::string m_shown;
+};
+
 // Runs a program on a terminal of its own; what appears there.
 std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner);
 

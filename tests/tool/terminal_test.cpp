@@ -1,9 +1,7 @@
 // What the tool shows on a terminal of files that mean harm.
 #include <sys/stat.h>
 
-#include <future>
 #include <optional>
-#include <thread>
 
 #include "Program.h"
 #include "tool/Turn.h"
@@ -131,11 +129,10 @@ TEST_F(ToolTerminal, PipesAndFilesGetTheBytesAsTheyAre) {
 TEST_F(ToolTerminal, ShowsWhatALongCommandIsDoing) {
     WriteTicket("t.xml", "<a type='string'>x</a>");
     std::optional<TURN> other(m_scratch.Path("t.xml"));
-    auto shown = std::async(std::launch::async, [&] { return OnTerminal({"set", "t.xml", "a", "y"}); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    ON_TERMINAL waiting({TICKET_PROGRAM, "set", "t.xml", "a", "y"}, m_manner);
+    EXPECT_TRUE(waiting.WaitFor("[--------------------] t.xml: waiting for another ticket, "));
     other.reset();
-    auto const text = shown.get();
-    EXPECT_THAT(text, HasSubstr("[--------------------] t.xml: waiting for another ticket, 0."));
+    auto const text = waiting.Wait().out;
     EXPECT_EQ(text.substr(text.size() - 4), "\r\033[K");
     EXPECT_EQ(Output({"get", "t.xml", "a"}), "y\n");
 }
