@@ -7,28 +7,31 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "Values.h"
 
 namespace {
 
-std::string Command() {
-    char const* const named = std::getenv("PAGER");
-    return named == nullptr ? "less" : named;
-}
+// Shows the text also where there is no less.
+constexpr char USUAL[] = "if command -v less >/dev/null; then exec less; else exec cat; fi";
+
+// The shell's exit codes for a program that it cannot start. Any other code is the pager's own.
+constexpr char SHOW_UNLESS_STARTED[] = "\ncase $? in 126|127) exec cat;; esac";
 
 }  // namespace
 
 bool PAGER::IsWanted() {
-    auto const command = Command();
-    return !command.empty() && command != "cat";
+    char const* const named = std::getenv("PAGER");
+    return named == nullptr || (*named != '\0' && std::string_view(named) != "cat");
 }
 
 PAGER::PAGER() {
     int ends[2];
     if (pipe(ends) != 0) throw FAILURE("no pager can be started; PAGER=cat does without");
-    auto const command = Command() + " || cat";  // where there is no such program
-    setenv("LESS", "FRX", 0);                    // show colours; leave short texts on the screen
+    char const* const named = std::getenv("PAGER");
+    auto const command = named == nullptr ? USUAL : named + std::string(SHOW_UNLESS_STARTED);
+    setenv("LESS", "FRX", 0);  // show colours; leave short texts on the screen
     m_process = fork();
     if (m_process == 0) {
         dup2(ends[0], STDIN_FILENO);

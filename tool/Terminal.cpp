@@ -82,6 +82,7 @@ class TERMINAL_BUFFER : public std::streambuf {
         m_text.erase(0, size);
     }
     void Pass(std::string_view text) {
+        if (text.empty()) return;  // at the end, after the pager has been left
         if (m_pager) return m_pager->Show(text);
         m_held += text;
         m_lines += static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
