@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <thread>
 
@@ -284,8 +286,8 @@ class ToolEnded : public Tool {
         m_manner.environment = {"TMPDIR=" + m_temporary};
     }
 
-    // Runs each command `times` times and ends it by a signal, later each time until it would have ended by itself; how many
-    // were ended. How long a command takes is measured first, because it depends on the machine and the build.
+    // Runs each command `times` times and ends it by a signal, later each time until it would have ended by itself; how
+    // many were ended. How long a command takes is measured first, because it depends on the machine and the build.
     int EndMany(int number, int times, std::vector<ARGUMENTS> const& commands) {
         int ended = 0;
         for (auto const& command : commands) {
@@ -377,6 +379,30 @@ TEST_F(ToolAsRoot, RestoresUserAttributes) {
     char value = 0;
     EXPECT_EQ(getxattr(path.c_str(), "user.note", &value, 1), 1);
     EXPECT_EQ(value, 'x');
+}
+
+TEST_F(ToolAsRoot, RestoresTheAccessControlList) {
+    // As the kernel stores it: owner rw, user 12347 rw, group r, mask rw, others none. 2 is the version of the format.
+    struct {
+        uint32_t version = 2;
+        struct {
+            uint16_t tag;
+            uint16_t rights;
+            uint32_t id;
+        } rights[5] = {{0x01, 6, ~0u}, {0x02, 6, 12347}, {0x04, 4, ~0u}, {0x10, 6, ~0u}, {0x20, 0, ~0u}};
+    } list;
+    constexpr char ATTRIBUTE[] = "system.posix_acl_access";
+    auto const path = m_scratch.Path("s.xml");
+    if (setxattr(path.c_str(), ATTRIBUTE, &list, sizeof list, 0) != 0) {
+        GTEST_SKIP() << "no access control lists on this file system";
+    }
+    EXPECT_EQ(Output({"set", "s.xml", "a", "2"}), "");
+    EXPECT_EQ(Output({"get", "s.xml", "a"}), "2\n");
+    decltype(list) found;
+    ASSERT_EQ(getxattr(path.c_str(), ATTRIBUTE, &found, sizeof found), static_cast<ssize_t>(sizeof found));
+    EXPECT_EQ(std::memcmp(&found, &list, sizeof list), 0);
+    EXPECT_EQ(Found("s.xml").st_mode & 07777u, 0660u);  // the group's bits are the mask
+    EXPECT_EQ(Found("s.xml").st_uid, OTHER);
 }
 
 TEST_F(ToolAsRoot, AFileThatAnybodyCanHavePutThereIsWrittenOnlyWithForceAndNotGivenAway) {
