@@ -18,15 +18,19 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# CPack could write "shlibs" itself, but it would add scripts that call ldconfig; the trigger does that already.
+# The trigger runs ldconfig. CPack would also write two scripts that do, which lintian rejects. It does not write them if
+# the list names such scripts, and it skips, with a warning, files of the list that do not exist.
 configure_file(packaging/shlibs.in shlibs @ONLY)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
-    ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers ${CMAKE_CURRENT_BINARY_DIR}/shlibs)
+    ${CMAKE_CURRENT_SOURCE_DIR}/packaging/triggers ${CMAKE_CURRENT_BINARY_DIR}/shlibs
+    ${CMAKE_CURRENT_SOURCE_DIR}/packaging/none/postinst ${CMAKE_CURRENT_SOURCE_DIR}/packaging/none/postrm)
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_VENDOR ${CPACK_PACKAGE_VENDOR})
-set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")  # as in the Debian packages
+# Build IDs as in the Debian packages. CPack has no variable for the packager.
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none\nPackager: ${CONFIGURATIONCONTROL_MAINTAINER}")
+set(CPACK_RPM_DEVELOPMENT_PACKAGE_GROUP Development/Libraries)
 set(CPACK_RPM_PACKAGE_LICENSE LicenseRef-not-chosen-yet)
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
@@ -55,7 +59,11 @@ function(add_package component name section summary)
     string(REGEX REPLACE "-dev$" "-devel" rpm_name ${name})
     set(CPACK_RPM_${key}_PACKAGE_NAME ${rpm_name} PARENT_SCOPE)
     set(CPACK_RPM_${key}_PACKAGE_REQUIRES "${rpm_depends}" PARENT_SCOPE)
-    set(CPACK_RPM_${key}_PACKAGE_SUMMARY "${summary}" PARENT_SCOPE)
+    string(SUBSTRING "${summary}" 0 1 initial)  # RPM summaries begin with a capital, Debian's do not
+    string(TOUPPER ${initial} initial)
+    string(SUBSTRING "${summary}" 1 -1 remainder)
+    set(CPACK_RPM_${key}_PACKAGE_SUMMARY "${initial}${remainder}" PARENT_SCOPE)
+    string(REPLACE "\n.\n" "\n\n" details "${details}")  # Debian's empty line
     set(CPACK_RPM_${key}_PACKAGE_DESCRIPTION "${details}" PARENT_SCOPE)
     if(package_INDEPENDENT)
         set(CPACK_DEBIAN_${key}_PACKAGE_ARCHITECTURE all PARENT_SCOPE)
