@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ConfigurationControl/Store.h"
 #include "ConfigurationControl/Ticket.h"
 #include "Workload.h"
 
@@ -42,6 +43,7 @@ class TICKET {
     void MergeFrom(TICKET const& source) const {
         m_table->MergeTicket(m_table->pTicket, source.m_table, nullptr, true);
     }
+    STICKET_ACCESS const* Table() const { return m_table; }
     void Save() const { m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr); }
 
     void Fill(WORKLOAD const& workload) const {
@@ -66,7 +68,9 @@ struct TICKETS {
           memory(nullptr),
           file(name.c_str()),
           beyondAscii(count, '\xE4'),
-          fileBeyondAscii((name + "-text").c_str()) {
+          fileBeyondAscii((name + "-text").c_str()),
+          store(memory.Table()),
+          storeOfFile(name + "-store") {
         fileBeyondAscii.SetText("Text", beyondAscii);
         fileBeyondAscii.Save();
         memory.Fill(workload);
@@ -83,6 +87,7 @@ struct TICKETS {
         writes.push_back({});
     }
     ~TICKETS() {
+        storeOfFile.erase("*");  // its end then leaves no file
         std::filesystem::remove(name);
         std::filesystem::remove(name + "-text");
     }
@@ -95,11 +100,14 @@ struct TICKETS {
     TICKET const file;
     std::string const beyondAscii;  // the same number of bytes, each of which is escaped in a file
     TICKET const fileBeyondAscii;
+    ticket::Store store;        // on the ticket in memory
+    ticket::Store storeOfFile;  // notes what it changes, for the next save
     std::vector<KEY const*> integers;
     std::vector<KEY const*> texts;
     std::vector<GETMULTIPAR> batch;
     std::vector<SETMULTIPAR> writes;
     int value = 0;
+    std::string text;
 };
 
 // Counts what `operation` does to each of the given things, over all of `rounds` calls.
@@ -121,6 +129,18 @@ void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
     });
     Count("set_int", count, rounds, tickets, [](TICKETS& all) {
         for (KEY const* key : all.integers) all.memory.Set(*key, PARAM_INT, &all.value);
+    });
+    Count("store_get_int", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.integers) all.value = all.store.get(key->full, 0);
+    });
+    Count("store_set_int", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.integers) all.store.set(key->full, all.value);
+    });
+    Count("store_set_int_of_file", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.integers) all.storeOfFile.set(key->full, all.value);
+    });
+    Count("store_get_string", count, rounds, tickets, [](TICKETS& all) {
+        for (KEY const* key : all.texts) all.text = all.store.get(key->full, "");
     });
     Count("get_string", count, rounds, tickets, [](TICKETS& all) {
         char const* text = nullptr;

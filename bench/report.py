@@ -42,8 +42,10 @@ OTHER_OPERATIONS = (
     ("the same by a walk that stores each value", "copy_by_walk", None, SIZES[1:]),
     ("2 keys of a file, selected", "load_2_keys", "load_for_2_keys", SIZES[1:]),
     ("2 keys of a file, all loaded", "load_for_2_keys", None, SIZES[1:]),
+    ("40 integers read by ticket::Store", "store_40", "single_40", SIZES[:3]),
     ("batch of 40 integers read", "batch_40", "single_40", SIZES[:3]),
     ("40 integers read singly", "single_40", None, SIZES[:3]),
+    ("40 integers written by ticket::Store", "set_store_40", "set_single_40", SIZES[:3]),
     ("batch of 40 integers written", "set_batch_40", "set_single_40", SIZES[:3]),
     ("40 integers written singly", "set_single_40", None, SIZES[:3]),
 )
@@ -142,7 +144,7 @@ def table_of_operations(results):
             ratio = results.ratio((operation, store, size), (base, store, size)) if base else None
             row.append(duration(time) + (f" ({ratio:.2f})" if ratio is not None and time is not None else ""))
         rows.append(row)
-    return ("### What peers do not have, or not in this form\n\nIn brackets: by the line below.\n\n" +
+    return ("### What peers do not have, or not in this form\n\nIn brackets: by the last line of each group.\n\n" +
             markdown(["operation"] + [f"{size:,} keys" for size in SIZES], rows))
 
 

@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include "ConfigurationControl/ConfigurationControl.h"
+#include "ConfigurationControl/Store.h"
 #include "Fixture.h"
 
 using benchmark::State;
@@ -54,6 +55,7 @@ struct BATCHES {
     }
 
     TICKET ticket;
+    ticket::Store store{&ticket.Table()};
     int values[BATCH] = {};
     std::vector<std::vector<GETMULTIPAR>> batches;
     std::vector<std::vector<SETMULTIPAR>> writtenBatches;
@@ -100,6 +102,27 @@ void SetSingly(State& state, BATCHES& data) {
         for (SETMULTIPAR* record = data.writtenBatches[next].data(); record->key; ++record)
             record->result =
                 table.SetParameter(table.pTicket, record->key, record->type, record->value, record->index) != 0;
+        if (++next == data.batches.size()) next = 0;
+    }
+}
+
+// The same single reads and writes by the typed layer.
+void GetByStore(State& state, BATCHES& data) {
+    std::size_t next = 0;
+    for (auto _ : state) {
+        for (GETMULTIPAR* record = data.batches[next].data(); record->key; ++record)
+            *static_cast<int*>(record->value) = data.store.get(record->key, 0);
+        benchmark::ClobberMemory();
+        if (++next == data.batches.size()) next = 0;
+    }
+}
+
+void SetByStore(State& state, BATCHES& data) {
+    std::size_t next = 0;
+    for (auto _ : state) {
+        ++data.values[next % BATCH];
+        for (SETMULTIPAR* record = data.writtenBatches[next].data(); record->key; ++record)
+            data.store.set(record->key, *static_cast<int const*>(record->value));
         if (++next == data.batches.size()) next = 0;
     }
 }
@@ -221,6 +244,8 @@ void RegisterBatches() {
         RegisterMemory("batch_40", count, [data](State& state) { GetBatch(state, *data); });
         RegisterMemory("single_40", count, [data](State& state) { GetSingly(state, *data); });
         RegisterMemory("set_batch_40", count, [data](State& state) { SetBatch(state, *data); });
+        RegisterMemory("store_40", count, [data](State& state) { GetByStore(state, *data); });
+        RegisterMemory("set_store_40", count, [data](State& state) { SetByStore(state, *data); });
         RegisterMemory("set_single_40", count, [data](State& state) { SetSingly(state, *data); });
     }
     auto const ticket = std::make_shared<TICKET>(nullptr);

@@ -355,6 +355,30 @@ TEST_F(StoreFile, WhatIsChangedThroughTheTableIsSavedToo) {
     EXPECT_TRUE(left.contains("New"));
 }
 
+TEST_F(StoreFile, WhatIsChangedDuringASaveIsLeftToTheNextOneAndAFailedSaveLeavesAll) {
+    ticket::detail::Journal journal;
+    journal.open();
+    EXPECT_TRUE(journal.empty());
+    journal.add("A");
+    journal.add("B");
+    auto const failed = journal.begin();
+    journal.add("C");
+    journal.fail(failed);
+    auto const saving = journal.begin();
+    EXPECT_THAT(journal.keys(), testing::ElementsAre("A", "B", "C"));
+    journal.add("B");
+    journal.add("D");
+    journal.finish(saving);
+    EXPECT_THAT(journal.keys(), testing::ElementsAre("B", "D"));
+    journal.add_everything();
+    auto const whole = journal.begin();
+    EXPECT_FALSE(journal.has_everything());
+    journal.fail(whole);
+    EXPECT_TRUE(journal.has_everything());
+    journal.finish(journal.begin());
+    EXPECT_TRUE(journal.empty());
+}
+
 TEST_F(StoreFile, WithoutMergeTheWholeStoreIsWritten) {
     Store::Options options;
     options.merge = false;

@@ -163,13 +163,14 @@ class BasicStore {
     }
     /** Copies of all keys that begin with `prefix`, and of their values, in key order. */
     std::vector<Entry> entries(std::string_view prefix = {}) const {
+        using Held = typename detail::Lazily<Lazy>::Value;
         if (!prefix.empty() && prefix.back() == '*') prefix.remove_suffix(1);
-        std::vector<Entry> found;
+        std::vector<BasicEntry<Held>> found;
         detail::locked(m_table, [&] {
             detail::walk_keys(m_table, [&](char const* name) {
                 std::string_view const key = name;
                 if (key.substr(0, prefix.size()) != prefix) return key < prefix;
-                if (auto value = detail::read_value(m_table, name)) found.push_back({name, *std::move(value)});
+                if (auto value = detail::read_value<Held>(m_table, name)) found.push_back({name, *std::move(value)});
                 return true;
             });
         });

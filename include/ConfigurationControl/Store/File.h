@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -76,17 +75,6 @@ class DirectoryLock {
     int m_directory;
     bool m_taken = false;
 };
-
-/** All keys of a ticket. With the mutex held. */
-template <typename Key = std::string>
-std::vector<Key> keys_of(Table table) {
-    std::vector<Key> keys;
-    walk_keys(table, [&](char const* key) {
-        keys.emplace_back(key);
-        return true;
-    });
-    return keys;
-}
 
 /** What kept a step of a save from being done, for those that have no errno; indexed by TICKET_SAVE_STEP. */
 inline constexpr char const* SAVE_STEPS[] = {

@@ -44,9 +44,10 @@ inline std::string_view as_chars(Bytes const& bytes) {
     return {static_cast<char const*>(static_cast<void const*>(bytes.data())), bytes.size()};
 }
 
-inline Bytes as_bytes(std::string_view chars) {
+template <typename Result = Bytes>
+Result as_bytes(std::string_view chars) {
     auto const* const data = static_cast<std::byte const*>(static_cast<void const*>(chars.data()));
-    return Bytes(data, data + chars.size());
+    return Result(data, data + chars.size());
 }
 
 /** Gives the sink a text. */

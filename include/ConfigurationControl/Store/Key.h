@@ -4,7 +4,6 @@
 #ifndef CONFIGURATIONCONTROL_STORE_KEY_H
 #define CONFIGURATIONCONTROL_STORE_KEY_H
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -15,6 +14,11 @@
 namespace ticket {
 
 namespace detail {
+
+/** Whether a component of usual bytes comes back from a file. */
+constexpr bool is_kept_usual_component(std::string_view part) {
+    return !part.empty() && part.front() != ' ' && part.back() != ' ' && part != "ticket";
+}
 
 /** Whether a component of a key, which the text of a file nests by, comes back from a file. */
 constexpr bool is_kept_component(std::string_view part, bool last) {
@@ -29,13 +33,31 @@ constexpr bool is_kept_component(std::string_view part, bool last) {
     return true;
 }
 
+/** The bytes that are kept wherever they stand, but for a blank at an edge. A table, because set() checks each key. */
+struct UsualKeyBytes {
+    bool is_usual[256] = {};
+
+    constexpr UsualKeyBytes() {
+        for (unsigned int byte = ' '; byte < 256; ++byte) is_usual[byte] = byte != 0x7F;
+        for (char const c : std::string_view("\"!'*/<>?[")) is_usual[static_cast<unsigned char>(c)] = false;
+    }
+    constexpr bool operator[](char c) const { return is_usual[static_cast<unsigned char>(c)]; }
+};
+inline constexpr UsualKeyBytes USUAL_KEY_BYTES;
+
 /** Whether a file gives a value back under this key or, with `inner`, under the keys below it. */
 constexpr bool is_kept_key(std::string_view key, bool inner = false) {
-    for (std::size_t slash = key.find('/'); slash != std::string_view::npos; slash = key.find('/')) {
-        if (!is_kept_component(key.substr(0, slash), false)) return false;
-        key.remove_prefix(slash + 1);
+    for (;;) {
+        std::size_t end = 0;
+        while (end < key.size() && USUAL_KEY_BYTES[key[end]]) ++end;
+        bool const is_usual = end == key.size() || key[end] == '/';
+        if (!is_usual) end = key.size() < key.find('/', end) ? key.size() : key.find('/', end);
+        std::string_view const part = key.substr(0, end);
+        bool const last = end == key.size();
+        if (!(is_usual ? is_kept_usual_component(part) : is_kept_component(part, last && !inner))) return false;
+        if (last) return true;
+        key.remove_prefix(end + 1);
     }
-    return is_kept_component(key, !inner);
 }
 
 /** A key as an argument: borrows from literals and std::string, copies a std::string_view. Lives during the call. */
@@ -43,9 +65,9 @@ class KeyName {
  public:
     /** Null is the empty key, which holds no value. */
     KeyName(char const* text) : m_text(text != nullptr ? text : "") {}
-    KeyName(std::string const& text) : m_text(text.c_str()), m_whole(text.find('\0') == std::string::npos) {}
+    KeyName(std::string const& text) : m_text(text.c_str()), m_whole(std::string_view(m_text).size() == text.size()) {}
     KeyName(std::string_view text)
-        : m_copy(text), m_text(m_copy->c_str()), m_whole(text.find('\0') == std::string_view::npos) {}
+        : m_copy(text), m_text(m_copy.c_str()), m_whole(std::string_view(m_text).size() == text.size()) {}
     KeyName(KeyName const&) = delete;
     KeyName& operator=(KeyName const&) = delete;
 
@@ -54,7 +76,7 @@ class KeyName {
     bool is_whole() const { return m_whole; }
 
  private:
-    std::optional<std::string> m_copy;
+    std::string m_copy;
     char const* m_text;
     bool m_whole = true;
 };

@@ -4,12 +4,13 @@
 #ifndef CONFIGURATIONCONTROL_STORE_RESULT_H
 #define CONFIGURATIONCONTROL_STORE_RESULT_H
 
+#include <string.h>  // NOLINT: strerror_r is POSIX
+
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace ticket {
@@ -46,6 +47,14 @@ struct Status {
 
     constexpr explicit operator bool() const { return reason == Reason::none; }
 };
+
+// What strerror_r returns: the text itself in the GNU version of the function, an error number in that of POSIX.
+inline char const* text_of(char const* text, char const*) {
+    return text;
+}
+inline char const* text_of(int, char const* buffer) {
+    return buffer;
+}
 
 }  // namespace detail
 
@@ -94,7 +103,8 @@ class Result {
         if (m_detail != nullptr) text += m_detail;
         if (m_error != 0) {
             if (m_detail != nullptr) text += ": ";
-            text += std::generic_category().message(m_error);
+            char buffer[128] = "";
+            text += detail::text_of(strerror_r(m_error, buffer, sizeof buffer), buffer);
         } else if (m_detail == nullptr) {
             text += name_of(m_reason);
         }

@@ -52,9 +52,10 @@ class BasicState {
             m_loaded = Result(Reason::system, "ticket", "the file name is empty or holds a NUL", EINVAL);
         else
             load();
+        m_journal.open();
         locked(table(), [&] {
             m_observer = TicketAddObserver(table(), &BasicState::observe, this);
-            m_journal.everything = m_observer == 0;
+            if (m_observer == 0) m_journal.add_everything();
         });
     }
 
@@ -79,23 +80,23 @@ class BasicState {
         bool const whole = !m_options.merge || !loaded || !target.is_loaded();
 
         Batch batch;
-        Journal saving;
+        Journal::Saving saving{};
         Result saved;
         locked(table(), [&] {
-            saved = fill(batch, whole || m_journal.everything);
-            if (saved) saving = std::exchange(m_journal, Journal{});
+            saved = fill(batch, whole || m_journal.has_everything());
+            if (saved) saving = m_journal.begin();
         });
         if (!saved) return saved;
         try {
             saved = target.save(batch, whole);
         } catch (...) {
-            locked(table(), [&] { m_journal.merge(saving); });
+            locked(table(), [&] { m_journal.fail(saving); });
             throw;
         }
         locked(table(), [&] {
-            if (!saved) {
-                m_journal.merge(saving);
-            } else if (m_options.merge) {
+            if (!saved) return m_journal.fail(saving);
+            m_journal.finish(saving);
+            if (m_options.merge) {
                 // Without memory for this, the next save or reload finds the difference.
                 (void)take_over(target.table(), differing_keys(target.table()));
             } else {
@@ -140,13 +141,13 @@ class BasicState {
         if (self.m_taking_over) return;
         try {
             if (keys != nullptr) {
-                for (; *keys != nullptr; ++keys) self.m_journal.keys.emplace(*keys);
+                for (; *keys != nullptr; ++keys) self.m_journal.add(*keys);
             } else {
-                self.m_journal.keys.insert(self.m_known.begin(), self.m_known.end());
-                for (std::string& key : keys_of(self.table())) self.m_journal.keys.insert(std::move(key));
+                for (std::string const& key : self.m_known) self.m_journal.add(key.c_str());
+                for (std::string const& key : keys_of(self.table())) self.m_journal.add(key.c_str());
             }
         } catch (...) {
-            self.m_journal.everything = true;
+            self.m_journal.add_everything();
         }
     }
 
@@ -155,10 +156,7 @@ class BasicState {
      * ticket can be saved, and its end would end the process.
      */
     Result fill(Batch& batch, bool everything) const {
-        if (everything)
-            for (std::string const& key : keys_of(table())) batch.copy(table(), key);
-        else
-            for (std::string const& key : m_journal.keys) batch.copy(table(), key);
+        for (std::string const& key : everything ? keys_of(table()) : m_journal.keys()) batch.copy(table(), key);
         if (std::string const* const key = batch.infinite_key())
             return Result(Reason::not_kept, m_file + ": " + *key, "not saved: no file keeps an infinite number");
         return {};
@@ -167,8 +165,8 @@ class BasicState {
     /** The keys that differ, but for those that were changed here and not saved: first the file's, then the store's. */
     std::vector<std::string> differing_keys(Table source) const {
         std::vector<std::string> keys;
-        if (m_journal.everything) return keys;
-        auto const is_own = [&](std::string const& key) { return m_journal.keys.count(key) != 0; };
+        if (m_journal.has_everything()) return keys;
+        auto const is_own = [&](std::string const& key) { return m_journal.contains(key.c_str()); };
         for (std::string const& key : keys_of(source))
             if (!is_own(key) && !is_same_value({table(), key.c_str()}, {source, key.c_str()})) keys.push_back(key);
         for (std::string const& key : keys_of(table()))

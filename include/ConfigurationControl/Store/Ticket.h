@@ -4,12 +4,10 @@
 #ifndef CONFIGURATIONCONTROL_STORE_TICKET_H
 #define CONFIGURATIONCONTROL_STORE_TICKET_H
 
-#include <atomic>
 #include <cstdint>
-#include <functional>
-#include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "ConfigurationControl/Store/Table.h"
 
@@ -20,9 +18,9 @@ class SharedTicket {
  public:
     SharedTicket() = default;
     /** Shares in a ticket that is destroyed with its last owner; with `owned` false it never is. */
-    SharedTicket(Table table, bool owned) : m_owners(new Owners{{1}, table, owned}) {}
+    SharedTicket(Table table, bool owned) : m_owners(new Owners{1, table, owned}) {}
     SharedTicket(SharedTicket const& other) noexcept : m_owners(other.m_owners) {
-        if (m_owners != nullptr) ++m_owners->count;
+        if (m_owners != nullptr) __atomic_add_fetch(&m_owners->count, 1, __ATOMIC_RELAXED);
     }
     SharedTicket(SharedTicket&& other) noexcept : m_owners(std::exchange(other.m_owners, nullptr)) {}
     SharedTicket& operator=(SharedTicket other) noexcept {
@@ -30,7 +28,7 @@ class SharedTicket {
         return *this;
     }
     ~SharedTicket() {
-        if (m_owners == nullptr || --m_owners->count != 0) return;
+        if (m_owners == nullptr || __atomic_sub_fetch(&m_owners->count, 1, __ATOMIC_ACQ_REL) != 0) return;
         if (m_owners->owned) STicketInstance.Destroy(m_owners->table);
         delete m_owners;
     }
@@ -39,7 +37,7 @@ class SharedTicket {
 
  private:
     struct Owners {
-        std::atomic<int> count;
+        int count;  // changed atomically, by built-in functions: <atomic> would be a tenth of what this header includes
         Table table;
         bool owned;
     };
@@ -47,21 +45,81 @@ class SharedTicket {
     Owners* m_owners = nullptr;
 };
 
-/** Keys in order. No hash table: its keys come from files too, and std::hash has no secret against made collisions. */
-using KeySet = std::set<std::string, std::less<>>;
+/** All keys of a ticket. With the mutex held. */
+template <typename Key = std::string>
+std::vector<Key> keys_of(Table table) {
+    std::vector<Key> keys;
+    walk_keys(table, [&](char const* key) {
+        keys.emplace_back(key);
+        return true;
+    });
+    return keys;
+}
 
-/** What a store has changed since its last save. Used with the ticket's mutex held. */
+/**
+ * The keys that a store has set or erased since its last save. Used with the mutex of the store's ticket held.
+ *
+ * A ticket in memory holds the keys, each with the number of the save that is to write it. So a failed save has nothing
+ * to restore, and what is set while a save is under way waits for the next one.
+ */
 template <typename Lazy>
-struct BasicJournal {
-    KeySet keys;             /**< set or erased */
-    bool everything = false; /**< memory was short for a key: the whole store is to be written */
+class BasicJournal {
+ public:
+    /** One save: what it writes. */
+    struct Saving {
+        int number;      /**< it writes the keys up to this number */
+        bool everything; /**< it writes the whole store */
+    };
 
-    bool empty() const { return keys.empty() && !everything; }
-    /** Adds what another journal holds. Allocates nothing. */
-    void merge(BasicJournal& other) noexcept {
-        keys.merge(other.keys);
-        everything = everything || other.everything;
+    /** Begins; until then it is empty. */
+    void open() { m_keys = SharedTicket(STicketInstance.Create(nullptr), true); }
+
+    /** Adds a key. Without memory for it, the whole store is to be written. */
+    void add(char const* key) {
+        Slot const slot{m_keys.table(), key};
+        int number = 0;
+        if (slot.get(PARAM_INT, &number) && number == m_saves) return;
+        m_newest = m_saves;
+        if (m_keys.table()->SetParameter(m_keys.table()->pTicket, key, PARAM_INT, &m_saves, SCALAR_INDEX) == 0)
+            add_everything();
     }
+    /** The whole store is to be written, whatever keys it has. */
+    void add_everything() { m_everything = true; }
+
+    bool empty() const { return !m_everything && count() == 0; }
+    bool has_everything() const { return m_everything; }
+    bool contains(char const* key) const { return Slot{m_keys.table(), key}.get(PARAM_NONE, nullptr); }
+    std::vector<std::string> keys() const { return keys_of(m_keys.table()); }
+
+    /** Begins a save. */
+    Saving begin() { return {m_saves++, std::exchange(m_everything, false)}; }
+    /** The save has failed. Allocates nothing. */
+    void fail(Saving const& saving) noexcept { m_everything = m_everything || saving.everything; }
+    /** The save is done. */
+    void finish(Saving const& saving) {
+        if (m_newest <= saving.number) {
+            m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_CLEAR, nullptr);  // allocates nothing
+            return;
+        }
+        for (std::string const& key : keys()) {
+            int number = 0;
+            Slot const slot{m_keys.table(), key.c_str()};
+            if (slot.get(PARAM_INT, &number) && number <= saving.number)
+                slot.table->SetParameter(slot.table->pTicket, slot.key, PARAM_NONE, nullptr, SCALAR_INDEX);
+        }
+    }
+
+ private:
+    unsigned int count() const {
+        unsigned int keys = 0;
+        if (m_keys.table() != nullptr) m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_COUNT, &keys);
+        return keys;
+    }
+
+    SharedTicket m_keys;
+    int m_saves = 0;   // the number of saves that have begun
+    int m_newest = 0;  // the number of the key that was added last
+    bool m_everything = false;
 };
 using Journal = BasicJournal<void>;
 

@@ -5,7 +5,6 @@
 #ifndef CONFIGURATIONCONTROL_STORE_TYPES_H
 #define CONFIGURATIONCONTROL_STORE_TYPES_H
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -127,8 +126,9 @@ inline constexpr bool is_vector<std::vector<std::byte, A>> = false;
 
 template <typename T>
 inline constexpr bool is_array = false;
-template <typename T, std::size_t N>
-inline constexpr bool is_array<std::array<T, N>> = true;
+/** A std::array, recognised by its size, so that its header need not be included here. */
+template <template <typename, std::size_t> class Array, typename T, std::size_t N>
+inline constexpr bool is_array<Array<T, N>> = std::tuple_size<Array<T, N>>::value == N;
 
 template <typename T>
 inline constexpr bool is_optional = false;

@@ -33,6 +33,17 @@ using Entry = BasicEntry<Value>; /**< what entries() hands out */
 
 namespace detail {
 
+/** Value and List under names that depend on a template parameter, so that their use is compiled only where needed. */
+template <typename>
+struct Lazily {
+    using Value = ticket::Value;
+    using List = ticket::List;
+};
+
+}  // namespace detail
+
+namespace detail {
+
 // Templates, so that a program which uses none of this does not pay for compiling it.
 
 /** Copies one value or element into a variant. With the mutex held. */
@@ -70,7 +81,7 @@ std::optional<Variant> read_value(Table table, char const* key) {
         read_scalar(slot, *value);
         return value;
     }
-    List& list = value->template emplace<List>(static_cast<std::size_t>(slot.count()));
+    auto& list = value->template emplace<typename Lazily<Variant>::List>(static_cast<std::size_t>(slot.count()));
     for (std::size_t i = 0; i < list.size(); ++i) read_scalar(slot.element(i), list[i]);
     return value;
 }
@@ -96,9 +107,10 @@ template <typename Variant>
 bool is_same(std::optional<Variant> const& a, std::optional<Variant> const& b) {
     if (!a || !b) return a.has_value() == b.has_value();
     if (a->index() != b->index()) return false;
-    List const* const left = std::get_if<List>(&*a);
+    using Elements = typename Lazily<Variant>::List;
+    Elements const* const left = std::get_if<Elements>(&*a);
     if (left == nullptr) return is_same_scalar(*a, *b);
-    List const& right = *std::get_if<List>(&*b);
+    Elements const& right = *std::get_if<Elements>(&*b);
     if (left->size() != right.size()) return false;
     for (std::size_t i = 0; i < right.size(); ++i)
         if ((*left)[i].index() != right[i].index() || !is_same_scalar((*left)[i], right[i])) return false;

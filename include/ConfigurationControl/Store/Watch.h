@@ -39,8 +39,11 @@ class Watcher {
     virtual void end() = 0;
 };
 
-/** Calls a function with what differs from its copies of the watched values. Used with the ticket's mutex held. */
-template <typename Function>
+/**
+ * Calls a function with what differs from its copies of the watched values. Used with the ticket's mutex held. `Held`
+ * is a parameter so that programs without a watch do not compile the variant.
+ */
+template <typename Function, typename Held = Value>
 class FunctionWatcher final : public Watcher {
  public:
     FunctionWatcher(SharedTicket ticket, std::string_view selector, Function function)
@@ -50,7 +53,7 @@ class FunctionWatcher final : public Watcher {
     bool begin() {
         locked(m_ticket.table(), [&] {
             walk_keys(m_ticket.table(), [&](char const* key) {
-                if (m_selector.selects(key)) m_shadow.push_back({key, *read_value(m_ticket.table(), key)});
+                if (m_selector.selects(key)) m_shadow.push_back({key, *read_value<Held>(m_ticket.table(), key)});
                 return true;
             });
             m_observer = TicketAddObserver(m_ticket.table(), &FunctionWatcher::observe, this);
@@ -66,11 +69,13 @@ class FunctionWatcher final : public Watcher {
     }
 
  private:
+    using Difference = BasicEvent<Held>;
+
     static void observe(void* context, char const* const* keys) {
         auto& self = *static_cast<FunctionWatcher*>(context);
         self.m_calling = true;
         try {
-            for (Event const& event : self.differences(keys)) {
+            for (Difference const& event : self.differences(keys)) {
                 if (self.m_ended) break;
                 try {
                     self.m_function(event);
@@ -83,8 +88,8 @@ class FunctionWatcher final : public Watcher {
         if (self.m_ended) delete &self;
     }
 
-    std::vector<Event> differences(char const* const* keys) {
-        std::vector<Event> events;
+    std::vector<Difference> differences(char const* const* keys) {
+        std::vector<Difference> events;
         if (keys != nullptr) {
             for (; *keys != nullptr; ++keys)
                 if (m_selector.selects(*keys)) add_difference(*keys, events);
@@ -95,13 +100,13 @@ class FunctionWatcher final : public Watcher {
             if (m_selector.selects(key)) all.emplace_back(key);
             return true;
         });
-        for (Entry const& entry : m_shadow) all.push_back(entry.key);
+        for (BasicEntry<Held> const& entry : m_shadow) all.push_back(entry.key);
         for (std::string const& key : all) add_difference(key, events);
         return events;
     }
 
-    void add_difference(std::string const& key, std::vector<Event>& events) {
-        std::optional<Value> after = read_value(m_ticket.table(), key.c_str());
+    void add_difference(std::string const& key, std::vector<Difference>& events) {
+        std::optional<Held> after = read_value<Held>(m_ticket.table(), key.c_str());
         std::size_t place = 0;
         for (std::size_t end = m_shadow.size(); place < end;) {
             std::size_t const middle = place + (end - place) / 2;
@@ -111,7 +116,7 @@ class FunctionWatcher final : public Watcher {
                 end = middle;
         }
         bool const known = place < m_shadow.size() && m_shadow[place].key == key;
-        std::optional<Value> before;
+        std::optional<Held> before;
         if (known) before = m_shadow[place].value;
         if (is_same(before, after)) return;
         events.push_back({key, before, after});
@@ -121,13 +126,13 @@ class FunctionWatcher final : public Watcher {
         else if (known)
             m_shadow.erase(position);
         else
-            m_shadow.insert(position, Entry{key, *std::move(after)});
+            m_shadow.insert(position, BasicEntry<Held>{key, *std::move(after)});
     }
 
     SharedTicket m_ticket;
     Selector m_selector;
     Function m_function;
-    std::vector<Entry> m_shadow;  // in key order
+    std::vector<BasicEntry<Held>> m_shadow;  // in key order
     std::uint64_t m_observer = 0;
     bool m_calling = false;
     bool m_ended = false;
