@@ -69,7 +69,8 @@ class API:
         identity = member.get("id")
         owner = self.classes.get(compound.get("id"))
         is_class = compound.get("kind") in ("class", "struct", "union")
-        if identity in self.targets or member.get("prot") == "private" or member.get("kind") == "friend" or (is_class and not owner):
+        is_hidden = member.get("prot") == "private" or member.get("kind") == "friend" or (is_class and not owner)
+        if identity in self.targets or is_hidden:
             return
         name = member.findtext("qualifiedname") or member.findtext("name")
         if name.rpartition("::")[2].startswith("@"):  # an enumeration without a name is known by its values
@@ -179,8 +180,9 @@ class PAGE:
                 self._add(f"```cpp\n{html.unescape(part[5:-6]).strip()}\n```")
             elif part.strip():
                 lines = "\n".join(line for line in part.splitlines() if line.strip())
-                to_root = os.path.relpath(".", os.path.dirname("api/" + self.file))
-                self._add(re.sub(r"\bdocs/([\w-]+)\.md", rf'<a href="{to_root}/docs/\1.html">\g<0></a>', f'<div class="docstring">\n{lines}\n</div>'))
+                to_docs = os.path.relpath("docs", os.path.dirname("api/" + self.file))
+                lines = re.sub(r"\bdocs/([\w-]+)\.md", rf'<a href="{to_docs}/\1.html">\g<0></a>', lines)
+                self._add(f'<div class="docstring">\n{lines}\n</div>')
 
     def _class(self, found):
         element = found.element
@@ -223,10 +225,11 @@ class PAGE:
     def _member(self, member):
         self._add(f"```cpp\n{signature(member)}\n```")
         self._describe(member.element)
-        values = member.element.findall("enumvalue")
+        values = [(value, html.escape(f"{value.findtext('name')} {text_of(value.find('initializer'))}".strip()))
+                  for value in member.element.findall("enumvalue")]
         if values:
-            cells = "".join(f"<tr><td><code>{value.findtext('name')}{html.escape(' ' + text_of(value.find('initializer')))}</code></td>"
-                            f"<td>{self._descriptions(value)}</td></tr>" for value in values)
+            cells = "".join(f"<tr><td><code>{declared}</code></td><td>{self._descriptions(value)}</td></tr>"
+                            for value, declared in values)
             self._add(f'<table class="members"><tbody>{cells}</tbody></table>')
 
 
@@ -265,18 +268,19 @@ def signature(member):
     virtual = "virtual " if element.get("virt") in ("virtual", "pure-virtual") else ""
     static = "static " if element.get("static") == "yes" and member.kind == "function" else ""
     typedef = "typedef " if member.kind == "typedef" else ""
+    protected = "protected: " if element.get("prot") == "protected" else ""
     kind, arguments = tidy(element.find("type")), tidy(element.find("argsstring"))
-    declared = f"{typedef}{virtual}{static}{kind}{'' if kind.endswith('(*') or not kind else ' '}{member.name}{arguments};"
-    if len(declared) > 100 and ", " in declared:
-        declared = broken(declared)
-    return template_of(element) + declared
+    declared = f"{protected}{typedef}{virtual}{static}{kind}{'' if kind.endswith('(*') or not kind else ' '}{member.name}"
+    if len(declared + arguments) > 100 and ", " in arguments:
+        arguments = with_lines(arguments)
+    return f"{template_of(element)}{declared}{arguments};"
 
 
-def broken(declared):
-    """Puts each parameter of a long declaration on a line of its own; commas within nested brackets stay."""
-    start = declared.rindex(")(") + 2 if ")(" in declared else declared.index("(") + 1
-    out, depth = declared[:start] + "\n    ", 0
-    for letter in declared[start:]:
+def with_lines(arguments):
+    """Puts each of a function's parameters on a line of its own; commas within nested brackets stay."""
+    start = arguments.index("(") + 1
+    out, depth = arguments[:start] + "\n    ", 0
+    for letter in arguments[start:]:
         depth += letter in "(<{["
         depth -= letter in ")>}]"
         out += letter

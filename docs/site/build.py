@@ -3,7 +3,8 @@
 
 Usage: build.py DIRECTORY
 DIRECTORY/html receives the site, and is replaced as a whole; the rest of DIRECTORY is scratch. Needs doxygen, mkdocs and
-mkdocs-material. Fails if a public declaration has no docstring, and if a link leads nowhere or a page loads something from another host.
+mkdocs-material. Fails if a public declaration has no docstring, if a link leads nowhere, and if a page loads something from
+another host.
 """
 
 import json

@@ -23,7 +23,8 @@ def problems_of(**pages):
 
 class Links(unittest.TestCase):
     def test_that_lead_to_files_and_headings_are_no_problem(self):
-        self.assertEqual(problems_of(a='<a href="b.html#there">b</a><a href="https://example.org">far</a>', b='<h1 id="there">b</h1>'), [])
+        self.assertEqual(problems_of(a='<a href="b.html#there">b</a><a href="https://example.org">far</a>',
+                                     b='<h1 id="there">b</h1>'), [])
 
     def test_to_no_file_are_reported(self):
         self.assertEqual(problems_of(a='<a href="gone.html">b</a>'), ["a.html: gone.html leads to no file"])
@@ -36,30 +37,36 @@ class Links(unittest.TestCase):
                          ["a.html: #x leads to no heading", "a.html: b.html#x leads to no heading"])
 
     def test_that_load_from_other_hosts_are_reported(self):
-        self.assertEqual(problems_of(a='<script src="//example.org/a.js"></script><img src="data:,">', sheet="a { b: url(http://example.org/c) }"),
-                         ["a.html: //example.org/a.js is loaded from another host", "sheet.css: http://example.org/c is loaded from another host"])
+        self.assertEqual(problems_of(a='<script src="//example.org/a.js"></script><img src="data:,">',
+                                     sheet="a { b: url(http://example.org/c) }"),
+                         ["a.html: //example.org/a.js is loaded from another host",
+                          "sheet.css: http://example.org/c is loaded from another host"])
 
 
 class Declarations(unittest.TestCase):
     @staticmethod
-    def signature(kind, inner, **attributes):
-        listed = "".join(f' {name}="{value}"' for name, value in attributes.items())
-        member = ElementTree.fromstring(f'<memberdef kind="{kind}"{listed}>{inner}</memberdef>')
+    def signature(kind, result, name, arguments, **attributes):
+        member = ElementTree.Element("memberdef", kind=kind, **attributes)
+        for tag, text in (("type", result), ("name", name), ("argsstring", arguments)):
+            ElementTree.SubElement(member, tag).text = text
         return api.signature(api.DECLARATION(member, member.findtext("name"), "a.h", "a"))
 
     def test_of_functions_are_spaced_as_in_the_headers(self):
-        self.assertEqual(self.signature("function", "<type>char const *</type><name>Get</name><argsstring>(std::vector&lt; int &gt; const &amp;list, int index=-1) const =0</argsstring>",
+        self.assertEqual(self.signature("function", "char const *", "Get", "(std::vector< int > const &list, int index=-1) const =0",
                                         virt="pure-virtual"),
                          "virtual char const* Get(std::vector<int> const& list, int index = -1) const = 0;")
 
     def test_of_function_pointers_keep_their_name_inside(self):
-        self.assertEqual(self.signature("variable", "<type>int(*</type><name>Lock</name><argsstring>)(STICKET *ticket, int number)</argsstring>"),
+        self.assertEqual(self.signature("variable", "int(*", "Lock", ")(STICKET *ticket, int number)"),
                          "int(*Lock)(STICKET* ticket, int number);")
 
     def test_that_are_long_have_a_line_for_each_parameter(self):
-        long_name = "a" * 90
-        self.assertEqual(self.signature("function", f"<type>void</type><name>Set</name><argsstring>(std::map&lt; int, int &gt; {long_name}, int b)</argsstring>"),
-                         f"void Set(\n    std::map<int, int> {long_name},\n    int b);")
+        name = "a" * 90
+        self.assertEqual(self.signature("function", "void", "Set", f"(std::map< int, int > {name}, void(*b)(int, int))"),
+                         f"void Set(\n    std::map<int, int> {name},\n    void(*b)(int, int));")
+
+    def test_that_are_protected_say_so(self):
+        self.assertEqual(self.signature("function", "void", "Run", "()", prot="protected"), "protected: void Run();")
 
     def test_have_anchors_that_tell_operators_apart(self):
         self.assertNotEqual(api.anchor_of("A::operator<"), api.anchor_of("A::operator>"))
@@ -73,16 +80,17 @@ class Documents(unittest.TestCase):
 
     def test_are_all_in_the_table_of_contents(self):
         listed = {name for names in build.CONTENTS.values() for name in names}
-        found = {str(path.relative_to(build.ROOT)) for path in list(build.ROOT.glob("*.md")) + list((build.ROOT / "docs").glob("*.md"))}
-        self.assertEqual(found - listed, set())
+        paths = list(build.ROOT.glob("*.md")) + list((build.ROOT / "docs").glob("*.md"))
+        self.assertEqual({str(path.relative_to(build.ROOT)) for path in paths} - listed, set())
 
 
 class Figures(unittest.TestCase):
     def test_of_the_readme_are_those_on_record(self):
         readme = (build.ROOT / "README.md").read_text(encoding="utf-8")
-        recorded = dict(re.findall(r"^(\w+ \d+) (\d+)$", (build.ROOT / "tests" / "instruction_counts.txt").read_text(encoding="utf-8"), flags=re.M))
-        for operation, form in (("get_int 10000", r"\| ([\d,]+) instructions \|"), ("load 10000", r"\| ([\d,]+) instructions a key \|")):
-            shown = int(re.search(form, readme)[1].replace(",", ""))
+        record = (build.ROOT / "tests" / "instruction_counts.txt").read_text(encoding="utf-8")
+        recorded = dict(re.findall(r"^(\w+ \d+) (\d+)$", record, flags=re.M))
+        for operation, unit in (("get_int 10000", "instructions"), ("load 10000", "instructions a key")):
+            shown = int(re.search(rf"\| ([\d,]+) {unit} \|", readme)[1].replace(",", ""))
             # The record may differ from a run by 5 %.
             self.assertAlmostEqual(shown, int(recorded[operation]) / 10_000, delta=shown * 0.05, msg=operation)
 
