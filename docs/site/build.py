@@ -104,10 +104,10 @@ def add_search(site):
 
 
 def add_copyright(site):
-    """Adds the licence of the theme, whose scripts and style sheets are a part of the site."""
+    """Adds the licence of the theme, which is a part of the site. Debian compresses no file of this name."""
     theme = pathlib.Path("/usr/share/doc/mkdocs-material/copyright")
     if theme.exists():
-        shutil.copy(theme, site / "assets" / "copyright.txt")
+        shutil.copy(theme, site / "assets" / "copyright")
 
 
 def remove_unused(site):
