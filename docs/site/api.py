@@ -1,6 +1,7 @@
 """Turns what Doxygen found in the public headers into one Markdown page for each header."""
 
 import html
+import itertools
 import os
 import re
 import xml.etree.ElementTree as ElementTree
@@ -153,7 +154,7 @@ class PAGE:
         if child.tag == "ref":
             return self.link(child.get("refid"), inner)
         if child.tag == "simplesect":
-            return f'<p><strong>{TITLES[child.get("kind")]}:</strong></p>{inner}'
+            return f'<p><strong>{TITLES[child.get("kind")]}:</strong> {inner.strip().removeprefix("<p>")}'
         if child.tag == "parameterlist":
             return f'<table class="members"><tbody>{inner}</tbody></table>'
         if child.tag == "parameteritem":
@@ -212,8 +213,9 @@ class PAGE:
                 overloads.setdefault(member.name, []).append(member)
         for name, group in overloads.items():
             self._add(f"### `{name}` {{: #{group[0].anchor} }}")
-            for member in group:
-                self._member(member)
+            # Overloads that differ in their types only have one text.
+            for _, alike in itertools.groupby(group, key=lambda member: self._descriptions(member.element)):
+                self._describe_members(list(alike))
 
     def _row(self, member):
         kind = tidy(member.element.find("type"))
@@ -222,11 +224,12 @@ class PAGE:
         declared = html.escape(f"{kind} {member.name}{array}")
         return f'<tr id="{member.anchor}"><td><code>{declared}</code></td><td>{about}</td></tr>'
 
-    def _member(self, member):
-        self._add(f"```cpp\n{signature(member)}\n```")
-        self._describe(member.element)
+    def _describe_members(self, members):
+        declarations = "\n".join(signature(member) for member in members)
+        self._add(f"```cpp\n{declarations}\n```")
+        self._describe(members[0].element)
         values = [(value, html.escape(f"{value.findtext('name')} {text_of(value.find('initializer'))}".strip()))
-                  for value in member.element.findall("enumvalue")]
+                  for value in members[0].element.findall("enumvalue")]
         if values:
             cells = "".join(f"<tr><td><code>{declared}</code></td><td>{self._descriptions(value)}</td></tr>"
                             for value, declared in values)
