@@ -111,7 +111,8 @@ class clTICKETNODE::WALK {
         return Report(PARAM_INT, &integer, index);
     }
 
-    bool Elements(clENTRY const& entry, PATH const* outer, int level) const {
+    // Not inlined, like Find: otherwise the recursion is copied into itself.
+    [[gnu::noinline]] bool Elements(clENTRY const& entry, PATH const* outer, int level) const {
         clENTRY const* vector = &entry;
         std::size_t const count = entry.Elements().size();  // a callback that appends here must not walk for ever
         uint64_t changes = m_node.m_changes;
@@ -128,7 +129,7 @@ class clTICKETNODE::WALK {
     }
 
     // The element at the end of the path, or for null the current key's entry. Null if it is gone.
-    clENTRY const* Find(PATH const* path) const {
+    [[gnu::noinline]] clENTRY const* Find(PATH const* path) const {
         if (!path) return m_node.m_map.Find(m_key);
         clENTRY const* const vector = Find(path->outer);
         if (!vector || vector->Tag() != ENTRY_VECTOR || path->position >= vector->Elements().size()) return nullptr;

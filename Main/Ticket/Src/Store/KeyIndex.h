@@ -164,7 +164,8 @@ class KEY_INDEX {
 
     unsigned Bits() const { return m_slots.empty() ? FIRST_BITS : HASH_BITS - m_shift; }
 
-    void Grow(std::size_t count) {
+    // Not inlined: rare.
+    [[gnu::noinline]] void Grow(std::size_t count) {
         unsigned bits = Bits();
         while (bits < HASH_BITS && LimitOf(std::size_t{1} << bits) < count) ++bits;
         KEY_INDEX larger = WithHomes(bits);

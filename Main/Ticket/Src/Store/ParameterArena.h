@@ -127,8 +127,8 @@ class PARAMETER_ARENA {
         return id;
     }
 
-    // The id of the first granule of a new chunk.
-    ID AddChunk(std::size_t size) {
+    // The id of the first granule of a new chunk. Not inlined: rare.
+    [[gnu::noinline]] ID AddChunk(std::size_t size) {
         if (m_chunks.empty()) m_chunks.push_back({nullptr, NONE});  // never used, so that no value has the id NONE
         std::unique_ptr<char[]> memory(new char[size]);             // make_unique would set it to zero
         if (m_emptyChunk != NONE) {
