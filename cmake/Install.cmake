@@ -37,6 +37,16 @@ configure_file(packaging/configurationcontrol.pc.in ${CMAKE_CURRENT_BINARY_DIR}/
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/configurationcontrol.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+# gdb loads it with the library, by the library's whole name; the prefix may be chosen at installation.
+if(BUILD_SHARED_LIBS)
+    set(installed_library_dir "${CMAKE_INSTALL_LIBDIR}")
+    if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+        set(installed_library_dir "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
+    endif()
+    install(FILES packaging/printers-gdb.py DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/${installed_library_dir}
+        RENAME libConfigurationControl.so.${PROJECT_VERSION}-gdb.py COMPONENT development)
+endif()
+
 if(NOT PROJECT_IS_TOP_LEVEL)  # documents, tool and packages only if this is the top-level project
     return()
 endif()
