@@ -3,7 +3,6 @@
 #include "ConfigurationControl/ConfigurationCtrl.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -56,10 +55,6 @@ void Put(STICKET_ACCESS const& ticket, CONFIGURATION_SETTING setting, void const
 
 constexpr CONFIGURATION_SETTING Following(CONFIGURATION_SETTING setting, int distance) {
     return static_cast<CONFIGURATION_SETTING>(setting + distance);
-}
-
-bool Exists(std::string const& path) {
-    return access(path.c_str(), F_OK) == 0;
 }
 
 }  // namespace
@@ -179,13 +174,12 @@ void CConfigurationControl::Tokenize(std::string const& text, std::vector<std::s
 }
 
 void CConfigurationControl::CreateSubDirectory(std::string const& path) {
-    if (Exists(path)) return;
     std::vector<std::string> components;
     Tokenize(path, components, GetSeperator());
     std::string prefix;
     for (auto const& component : components) {
         prefix += component + GetSeperator();
-        if (!Exists(prefix)) mkdir(prefix.c_str(), 0777);
+        mkdir(prefix.c_str(), 0777);  // fails for those that exist
     }
 }
 

@@ -97,8 +97,6 @@ struct MARKUP {
 };
 constexpr MARKUP MARKUPS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
 
-constexpr std::string_view OTHER_STARTS[] = {"!--", "![CDATA[", "!DOCTYPE"};
-
 // What begins at `at`; the end of MARKUPS if it is an element.
 MARKUP const* MarkupAt(std::string_view text, std::size_t at) {
     return std::find_if(std::begin(MARKUPS), std::end(MARKUPS),
@@ -159,11 +157,10 @@ class SCAN {
     // A line that begins as a comment or the like does holds an opening tag only if there is a closing one.
     bool MayBeMarkup(LINE const& line) {
         if (line.kind == LINE::WHOLE || line.kind == LINE::CLOSING) return false;
-        if (line.kind == LINE::EMPTY) return MayBeMarkupAt(Offset(line.name) - 1);
-        bool const isInstruction = line.kind == LINE::OPENING && line.name.front() == '?';
-        bool const isOther = std::any_of(std::begin(OTHER_STARTS), std::end(OTHER_STARTS),
-                                         [&](std::string_view start) { return BeginsWith(line.name, start); });
-        return (isInstruction || isOther) && m_closings.count(line.name) == 0;
+        std::size_t const at = static_cast<std::size_t>(line.name.data() - m_text.data()) - 1;
+        if (line.kind == LINE::EMPTY) return MayBeMarkupAt(at);
+        bool const beginsAsMarkup = MarkupAt(m_text, at) != std::end(MARKUPS) || BeginsWith(line.name, "!DOCTYPE");
+        return beginsAsMarkup && m_closings.count(line.name) == 0;
     }
 
     // The same for an empty element, which has no closing tag. It is markup only if the end of that markup follows, and
@@ -180,8 +177,6 @@ class SCAN {
         }
         return end.at < m_text.size() && !end.isInTag;
     }
-
-    std::size_t Offset(std::string_view part) const { return static_cast<std::size_t>(part.data() - m_text.data()); }
 
     void FindClosings() {
         for (std::size_t at = 0; at < m_text.size();) {
