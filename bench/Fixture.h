@@ -48,7 +48,7 @@ class OWN_STORE {
     std::unique_ptr<STORE> m_store;
 };
 
-// What this thread has spent on a processor: unlike the time on the wall it leaves out what other processes took.
+// The processor time of this thread in seconds. Unlike wall-clock time it excludes other processes.
 double ThreadSeconds();
 
 // Starts a thread that sleeps until the process ends. Allocator and mutexes are faster in a process that never had a

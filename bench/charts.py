@@ -7,17 +7,17 @@ import re
 import matplotlib
 
 matplotlib.use("svg")
-import matplotlib.pyplot as plt  # noqa: E402  (after the choice of what draws)
+import matplotlib.pyplot as plt  # noqa: E402  (after the back end is chosen)
 
 SIZES = (50, 10_000, 100_000)
 FLOORS = ("F1 pugixml", "F2 std::map", "F3 flat_hash_map", "F4 simdjson")
 OURS = {"file ticket": "#d55e00", "memory ticket": "#e8964f"}
-# Told apart by people who see few colours too, and on black as on white.
+# Colours that colour-blind readers can tell apart, on black and on white.
 COLOURS = ("#0072b2", "#009e73", "#cc79a7", "#56b4e9", "#e69f00", "#8c6bb1", "#7f7f7f", "#41ab5d", "#a6761d", "#1f9e9e",
            "#c0504d", "#b5b52a")
 INK, PAPER, PEER = "#404550", "#fcfcfd", "#8a97ad"
 DARK_INK, DARK_PAPER = "#d5dae3", "#1e232d"
-# File, title, unit of the axis, how many of it are a second, and the operation.
+# File, title, unit of the axis, units in a second, operation.
 CHARTS = (
     ("read", "Read an integer", "nanoseconds", 1e9, "get_int"),
     ("load", "Load a file and read every value", "milliseconds", 1e3, "load_warm"),

@@ -110,13 +110,13 @@ struct TICKETS {
     std::string text;
 };
 
-// Counts what `operation` does to each of the given things, over all of `rounds` calls.
-template <typename THINGS, typename OPERATION>
-void Count(char const* name, std::size_t count, int rounds, THINGS& things, OPERATION const& operation) {
-    for (auto& thing : things) operation(thing);  // a first call, so that work done only once is not counted
+// Counts the instructions of `rounds` calls of `operation` on each object.
+template <typename OBJECTS, typename OPERATION>
+void Count(char const* name, std::size_t count, int rounds, OBJECTS& objects, OPERATION const& operation) {
+    for (auto& object : objects) operation(object);  // a first call, so that work done only once is not counted
     CALLGRIND_TOGGLE_COLLECT;
     for (int i = 0; i < rounds; ++i)
-        for (auto& thing : things) operation(thing);
+        for (auto& object : objects) operation(object);
     CALLGRIND_TOGGLE_COLLECT;
     char label[64];
     std::snprintf(label, sizeof label, "%s %zu", name, count);
@@ -177,10 +177,10 @@ void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
 
 }  // namespace
 
-// usage: instruction_counts PREFIX: begins the names of the ticket files, which are written and removed
+// usage: instruction_counts PREFIX; the names of the ticket files, which are written and removed, begin with PREFIX
 int main(int count, char** arguments) {
     if (count != 2) return 1;
-    // Where a key falls in a hash table is chance. Many small tickets are counted, so that their mean is no chance.
+    // The place of a key in a hash table is random. Counting many small tickets averages that.
     static constexpr struct {
         std::size_t keys;
         std::size_t tickets;

@@ -4,7 +4,7 @@
 // usage: heap list: prints the names of the stores
 //        heap write STORE COUNT FILE: writes what the store loads
 //        heap measure STORE COUNT FILE: prints one line of JSON
-// Writing and measuring are two processes, because a load would use again what a library keeps from writing.
+// Writing and measuring are two processes, because a load would reuse memory that a library keeps after writing.
 // The allocator's functions are replaced for the whole process, so that libraries are counted, too. A block counts with
 // the size that the allocator really uses for it.
 #include <malloc.h>

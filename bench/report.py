@@ -17,12 +17,12 @@ F1, F2, F3, F4 = "F1 pugixml", "F2 std::map", "F3 flat_hash_map", "F4 simdjson"
 OWN = (MEMORY, FILE)
 FLOORS = (F1, F2, F3, F4)
 PEERS = (GKEYFILE, "KConfig", "libconfig++", "LMDB", "nlohmann-json", "QSettings", RAPIDJSON, "SimpleIni", "SQLite")
-# What has every value with its type once it is loaded; RapidJSON too, but it leaves texts where they were read.
+# The stores that hold every value with its type after a load. RapidJSON does, too, but leaves texts in the bytes of the file.
 TYPED_AT_LOAD = ("libconfig++", "nlohmann-json")
 PEER_SIZES = SIZES[:3]
 SHAPES = ("flat", "wide", "deep")
 
-# Operation, what it is compared with, and the title.
+# Operation, the store that it is compared with, title.
 TABLES = (
     ("get_int", F2, "Read an integer"),
     ("set_int", F2, "Write an integer over another"),
@@ -35,7 +35,7 @@ TABLES = (
     ("save", GKEYFILE, "Change one value and save it durably"),
 )
 
-# Title, operation, what it is compared with, and the sizes.
+# Title, operation, the store that it is compared with, sizes.
 OTHER_OPERATIONS = (
     ("walk of all values", "walk", None, SIZES[1:]),
     ("merge into an empty ticket", "merge", "copy_by_walk", SIZES[1:]),
@@ -76,7 +76,7 @@ class Results:
     def _add(self, entry):
         name = entry["run_name"].split("/")
         key = tuple(name[:2]) + (int(name[2]) if name[2].isdigit() else name[2],)
-        # Manual and threaded times are on the wall or chosen by the benchmark; all others are processor time.
+        # Manual and threaded benchmarks report wall-clock time or a time of their own, all others processor time.
         kind = "real_time" if len(name) > 3 else "cpu_time"
         self.seconds[key] = entry[kind] * {"ns": 1e-9, "us": 1e-6, "ms": 1e-3}[entry["time_unit"]]
         if "items_per_second" in entry:

@@ -262,7 +262,7 @@ void RegisterTicketBenchmarks(bool quick) {
     RegisterBatches();
     for (std::size_t const count : {10000U, 100000U}) RegisterWholeTickets(count);
     if (!quick) RegisterWholeTickets(1000000);
-    // The time is of one element, so it cannot tell how many rounds are enough.
+    // The number of rounds is fixed: the library would choose it by the time of one deletion, and a round has many.
     constexpr int ROUNDS = 5;
     RegisterMemory("delete_from_front", DELETED_ELEMENTS, DeleteFromTheFront)->UseManualTime()->Iterations(ROUNDS);
 }

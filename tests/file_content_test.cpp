@@ -93,7 +93,7 @@ TEST_F(FileRead, TellsAMissingFileFromAnUnreadableOne) {
         EXPECT_EQ(FILE_READER(name).State(), FILE_READER::UNREADABLE) << name;
 }
 
-// To open a device can already make it act.
+// Opening a device can already make it act.
 TEST_F(FileRead, DoesNotOpenWhatIsNoRegularFile) {
     struct CASE {
         std::string path;

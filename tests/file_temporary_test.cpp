@@ -241,7 +241,7 @@ TEST_F(FileSave, GoesOnWithoutALockThatIsNeverGivenBackAndDoesNotMixTheTwoSaves)
     EXPECT_THAT(Names(m_scratch), UnorderedElementsAre("t.xml", "t.xml.tmp"));
 }
 
-// Such a lock can be planted to delay saves.
+// Another user could plant such a lock to delay each save.
 TEST_F(FileSave, DoesNotWaitForALockOnWhatNoSaveOfThisUserOrRootHasMade) {
     Write(m_file, "old");
     int const planted = Lock(m_temporary);

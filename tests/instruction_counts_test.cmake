@@ -27,7 +27,7 @@ else()
         -DRECORD=${counts_record} -DDIRECTORY=${CMAKE_CURRENT_BINARY_DIR}/instruction_counts.out)
     add_test(NAME instruction_counts COMMAND ${counts_command} -P ${CMAKE_CURRENT_SOURCE_DIR}/instruction_counts.cmake)
     set_tests_properties(instruction_counts PROPERTIES RUN_SERIAL ON)
-    # "cmake --build build/release --target record_instruction_counts" after a change that is meant.
+    # "cmake --build build/release --target record_instruction_counts" after an intended change.
     add_custom_target(record_instruction_counts
         COMMAND ${counts_command} -DUPDATE=ON -P ${CMAKE_CURRENT_SOURCE_DIR}/instruction_counts.cmake
         DEPENDS instruction_counts VERBATIM)

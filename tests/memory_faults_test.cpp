@@ -308,7 +308,7 @@ bool SetWithinWalk(STICKET_ACCESS const* ticket) {
 
 bool Merge(STICKET_ACCESS const* target, STICKET_ACCESS const* source, bool clear, bool selected) {
     char const* const keys[] = {"te*", "bytes", "a prefix that is rather long*", nullptr};
-    // The answer tells nothing of records that found no memory once everything is collected.
+    // After everything is collected, the answer is 1 even if some records found no memory.
     int const failed = allocations::t_failed;
     return target->MergeTicket(target->pTicket, source, selected ? keys : nullptr, clear) &&
            allocations::t_failed == failed;

@@ -39,8 +39,7 @@ using testing::IsEmpty;
 class AnyNames : public testing::Test {
  protected:
     // The values of a ticket with one value at each key, after saving and loading. Expects that the next save writes
-    // the
-    // same bytes.
+    // the same bytes.
     LINES SavedAndLoaded(std::vector<std::string> const& keys) {
         std::filesystem::remove(m_file);
         {

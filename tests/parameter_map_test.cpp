@@ -1,4 +1,4 @@
-// The container of a ticket's parameters, checked against a standard map, with every allocation counted.
+// The container of a ticket's parameters, compared with a standard map, also when memory runs out.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -33,7 +33,7 @@ class VALUE {
 };
 int VALUE::s_living = 0;
 
-// Whether `action` runs out of memory if so many allocations succeed.
+// Whether `action` runs out of memory when only its first `granted` allocations succeed.
 template <typename ACTION>
 bool IsOutOfMemory(int granted, ACTION const& action) {
     try {

@@ -1,4 +1,4 @@
-// A typed store that hears when others change its file.
+// A typed store that reports when others change its file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -23,7 +23,7 @@ using ticket::Store;
 
 class StoreFileWatch : public testing::Test {
  protected:
-    // Dispatches what has happened up to now, and gives the keys that were told.
+    // Dispatches all events up to now. Returns the keys that the watch reported.
     template <typename Watch>
     std::vector<std::string> Told(Watch& watch) {
         m_told.clear();

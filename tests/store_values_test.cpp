@@ -1,4 +1,4 @@
-// The typed store: what each type is worth when it is set and read again, in memory.
+// The typed store in memory: the value of each type after it was set and read again.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -185,7 +185,7 @@ TEST(StoreValues, NarrowingIsDoneWhereItIsAskedFor) {
     EXPECT_EQ(store.get<std::chrono::microseconds>("Time"), 1500000us);
 }
 
-// Every number that is stored, read as every type: what is read equals what was stored, or there is a reason.
+// Reads every stored number as every type: the result equals the stored number, or it gives a reason.
 template <typename T, typename U>
 void ReadsExactlyOrNot(T stored) {
     Store store;

@@ -1,4 +1,4 @@
-// Changes of a typed store that are heard.
+// Watches of a typed store: the changes that they report.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ std::string Shown(std::optional<ticket::Value> const& value) {
     return "other";
 }
 
-// Collects what a watch tells.
+// Collects the reports of a watch.
 class LOG {
  public:
     Watch Of(Store& store, char const* selector) {

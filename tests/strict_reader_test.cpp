@@ -373,7 +373,7 @@ TEST(StrictReader, StartsOverWhenTheFileChangesMeanwhile) {
         }
 }
 
-// What was read may be of two versions: no file ever held it.
+// The values may come from two versions of the file.
 TEST(StrictReader, LoadsNothingOfAFileThatNeverStopsChanging) {
     struct RESTLESS final : FILE_SOURCE {
         std::string const text = FileText::Framed("\t<a type=\"int\">1</a>\n");

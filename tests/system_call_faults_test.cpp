@@ -133,7 +133,7 @@ class FailingCall : public FaultyFile, public testing::WithParamInterface<FOUND>
         return result;
     }
 
-    // Expects no other files than a save may leave: without obstacles the file and the kept unreadable one.
+    // Expects only files that a save may leave: the file itself and the kept unreadable one.
     void ExpectNothingLeft(system_calls::STATE const& fault) {
         bool const couldRemove = fault.fault.scope != FAULT::EVERYTHING && fault.failing != "unlink";
         for (std::string const& found : files::Names(m_scratch)) {

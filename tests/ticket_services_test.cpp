@@ -1,4 +1,4 @@
-// A callback under a ticket's mutex, what became of saves and loads, and which tables the plain functions accept.
+// A callback under a ticket's mutex, the outcomes of saves and loads, and the tables that the plain functions accept.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -104,7 +104,7 @@ TEST(RunLocked, NeedsACallbackAndATableOfThisLibraryWithAMutex) {
     EXPECT_EQ(calls, 0);
 }
 
-// What became of saves and loads
+// Outcomes of saves and loads
 
 class CONVERSION : public STICKET_STRING_CONVERSION {
  public:

@@ -1,6 +1,6 @@
 // Peer: an LMDB file, which is mapped into memory and never read as a whole. A save is a commit; what is read or
-// written between two saves is one transaction. Only raw bytes are stored: the type of a value is known to whoever
-// reads it.
+// written between two saves is one transaction. Only raw bytes are stored: the
+// reader must know the type of a value.
 #include <lmdb.h>
 
 #include <cstring>

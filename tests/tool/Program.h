@@ -67,7 +67,7 @@ class ON_TERMINAL {
     std::string m_shown;
 };
 
-// Runs a program on a terminal of its own; what appears there.
+// Runs a program on a terminal of its own. Returns the output on the terminal.
 std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner);
 
 class Tool : public testing::Test {
@@ -78,9 +78,9 @@ class Tool : public testing::Test {
     RESULT Ticket(ARGUMENTS arguments) const { return Start(std::move(arguments)).Wait(); }
     PROCESS Start(ARGUMENTS arguments) const;
     RESULT TicketWithInput(std::string input, ARGUMENTS arguments) const;
-    // Its standard output; fails the test unless it succeeded without a word of complaint.
+    // Returns its standard output; fails the test unless it succeeded and wrote no error.
     std::string Output(ARGUMENTS arguments) const;
-    // Fails the test unless the tool fails with this exit code and one line, which is returned without its "ticket: ".
+    // Fails the test unless the tool fails with this exit code and one line. Returns that line without its "ticket: ".
     std::string Error(ARGUMENTS arguments, int code = 2) const;
 
     void Write(std::string const& name, std::string const& content) const {

@@ -26,7 +26,7 @@ class ToolCheck : public Tool {
         return findings;
     }
 
-    // The same for one element inside of "ticket", which begins in column 9.
+    // The same for one element in "ticket"; the element begins in column 9.
     std::string FindingsIn(std::string const& element) const { return Findings("<ticket>" + element + "</ticket>"); }
 };
 

@@ -23,7 +23,7 @@ char const* const COMMANDS[] = {"list",     "get",      "find",  "diff",    "exp
                                 "settings", "describe", "watch", "set",     "delete", "reset",
                                 "merge",    "import",   "edit",  "recover", "help",   "completion"};
 
-// What the last group of an expression matches, each time it is found.
+// The text of the last group for each match of an expression.
 std::set<std::string> Found(std::string const& text, std::string const& pattern) {
     CLASSIC_LOCALE const classic;  // in which "[a-z]" are those letters
     regex_t expression;
@@ -204,7 +204,7 @@ class ToolCompletion : public ToolHelp {
         m_manner.environment = {"PATH=" + tool + ":/usr/bin:/bin", "HOME=" + m_scratch.Path()};
     }
 
-    // What bash offers for the last of these words, which come after "ticket".
+    // The completions that bash offers for the last of these words, which come after "ticket".
     std::vector<std::string> Completions(ARGUMENTS const& words) const {
         std::string const script = "source '" TOOL_SOURCES
                                    "/ticket.bash' || exit; COMP_WORDS=(ticket \"$@\"); COMP_CWORD=$#; _ticket; "

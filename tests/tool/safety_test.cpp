@@ -1,4 +1,4 @@
-// What the tool does about files, directories, streams and neighbours that do not behave.
+// The tool with files, directories, streams and other processes that do not behave.
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -57,7 +57,7 @@ class ToolSafety : public Tool {
         m_manner.input = R"([{"key": "a", "type": "string", "value": "new"}])";
     }
 
-    // Runs the rest of the test as a user whom permissions stop; false where that cannot be.
+    // Runs the rest of the test as a user whom permissions stop; false if there is no such user.
     bool BecomeNobody() {
         if (!IsRoot()) return true;
         std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms::all);
@@ -286,8 +286,8 @@ class ToolEnded : public Tool {
         m_manner.environment = {"TMPDIR=" + m_temporary};
     }
 
-    // Runs each command `times` times and ends it by a signal, later each time until it would have ended by itself; how
-    // many were ended. How long a command takes is measured first, because it depends on the machine and the build.
+    // Runs each command `times` times and ends it by a signal, each time a little later, up to the duration of the
+    // command. That is measured first, because it depends on the machine and the build. Returns how many were ended.
     int EndMany(int number, int times, std::vector<ARGUMENTS> const& commands) {
         int ended = 0;
         for (auto const& command : commands) {
@@ -485,7 +485,7 @@ TEST_F(ToolStreams, AReaderThatHasSeenEnoughEndsTheToolQuietly) {
     EXPECT_EQ(result.err, "");
 }
 
-// Files that are too much for something.
+// Files that exceed a limit.
 class ToolExtremes : public Tool {
  protected:
     static std::string Repeated(std::string const& text, int count) {

@@ -1,4 +1,4 @@
-// What the tool makes of the table of settings and of schema files.
+// How the tool uses the table of settings and schema files.
 #include "Program.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// What the tool shows on a terminal of files that mean harm.
+// The output of the tool on a terminal for hostile files.
 #include <sys/stat.h>
 
 #include <optional>
