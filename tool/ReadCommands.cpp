@@ -34,6 +34,7 @@ void PrintPlain(VALUE const& value, bool hex, char end) {
 std::string Meant(TICKET const& ticket, LISTING const& listing, std::string const& key) {
     std::vector<NAME> names;
     for (auto const& name : ticket.Keys()) names.emplace_back(name);
+    SortBySize(names);
     if (auto const* const closest = Closest(key, names)) return "; did you mean " + Quoted(closest->text) + "?";
     auto const* const known = listing.Known().Meant(key);
     return known == nullptr ? "" : "; did you mean " + Quoted(known->key) + "?";

@@ -88,6 +88,9 @@ std::size_t Distance(std::string const& a, std::string const& b) {
     return steps[a.size()][b.size()];
 }
 
+constexpr std::size_t SHORT = 6;  // most short names are close to each other
+constexpr std::size_t MOST = 3;   // more steps make another name
+
 // Which letters a text holds, whatever their case, and which other bytes, by their last bits.
 std::uint64_t Letters(std::string const& text) {
     std::uint64_t letters = 0;
@@ -137,6 +140,7 @@ SCHEMA::SCHEMA(ARGUMENTS const& arguments, std::string const& file) {
         AddFile(beside);
     }
     for (auto const& known : m_keys) m_names.emplace_back(known.key);
+    SortBySize(m_names);
 }
 
 void SCHEMA::Add(KNOWN_KEY key) {
@@ -192,29 +196,35 @@ bool SCHEMA::IsSecret(std::string const& key) const {
 }
 
 KNOWN_KEY const* SCHEMA::Meant(std::string const& key) const {
-    if (Find(key) != nullptr) return nullptr;
     auto const* const closest = Closest(key, m_names);
-    return closest == nullptr ? nullptr : Find(closest->text);
+    return closest == nullptr || Find(key) != nullptr ? nullptr : Find(closest->text);
 }
 
-NAME::NAME(std::string const& name) : text(name), letters(Letters(name)) {}
+NAME::NAME(std::string const& name)
+    : text(name), letters(Letters(name)), allowed(name.size() < SHORT ? 0 : std::min(MOST, name.size() / 4)) {}
+
+void SortBySize(std::vector<NAME>& names) {
+    auto const isShorter = [](NAME const& a, NAME const& b) { return a.text.size() < b.text.size(); };
+    std::stable_sort(names.begin(), names.end(), isShorter);
+}
 
 NAME const* Closest(std::string const& name, std::vector<NAME> const& candidates) {
-    constexpr std::size_t SHORT = 6;  // most short names are close to each other
-    constexpr std::size_t MOST = 3;
     NAME const* closest = nullptr;
     std::size_t least = MOST + 1;
     auto const letters = Letters(name);
-    for (auto const& candidate : candidates) {
-        auto const size = candidate.text.size();
-        auto const allowed = size < SHORT ? 0 : std::min(MOST, size / 4);
-        if (std::max(name.size(), size) - std::min(name.size(), size) > allowed) continue;
+    auto const isShorter = [](NAME const& candidate, std::size_t size) { return candidate.text.size() < size; };
+    auto const shortest = name.size() - std::min(name.size(), MOST);
+    auto candidate = std::lower_bound(candidates.begin(), candidates.end(), shortest, isShorter);
+    for (; candidate != candidates.end() && candidate->text.size() <= name.size() + MOST; ++candidate) {
+        auto const allowed = candidate->allowed;
+        // Whether the sizes differ by more; a difference below zero wraps around.
+        if (name.size() - candidate->text.size() + allowed > 2 * allowed) continue;
         // Each step adds or removes two letters at most.
-        if (std::bitset<64>(letters ^ candidate.letters).count() > 2 * allowed) continue;
-        auto const distance = Distance(Lower(name), Lower(candidate.text));
+        if (std::bitset<64>(letters ^ candidate->letters).count() > 2 * allowed) continue;
+        auto const distance = Distance(Lower(name), Lower(candidate->text));
         if (distance > allowed || distance >= least) continue;
         least = distance;
-        closest = &candidate;
+        closest = &*candidate;
     }
     return closest;
 }

@@ -29,6 +29,7 @@ struct NAME {
     explicit NAME(std::string const& name);
     std::string text;
     std::uint64_t letters;
+    std::size_t allowed;  // how many steps a misspelling may be away
 };
 
 class SCHEMA {
@@ -58,5 +59,8 @@ std::string Objection(KNOWN_KEY const& known, VALUE const& value);
 // The values that a key takes, in words: "0 to 4", "one of 1, 2"; empty if it takes all of its type.
 std::string Allowed(KNOWN_KEY const& known);
 
-// Of the candidates, the one that a misspelt name probably means; null if none is close.
+// Sorts names as Closest needs them.
+void SortBySize(std::vector<NAME>& names);
+
+// Of the candidates, sorted by SortBySize, the one that a misspelt name probably means; null if none is close.
 NAME const* Closest(std::string const& name, std::vector<NAME> const& candidates);

@@ -77,10 +77,6 @@ bool StoresValue(pugi::xml_node element) {
            type.name() == TICKET_FORMAT::TYPE_ATTRIBUTE && TypeNamed(type.value()) != PARAM_NONE;
 }
 
-bool IsControlByte(char c) {
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
-
 bool IsText(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }

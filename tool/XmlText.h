@@ -39,7 +39,9 @@ class PLACES {
 };
 
 // Keys with such bytes are not promised to come back from a file.
-bool IsControlByte(char c);
+inline bool IsControlByte(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
 
 // Parses as a load does, names that are none in XML included. Throws UNLOADABLE_FILE.
 std::unique_ptr<PARSED_TEXT> ParseTicketText(std::string const& path, std::string const& text,
