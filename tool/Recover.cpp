@@ -60,6 +60,7 @@ BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
     return longest;
 }
 
+// Returns whether a text parses; if not, lowers `end` to a place before the break.
 bool Parses(std::string const& file, std::string const& text, std::size_t& end) {
     try {
         ParseTicketText(file, text);
@@ -81,7 +82,7 @@ bool TellWhatIsLost(std::string const& file, std::string_view text, std::size_t 
         auto const attribute = line.find(" type=\"");
         if (attribute != std::string_view::npos) {
             lost = true;
-            auto const start = std::min(line.rfind('<', attribute), attribute);
+            auto const start = std::min(line.rfind('<', attribute), attribute + 1);  // or no bracket
             auto const tag = line.substr(start, line.find('>', attribute) - start + 1);
             std::cout << Printable(places.Of(begin + start)) << "lost: " << Printable(tag) << '\n';
         }
@@ -105,7 +106,10 @@ int Recover(ARGUMENTS const& arguments) {
         recovered = beginning.Closed(text);
         if (beginning.size == 0 || Parses(file, recovered, end)) break;
     }
-    if (beginning.size == 0) throw FAILURE(file + ": nothing can be recovered; ticket check tells why");
+    if (beginning.size == 0) {
+        TellWhatIsLost(file, text, 0);
+        throw FAILURE(file + ": no value stands before the error; correct it, as ticket check shows it, and try again");
+    }
     MEMORY_FILE copy;
     copy.Take(recovered);
     TICKET const ticket(copy.Path());

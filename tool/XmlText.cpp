@@ -27,6 +27,7 @@ std::string Hint(std::string_view text, std::size_t offset) {
     bool const wide = begins("\xFF\xFE"sv) || begins("\xFE\xFF"sv) || begins("<\0"sv) || begins("\0<"sv);
     if (wide) return " (it looks like UTF-16; only UTF-8 is read)";
     if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return " (the file is empty)";
+    if (text.find('>', offset + 1) == std::string_view::npos) return " (the file may be cut off here)";
     return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a line end)" : "";
 }
 

@@ -49,6 +49,10 @@ TEST_F(ToolCheck, FindsNothingInAFileWithoutValues) {
 TEST_F(ToolCheck, TellsWhereAFileDoesNotParse) {
     EXPECT_EQ(Findings("<ticket>\n\t<a type='int'>1</b>\n</ticket>"),
               "2:19: does not parse: Start-end tags mismatch\n");
+    EXPECT_EQ(Findings("<ticket>\n\t<a>\n\t\t<b type=\"int\">1</b>\n"),
+              "3:22: does not parse: Start-end tags mismatch (the file may be cut off here)\n");
+    EXPECT_EQ(Findings("<ticket><b type=\"str"),
+              "1:18: does not parse: Error parsing element attribute (the file may be cut off here)\n");
     EXPECT_EQ(Findings(""), "1:1: does not parse: No document element found (the file is empty)\n");
     EXPECT_EQ(Findings("\n \t"), "2:2: does not parse: No document element found (the file is empty)\n");
     EXPECT_EQ(Findings("<ticket>\n<a b=1/></ticket>"), "2:6: does not parse: Error parsing element attribute\n");
@@ -241,7 +245,7 @@ TEST_F(ToolCheck, LooksAtEveryFileItIsGiven) {
     auto const found = Ticket({"check", "broken.xml", "good.xml", "bad.xml"});
     EXPECT_EQ(found.code, 1);
     EXPECT_EQ(found.out,
-              "broken.xml:1:8: does not parse: Start-end tags mismatch\n"
+              "broken.xml:1:8: does not parse: Start-end tags mismatch (the file may be cut off here)\n"
               "bad.xml:1:9: element 'a' holds nothing\n");
     EXPECT_EQ(found.err, "");
     auto const failed = Ticket({"check", "none.xml", "bad.xml"});

@@ -187,6 +187,16 @@ TEST_F(ToolMore, RecoverSavesTheValuesUpToTheBreakAndTellsWhatIsLost) {
     EXPECT_EQ(Error({"recover", "s.xml"}), "s.xml: parses; there is nothing to recover");
 }
 
+TEST_F(ToolMore, RecoverTellsWhatIsLostEvenIfNothingStandsBeforeTheBreak) {
+    Write("b.xml", "<ticket>\n\t=Level type=\"int\">1</Level>\n\t<Mode type=\"int\">2</Mode>\n</ticket>\n");
+    auto const result = Ticket({"recover", "b.xml", "r.xml"});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.err,
+              "ticket: b.xml: no value stands before the error; correct it, as ticket check shows it, and try again\n");
+    EXPECT_EQ(result.out, "b.xml:2:9: lost: type=\"int\">\nb.xml:3:2: lost: <Mode type=\"int\">\n");
+    EXPECT_FALSE(files::Exists(m_scratch.Path("r.xml")));
+}
+
 TEST_F(ToolMore, RecoverTakesWhatATruncationLeaves) {
     EXPECT_EQ(Output({"set", "s.xml", "Printer/HP 4000/ID", "7"}), "");
     auto const whole = Content("s.xml");
