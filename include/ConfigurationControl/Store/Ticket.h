@@ -37,7 +37,7 @@ class SharedTicket {
 
  private:
     struct Owners {
-        int count;  // changed atomically, by built-in functions: <atomic> would be a tenth of what this header includes
+        int count;  // changed by atomic built-in functions: every program would compile <atomic> for it
         Table table;
         bool owned;
     };
