@@ -66,8 +66,8 @@ void WriteSettings(IConfigurationControl& configuration) {
 
     configuration.SetLoginServer("proofs.example");
     configuration.SetLoginUserName("ada");
-    // CAUTION: passwords stand in clear in the file, and in clear in the message below. A host that minds encrypts them
-    // first, and keeps the log to itself.
+    // CAUTION: passwords are in clear text in the file, and in the message below. To protect them, encrypt them first
+    // and discard messages of level 6.
     configuration.SetLoginPassword("not a secret");
     //! [write]
 }
