@@ -1,5 +1,5 @@
-// Objects with a thread of their own. What matters here is the start, as the thread may delete the object that is still
-// starting it.
+// Objects with a thread of their own. Start must not touch the object once the thread may run, because the thread may
+// delete it.
 
 #include "ConfigurationControl/ThreadBase.h"
 

@@ -1,5 +1,5 @@
-// `ticket check`: what the library passes over in silence. The file's own text is looked at node by node; what a save
-// would lose is found by saving a copy.
+// `ticket check`: reports problems that the library ignores. CHECKER looks at the file's own text, node by node,
+// MEANING at values that a program reads differently. LossesOfASave saves a copy to find what a save would lose.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -32,7 +32,7 @@ using KEY_FINDINGS = std::multimap<std::string, std::string>;
 
 class CHECKER {
  public:
-    // `text` is that of the file from which `ticket` was loaded; Adds the positions of the keys to `ofKeys`.
+    // `text` is that of the file from which `ticket` was loaded. The findings `ofKeys` get the positions of their keys.
     CHECKER(std::string const& text, TICKET const& ticket, KEY_FINDINGS const& ofKeys)
         : m_text(text), m_ticket(ticket), m_ofKeys(ofKeys) {}
 

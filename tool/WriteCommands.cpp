@@ -59,7 +59,8 @@ VALUE Converted(ASSIGNMENT const& assignment, PARAM_TYPE type) {
     return ParseValue(assignment.arguments.Has("--hex") ? FromHex(assignment.text) : assignment.text, type);
 }
 
-// Prints a note if a program reads the value differently than the user may expect.
+// Prints a note if a program reads the value differently than the user may expect. Throws FAILURE for a value that the
+// setting or schema does not allow, unless --force is given.
 void CheckMeaning(ASSIGNMENT const& assignment, TYPE_CHOICE const& choice, VALUE const& value) {
     auto const* const known = assignment.schema.Find(assignment.key);
     if (known == nullptr) {

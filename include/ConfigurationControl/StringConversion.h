@@ -19,7 +19,7 @@ class STICKET_STRING_CONVERSION {
  public:
     /**
      * Converts a stored text, the empty one included, to what the file keeps. A save may convert a text twice. Do not
-     * save the same file through another ticket here: after the first 64 KB of text the running save has locked its
+     * save the same file through another ticket here: after the first 64 KiB of text the running save has locked its
      * temporary file, so the other save waits for two seconds, uses a temporary file of its own, and is replaced when
      * the first one ends.
      */

@@ -105,7 +105,7 @@ class STICKET {
     static bool IsLogged(unsigned int level);
 
     STICKET_WHOAMI m_whoAmI;        /**< as given at creation, with the mutex that is used */
-    std::unique_ptr<STATE> m_state; /**< parameters, registrations and deferred callbacks, in this order */
+    std::unique_ptr<STATE> m_state; /**< parameters, registrations, deferred callbacks, observers */
 };
 
 #endif

@@ -1,5 +1,5 @@
-// The file ticket: when its tree is loaded, dropped and saved, and the table entries that see to it. How the file reads
-// is known to the reader and the writer, how it is replaced to the save module.
+// The file ticket: when its tree is loaded, dropped and saved, and the table entries that see to it. Format/ knows the
+// text of the file, Disk/ how the file is replaced.
 #include "TicketImpSFile.h"
 
 #include <algorithm>

@@ -14,7 +14,7 @@
 
 namespace ticket {
 
-/** How a store works. */
+/** Options of a store. */
 struct StoreOptions {
     bool merge = true; /**< save writes what this store has changed into the file as it is now; else all of the store */
     bool throws =

@@ -195,8 +195,8 @@ inline bool continues_entity(std::string_view text) {
 }
 
 /**
- * Whether a file gives this text, or these bytes, back as they are. A load drops a blank at either end and decodes what
- * looks like an entity.
+ * Whether a file gives this text, or these bytes, back as they are. A load may drop a blank at either end, and
+ * decodes what looks like an entity.
  */
 inline Status kept_by_file(std::string_view text) {
     if (text.empty()) return {};

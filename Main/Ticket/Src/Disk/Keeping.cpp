@@ -15,7 +15,7 @@
 namespace TICKETFILE {
 namespace {
 
-// What a mark says: which file it is of, and when that was written last.
+// The value of a mark: the file's inode number and the time of its last write.
 std::string MarkOf(struct stat const& file) {
     return std::to_string(file.st_ino) + ' ' + std::to_string(file.st_mtim.tv_sec) + '.' +
            std::to_string(file.st_mtim.tv_nsec);
@@ -29,7 +29,7 @@ bool IsMarked(std::string const& fileName, struct stat const& file) {
     return std::string_view(mark.data(), static_cast<std::size_t>(size)) == MarkOf(file);
 }
 
-// A copy has another number, but the same size and time.
+// A copy has another inode number, but the same size and time.
 bool IsFileOrCopy(FILE_ID const& id, struct stat const& file) {
     return IsSameFile(id, file) || (id.size == file.st_size && IsSameTime(id.modified, file.st_mtim));
 }

@@ -24,8 +24,8 @@ void MarkAsSaved(int file);
 // is not known which file was misread.
 bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& misread);
 
-// Keeps a file that is about to be replaced, and leaves it where it is if that can be done. Throws std::bad_alloc
-// before anything has happened.
+// Keeps a file that is about to be replaced, and leaves it under its name if it can be linked or copied. Throws
+// std::bad_alloc before anything has happened.
 KEPT Keep(std::string const& fileName);
 
 // Keeps a file that is to be deleted, by moving it. Leaves the reason of a failure in errno.

@@ -17,8 +17,8 @@ class TEMPORARY_FILE {
     // Makes the file TemporaryName(fileName) and locks it, so that processes and threads that save the same file take
     // turns. A file of that name that nobody has locked was left behind by a save that was killed, and is removed.
     // After two seconds, and at once where the name cannot be used or another user than root has locked its file, the
-    // new file gets a unique name and no lock. A directory at the
-    // usual name refuses the save, and so does what no save may replace at `fileName`, see WrongKind.
+    // new file gets a unique name and no lock. A directory at the usual name refuses the save, and so does what no save
+    // may replace at `fileName`, see WrongKind.
     explicit TEMPORARY_FILE(std::string const& fileName);
     // Removes the file unless it was renamed.
     ~TEMPORARY_FILE();

@@ -43,7 +43,7 @@ constexpr auto POWERS_OF_5 = [] {
 
 // For numbers of usual size a few integer operations give the exact digits: value * 10^k is
 // mantissa * 5^k * 2^(binary exponent + k). With std::to_chars alone, a save of 10,000 keys, a quarter of them doubles,
-// takes 16 % more instructions. False, and nothing set, for other numbers.
+// takes 16 % more instructions. Returns false for other numbers and leaves `decimal` unset.
 bool ToDecimalExactly(double value, DECIMAL& decimal) {
     constexpr uint64_t LIMIT = 100'000'000'000'000'000;  // 10^DIGITS
     constexpr int MANTISSA_BITS = std::numeric_limits<double>::digits;
@@ -140,7 +140,7 @@ int32_t ParseDigits(std::string_view text) {
     return value;
 }
 
-// The number that a stream reads from a text that is not plainly spelled.
+// Tells the listener what a stream ignored or changed when it read `text`.
 void TellOddities(std::istringstream& stream, std::string_view text, bool isZero, bool isUnsigned,
                   ODDITY_LISTENER& listener) {
     if (stream.fail()) return listener.Tell(isZero ? ODDITY::NOT_A_NUMBER : ODDITY::OUT_OF_RANGE, 0, text.size());
@@ -151,6 +151,7 @@ void TellOddities(std::istringstream& stream, std::string_view text, bool isZero
     if (read < text.size()) listener.Tell(ODDITY::BEHIND_NUMBER, read, text.size() - read);
 }
 
+// The number that a stream reads from a text that is not plainly spelled.
 template <typename NUMBER>
 NUMBER ParseAsStream(std::string_view text, ODDITY_LISTENER* listener) {
     std::istringstream stream;
