@@ -11,7 +11,7 @@
  * of a vector. A scalar can be read as element 0.
  * - *result*: table entries return 0 for failure and non-zero for success; no exception leaves one.
  *
- * Threads: every table entry takes the ticket's mutex for the whole of its work, so any thread may call any entry. The
+ * Threads: any thread may call any entry. Every entry but MergeTicket holds the ticket's mutex throughout. The
  * mutex is recursive: callbacks may call the same ticket again on the same thread.
  */
 #ifndef CONFIGURATIONCONTROL_TICKETRECORDS_H
