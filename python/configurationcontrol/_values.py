@@ -34,7 +34,8 @@ def text_of(encoded: bytes) -> str:
 
 
 def _check_bytes(value: bytes) -> None:
-    if value[:1] == b" " or (value[-1:] == b" " and value[-2:] != b"  "):
+    blanks_at_end = len(value) - len(value.rstrip(b" "))
+    if value[:1] == b" " or blanks_at_end % 2 == 1:  # a file keeps an even number at the end
         raise ValueError(f"not kept by a file: a blank at the edge of {value!r}")
     if _ENTITY.search(value):
         raise ValueError(f"not kept by a file: an XML entity in {value!r}")
@@ -65,7 +66,7 @@ def check_file_keeps(value: Scalar) -> None:
         raise ValueError("not kept by a file: the sign of -0.0")
     elif not math.isnan(value) and value == int(value):
         wide = isinstance(value, int) and abs(value) > _EXACT
-        if not wide and not -(2**31) < value < 2**31:
+        if not wide and not -(2**31) <= value < 2**31:
             raise ValueError(f"not kept by a file: the whole number {value}, which needs more than 32 bits")
 
 

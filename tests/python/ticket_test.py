@@ -62,7 +62,9 @@ class TicketTest(unittest.TestCase):
 
     def test_what_a_file_changes_is_refused_with_a_reason_and_nothing_is_stored(self):
         ticket = Ticket(self.path)
-        for value in (2**31, -(2**31), 2**53, 3e9, math.inf, -0.0, " a", "a ", b" ", "&amp;", "&#65;", "a\0b", [], [" a"]):
+        refused = [2**31, -(2**31) - 1, 2**53, 3e9, math.inf, -0.0, [], [" a"]]
+        refused += [" a", "a ", "a   ", b" ", "&amp;", "&#65;", "a\0b"]
+        for value in refused:
             with self.subTest(value=value), self.assertRaises(ValueError):
                 ticket.update({"good": 1, "bad": value})
         self.assertEqual(len(ticket), 0)
@@ -88,6 +90,7 @@ class TicketTest(unittest.TestCase):
     def test_what_is_accepted_comes_back_from_a_file(self):
         values = {
             "int": 2**31 - 1,
+            "least int": -(2**31),
             "wide": 2**53 + 1,
             "negative wide": -(2**63),
             "unsigned": 2**64 - 1,
@@ -95,6 +98,7 @@ class TicketTest(unittest.TestCase):
             "small": 1e-300,
             "blanks": "a  b   c",
             "two at the end": "a  ",
+            "four at the end": "a    ",
             "controls": "\t\n\r\x01\x7f\\",
             "markup": "<&> & \"'",
             "no utf-8": "\udcff",
