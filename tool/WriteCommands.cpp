@@ -82,19 +82,22 @@ void CheckMeaning(ASSIGNMENT const& assignment, TYPE_CHOICE const& choice, VALUE
     throw FAILURE(Quoted(known->key) + ": " + Excerpt(value) + " " + objection + "; --force stores it all the same");
 }
 
-VALUE ValueToSet(ASSIGNMENT const& assignment, TICKET const& ticket) {
-    auto const choice = TypeToSet(assignment, ticket);
+VALUE ConvertedOrHint(ASSIGNMENT const& assignment, TYPE_CHOICE const& choice) {
     try {
-        auto value = Converted(assignment, choice.type);
-        CheckMeaning(assignment, choice, value);
-        return value;
+        return Converted(assignment, choice.type);
     } catch (FAILURE const& failure) {
         bool const isOfTheKey = choice.origin == ORIGIN::STORED || choice.origin == ORIGIN::KNOWN;
-        bool const isObjection = std::string_view(failure.what()).find("--force") != std::string_view::npos;
-        if (!isOfTheKey || IsText(choice.type) || isObjection) throw;
+        if (!isOfTheKey || IsText(choice.type)) throw;
         throw FAILURE(failure.what() + ("; " + Quoted(assignment.key)) + " is of type " + TypeName(choice.type) +
                       ", --type stores another");
     }
+}
+
+VALUE ValueToSet(ASSIGNMENT const& assignment, TICKET const& ticket) {
+    auto const choice = TypeToSet(assignment, ticket);
+    auto value = ConvertedOrHint(assignment, choice);
+    CheckMeaning(assignment, choice, value);
+    return value;
 }
 
 // An element that is there, or the next one.

@@ -42,6 +42,8 @@ TEST_F(ToolSchema, AnExistingTypeAndAnAskedOneWinOverTheTable) {
 TEST_F(ToolSchema, ValuesWithoutAMeaningAreRefused) {
     EXPECT_EQ(Error({"set", "n.xml", "Log/Level", "high"}),
               "\"high\" is not a value of type int; 'Log/Level' is of type int, --type stores another");
+    EXPECT_EQ(Error({"set", "n.xml", "Log/Level", "--", "--force"}),
+              "\"--force\" is not a value of type int; 'Log/Level' is of type int, --type stores another");
     EXPECT_EQ(Error({"set", "n.xml", "Locale/Measure", "5"}),
               "'Locale/Measure': 5 is not 0 to 4; --force stores it all the same");
     EXPECT_EQ(Error({"set", "n.xml", "Option/VireoVerify", "2"}),
