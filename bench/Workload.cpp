@@ -47,7 +47,7 @@ std::string Text(char const* beginning, std::size_t number, SHAPE shape) {
     if (shape == SHAPE::TEXTS) return text + text;
     if (shape != SHAPE::FOREIGN) return text;
     std::string letters;
-    for (char const byte : text) letters += {'\xC3', static_cast<char>(0xA0 + byte % 0x20)};
+    for (char const byte : text) letters += {'\xC3', static_cast<char>(0x80 + byte % 0x40)};
     return letters;
 }
 
