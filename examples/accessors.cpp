@@ -41,7 +41,6 @@ void Replacing(STICKET_ACCESS const& ticket) {
     STICKET_READ const read(ticket);
     std::vector<int> copies;
 
-    //! [replacing]
     // A written container replaces whatever the key held: nothing of a longer one is left.
     modify.SetVectorParameter("Job/Copies", std::vector<int>{7});
     read.GetVectorParameter("Job/Copies", copies);
@@ -51,11 +50,9 @@ void Replacing(STICKET_ACCESS const& ticket) {
     modify.SetVectorParameter("Job/Copies", std::vector<int>());
     bool const found = read.GetVectorParameter("Job/Copies", copies);
     std::printf("then %s, and still %zu element in the host's vector\n", found ? "found" : "not found", copies.size());
-    //! [replacing]
 }
 
 void MixedElements(STICKET_ACCESS const& ticket) {
-    //! [mixed]
     // Elements that cannot be converted are left out; the others keep their order.
     for (char const* text : {"10", "twenty"})
         ticket.SetParameter(ticket.pTicket, "Job/Mixed", PARAM_STRING, text, APPEND_INDEX);
@@ -69,11 +66,9 @@ void MixedElements(STICKET_ACCESS const& ticket) {
     read.GetVectorParameter("Job/Mixed", texts);
     std::printf("numbers %zu (%d), texts %zu (%s, %s)\n", numbers.size(), numbers[0], texts.size(), texts[0].c_str(),
                 texts[1].c_str());
-    //! [mixed]
 }
 
 void Arrays(STICKET_ACCESS const& ticket) {
-    //! [arrays]
     STICKET_MODIFY const modify(ticket);
     STICKET_READ const read(ticket);
 
@@ -86,11 +81,9 @@ void Arrays(STICKET_ACCESS const& ticket) {
         std::printf("white point %.2f %.2f %.2f\n", xyz[0], xyz[1], xyz[2]);
     double spectrum[36];
     if (!read.GetArrayParameter("Media/WhitePoint", spectrum, 36)) std::printf("no spectrum of 36 values\n");
-    //! [arrays]
 }
 
 void FileNames(STICKET_ACCESS const& ticket) {
-    //! [filenames]
     STICKET_MODIFY const modify(ticket);
     STICKET_READ const read(ticket);
 
@@ -103,14 +96,11 @@ void FileNames(STICKET_ACCESS const& ticket) {
     ticket.SetParameter(ticket.pTicket, "Folder", PARAM_STRING, "C:\\proofs\\today", SCALAR_INDEX);
     read.GetFilenameParameterChk_C("Folder", name, SCALAR_INDEX);
     std::printf("folder  %s\n", name.c_str());
-    //! [filenames]
 }
 
 void Identity(STICKET_ACCESS const& ticket) {
-    //! [identity]
     STICKET_OPTION_WHOAMI who;
     if (STICKET_READ(ticket).WhoAmI(who)) std::printf("ticket (%d, %d)\n", who.nIdA, who.nIdB);
-    //! [identity]
 }
 
 }  // namespace

@@ -161,7 +161,6 @@ static void Lock(STICKET_ACCESS const* ticket) {
     //! [lock]
 }
 
-//! [deferred]
 static void CountChange(void* argument) {
     ++*(int*)argument;
 }
@@ -174,7 +173,6 @@ static void Defer(STICKET_ACCESS const* ticket) {
     ticket->SetParameter(ticket->pTicket, "Log/Level", PARAM_INT, &level, SCALAR_INDEX);
     printf("called back %d time\n", changes);  // queued once, called after the first change
 }
-//! [deferred]
 
 static bool PrintFile(char const* name) {
     FILE* const file = fopen(name, "r");

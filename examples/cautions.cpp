@@ -94,7 +94,6 @@ unsigned int CountInFile(char const* fileName) {
 
 void Misread(char const* fileName) {
     std::remove(fileName);
-    //! [misread]
     // A key with <, >, " or a line end can spoil the whole file: then nothing of it is loaded.
     TICKET ticket(STICKET::Create(fileName));
     ticket->SetParameter(ticket->pTicket, "Name", PARAM_STRING, "good", SCALAR_INDEX);
@@ -108,11 +107,9 @@ void Misread(char const* fileName) {
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
     std::printf("the file with the old name is %s\n",
                 std::ifstream(std::string(fileName) + ".unreadable") ? "kept" : "lost");
-    //! [misread]
 }
 
 void Infinity(char const* fileName) {
-    //! [infinity]
     TICKET const ticket(STICKET::Create(fileName));
     double const infinity = std::numeric_limits<double>::infinity();
     ticket->SetParameter(ticket->pTicket, "Limit", PARAM_DOUBLE, &infinity, SCALAR_INDEX);
@@ -121,7 +118,6 @@ void Infinity(char const* fileName) {
 
     // Correct this before the ticket is destroyed: that save cannot report the error, and ends the process.
     ticket->SetParameter(ticket->pTicket, "Limit", PARAM_NONE, nullptr, SCALAR_INDEX);
-    //! [infinity]
 }
 
 void PartialTree(char const* fileName) {
@@ -131,17 +127,14 @@ void PartialTree(char const* fileName) {
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
     std::printf("in the file: %u values\n", CountInFile(fileName));
 
-    //! [partial]
     char const* kept[] = {"A", nullptr};
     ticket->Operation(ticket->pTicket, STICKET_OP_PARTIAL_KEYS, kept);
     ticket->SetParameter(ticket->pTicket, "A", PARAM_STRING, "new", SCALAR_INDEX);  // loads and changes "A" only
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);                   // writes what is in memory
     std::printf("after a save of the part: %u value\n", CountInFile(fileName));
-    //! [partial]
 }
 
 void LastOneWins(char const* fileName) {
-    //! [last]
     TICKET first(STICKET::Create(fileName)), second(STICKET::Create(fileName));
     first->SetParameter(first->pTicket, "First", PARAM_STRING, "1", SCALAR_INDEX);     // each reads the file once,
     second->SetParameter(second->pTicket, "Second", PARAM_STRING, "2", SCALAR_INDEX);  // and writes all it knows
@@ -150,16 +143,13 @@ void LastOneWins(char const* fileName) {
     TICKET const file(STICKET::Create(fileName));
     std::printf("of the first ticket: %s, of the second: %s\n", Show(*file, "First").c_str(),
                 Show(*file, "Second").c_str());
-    //! [last]
 }
 
 void Emptied(char const* fileName) {
-    //! [emptied]
     TICKET const ticket(STICKET::Create(fileName));
     ticket->Operation(ticket->pTicket, STICKET_OP_CLEAR, nullptr);
     ticket->Operation(ticket->pTicket, STICKET_OP_SAVE, nullptr);
     std::printf("the file of an empty ticket is %s\n", std::ifstream(fileName) ? "there" : "deleted");
-    //! [emptied]
 }
 
 }  // namespace

@@ -58,12 +58,10 @@ class LATIN1_IN_MEMORY : public STICKET_STRING_CONVERSION {
 };
 //! [conversion]
 
-//! [open]
 // The conversion stays the host's. It must outlive the ticket, whose destruction saves.
 TICKET Open(char const* fileName, STICKET_STRING_CONVERSION& conversion) {
     return TICKET(STICKET::PCreate(fileName, STICKET_WHOAMI{nullptr, -2, -2, &conversion, nullptr}));
 }
-//! [open]
 
 std::string City(STICKET_ACCESS const& ticket) {
     std::string city;
@@ -79,7 +77,6 @@ void PrintFile(char const* name) {
 }
 
 void WriteAndRead(char const* fileName) {
-    //! [use]
     LATIN1_IN_MEMORY conversion;
     TICKET ticket = Open(fileName, conversion);
     ticket->SetParameter(ticket->pTicket, "City", PARAM_STRING, "K\xF6ln", SCALAR_INDEX);
@@ -90,11 +87,9 @@ void WriteAndRead(char const* fileName) {
     std::printf("with the conversion    %zu bytes\n", City(*ticket).size());
     ticket.reset(STICKET::Create(fileName));
     std::printf("without the conversion %zu bytes\n", City(*ticket).size());
-    //! [use]
 }
 
 void Misfit(char const* fileName) {
-    //! [misfit]
     // A text that cannot be converted is not loaded. The rest is; and as the file then holds more than the ticket does,
     // the next save keeps the old file beside the new one.
     LATIN1_IN_MEMORY conversion;
@@ -109,7 +104,6 @@ void Misfit(char const* fileName) {
     ticket->SetParameter(ticket->pTicket, "Price", PARAM_STRING, "5 euro", SCALAR_INDEX);
     ticket.reset();
     PrintFile((std::string(fileName) + ".unreadable").c_str());
-    //! [misfit]
 }
 
 }  // namespace

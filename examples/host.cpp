@@ -45,11 +45,9 @@ std::string NewTemporaryFile() {
 }
 
 void ShowFallbacks(IConfigurationControl& configuration) {
-    //! [fallbacks]
     // Getters never fail: each has a fixed answer for a setting that the file does not hold.
     std::printf("product name \"%s\", log level %d, verification %s\n", configuration.GetProductName().c_str(),
                 configuration.GetLogLevel(), configuration.IsVireoVerifySupported() ? "on" : "off");
-    //! [fallbacks]
 }
 
 void WriteSettings(IConfigurationControl& configuration) {
@@ -73,7 +71,6 @@ void WriteSettings(IConfigurationControl& configuration) {
 }
 
 void ReadSettings(IConfigurationControl& configuration) {
-    //! [read]
     int x = 0, y = 0, width = 0, height = 0;
     configuration.GetJEDimensions(x, y, width, height);
     std::printf("product    %s by %s\n", configuration.GetProductName().c_str(), configuration.GetOEMName().c_str());
@@ -82,7 +79,6 @@ void ReadSettings(IConfigurationControl& configuration) {
     std::printf("window     %d x %d at %d, %d\n", width, height, x, y);
     std::printf("login      %s at %s, a password of %zu bytes\n", configuration.GetLoginUserName().c_str(),
                 configuration.GetLoginServer().c_str(), configuration.GetLoginPassword().size());
-    //! [read]
 }
 
 int Run(std::string const& file) {

@@ -17,7 +17,6 @@ struct DESTROY_TICKET {
 };
 using TICKET = std::unique_ptr<STICKET_ACCESS const, DESTROY_TICKET>;
 
-//! [walk]
 bool PrintKey(void* /*context*/, char const* key, PARAM_TYPE /*type*/, void const* /*value*/, int /*index*/) {
     std::printf("  %s\n", key);
     return true;
@@ -26,10 +25,8 @@ bool PrintKey(void* /*context*/, char const* key, PARAM_TYPE /*type*/, void cons
 void PrintKeys(STICKET_ACCESS const& ticket) {
     ticket.WalkParameter(ticket.pTicket, &PrintKey, nullptr, "", WALK_KEYS);
 }
-//! [walk]
 
 void Fill(STICKET_ACCESS const& ticket) {
-    //! [fill]
     // A batch from short-lived values: the list keeps copies of all of them.
     SETMULTIPAR_LIST list;
     for (std::string const user : {"ada", "ben"})
@@ -39,7 +36,6 @@ void Fill(STICKET_ACCESS const& ticket) {
     list.xSetParameter("Log/Level", PARAM_INT, &level, SCALAR_INDEX);
     list.SetVectorParameter("Log/Files", {"first.log", "second.log"});
     ticket.SetMultiParameter(ticket.pTicket, list.Table(true));  // one call, sorted by key
-    //! [fill]
 }
 
 void Select() {
@@ -73,13 +69,11 @@ void Copy(STICKET_ACCESS const& settings, STICKET_ACCESS const& file) {
     PrintKeys(file);
 }
 
-//! [count]
 unsigned int CountLoaded(STICKET_ACCESS const& file) {
     unsigned int count = 0;
     file.Operation(file.pTicket, STICKET_OP_COUNT_LOADED, &count);  // does not load anything
     return count;
 }
-//! [count]
 
 void LoadPart(STICKET_ACCESS const& file) {
     file.Operation(file.pTicket, STICKET_OP_SAVE, nullptr);

@@ -40,7 +40,6 @@ void Values(STICKET_ACCESS const& ticket) {
 }
 
 void Failures(STICKET_ACCESS const& ticket) {
-    //! [failures]
     // Every entry answers 0 when it fails, and a failed read stores 0 or null.
     int number = 42;
     if (!ticket.GetParameter(ticket.pTicket, "No/Such/Key", PARAM_INT, &number, SCALAR_INDEX))
@@ -58,11 +57,9 @@ void Failures(STICKET_ACCESS const& ticket) {
         ticket.GetParameter(ticket.pTicket, "Product/Name", PARAM_NONE, &type, SCALAR_INDEX);
         std::printf("no element 5; %s\n", type == PARAM_VECTOR ? "the name is a vector of one now" : "nothing changed");
     }
-    //! [failures]
 }
 
 void Lifetimes(STICKET_ACCESS const& memory, STICKET_ACCESS const& file) {
-    //! [lifetimes]
     char const* text = nullptr;
     memory.SetParameter(memory.pTicket, "Name", PARAM_STRING, "first", SCALAR_INDEX);
     if (memory.GetParameter(memory.pTicket, "Name", PARAM_STRING, &text, SCALAR_INDEX)) {
@@ -76,7 +73,6 @@ void Lifetimes(STICKET_ACCESS const& memory, STICKET_ACCESS const& file) {
         file.SetParameter(file.pTicket, "Name", PARAM_STRING, "second", SCALAR_INDEX);
         std::printf("of a file: %s\n", text);  // a file ticket keeps every text that it has handed out
     }
-    //! [lifetimes]
 }
 
 void Batches(STICKET_ACCESS const& ticket) {
@@ -115,7 +111,6 @@ void ForgetWindow(TICKET& ticket) {
 }
 //! [walk]
 
-//! [deferred]
 struct VIEW {
     bool stale = false;
 };
@@ -132,7 +127,6 @@ void Defer(STICKET_ACCESS const& ticket, VIEW& view) {
     ticket.SetParameter(ticket.pTicket, "Log/Level", PARAM_INT, &level, SCALAR_INDEX);
     std::printf("the view is %s\n", view.stale ? "stale" : "fresh");
 }
-//! [deferred]
 
 void CountTogether() {
     //! [together]
@@ -161,14 +155,12 @@ void CountTogether() {
     //! [together]
 }
 
-//! [saved]
 // Reads the file back with a ticket of its own.
 bool IsSaved(char const* fileName, char const* key, std::string const& value) {
     TICKET const file(STICKET::Create(fileName));
     std::string saved;
     return STICKET_READ(*file).GetParameter(key, saved, SCALAR_INDEX) && saved == value;
 }
-//! [saved]
 
 void Save(STICKET_ACCESS const& file, char const* fileName) {
     //! [save]
