@@ -3,13 +3,14 @@
 
 usage: report.py RESULTS_DIRECTORY [--record]
 RESULTS_DIRECTORY holds what scripts/bench measured: times.json, heap.jsonl, start.json, versions.txt. With --record the tables and charts
-also replace those of the last run in docs/performance.md and README.md: what stands between the marker lines there, and the
-files in docs/charts.
+also replace those of the last run in docs/measurements.md, docs/performance.md and README.md: what stands between the marker lines
+there, and the files in docs/charts.
 """
 
 import json
 import os
 import sys
+import textwrap
 
 SIZES = (50, 10_000, 100_000, 1_000_000)
 MEMORY, FILE, GKEYFILE, RAPIDJSON = "memory ticket", "file ticket", "GKeyFile", "RapidJSON"
@@ -127,7 +128,7 @@ def table_of(results, operation, base, title):
             ratio = results.ratio((operation, store, size), (operation, base, size))
             row.append(duration(time) + (f" ({ratio:.2f})" if ratio is not None else ""))
         rows.append(row)
-    return f"### {title}\n\nIn brackets: by {base}.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in sizes], rows)
+    return f"## {title}\n\nIn brackets: by {base}.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in sizes], rows)
 
 
 def own_store_of(results, operation):
@@ -144,7 +145,7 @@ def table_of_operations(results):
             ratio = results.ratio((operation, store, size), (base, store, size)) if base else None
             row.append(duration(time) + (f" ({ratio:.2f})" if ratio is not None and time is not None else ""))
         rows.append(row)
-    return ("### What peers do not have, or not in this form\n\nIn brackets: by the last line of each group.\n\n" +
+    return ("## What peers do not have, or not in this form\n\nIn brackets: by the last line of each group.\n\n" +
             markdown(["operation"] + [f"{size:,} keys" for size in SIZES], rows))
 
 
@@ -157,7 +158,7 @@ def table_of_letters(results):
             row.append(f"{duration(ascii_time)} → {duration(foreign)} ({foreign / ascii_time:.2f})"
                        if ascii_time and foreign else "-")
         rows.append(row)
-    return ("### Texts beyond ASCII\n\n10,000 texts of 40 bytes, first of ASCII, then of 20 letters of two bytes each; in "
+    return ("## Texts beyond ASCII\n\n10,000 texts of 40 bytes, first of ASCII, then of 20 letters of two bytes each; in "
             "brackets the second by the first.\n\n" +
             markdown(["store", "load and read every value", "change one value and save"], rows))
 
@@ -171,7 +172,7 @@ def table_of_threads(results):
             two = results.rates.get(("read_by_2_threads", store, size))
             row.append(f"{one / 1e6:.1f} → {two / 1e6:.1f} ({two / one:.2f})" if one and two else "-")
         rows.append(row)
-    return ("### Two threads read one store\n\nMillions of reads in a second, by one thread and by two together; in "
+    return ("## Two threads read one store\n\nMillions of reads in a second, by one thread and by two together; in "
             "brackets what the second one gives.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in SIZES], rows))
 
 
@@ -185,7 +186,7 @@ def table_of_heap(results):
             entry = results.heap.get((store, size))
             row.append(f"{entry['live'] / size:.0f} / {entry['peak'] / size:.0f} / {entry['read'] / size:.0f}" if entry else "-")
         rows.append(row)
-    return ("### Heap\n\nBytes for each key: what stays after a load (or filling, for stores without a file) / the most "
+    return ("## Heap\n\nBytes for each key: what stays after a load (or filling, for stores without a file) / the most "
             "there was during it / what there is when each value was read once. SQLite holds a few pages of its file, "
             "not the values.\n\n" + markdown(["store"] + [f"{size:,} keys" for size in SIZES[1:]], rows))
 
@@ -357,7 +358,7 @@ def report(results):
     parts = [f"Run of {context['date'][:16]} of commit {commit} on {cpu}, load {context['load_avg'][0]:.1f} at the start." +
              (f" Without {', '.join(missing)}: not installed or not asked for." if missing else ""),
              f"Packages: {', '.join(results.versions)}; g++, release preset.",
-             "### Targets\n\nRatios of medians of this run.\n\n" +
+             "## Targets\n\nRatios of medians of this run.\n\n" +
              markdown(["#", "what", "parts", ""], [target.row() for target in targets_of(results)]) +
              "\n\nEach part with its limit; what was not reached is bold.\n\n" +
              "\n".join(target.details() for target in targets_of(results))]
@@ -374,8 +375,16 @@ def report(results):
     ) if (operation, store, size) in results.seconds]
     rows += [["process: library loaded, first value read", duration(results.start["service"] * 1e-6)],
              ["process: file parsed only", duration(results.start["parse"] * 1e-6)]]
-    parts.append("### Other figures\n\n" + markdown(["what", "time"], rows))
+    parts.append("## Other figures\n\n" + markdown(["what", "time"], rows))
     return "\n\n".join(parts) + "\n"
+
+
+def wrapped(text, width=130):
+    """Breaks the lines of paragraphs and list items, but not those of tables."""
+    options = {"width": width, "break_long_words": False, "break_on_hyphens": False}
+    return "\n".join(line if line.startswith("|") else
+                     textwrap.fill(line, subsequent_indent="  " if line.startswith("- ") else "", **options)
+                     for line in text.split("\n"))
 
 
 def write_into(name, mark, text):
@@ -398,12 +407,12 @@ def record(results, text):
     for page, to_charts, drawn in (("README.md", "docs/charts", [overview]), ("docs/performance.md", "charts", others)):
         links = [f"![{title}]({to_charts}/{name}.svg)\n" for name, title in drawn]
         write_into(os.path.join(root, page), "charts", "\n".join(links))
-    write_into(os.path.join(root, "docs/performance.md"), "last full run", text)
+    write_into(os.path.join(root, "docs/measurements.md"), "last full run", text)
 
 
 def main(arguments):
     results = Results(arguments[1])
-    text = report(results)
+    text = wrapped(report(results))
     sys.stdout.write(text)
     if arguments[2:] == ["--record"]:
         record(results, text)

@@ -26,7 +26,7 @@ DOCUMENTS = ("README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md")
 CONTENTS = {
     "Start": ["README.md", "docs/README.md", "CHANGELOG.md"],
     "Guides": ["docs/store-guide.md", "docs/host-guide.md", "docs/tool.md", "docs/file-format.md", "docs/bad-files.md"],
-    "Measured": ["docs/performance.md", "docs/reliability.md", "docs/coverage.md"],
+    "Measured": ["docs/performance.md", "docs/measurements.md", "docs/reliability.md", "docs/coverage.md"],
     "Inside": ["docs/design.md", "docs/decisions.md", "CONTRIBUTING.md", "SECURITY.md"],
 }
 # What MkDocs and its theme add that a site without a server has no use for.
