@@ -11,8 +11,8 @@
 
 namespace {
 
-// What a new thread is given. It begins only when the handle is in the object, and from then on has the object to
-// itself. Made on the heap, as the thread may outlast the call that started it and the other way round.
+// The argument of a new thread, which waits until its handle is in the object and from then on has the object to
+// itself. On the heap, because the thread may outlive the call that started it, or end before it.
 struct LAUNCH {
     CThreadBase* object;
     std::future<void> handleStored;
@@ -48,7 +48,7 @@ void CThreadBase::Start() {
         handleStored.set_value();
         pthread_detach(thread);
     } catch (std::bad_alloc const&) {
-        // Like any other thread that cannot be made.
+        // Treated like a thread that the system cannot make.
     }
 }
 

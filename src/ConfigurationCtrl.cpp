@@ -47,7 +47,7 @@ int GetInteger(STICKET_ACCESS const& ticket, CONFIGURATION_SETTING setting) {
     return Get(ticket, setting, PARAM_INT, &value) ? value : SETTINGS[setting].readFailed;
 }
 
-// A refused write changes nothing for the caller: setters report nothing.
+// Ignores a refused write: setters report nothing.
 void Put(STICKET_ACCESS const& ticket, CONFIGURATION_SETTING setting, void const* value) {
     auto const& row = SETTINGS[setting];
     ticket.SetParameter(ticket.pTicket, row.key, ParameterType(row.kind), value, SCALAR_INDEX);

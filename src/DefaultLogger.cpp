@@ -1,5 +1,4 @@
-// The logger of hosts that bring none: it wants no message of any level. Weak, so that a host's own definition of the
-// same function takes its place.
+// The fallback logger, with all levels disabled. Weak, so that a host's own definition of the function takes its place.
 #include <dlfcn.h>
 
 #include "ConfigurationControl/LoggerAdapter/ILogger.h"

@@ -1,5 +1,5 @@
-// Every setting of the configuration service: its key in the file, its type, what its getter answers when there is
-// nothing to read, and what its setter reports. A new setting is one name and one row here, and its accessors.
+// Every setting of the configuration service: its key in the file, its type, what its getter returns when there is
+// nothing to read, and what its setter logs. A new setting is one name and one row here, and its accessors.
 #pragma once
 
 #include "ConfigurationControl/TicketRecords.h"
@@ -74,7 +74,7 @@ struct SETTING_ROW {
     CONFIGURATION_SETTING setting;
     char const* key;  // the files of users hold these: they stay as they are, also where two rows share one
     SETTING_KIND kind;
-    int noTicket;         // the getter's answer without a ticket (FLAG, INTEGER, VERSION)
+    int noTicket;         // the getter's result without a ticket (FLAG, INTEGER, VERSION)
     int readFailed;       // and when the key is absent or of another type
     char const* logText;  // printf format of the setter's message, with one conversion for the value unless the row is
                           // a FLAG; null: no message

@@ -1,9 +1,9 @@
-// What turns an exception of the standard library into the answer that these interfaces give instead: false.
+// Turns an exception of the standard library into the result false.
 #pragma once
 
 #include <exception>
 
-// What `action` returns; false where memory is short or a length absurd.
+// Returns what `action` returns; false if it throws because memory is exhausted or a length is too large.
 template <typename ACTION>
 bool Attempt(ACTION const& action) {
     try {

@@ -1,4 +1,4 @@
-// What the operations on batches know of their records, GETMULTIPAR and SETMULTIPAR alike.
+// Functions for the records of a batch, GETMULTIPAR or SETMULTIPAR.
 #pragma once
 
 // False for the record that ends a batch.
@@ -7,14 +7,13 @@ bool IsRecord(RECORD const& record) {
     return record.key && *record.key;
 }
 
-// The record that ends a batch. Null is no batch.
+// The record that ends a batch; null for null.
 template <typename RECORD>
 RECORD* EndOf(RECORD* records) {
     while (records && IsRecord(*records)) ++records;
     return records;
 }
 
-// Makes all results of a batch false.
 template <typename RECORD>
 void ClearResults(RECORD* records, RECORD const* end) {
     for (; records != end; ++records) records->result = false;

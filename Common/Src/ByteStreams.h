@@ -6,13 +6,13 @@
 #include <optional>
 #include <string_view>
 
-// Gives the bytes of a text, from any place.
+// Reads the bytes of a text at any position.
 class FILE_SOURCE {
  public:
     // The expected length of the text in bytes; a hint.
     virtual std::size_t Size() const = 0;
-    // Copies `size` bytes from place `begin` on, fewer only at the end of the text. Returns how many; nothing if they
-    // cannot be had.
+    // Copies `size` bytes from position `begin`, fewer only at the end of the text. Returns their number; nothing if
+    // the text cannot be read.
     virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
     // Whether the text may have changed since it was opened, or since the last call that returned true.
     virtual bool HasChanged() { return false; }
@@ -21,7 +21,7 @@ class FILE_SOURCE {
     ~FILE_SOURCE() = default;
 };
 
-// Takes the pieces of a text, in their order.
+// Receives the pieces of a text, in order.
 class FILE_SINK {
  public:
     virtual void Take(std::string_view piece) = 0;

@@ -1,10 +1,10 @@
-// What a `catch (...)` does first, so that only exceptions end in it and the cancellation of a thread does not.
+// Lets the cancellation of a thread pass through a `catch (...)`.
 #pragma once
 
 #include <exception>
 
-// Goes on unwinding when the exception being handled is none of C++, as a cancelled thread's is. (Catching that one by
-// its type would bind a reference to nothing for every other exception.)
+// To be called first in a `catch (...)`. Rethrows what is not a C++ exception, as a cancelled thread's is not. (A
+// handler for its type would bind a reference to nothing for every other exception.)
 inline void PassCancellation() {
     if (!std::current_exception()) throw;
 }

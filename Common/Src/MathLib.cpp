@@ -114,8 +114,8 @@ long long RoundToI64(double value) noexcept {
     return static_cast<long long>(rounded);
 }
 
-// After rounding no NaN is left, so that RoundToU64(NaN) is 0 although DoubleToU64(NaN) is not. Kept: reads of stored
-// numbers rely on it.
+// Rounding turns NaN into 0, so RoundToU64(NaN) is 0 although DoubleToU64(NaN) is not. Reads of stored numbers rely on
+// it.
 unsigned long long RoundToU64(double value) noexcept {
     return DoubleToU64(RoundHalfAway(value));
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// How an element type travels in a batch record.
+// How a batch record holds an element.
 template <PARAM_TYPE CODE, bool BY_ADDRESS = true>
 struct ELEMENT_AS {
     static constexpr PARAM_TYPE code = CODE;
@@ -52,7 +52,7 @@ void RunGetBatch(STICKET_ACCESS const& access, GETMULTIPAR* batch, T* elements, 
     access.GetMultiParameter(access.pTicket, batch);
 }
 
-// Reads what can be read of a vector. False: it has no elements, and `value` is as it was.
+// Reads the elements that can be converted. False, with `value` unchanged, if there are no elements or memory is short.
 template <typename T>
 bool ReadElements(STICKET_ACCESS const& access, char const* key, std::vector<T>& value) {
     uint64_t count = 0;
@@ -196,7 +196,7 @@ bool STICKET_MODIFY::SetArrayParameter(char const* key, bool const* array, unsig
     return Attempt([&] { return xSetVectorParameter(m_access, key, std::vector<int>(array, array + count)); });
 }
 
-// The element types that need nothing of their own.
+// The element types that need no conversion.
 // clang-format off
 bool STICKET_READ::GetVectorParameter(char const* key, std::vector<void*>& value) const { return xGetVectorParameter(m_access, key, value); }
 bool STICKET_READ::GetVectorParameter(char const* key, std::vector<int>& value) const { return xGetVectorParameter(m_access, key, value); }

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Reads or writes the elements 0 to count - 1 of `key`. Null also when the last position is no int.
+// Makes records for the elements 0 to count - 1 of `key`. Null if memory is short or the last index exceeds an int.
 template <typename RECORD>
 RECORD* NewMultipar(unsigned long count, char const* key, PARAM_TYPE type) {
     if (count > static_cast<unsigned long>(INT_MAX)) return nullptr;

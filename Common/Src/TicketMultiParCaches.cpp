@@ -30,7 +30,7 @@ std::string_view View(BIN_STRING const& bytes) {
     return {static_cast<char const*>(bytes.data), bytes.length};
 }
 
-// By length first: of a byte string with an absurd length no byte is looked at before copying it fails.
+// By length first: a byte string with an absurd length then fails to be copied before its bytes are read.
 bool Less(std::string_view a, std::string_view b) {
     return a.size() != b.size() ? a.size() < b.size() : a < b;
 }

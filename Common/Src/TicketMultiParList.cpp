@@ -22,7 +22,7 @@ bool KeyLess(SETMULTIPAR const& a, SETMULTIPAR const& b) {
     return std::strcmp(a.key, b.key) < 0;
 }
 
-// Grows as appending would, without appending yet.
+// Reserves space for `count` more records, at least doubling the capacity.
 void MakeRoom(std::vector<SETMULTIPAR>& records, std::size_t count) {
     std::size_t const needed = records.size() + count;
     if (needed > records.capacity()) records.reserve(std::max({needed, 2 * records.capacity(), std::size_t{8}}));
@@ -96,13 +96,13 @@ bool SETMULTIPAR_LIST::xSetParameter(char const* key, PARAM_TYPE type, void cons
 bool SETMULTIPAR_LIST::ySetParameter(char const* key, PARAM_TYPE type, void const* value, int index) {
     // Setting a vector's first element would keep the target's other elements; setting the whole value starts it anew.
     if (index == 0) index = SCALAR_INDEX;
-    // A walk hands these two out as temporaries.
+    // A walk passes values of these two types as temporaries.
     bool const copied = m_copyAll || type == PARAM_INT || type == PARAM_BINSTR;
     return Append(key, type, copied ? Stored(type, value) : value, index);
 }
 
 bool SETMULTIPAR_LIST::SetVectorParameter(char const* key, std::vector<std::string> const& values) {
-    // All that takes memory comes before the first record: a deletion with half of the elements would lose the others.
+    // Allocates everything before the first record: a deletion with half of the elements would lose the others.
     std::vector<void const*> stored;
     stored.reserve(values.size());
     for (std::string const& value : values) stored.push_back(Stored(PARAM_STRING, value.c_str()));
@@ -146,7 +146,7 @@ void const* SETMULTIPAR_LIST::Stored(PARAM_TYPE type, void const* value) {
 }
 
 bool SETMULTIPAR_LIST::Append(char const* key, PARAM_TYPE type, void const* value, int index) {
-    // Room first, so that no key is known whose record found none.
+    // Reserve first: ParameterExists must not know a key whose record could not be added.
     MakeRoom(m_records, 1);
     m_keys(key);
     m_records.push_back({key, type, value, index, false});
@@ -189,7 +189,7 @@ void SETMULTIPAR_LIST::Merge(STICKET_ACCESS const* ticket, char const* const* ke
     if (!keys || !*keys) return Collect(ticket, &CollectAction, this);
     PARTIAL_MODE mode;
     mode.set(keys);
-    // Not the other Merge: a list that selects nothing leaves the mode empty, which stands for everything there.
+    // Not the other Merge, where an empty mode selects everything: here it selects nothing.
     MergeSelected(ticket, mode);
 }
 
@@ -207,7 +207,7 @@ void SETMULTIPAR_LIST::MergeIf(STICKET_ACCESS const* ticket, std::function<bool(
     FILTER_ACTION action{*this, filter};
     COLLECTOR collector(&FILTER_ACTION::CollectAction, &action);
     collector.Walk(ticket);
-    // Handed over only now: the filter may itself collect into this list with another one.
+    // Stored after the walk: the filter may itself call MergeIf of this list.
     m_filter = std::move(filter);
     collector.Rethrow();
 }
@@ -229,7 +229,7 @@ bool PARTIAL_COLLECT_ACTION::CollectAction(void* action, char const* key, PARAM_
 
 namespace {
 
-// Plain C callers cannot catch.
+// C callers cannot catch exceptions.
 template <typename RESULT, typename FUNCTION>
 RESULT Guarded(RESULT failure, FUNCTION const& function) {
     try {
@@ -257,7 +257,7 @@ unsigned long MultiParListSize(SETMULTIPAR_LIST const* handle) {
 
 SETMULTIPAR* MultiParListTable(SETMULTIPAR_LIST* handle, int sort) {
     if (!handle) return nullptr;
-    // Only the low byte: the argument has always been read as a byte-wide flag.
+    // Only the low byte counts: callers may pass a flag of one byte.
     bool const sorting = (static_cast<unsigned int>(sort) & 0xFFU) != 0;
     return Guarded<SETMULTIPAR*>(nullptr, [=] { return handle->Table(sorting); });
 }

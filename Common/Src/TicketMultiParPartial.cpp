@@ -1,5 +1,5 @@
-// Selections of keys: the set of prefixes under the prefix ordering, the list form in which hosts write a selection,
-// and the way back to that form.
+// Selections of keys: the set of prefixes, and the conversion from and to the list form in which hosts write a
+// selection.
 #include <algorithm>
 
 #include "ConfigurationControl/PartialMode.h"
@@ -41,7 +41,7 @@ void STRINGPREFIXSET::insert(std::string const& prefix) {
     if (equivalent == end()) {
         m_prefixes.emplace_hint(m_prefixes.lower_bound(prefix), prefix);
     } else if (equivalent->size() > prefix.size()) {
-        std::string copy = prefix;  // before the longer one goes: a selection without any would select everything
+        std::string copy = prefix;  // allocates before it removes: a selection without prefixes would select everything
         auto node = m_prefixes.extract(equivalent);
         if (find(prefix) != end()) return;
         node.value() = std::move(copy);
@@ -67,7 +67,7 @@ void PARTIAL_MODE::set(char const* const* list) {
         prefixes.clear();
         return;
     }
-    // Copied first: the strings may be this selection's own, which removing and replacing frees.
+    // Copied first: the strings may belong to this selection, which frees them when it removes or replaces them.
     std::vector<std::string> entries = Entries(list);
     if (entries.empty()) return;
     if (entries.front().empty()) {

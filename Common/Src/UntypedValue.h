@@ -1,4 +1,4 @@
-// Values behind the untyped pointers of hosts: at any alignment, and of any type that has the size.
+// Reads and writes values through untyped pointers of hosts, at any alignment.
 #pragma once
 
 #include <cstring>

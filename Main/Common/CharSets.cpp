@@ -15,13 +15,13 @@ namespace {
 
 using BYTE = unsigned char;
 
-// A zero ends the search, as it continues nothing.
+// Stops at a terminating zero, which is no continuation byte.
 bool ContinuationBytes(char const* text, int count) {
     return std::all_of(text, text + count, [](char c) { return (static_cast<BYTE>(c) & 0xC0) == 0x80; });
 }
 
-// How many continuation bytes a lead byte asks for; 0: no lead byte. The mask of the last kind is deliberately not
-// 0xF8: hosts have always had 0xF8 to 0xFE accepted and the odd ones refused.
+// The number of continuation bytes after a lead byte; 0 for any other byte. The last mask is deliberately not 0xF8:
+// hosts rely on 0xF8 to 0xFE being accepted if even.
 int ContinuationsAfter(char lead) {
     BYTE const c = static_cast<BYTE>(lead);
     if ((c & 0xE0) == 0xC0) return 1;
@@ -43,7 +43,7 @@ struct ESCAPE {
     std::string_view replacement;
 };
 
-// In ascending order of the unsigned bytes, which decides what stays unescaped.
+// In ascending order of the unsigned bytes; the order decides what stays unescaped.
 constexpr ESCAPE ESCAPES[] = {
     {'"', "&quot;"},    {'&', "&amp;"},     {'\'', "&apos;"},   {'<', "&lt;"},
     {'>', "&gt;"},      {'\xC4', "&#196;"}, {'\xD6', "&#214;"}, {'\xDC', "&#220;"},
@@ -113,9 +113,9 @@ char* DuplicateAndConvert(char const* source, DIRECTION, ALLOC_METHOD method) {
     return copy;
 }
 
-// One cursor serves all keys: it stands after the last replacement, and no key is replaced before it. The inserted
-// text holds no key after its "&", so that positions in the original text tell everything: a byte is replaced exactly
-// when it does not lie before the cursor with which its key began.
+// The cursor is the position after the last replacement. A byte is replaced if it does not lie before the cursor at
+// which the pass for its character began. No replacement holds such a character after its "&", so positions in the
+// original text suffice.
 void ReplaceConflictingXMLDataInString(std::string& text) {
     constexpr std::size_t NOWHERE = std::string::npos;
     std::size_t end[256] = {};  // the position after the last occurrence of each byte; 0: it does not occur

@@ -1,4 +1,4 @@
-// The converted copy of a batch. It stands apart from the other character helpers as only it knows the batch records.
+// The converted copy of a batch. Apart from the other character helpers, because only this one knows the batch records.
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// The counting semaphore. Count and state are atomic, as two of its operations work on them without the mutex.
+// The counting semaphore. Count and state are atomic, because two operations use them without the mutex.
 
 #include "ConfigurationControl/Semaphore.h"
 
@@ -24,7 +24,7 @@ class GUARD {
     pthread_mutex_t& m_mutex;
 };
 
-// One step from "there is a unit" to "it is taken": callers without the mutex may come between two.
+// Tests and takes in one atomic step, because some callers do not hold the mutex.
 bool TakeUnit(std::atomic<int32_t>& count, std::atomic<int32_t>& state) {
     int32_t available = count;
     while (available >= 1) {

@@ -32,8 +32,8 @@ enum ALLOC_METHOD : int {
 };
 
 /**
- * Whether the text looks like UTF-8: true if it holds at least one multi-byte sequence; false for pure ASCII, malformed
- * bytes only, and null. A guess: the four-byte leads are 0xF0, 0xF2 ... 0xFE (every even one), and overlong forms
+ * Guesses whether the text is UTF-8: true if it holds at least one multi-byte sequence; false for pure ASCII, for
+ * malformed bytes only, and for null. The even bytes from 0xF0 to 0xFE begin four-byte sequences, and overlong forms
  * count. Takes linear time.
  */
 CONFIGURATIONCONTROL_API bool IsUtf8Coded(char const* text);
@@ -52,7 +52,7 @@ CONFIGURATIONCONTROL_API std::size_t RequiredBufferSize(std::string const& text)
 
 /**
  * Copies at most `size` - 1 bytes of `source` to `destination` and fills the rest, at least one byte, with zeros.
- * @param destination room for `size` bytes; may overlap `source`; with null nothing is done
+ * @param destination space for `size` bytes; may overlap `source`; with null nothing is done
  * @param source null counts as ""
  * @param size in bytes; with 0 nothing is done
  * @return destination
@@ -87,8 +87,7 @@ CONFIGURATIONCONTROL_API char* DuplicateAndConvert(char const* source, DIRECTION
  */
 CONFIGURATIONCONTROL_API void ReplaceConflictingXMLDataInString(std::string& text);
 
-/** Functions that would not mistake the second byte of a double-byte character for ASCII, where such characters exist.
- */
+/** Functions that do not mistake the second byte of a double-byte character for ASCII, where such characters exist. */
 namespace DBCS {
 
 /** Replaces every byte equal to `from` by `to`. */
@@ -117,7 +116,7 @@ class CONFIGURATIONCONTROL_API FilterString {
     /** Turns the bytes of a text into `with`; 0 removes them. */
     void setReplace(char const* set, char with);
 
-    /** What `c` becomes; 0: it is removed. */
+    /** What `c` becomes; 0 if it is removed. */
     char operator()(char c) const { return m_table[static_cast<unsigned char>(c)]; }
     /** The filtered text. */
     std::string operator()(std::string const& text) const;

@@ -6,14 +6,14 @@
  * One page for each header. Where to begin:
  *
  * - settings of the application: IConfigurationControl, from GetConfigurationControl();
- * - a store of one's own, in memory or bound to a file: STICKET::Create and the table it returns, STICKET_ACCESS;
+ * - your own store, in memory or bound to a file: STICKET::Create and the table it returns, STICKET_ACCESS;
  * - whole vectors, arrays and file names: STICKET_READ and STICKET_MODIFY;
  * - many values at once: SETMULTIPAR_LIST, and PARTIAL_MODE to select some;
  * - changes of a ticket, and copies under its mutex: TicketAddObserver and TicketRunLocked;
  * - from plain C: STICKET_INSTANCE, and MultiParListCreate and its companions.
  *
- * The host guide, docs/host-guide.md, shows all of this at work, tells how long each pointer lives and what is not kept
- * by a file.
+ * The host guide, docs/host-guide.md, shows all of this at work and tells how long each pointer lives. What a file does
+ * not keep is in docs/file-format.md.
  */
 #ifndef CONFIGURATIONCONTROL_CONFIGURATIONCONTROL_H
 #define CONFIGURATIONCONTROL_CONFIGURATIONCONTROL_H

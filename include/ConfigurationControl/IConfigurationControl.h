@@ -150,8 +150,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     /** "Login/Password", NUL bytes included. */
     virtual std::string GetLoginPassword() = 0;
     /**
-     * Stores "Login/Password", NUL bytes included. CAUTION: the password stands in clear in the file, and in clear in
-     * the message to the logger.
+     * Stores "Login/Password", NUL bytes included. CAUTION: the file and the message to the logger hold the password in
+     * clear text.
      */
     virtual void SetLoginPassword(std::string const& password) = 0;
     /** "Login/Server". */

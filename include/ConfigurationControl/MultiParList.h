@@ -43,9 +43,9 @@ class CONFIGURATIONCONTROL_API SETMULTIPAR_LIST {
     bool xSetParameter(char const* key, PARAM_TYPE type, void const* value, int index);
     /**
      * Adds one record as a walk reports it: index 0 becomes SCALAR_INDEX, so that a collected vector replaces the
-     * target's and grows it one by one. Copies as xSetParameter when the list copies all; otherwise only keys, byte
-     * strings and 32-bit integers, other values keeping the walk's pointer, which lives as long as the walked ticket
-     * stays unchanged.
+     * target's and grows it one by one. Copies as xSetParameter if the list copies all; otherwise copies only keys,
+     * byte strings and 32-bit integers. Other values keep the walk's pointer, valid as long as the walked ticket stays
+     * unchanged.
      * @return true
      */
     bool ySetParameter(char const* key, PARAM_TYPE type, void const* value, int index);

@@ -25,7 +25,7 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
  public:
     /** The prefix ordering: compares the first min(a, b) bytes only. */
     struct LESS {
-        using is_transparent = void; /**< lookups by any kind of text make no copy */
+        using is_transparent = void; /**< lookups of any kind of text make no copy */
         /** Whether `a` comes before `b`. */
         bool operator()(std::string_view a, std::string_view b) const;
     };
@@ -34,8 +34,8 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
 
     /**
      * Adds a prefix unless one that covers it is there. A longer stored prefix that it covers is replaced; of several
-     * such only the first is removed, and the new prefix is then not added ("a/b/", "a/c/" and "a/" give "a/c/").
-     * Hosts' selections have always been reduced this way.
+     * such only the first is removed, and the new prefix is then not added ("a/b/", "a/c/" and "a/" give "a/c/"):
+     * hosts rely on their selections being reduced this way.
      */
     void insert(std::string const& prefix);
     /**

@@ -16,7 +16,7 @@
  * units must be given back before a waiter gets one.
  *
  * Threads: any thread may call any operation at any time. `status` and `update` take no lock and wake nobody; their
- * answers are reliable only where the callers exclude each other. The object must outlive every call. No operation
+ * results are reliable only where the callers exclude each other. The object must outlive every call. No operation
  * throws; errors of the system's mutex and condition variable are ignored.
  */
 class CONFIGURATIONCONTROL_API Semaphore {

@@ -9,11 +9,13 @@
 /**
  * Passed as STICKET_WHOAMI::pContext of a file ticket (as a pointer to exactly this class). The ticket does not own it;
  * it must outlive the ticket, whose destruction may still save. Called with the ticket's mutex held, on the thread
- * whose call saves or loads; it must not use that ticket. An exception from `ToFile` stops the save and leaves the file
- * as it was (in the ticket's destruction it ends the process, unless it is std::bad_alloc); one from `FromFile` skips
- * that value, and the first save then keeps the old file as its name with ".unreadable" appended, but std::bad_alloc
- * ends the load, which the next access tries again. Only text is converted, neither keys nor byte strings. The order of
- * the two operations is part of the binary interface.
+ * whose call saves or loads; it must not use that ticket. Only text is converted, neither keys nor byte strings. The
+ * order of the two operations is part of the binary interface.
+ *
+ * An exception from `ToFile` stops the save and leaves the file as it was. While the ticket is destroyed it ends the
+ * process, unless it is std::bad_alloc. An exception from `FromFile` skips that value, and the first save then keeps
+ * the old file with ".unreadable" appended to its name; std::bad_alloc ends the load, which the next access tries
+ * again.
  */
 class STICKET_STRING_CONVERSION {
  public:
@@ -26,8 +28,8 @@ class STICKET_STRING_CONVERSION {
     virtual std::string ToFile(std::string const& text) = 0;
     /**
      * Converts a non-empty text of the file to what the ticket stores, up to its first NUL. `reserved` is 0. A load
-     * asks once for each text that it keeps, in the order of the file; for all of them again if the file is changed in
-     * place meanwhile. Texts of a file that then proves broken are dropped.
+     * calls it once for each text that it keeps, in the order of the file; again for all of them if the file is changed
+     * in place meanwhile. Texts of a file that then proves broken are dropped.
      */
     virtual std::string FromFile(std::string const& text, int reserved) = 0;
 

@@ -28,7 +28,7 @@ struct CONFIGURATIONCONTROL_API MUTEX_INSTANCE {
     MUTEX_INSTANCE& operator=(MUTEX_INSTANCE const&) = delete;
 
     pthread_mutex_t mutex;        /**< default attributes */
-    std::atomic<pthread_t> owner; /**< 0: free. Only the owner can find itself here, so reading needs no lock */
+    std::atomic<pthread_t> owner; /**< 0: free. A thread finds itself here only if it is the owner: no lock needed */
     int32_t depth;                /**< how often the owner has locked it; only the owner reads or writes this */
 };
 static_assert(sizeof(std::atomic<pthread_t>) == 8 && alignof(std::atomic<pthread_t>) == 8);

@@ -58,7 +58,7 @@ typedef uint32_t STICKET_OP;
 enum {
 #endif
     STICKET_OP_SAVE = 0,         /**< null, or `int const*` seconds: save a dirty file ticket, with seconds only one that
-                                      has been dirty for longer than that. A save that the disk refused answers 1 too,
+                                      has been dirty for longer than that. A save that the disk refused returns 1 too,
                                       and the ticket counts as saved: TicketGetSaveOutcome tells what became of it */
     STICKET_OP_RELEASE = 1,      /**< null, or `int const*` seconds: drop a file ticket's loaded contents (saved first if
                                       dirty), with seconds only after longer disuse; the next access loads again */

@@ -26,10 +26,9 @@ inline void Pause() noexcept {
 #endif
 }
 
-// An entry takes a microsecond, putting a thread to sleep and waking it about 15. So a waiter first tries again for
-// 20 microseconds, which are measured: a PAUSE takes 3 to 60 ns, depending on the processor. Between its tries it
-// leaves the mutex alone, so that the thread that has it keeps the cache lines and its full speed. False: still not
-// acquired.
+// An entry takes a microsecond, putting a thread to sleep and waking it about 15. So a waiter first tries again for 20
+// microseconds, by the clock: a PAUSE takes 3 to 60 ns, depending on the processor. Between its tries it leaves the
+// mutex alone, so that the thread that has it keeps the cache lines and its full speed. False: still not acquired.
 bool AcquireWithPauses(pthread_mutex_t& mutex) noexcept {
     using CLOCK = std::chrono::steady_clock;
     constexpr std::chrono::microseconds PAUSE{2};

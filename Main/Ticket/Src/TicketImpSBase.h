@@ -150,7 +150,7 @@ struct STICKET::FRAME {
         return !ticket.m_state->registrations.empty() || !ticket.m_state->observers.IsEmpty();
     }
 
-    // What follows every successful change. True.
+    // Runs deferred callbacks and calls observers after a successful change. Returns true.
     static bool Succeed(STICKET& ticket) {
         if (!ticket.m_state->deferred.empty()) ticket.AfterNotification();
         return true;

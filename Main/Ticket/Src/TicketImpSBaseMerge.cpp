@@ -12,8 +12,8 @@
 
 namespace {
 
-// The selected parameters of a ticket as a batch, with copies of all that the records point to. A list for hosts would
-// do the same, but it looks every key and number up among those that it has: a merge took twice as many instructions.
+// The selected parameters of a ticket as a batch, with copies of all that the records point to. A SETMULTIPAR_LIST
+// would do the same, but looks up every key and number among those that it has, which takes twice as many instructions.
 class COLLECTION {
  public:
     explicit COLLECTION(char const* const* keys) : m_everything(!keys || !*keys) {

@@ -1,5 +1,5 @@
-// The file ticket: when its tree is loaded, dropped and saved, and the table entries that see to it. Format/ knows the
-// text of the file, Disk/ how the file is replaced.
+// The file ticket: its table entries, and when its tree is loaded, dropped and saved. Format/ knows the text of the
+// file, Disk/ how the file is replaced.
 #include "TicketImpSFile.h"
 
 #include <algorithm>
@@ -179,7 +179,7 @@ void STICKET_FILE::Load() {
     m_misread = false;
     m_unread = false;
     m_starved = false;
-    m_loaded = true;  // already, or a conversion that reads this ticket would load it again and again
+    m_loaded = true;  // now, so that a conversion that reads this ticket does not load it again
     try {
         if (!ReadFile(true)) m_misread = true;
         if (m_misread && m_lastLoad.state == LOAD_STATE::LOADED) m_lastLoad.state = LOAD_STATE::CONVERSION_FAILED;
@@ -241,7 +241,7 @@ int STICKET_FILE::LocalSetParameter(void* context, std::string_view key, PARAM_T
         [&](STICKET_FILE& self) {
             if (self.m_partial && !IsPartialKey(&self, key)) return true;
             auto const store = [&](void const* content) {
-                // What a file holds is refused for want of memory only.
+                // Values of a file are refused only when out of memory.
                 bool const done = self.m_state->parameters.SetParameter(key, type, content, index);
                 if (!done) self.m_starved = true;
                 return done;
@@ -269,7 +269,7 @@ clTICKETNODE STICKET_FILE::ReleaseTo(bool partial) {
     return dropped;
 }
 
-// The tree is dropped before the keys change: when it cannot be saved, it stays, with the keys that it was read by.
+// Drops the tree before the keys change: a tree that cannot be saved stays, with the keys that it was loaded by.
 void STICKET_FILE::ChangePartialKeys(char const* const* keys) {
     auto changed = m_partialKeys;
     if (!keys) {

@@ -91,12 +91,12 @@ class clTICKETNODE {
         }
 
         // Exchanges this entry with a new value. A text that is stored again stays where it is: file tickets keep it,
-        // and to read it then costs no second block.
+        // and reading it then touches no second block.
         void Replace(clENTRY& value) noexcept {
             if (value.m_tag != ENTRY_STRING || !HasTextOf(value)) _swap(*this, value);
         }
 
-        // Member by member: what lies between the tag and the end of an entry in the map is not the entry's.
+        // Member by member: the map keeps the length of the key in the padding of an entry.
         static void _swap(clENTRY& a, clENTRY& b) noexcept {
             std::swap(a.m_payload, b.m_payload);
             std::swap(a.m_tag, b.m_tag);
@@ -107,7 +107,7 @@ class clTICKETNODE {
         bool OwnsPayload() const noexcept {
             return m_tag == ENTRY_STRING || m_tag == ENTRY_BINARY || m_tag == ENTRY_VECTOR;
         }
-        // Whether both are the same ENTRY_STRING.
+        // Whether both are an ENTRY_STRING of the same text.
         bool HasTextOf(clENTRY const& other) const noexcept;
         void _construct(clENTRY const& source);  // this entry must be ENTRY_EMPTY
         void _destruct() noexcept;
@@ -121,7 +121,7 @@ class clTICKETNODE {
             VECTOR* elements;
         } m_payload{};
         TAG m_tag = ENTRY_EMPTY;
-        mutable bool m_isKept = false;  // the text is its own stable one, as most are; saves a look at it
+        mutable bool m_isKept = false;  // the text is its own stable copy, as most are; saves reading it
     };
 
     clTICKETNODE() = default;
@@ -129,9 +129,9 @@ class clTICKETNODE {
     clTICKETNODE(clTICKETNODE&&) = default;
     clTICKETNODE& operator=(clTICKETNODE const&) = delete;  // walks under way would not notice the change
 
-    // Entry level. An index is an element position; on a scalar only 0 is the scalar itself. What these hand out stays
-    // valid until the next change of the node. AddEntry, SetVector and the sorted walks below have no caller in
-    // the library: they belong to what this unit promises to whoever builds on it, and its tests hold them.
+    // Operations on entries. An index is the position of an element; a scalar is its own element 0. Pointers are valid
+    // until the next change of the node. AddEntry, SetVector and the sorted walks below have no caller in the library;
+    // they complete this unit's interface, and its tests hold them.
     bool SetEntry(std::string_view key, clENTRY entry);
     bool SetEntry(std::string_view key, int index, clENTRY entry);  // makes a vector; replaces, or appends at the end
     clENTRY::VECTOR* SetVector(std::string_view key);  // makes the key a vector; a scalar becomes its only element
@@ -218,9 +218,9 @@ class clTICKETNODE {
     static bool ReadStable(clENTRY const* entry, void* buffer, TICKET_TEXTS& texts);
     static bool ReadCount(clENTRY const* entry, void* buffer);
     static bool ReadElement(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
-    // What GetParameter does with the entry of the key, null if there is none.
+    // The work of GetParameter. `entry`: that of the key; null if there is none.
     static bool ReadAs(clENTRY const* entry, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts);
-    // Whether `entry`, found with `key` (null: not found), is that of the text that now stands where `key` came from.
+    // Whether `entry`, found for `key` (null: not found), is also that of the text `now`.
     static bool IsStillOf(char const* now, std::string_view key, clENTRY const* entry);
     // Reads the first records of a batch, whose lookups overlap; returns the first record that was left out.
     GETMULTIPAR* GetGroup(GETMULTIPAR* records, TICKET_TEXTS* texts) const;

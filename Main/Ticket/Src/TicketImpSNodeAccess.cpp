@@ -295,7 +295,7 @@ bool clTICKETNODE::SetParameter(std::string_view key, PARAM_TYPE type, void cons
     });
 }
 
-// A record may write over the key of a later one, or over that record. So what was looked up before only counts if the
+// The buffer of a record may overlap the key of a later one, or that record. So an earlier lookup counts only if the
 // entry has the key that stands there now.
 [[gnu::always_inline]] inline bool clTICKETNODE::IsStillOf(char const* now, std::string_view key,
                                                            clENTRY const* entry) {

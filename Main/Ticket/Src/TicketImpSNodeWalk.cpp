@@ -1,9 +1,8 @@
 // The walks over a ticket's parameters, and what is built on them: counting and the test for emptiness.
 //
 // A host's callback may change the node that is walked. The walk keeps its own copy of the current key and searches it
-// again whenever the node's count of changes has moved; it never looks at an entry after the callback that got
-// it. Callbacks of the library that change nothing get the node's own keys, which saves a tenth of a save's
-// instructions.
+// again when the node's count of changes has moved; it looks at no entry after the callback for it. Callbacks of the
+// library that change nothing get the node's own keys, which saves a tenth of a save's instructions.
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -17,7 +16,7 @@ namespace {
 
 using ENTRY = clTICKETNODE::clENTRY;
 
-// An integral double as an int. INT_MIN stands for all that do not fit: files have always had them so.
+// A whole double as an int; INT_MIN if it does not fit, as hosts and saved files have it.
 int ToWalkedInt(double integral) {
     return INT_MIN <= integral && integral <= INT_MAX ? static_cast<int>(integral) : INT_MIN;
 }

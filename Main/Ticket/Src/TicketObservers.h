@@ -1,5 +1,5 @@
-// The permanent observers of a ticket, and what a change tells them; see ConfigurationControl/TicketServices.h. No
-// locking: all of this runs under the ticket's mutex.
+// The permanent observers of a ticket and the notices of changes that they get; see
+// ConfigurationControl/TicketServices.h. No locking: all of this runs under the ticket's mutex.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@
 // called with, and nothing may fail once it is done.
 class CHANGE_NOTICE {
  public:
-    // New ones are of a change of any key. Both throw std::bad_alloc.
+    // A new notice means any key; these set its keys. Both throw std::bad_alloc.
     void Take(char const* key);
     void Take(SETMULTIPAR const* records);
 
-    // To be called when the batch is done: from now on its notice holds the keys that were stored.
+    // Call this when the batch is done: from now on Keys() are those that were stored.
     void TakeResults(SETMULTIPAR const* records) noexcept;
 
-    // The records of the batch, with copies of their keys and results alone.
+    // The records of the batch, with their keys and results only.
     SETMULTIPAR const* Records() const { return m_records.data(); }
     char const* Key() const { return m_texts.front().c_str(); }
     // Null-terminated; null: any key.
@@ -69,6 +69,6 @@ class TICKET_OBSERVERS {
 
     std::list<OBSERVER> m_observers;  // by ascending number
     CHANGES m_untold;
-    CHANGES m_spare;  // at most one, of a single key: with its memory the next such change takes none
+    CHANGES m_spare;  // at most one, of a single key, whose memory the next such change uses again
     bool m_calling = false;
 };

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Never made: a name for what only kinds of tickets may use.
+// Gives access to the frame, which only derived classes may use; never instantiated.
 struct KIND : STICKET {
     using STICKET::FRAME;
 };

@@ -30,7 +30,7 @@ bool MayBePlanted(std::string const& fileName, struct stat const& file) {
     return !isTrusted || (directory.st_mode & S_IWOTH) != 0;
 }
 
-// Nothing, and errno, if it cannot be read.
+// Nothing if it cannot be read; errno tells why.
 std::optional<std::string> ExtendedAttribute(std::string const& fileName, char const* name) {
     ssize_t size = getxattr(fileName.c_str(), name, nullptr, 0);
     if (size < 0) return {};
@@ -67,12 +67,12 @@ void ReadPermissions(std::string const& fileName, struct stat const& file, FILE_
     if (auto acl = ExtendedAttribute(fileName, ACL))
         attributes.acl = std::move(*acl);
     else if (errno != ENODATA && errno != EOPNOTSUPP)
-        attributes.mode &= S_IRWXU;  // there may be one, which the bits do not tell
+        attributes.mode &= S_IRWXU;  // an ACL that cannot be read may allow less than the bits
 }
 
-// The permission bits that give no user more than the ACL does. Without the ACL, the users and groups that it names get
-// the bits of the group or of others.
-// Its form: 4 bytes of version, then 8 bytes for each entry, the tag and the bits in two each, little-endian.
+// Returns permission bits that give no user more than the ACL does: without it, the users and groups that it names get
+// the bits of the group or of others. An ACL is a version of 4 bytes, then entries of 8 bytes: 2 for the tag, 2 for the
+// bits, little-endian.
 mode_t BitsWithinAcl(mode_t mode, std::string_view acl) {
     enum TAG { NAMED_USER = 0x02, OWNING_GROUP = 0x04, NAMED_GROUP = 0x08, MASK = 0x10, OTHERS = 0x20 };
     constexpr std::size_t VERSION_SIZE = 4;
@@ -105,20 +105,20 @@ mode_t BitsWithinAcl(mode_t mode, std::string_view acl) {
     return (mode & S_IRWXU) | (group & mask & named) << 3 | (others & named);
 }
 
-// Members of the old group are others of the new file, members of the new group were others of the old one.
+// Members of the old group become others, and members of the new group were others: neither may gain rights.
 mode_t BitsWithoutGroup(mode_t mode) {
     mode_t const group = (mode & S_IRWXG) >> 3;
     return (mode & S_IRWXU) | (mode & S_IRWXO & group);
 }
 
-// A new file may have inherited an ACL from its directory, which takes effect as the group gets bits.
+// A new file may have inherited an ACL from its directory, which takes effect once the group gets bits.
 bool RemoveAcl(int file) {
     return fremovexattr(file, ACL) == 0 || errno == ENODATA || errno == EOPNOTSUPP;
 }
 
 }  // namespace
 
-// The calls below use the name, which may get another file between them; then the time of the last change differs.
+// Another file may get the name between these calls; then the time of the last change differs, and they are repeated.
 FILE_ATTRIBUTES AttributesFor(std::string const& fileName) {
     constexpr int ATTEMPTS = 3;
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
@@ -146,7 +146,7 @@ void GiveAttributes(int file, FILE_ATTRIBUTES const& attributes) {
     mode_t mode = acl.empty() ? attributes.mode : BitsWithinAcl(attributes.mode, acl);
     if (!hasGroup) mode = BitsWithoutGroup(mode);
     if ((mode & S_IRWXG) != 0 && !RemoveAcl(file)) mode &= ~static_cast<mode_t>(S_IRWXG);
-    // Refused only where files have no such bits of their own; then there is nothing to protect by them.
+    // Fails only on file systems that keep no such bits.
     if (!isKnown || (own.st_mode & ALL_MODE_BITS) != mode) Retried([&] { return fchmod(file, mode); });
 }
 

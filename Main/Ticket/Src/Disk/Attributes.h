@@ -1,5 +1,4 @@
-// Who may do what with a file, and the extended attributes that users give it. A save carries them over to the new
-// file.
+// Permissions and extended attributes of a file, which a save carries over to the new file.
 #pragma once
 
 #include <sys/types.h>
@@ -18,13 +17,14 @@ struct FILE_ATTRIBUTES {
     std::vector<std::pair<std::string, std::string>> extended;  // "user.*", names and values
 };
 
-// What a new file of that name is to have. Mode 0600, no ACL and no group if there is no regular file, or if another
-// user may have planted it: where the file, a link that has the name, or the directory belongs to neither this user nor
-// root, or where everybody may write to the directory. Throws std::bad_alloc.
+// The attributes for a new file of that name. Mode 0600, no ACL and no group if there is no regular file, or if another
+// user may have planted it: the file, a link of that name, or the directory belongs to neither this user nor root, or
+// everybody may write to the directory. Throws std::bad_alloc.
 FILE_ATTRIBUTES AttributesFor(std::string const& fileName);
 
 // Sets these attributes on an open file of mode 0600. An attribute that cannot be set is dropped so that no user gets
-// more with the file: without its group the group's bits go, without its ACL the bits say no more than the ACL did.
+// more with the file: without the group, its bits are removed; without the ACL, the bits allow no more than the ACL
+// did.
 void GiveAttributes(int file, FILE_ATTRIBUTES const& attributes);
 
 // The name of the extended attribute by which Keeping recognises files that a save made. It is not carried over.

@@ -5,9 +5,9 @@
 
 namespace TICKETFILE {
 
-// The name from the root, so that it leads to the same file after a change of the working directory. Symbolic links in
-// it are not resolved. An empty name stays empty; a relative one stays as it is where the working directory is not
-// known or the name would become too long for the system.
+// The absolute name, which leads to the same file after a change of the working directory. Symbolic links in it are not
+// resolved. An empty name stays empty; a relative one stays as it is where the working directory is not known or the
+// name would become too long for the system.
 std::string AbsoluteName(std::string const& fileName);
 
 // The directory in which a name is found.

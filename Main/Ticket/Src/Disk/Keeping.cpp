@@ -21,7 +21,7 @@ std::string MarkOf(struct stat const& file) {
            std::to_string(file.st_mtim.tv_nsec);
 }
 
-// Also true where there are no marks.
+// Also true on file systems without such attributes.
 bool IsMarked(std::string const& fileName, struct stat const& file) {
     std::array<char, 80> mark;
     ssize_t const size = getxattr(fileName.c_str(), SAVED_MARK, mark.data(), mark.size());
@@ -34,7 +34,7 @@ bool IsFileOrCopy(FILE_ID const& id, struct stat const& file) {
     return IsSameFile(id, file) || (id.size == file.st_size && IsSameTime(id.modified, file.st_mtim));
 }
 
-// Names of one keeping. All memory is taken when they are made: what has been renamed must not end in an exception.
+// The names that keeping a file needs. All are made at once: nothing may throw after a rename.
 struct NAMES {
     explicit NAMES(std::string const& fileName)
         : file(fileName), kept(KeptName(fileName)), unique(UniqueKeptName(fileName)) {}
@@ -81,7 +81,7 @@ bool CopyLink(NAMES names) {
     return symlink(target.data(), names.unique.c_str()) == 0 && MoveOver(names.unique, names.kept);
 }
 
-// A link is not followed: whoever planted it could read a copy of what it leads to.
+// Does not follow a link: whoever planted it could read the copy of its target.
 bool CopyFile(NAMES names) {
     FILE_ATTRIBUTES const attributes = AttributesFor(names.file);
     DESCRIPTOR const file = OpenToRead(names.file, O_NOFOLLOW);
@@ -121,8 +121,8 @@ bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& mi
     return IsMarked(fileName, found);
 }
 
-// Only another user's file, which may be neither linked nor read, is moved away first: to be without a file for a
-// moment is better than to lose it.
+// A file that can be neither linked nor read, as another user's, is renamed: a moment without the file is better than
+// its loss.
 KEPT Keep(std::string const& fileName) {
     NAMES const names(fileName);
     std::string const directory = DirectoryOf(fileName);

@@ -1,7 +1,7 @@
-// Keeping a file that could not be read when a save or a deletion takes its name.
+// Keeps a file that could not be read when a save or a deletion takes its name.
 //
-// It is kept under KeptName, where it replaces an earlier one. Of a symbolic link the link is kept; what it leads to
-// stays where it is.
+// The file is kept under KeptName and replaces an earlier kept file. A symbolic link is kept as a link; its target
+// stays.
 #pragma once
 
 #include <optional>
@@ -19,9 +19,9 @@ enum class OLD { DISCARD, KEEP };
 // one that was written to later. File systems without extended attributes of users hold no marks.
 void MarkAsSaved(int file);
 
-// Whether the file of that name need not be kept: the misread one is kept already, and another save has put this one
-// there since. Without marks every other file counts as such, since to keep it would lose the misread one. False if it
-// is not known which file was misread.
+// Whether the file of that name need not be kept: the misread file is kept already, and another save has made this one
+// since. Without marks every other file counts as saved, because keeping it would lose the misread one. False if it is
+// unknown which file was misread.
 bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& misread);
 
 // Keeps a file that is about to be replaced, and leaves it under its name if it can be linked or copied. Throws

@@ -51,7 +51,7 @@ void REPLACEMENT::Restart() {
     if (m_temporary) m_temporary->Restart();
 }
 
-// Everything that takes memory comes before the rename: what has been renamed must not end in an exception.
+// Allocates before the rename: nothing may throw after it.
 SAVE_OUTCOME REPLACEMENT::Commit(OLD old, std::optional<FILE_ID> const& misread) {
     UNCANCELLED const uncancelled;
     std::string const directory = DirectoryOf(m_fileName);

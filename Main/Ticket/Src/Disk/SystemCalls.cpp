@@ -12,13 +12,14 @@ namespace {
 
 constexpr auto LEASE_POLL_INTERVAL = std::chrono::milliseconds(5);
 
-// Numbers up to 2 are the host's streams, even while these are closed: what the host prints would land in the file.
+// Moves a descriptor above the numbers of the standard streams, even while these are closed: what the host prints would
+// land in the file.
 DESCRIPTOR AboveStreams(DESCRIPTOR file) {
     if (!file || file.Number() > STDERR_FILENO) return file;
     return Duplicate(file);
 }
 
-// The same for a file that has just been made: it is removed if descriptors are exhausted.
+// The same for a new file, which is removed if descriptors are exhausted.
 DESCRIPTOR AboveStreams(DESCRIPTOR made, std::string const& name) {
     bool const isMade = static_cast<bool>(made);
     DESCRIPTOR file = AboveStreams(std::move(made));
@@ -77,8 +78,8 @@ DESCRIPTOR Open(std::string const& name, int flags) {
     return AboveStreams(DESCRIPTOR(Retried([&] { return open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0); })));
 }
 
-// The first attempt has already asked the holder of the lease to give it up. The system takes it from a holder that
-// does not, so this ends when a waiting open would; but a FIFO that takes the name meanwhile is not waited for.
+// The first attempt makes the system ask the holder of the lease to give it up, and take it from a holder that does
+// not. So this ends when a blocking open would, but does not wait for a FIFO that takes the name meanwhile.
 DESCRIPTOR OpenToRead(std::string const& name, int flags) {
     for (;;) {
         DESCRIPTOR file = Open(name, O_RDONLY | O_NONBLOCK | flags);

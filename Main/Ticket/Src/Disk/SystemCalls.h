@@ -1,5 +1,5 @@
-// What every file operation below a ticket is made of: descriptors, repeated and uncancelled calls, whole writes,
-// flushed directories.
+// System calls that the file operations share: descriptors, repeated and uncancelled calls, whole writes, flushed
+// directories.
 //
 // Functions that fail leave the reason in errno.
 #pragma once
@@ -16,8 +16,8 @@
 
 namespace TICKETFILE {
 
-// While one lives the calling thread is not cancelled. Most system calls are cancellation points: a thread must not end
-// half way through a save, and an exception of a cancellation could not pass the destructors.
+// Disables cancellation of the calling thread for its scope. Most system calls are cancellation points: a thread must
+// not end half way through a save, and the exception of a cancellation cannot leave a destructor.
 class UNCANCELLED {
  public:
     UNCANCELLED() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
@@ -74,17 +74,16 @@ bool IsSameTime(timespec const& a, timespec const& b);
 // FIFO; 0 for a regular file or a symbolic link.
 int WrongKind(mode_t mode);
 
-// Whether this user is the owner or trusts him: root could change the file anyway.
+// Whether the owner is this user, or root, who could change the file anyway.
 bool IsTrusted(uid_t owner);
 
-// The kind of what has the name, as WrongKind tells it; a link is not followed. 0 if nothing has it.
+// WrongKind of what has the name; a link is not followed. 0 if nothing has it.
 int ObstacleAt(std::string const& fileName);
 
-// All descriptors of this room stay off the standard streams'.
+// Opens a file. No descriptor of this room has the number of a standard stream.
 DESCRIPTOR Open(std::string const& name, int flags);
 
-// Opens a file for reading, without waiting for a writer of a FIFO. A regular file under a lease is waited for, as by
-// any reader.
+// Opens a file for reading. Waits for the holder of a lease on a regular file, but not for the writer of a FIFO.
 DESCRIPTOR OpenToRead(std::string const& name, int flags = 0);
 
 // Makes and opens a file with mode 0600 for writing. Fails with EEXIST if anything has the name.

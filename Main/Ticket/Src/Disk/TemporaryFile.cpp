@@ -33,8 +33,8 @@ NAMED IsNamed(DESCRIPTOR const& file, std::string const& name, struct stat& foun
 enum class CLAIM { MINE, BUSY, REFUSED };
 
 // Locks the file. The previous holder of the lock renames or removes the file before unlocking, so the name may lead to
-// another file by then. The lock of another user is not waited for, since it may be planted; nor is his file removed,
-// since his save would fail.
+// another file by then. Does not wait for a lock of another user, which may be planted, and does not remove that user's
+// file, whose save would fail.
 CLAIM Claim(DESCRIPTOR const& file, std::string const& name) {
     bool const isLocked = flock(file.Number(), LOCK_EX | LOCK_NB) == 0;
     if (!isLocked && errno != EWOULDBLOCK) return CLAIM::REFUSED;
@@ -61,7 +61,7 @@ TEMPORARY_FILE::~TEMPORARY_FILE() {
     Remove();
 }
 
-// To write into the file of another save would mix the two.
+// Never writes into the file of another save, which would mix the two.
 void TEMPORARY_FILE::Open() {
     auto const deadline = std::chrono::steady_clock::now() + LONGEST_WAIT;
     do {
@@ -90,8 +90,9 @@ TEMPORARY_FILE::TURN TEMPORARY_FILE::TakeTurn() {
     return TURN::REFUSED;
 }
 
-// Another process may have the left-over file open, and another user may have planted it: it is not written to. One of
-// a read-only ticket file can be opened for reading only, which suffices for the lock except on network file systems.
+// The left-over file is not written to: another process may have it open, another user may have planted it. If the
+// ticket's file was read-only, it can be opened for reading only, which suffices for the lock except on network file
+// systems.
 TEMPORARY_FILE::TURN TEMPORARY_FILE::RemoveLeftOver() {
     constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK;
     DESCRIPTOR found = TICKETFILE::Open(m_name, O_WRONLY | FLAGS);
@@ -113,7 +114,7 @@ void TEMPORARY_FILE::OpenUnique() {
     if (!m_file) Fail(SAVE_STEP::OPEN, errno);
 }
 
-// The mask of the process may have taken bits that later calls need.
+// The umask of the process may have removed bits that later calls need.
 void TEMPORARY_FILE::Describe() {
     struct stat found;
     if (fstat(m_file.Number(), &found) != 0) return Fail(SAVE_STEP::OPEN, errno);

@@ -10,15 +10,14 @@
 
 namespace TICKETFILE {
 
-// No other process can have opened the file before: it is created exclusively (O_EXCL), with mode 0600, and gets the
-// attributes of the old file when it is complete. The first failure counts; everything after it does nothing.
+// Created exclusively (O_EXCL) with mode 0600, so that no other process has it open; gets the attributes of the old
+// file when it is complete. After the first failure, all calls do nothing.
 class TEMPORARY_FILE {
  public:
     // Makes the file TemporaryName(fileName) and locks it, so that processes and threads that save the same file take
-    // turns. A file of that name that nobody has locked was left behind by a save that was killed, and is removed.
-    // After two seconds, and at once where the name cannot be used or another user than root has locked its file, the
-    // new file gets a unique name and no lock. A directory at the usual name refuses the save, and so does what no save
-    // may replace at `fileName`, see WrongKind.
+    // turns. An unlocked file of that name was left behind by a killed save, and is removed. After two seconds, or at
+    // once if the name cannot be used or a user other than root has locked its file, the new file gets a unique name
+    // and no lock. The save is refused if a directory has the temporary name, or if `fileName` is of a WrongKind.
     explicit TEMPORARY_FILE(std::string const& fileName);
     // Removes the file unless it was renamed.
     ~TEMPORARY_FILE();

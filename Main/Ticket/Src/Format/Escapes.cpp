@@ -30,8 +30,8 @@ constexpr auto TableOf(RULE rule) {
     return table;
 }
 
-// How a byte is written. Of a space, its escape. Unused bytes of `text` are copied, too, and overwritten by what
-// follows.
+// How a byte is written; for a space, its escape. All of `text` is copied, and what follows overwrites the unused
+// bytes.
 struct alignas(8) SPELLING {
     char text[LONGEST_ESCAPE];
     uint8_t length;
@@ -74,7 +74,7 @@ std::size_t LengthOfUnknown(std::string_view text) {
     return text.size() < 4 ? 0 : 4;
 }
 
-// Decodes the bytes that "\xHH" escapes at `in` stand for, as long as there are any.
+// Decodes the run of "\xHH" escapes at `in`.
 void DecodeHex(char const*& in, char const* end, char*& out) {
     char const* at = in;
     char* to = out;
@@ -120,8 +120,8 @@ char* Decode(char* out, std::string_view text, ODDITY_LISTENER* listener) {
     return out;
 }
 
-// The first byte of white space, or the end. Eight bytes at a time: the subtraction borrows into the highest bit of a
-// byte below 0x21, and of no other whose highest bit is clear before the first such byte.
+// The first byte of white space, or the end. Tests eight bytes at a time: the subtraction sets the highest bit of each
+// byte below 0x21, and before the first of them that of no byte where it was clear.
 char const* FindSpace(char const* at, char const* end) {
     constexpr uint64_t EACH = 0x0101010101010101;
     for (; end - at >= 8; at += 8) {

@@ -1,5 +1,5 @@
-// How long the keys in one ticket file may be together. The reader refuses a file that exceeds the limit, so a save
-// must refuse to write one.
+// The limit for the total length of the keys in one ticket file. A load refuses a file that exceeds it, so a save must
+// refuse to write one.
 //
 // Nested elements spell keys whose total length grows with the square of the file: a megabyte of them would fill the
 // memory of the host. Files of flat or usual shape stay far below both bounds.

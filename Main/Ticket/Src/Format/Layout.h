@@ -40,7 +40,7 @@ class FILE_LAYOUT {
         if (!isLaterOfVector) m_keys += m_path + name.size();
     }
     void EndValue(std::string_view name) { m_text.Put("</", name, ">\n"); }
-    // Goes on after BeginValue for an element that holds a value and elements; these and CloseElement come next.
+    // Follows BeginValue for an element that holds a value and elements; the elements and CloseElement come next.
     void PutValueOfOpenElement(std::string_view name, std::string_view value) {
         m_text.Put("\n");
         Enter(name);

@@ -1,4 +1,4 @@
-// A leaf of a ticket file on its way into a ticket: what both readers share.
+// Turns a leaf of a ticket file into a key and a value, for both readers.
 #pragma once
 
 #include <cstddef>
@@ -18,15 +18,14 @@ struct LEAF_RECEIVER {
     void* context;
     // False for a key whose values are neither to be decoded nor set. Null: all are wanted.
     bool (*wants)(void* context, std::string_view key) = nullptr;
-    // Drops all that was set: the text turned out to be worthless, or is read again from its beginning. Null: nothing
-    // to drop.
+    // Drops all values that were set: the text is no document, or is read again. Null: nothing to drop.
     void (*drop)(void* context) = nullptr;
 };
 
 // The type of that name in a file; PARAM_NONE for any other text.
 PARAM_TYPE TypeNamed(std::string_view name);
 
-// The path of the current element as keys spell it.
+// The key of the current element.
 class KEY_PATH {
  public:
     // Puts the name of an element, and a NUL, after the first `parent` bytes of the path. Returns where the name ends.
@@ -38,8 +37,8 @@ class KEY_PATH {
         text[end] = '\0';
         return end;
     }
-    // How much of the path the keys of elements inside the last one begin with, "/" included. Elements without a name
-    // and those named "ticket" are no part of keys.
+    // Appends "/" to the last element and returns where it ends, the `parent` of the elements inside. Elements without
+    // a name and those named "ticket" are no part of keys.
     std::size_t Enter(std::size_t parent, std::string_view name);
 
     char const* Text() const { return m_text.data(); }

@@ -9,7 +9,7 @@
 
 #include "Format/Oddities.h"
 
-// A double on its way to text. Exponents from 0 to `limit` are written out in fixed notation, others in engineering
+// A double to be written. Exponents from 0 to `limit` are written out in fixed notation, others in engineering
 // notation; ticket files use FILE_LIMIT.
 struct BestDouble {
     static constexpr int32_t FILE_LIMIT = 5;

@@ -1,5 +1,5 @@
-// Finds names line by line. What could be a comment, an instruction or the like is taken for a tag only where that is
-// certain, so that adding them by hand does not change what is read.
+// Finds names line by line. A line that could begin a comment or an instruction counts as a tag only where that is
+// certain, so that comments added by hand do not change what is read.
 #include "Format/OddNames.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ std::string_view LineAt(std::string_view text, std::size_t at) {
     return text.substr(at, text.find('\n', at) - at);
 }
 
-// A line of the writer's form.
+// A line as a save writes it.
 struct LINE {
     enum KIND { OTHER, OPENING, CLOSING, EMPTY, WHOLE };
     KIND kind = OTHER;
@@ -90,20 +90,20 @@ LINE Parse(std::string_view line) {
     return Known(LINE::OPENING, inner);
 }
 
-// Other things than elements, which may stretch over lines.
+// Markup that is no element and may span lines.
 struct MARKUP {
     std::string_view begin;
     std::string_view end;
 };
 constexpr MARKUP MARKUPS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
 
-// What begins at `at`; the end of MARKUPS if it is an element.
+// The markup that begins at `at`; the end of MARKUPS if it is an element.
 MARKUP const* MarkupAt(std::string_view text, std::size_t at) {
     return std::find_if(std::begin(MARKUPS), std::end(MARKUPS),
                         [&](MARKUP const& known) { return BeginsWith(text.substr(at), known.begin); });
 }
 
-// Where the next line begins after one that is not the writer's, and after what begins on it.
+// The beginning of the next line after a line of another form, and after markup that begins on it.
 std::size_t BehindOther(std::string_view text, std::size_t at) {
     while ((at = text.find_first_of("<\n", at)) < text.size()) {
         if (text[at] == '\n') return at + 1;
@@ -121,7 +121,7 @@ class SCAN {
  public:
     explicit SCAN(std::string_view text) : m_text(text) {}
 
-    // Calls `take` for each line of the writer's form that is certain to hold tags.
+    // Calls `take` for each line as a save writes it that is certain to hold tags.
     template <typename TAKE>
     void ForEachLine(TAKE const& take) {
         FindClosings();
@@ -151,10 +151,10 @@ class SCAN {
     // The position of the first end of this kind of markup after a position.
     struct MARKUP_END {
         std::size_t at = 0;
-        bool isInTag = false;  // on a line of the writer's form
+        bool isInTag = false;  // on a line as a save writes it
     };
 
-    // A line that begins as a comment or the like does holds an opening tag only if there is a closing one.
+    // A line that begins as markup holds an opening tag only if a closing tag of that name exists.
     bool MayBeMarkup(LINE const& line) {
         if (line.kind == LINE::WHOLE || line.kind == LINE::CLOSING) return false;
         std::size_t const at = static_cast<std::size_t>(line.name.data() - m_text.data()) - 1;
@@ -163,13 +163,13 @@ class SCAN {
         return beginsAsMarkup && m_closings.count(line.name) == 0;
     }
 
-    // The same for an empty element, which has no closing tag. It is markup only if the end of that markup follows, and
-    // not inside a tag: nobody ends a comment there.
+    // The same for an empty element, which has no closing tag. It is markup only if the end of that markup follows on a
+    // line that holds no tag.
     bool MayBeMarkupAt(std::size_t at) {
         MARKUP const* const markup = MarkupAt(m_text, at);
         if (markup == std::end(MARKUPS)) return false;
         std::size_t const inside = at + markup->begin.size();
-        MARKUP_END& end = m_ends[markup - MARKUPS];  // kept: many lines may have one end
+        MARKUP_END& end = m_ends[markup - MARKUPS];  // cached: many lines may have one end
         if (end.at < inside) {
             end.at = std::min(m_text.find(markup->end, inside), m_text.size());
             std::size_t const lineBegin = m_text.rfind('\n', end.at) + 1;
@@ -194,8 +194,8 @@ class SCAN {
 
 }  // namespace
 
-// With its highest bit set, any byte may stand anywhere in a name. Different names stay different, so that tags that do
-// not match still do not; only a tag that has such bytes itself, as no UTF-8 has them, can pass for another's.
+// Sets the highest bit: XML allows every byte from 0x80 up anywhere in a name. Tags that do not match still do not,
+// except where a name already holds such bytes, in sequences that are not UTF-8.
 void Replace(std::string_view text, char* copy) {
     SCAN(text).ForEachOddName([&](std::string_view name) {
         char* const place = copy + (name.data() - text.data());
@@ -211,7 +211,7 @@ void Restore(std::string_view text, char* copy) {
         [&](std::string_view name) { std::memcpy(copy + (name.data() - text.data()), name.data(), name.size()); });
 }
 
-// An opening tag alone may be an instruction in fact; one with a closing tag is none, nor is an empty element.
+// Certain are a closing tag and an empty element; an opening tag alone may be an instruction.
 bool LookLikeMarkup(std::string_view text) {
     auto const holds = [&](char const* part, std::size_t begin = 0) {
         return text.find(part, begin) != std::string_view::npos;

@@ -1,4 +1,4 @@
-// Names of elements that a ticket file may hold and an XML parser does not take.
+// Names of elements that a ticket file may hold although XML forbids them.
 //
 // Components of keys are written as they are, so that "Printer/HP 4000" is the element <HP 4000>. A writer puts each
 // tag, or each value with both of its tags, on a line of its own, and no name holds "<", ">", a double quote or "/".
@@ -9,16 +9,15 @@
 
 namespace TICKET_NAMES {
 
-// Replaces, in a copy of the text of a ticket file, each byte of a name that no XML name has at its place by one that
-// names may have; the copy has the size of the text and its bytes keep their places. Looks only at lines of the
-// writer's form, blanks at either end aside. Takes linear time.
+// Makes the names in `copy`, a copy of the text, names that XML allows, by replacing single bytes: all offsets stay.
+// Looks only at lines as a save writes them, apart from white space at either end. Takes linear time.
 void Replace(std::string_view text, char* copy);
 
-// Puts the names back, in a copy that a parser has meanwhile worked on in place.
+// Restores the names in a copy that a parser has meanwhile parsed in place.
 void Restore(std::string_view text, char* copy);
 
-// Whether the text holds a tag of an element, on a line of the writer's form, that a parser could take for the
-// beginning of an instruction, a comment or the like, such as <?a type="int">1</?a>. Takes linear time.
+// Whether a line as a save writes it holds a tag that a parser could take for the beginning of an instruction or a
+// comment, such as <?a type="int">1</?a>. Takes linear time.
 bool LookLikeMarkup(std::string_view text);
 
 }  // namespace TICKET_NAMES

@@ -1,4 +1,4 @@
-// What a reader of a ticket file corrects, drops or keeps without saying so, for programs that want to say it.
+// What readers of a ticket file silently correct, drop or keep, for programs that report it.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,8 @@ enum class ODDITY {
     BEHIND_NUMBER       // ignored
 };
 
-// The functions that read texts and numbers tell each oddity to a listener, if they get one; null costs nothing,
-// because it is only looked at where something is odd.
+// Receives each oddity from the functions that read texts and numbers. They take null for none, which costs nothing:
+// they look at it only where something is odd.
 class ODDITY_LISTENER {
  public:
     // `offset` and `length`: the odd bytes, counted from the first byte of the text that was given to the function.

@@ -12,7 +12,7 @@
 
 namespace {
 
-// How many leading bytes two texts share, eight at a time: neighbouring keys share most of theirs.
+// The length of the common prefix. Compares eight bytes at a time, because neighbouring keys share most of theirs.
 std::size_t SharedLength(std::string_view a, std::string_view b) {
     std::size_t const length = std::min(a.size(), b.size());
     std::size_t shared = 0;
@@ -69,8 +69,8 @@ bool STREAM_WRITER::Add(std::string_view key, PARAM_TYPE type, std::string_view 
     return true;
 }
 
-// A leaf that is met first would take in the elements below it. All keys with which this one begins have come before,
-// and the last key begins with those of them that are not longer than what it shares with this one.
+// Whether an earlier leaf would have to hold the element of this key. The keys that are prefixes of this one have all
+// come before; those up to the length `shared` are prefixes of the last key, too.
 bool STREAM_WRITER::IsBelowALeaf(std::string_view key, std::size_t shared) {
     while (!m_leaves.empty() && m_leaves.back() > shared) m_leaves.pop_back();
     if (!m_leaves.empty() && m_leaves.back() < key.size() && key[m_leaves.back()] == '/') return true;

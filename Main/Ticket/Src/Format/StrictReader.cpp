@@ -1,5 +1,5 @@
-// Reads the lines of a file as a save writes it. Each scan ends at the latest at the line feed, which no table below
-// lets pass, so nothing else bounds it.
+// Reads the lines of a file as a save writes it. Scans need no other bound than the line feed at the end of the line:
+// each table below stops there.
 #include "Format/StrictReader.h"
 
 #include <algorithm>
@@ -57,7 +57,7 @@ struct LEAF_TEXT {
     bool isPlain;
 };
 
-// Where the text ends of which the byte at `at` has to be decoded.
+// The end of a text that has to be decoded; `at` is its first byte that needs it.
 LEAF_TEXT EndOfDecoded(char* at, char* lineEnd) {
     auto const left = static_cast<std::size_t>(lineEnd - at);
     auto* const end = static_cast<char*>(std::memchr(at, '<', left));
@@ -69,7 +69,7 @@ LEAF_TEXT EndOfDecoded(char* at, char* lineEnd) {
     return {end, false};
 }
 
-// A line feed is not plain.
+// Stops at the line feed at the latest: it is not plain.
 char* SkipPlain(char* at) {
     while (KindOf(*at) == BYTE::PLAIN) ++at;
     return at;
@@ -112,11 +112,11 @@ TICKET_FORMAT::TYPE_NAME QuotedType(std::string_view text) {
 LINE_BUFFER::LINE_BUFFER(FILE_SOURCE& source)
     : m_source(source), m_size(std::min(source.Size(), USUAL_SIZE - 1) + 1), m_bytes(new char[m_size]) {}
 
-// The next line, of which the buffer holds the beginning at most.
+// Finds the next line when the buffer holds at most its beginning.
 LINE_BUFFER::LINE LINE_BUFFER::NextOfSource() {
     for (;;) {
         std::size_t const looked = m_filled - m_begin;
-        // A line with a NUL is none of ours, and a gigabyte may follow.
+        // A save writes no NUL, and a gigabyte may follow without a line feed.
         if (looked == m_size && std::memchr(Begin(), '\0', looked) != nullptr) return LINE::UNFINISHED;
         if (!Fill()) return LINE::UNREADABLE;
         if (m_filled == looked) return looked == 0 ? LINE::NONE : LINE::UNFINISHED;
@@ -195,7 +195,7 @@ bool STRICT_READER::Close(std::string_view name) {
     return true;
 }
 
-// Makes m_key the key of a leaf. False if the keys of the file get too long.
+// Sets m_key to the key of a leaf. False if the keys of the file get too long.
 inline bool STRICT_READER::MoveTo(std::string_view name) {
     std::size_t const path = Path();
     bool const mayBeSame = m_leafEnd == path + name.size() && m_key.Text()[m_leafEnd - 1] == name.back();

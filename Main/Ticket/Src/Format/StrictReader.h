@@ -1,9 +1,9 @@
 // The fast way to read a ticket file: one pass over a file exactly as a save writes it, without a document.
 //
-// It knows six kinds of lines: the two at the head, an opening tag, a closing tag, a leaf of a known type with its
-// text, and the end, each with as many tabs as elements are open. At the first byte that is otherwise it stops. So
-// whatever it has read, the XML library would read as the same leaves in the same order, provided that the whole is a
-// document. It takes half of the instructions of the XML library and no memory beyond its buffer.
+// It knows the two lines at the head, opening and closing tags and leaves of a known type, each after as many tabs as
+// elements are open, and stops at the first other byte. If the whole is a document, the XML library would read the same
+// leaves up to there, in the same order. It takes half of the instructions of the XML library and no memory beyond its
+// buffer.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 #include "Common/Src/ByteStreams.h"
 #include "Format/Leaf.h"
 
-// Gives the lines of a source one by one, from a buffer that grows only for a longer line.
+// Reads a source line by line, through a buffer that grows only for a longer line.
 class LINE_BUFFER {
  public:
     enum class LINE {
@@ -66,7 +66,7 @@ class STRICT_READER {
  public:
     enum class END {
         WHOLE,      // every value of the file has been handed over
-        STOPPED,    // the file is not exactly ours; Leaves() tells how many values have been handed over
+        STOPPED,    // a line is not as a save writes it; Leaves() tells how many leaves were read
         UNREADABLE  // the source failed
     };
 
@@ -77,13 +77,13 @@ class STRICT_READER {
     // Reads the text and hands its values over. Throws std::bad_alloc and what the receiver throws.
     END Read();
 
-    // How many leaves have been passed, wanted or not.
+    // The number of leaves read, wanted or not.
     std::size_t Leaves() const { return m_leaves; }
 
  private:
     struct ELEMENT {
         std::size_t nameEnd;  // in m_names
-        std::size_t path;     // how much of m_key the keys inside it begin with
+        std::size_t path;     // length of the beginning of m_key that the keys inside share
     };
 
     bool ReadLine(char* line, char* end);

@@ -141,8 +141,8 @@ TREE_WRITER::ELEMENT* TREE_WRITER::FindMatchingChild(ELEMENT const& parent, INDE
     return first;
 }
 
-// Two searches take turns, and the one that ends first has the answer: in document order, and, once there has been much
-// to compare, among the names that hold one fragment of the pattern.
+// Searches in document order. After many comparisons, a second search among the names that hold one fragment of the
+// pattern takes turns with it; the first match of either counts.
 TREE_WRITER::ELEMENT* TREE_WRITER::FindFirstMatch(ELEMENT const& parent, INDEX& index, WILDCARD const& wildcard) {
     std::vector<ELEMENT*> const* holders = nullptr;
     if (index.comparisons > COMPARISONS_FOR_FRAGMENTS * index.firstOfName.size()) {

@@ -18,10 +18,10 @@
 // Builds a tree of elements first, because a component with wildcards may match any element that is there, and a leaf
 // may get elements inside. STREAM_WRITER needs no tree.
 //
-// Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the writer as context, Serialise.
-// Stack use does not depend on the keys. n parameters take O(n log n) in any order, fastest in ascending order of keys.
-// Only a component with wildcards may take O(n) by itself, if it stands for many names and has no four plain bytes side
-// by side that few other names have.
+// Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the writer as context, Serialise. Stack use
+// does not depend on the keys. n parameters take O(n log n) in any order, fastest in ascending order of keys. A
+// component with wildcards may take O(n) by itself, if it stands for many names and has no four adjacent plain bytes
+// that few other names have.
 class TREE_WRITER {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
@@ -66,10 +66,10 @@ class TREE_WRITER {
         std::vector<ELEMENT*> const none{};
 
         void Update(ELEMENT const& parent);
-        // Of the children that hold one fragment of the pattern each, the fewest; null if nothing is known.
+        // The children that hold the rarest fragment of the pattern; null if it has none or the index is incomplete.
         std::vector<ELEMENT*> const* FewestHolders(WILDCARD const& wildcard) const;
     };
-    // What the searches among the children of one element know. The maps are ordered: hostile names could collide in
+    // The indexes for searches among the children of one element. The maps are ordered: hostile names could collide in
     // a hash.
     struct INDEX {
         ELEMENT* last = nullptr;                           // the last child that is in firstOfName

@@ -1,4 +1,4 @@
-// Which bytes the XML library takes for the name of an element.
+// The bytes that the XML library accepts in the name of an element.
 #pragma once
 
 #include <array>

@@ -52,7 +52,7 @@ bool xml_outline::end(pug::xml_node& /*root*/) {
     return true;
 }
 
-// Mostly elements have children, but so has an XML declaration that ends like a start tag.
+// Not only elements have children: an XML declaration that ends like a start tag has, too.
 bool xml_outline::for_each(pug::xml_node& node) {
     if (!node.first_child()) return true;
     auto const level = static_cast<std::size_t>(depth());
@@ -92,8 +92,9 @@ PARSED_TEXT::PARSED_TEXT(std::string_view text, NAMES names, unsigned int option
     if (names == NAMES::ANY && m_result) TICKET_NAMES::Restore(looked, m_copy.get());
 }
 
-// Tags that look like markup, <?a> for instance, can make a document in which everything between two of them is one
-// instruction. Where they stand, the second attempt comes first; if it fails, the file may hold more than was read.
+// Two tags that look like markup, such as <?a>, can make a document in which everything between them is one
+// instruction. A text with such tags is first parsed allowing any names; if that fails, the other document may hide
+// values.
 std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options) {
     using NAMES = PARSED_TEXT::NAMES;
     bool const isDoubtful = TICKET_NAMES::LookLikeMarkup(UpToNul(text));

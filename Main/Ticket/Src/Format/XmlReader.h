@@ -50,11 +50,11 @@ class xml_outline : public pug::xml_tree_walker {
     std::size_t m_passedOver;
     std::size_t m_allowed;
     KEY_PATH m_key;
-    std::vector<std::size_t> m_paths;  // by depth: how much of m_key the keys there begin with
+    std::vector<std::size_t> m_paths;  // by depth: length of the beginning of m_key that keys there share
 };
 
-// How the XML library parses a ticket file. White space of texts is ours to normalise; the parser only has to keep a
-// text that is nothing else.
+// Parse options for a ticket file. NormaliseSpace treats white space; the parser only has to keep a text that is
+// nothing else.
 constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_single;
 
 // A copy of a text that the XML library has parsed in place, and the document that it made. Throws std::bad_alloc.
@@ -83,12 +83,12 @@ class PARSED_TEXT {
     bool m_isInPart;
 };
 
-// Parses a text as a load does: as XML if it is, otherwise allowing names that XML forbids. Where names look like
-// markup it is the other way round.
+// Parses a text as a load does: as XML; if that fails, allowing names that XML forbids. A text with names that look
+// like markup is parsed in the other order.
 std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options = PARSE_OPTIONS);
 
-// Parses a text so and hands over all leaves but the first `passedOver`. An empty text holds nothing. Throws
-// std::bad_alloc and what the receiver throws.
+// Parses a text as ParseAsLoad does and hands over all leaves but the first `passedOver`. An empty text holds nothing.
+// Throws std::bad_alloc and what the receiver throws.
 READ_RESULT ReadDocument(std::string_view text, LEAF_RECEIVER const& receiver, std::size_t passedOver = 0);
 
 // The same for a text that has been parsed.

@@ -24,7 +24,7 @@ struct SECRET {
 
 // Random words from the system.
 inline SECRET NewSecret() {
-    // Without entropy these odd numbers serve: only protection against hostile keys is lost then.
+    // Used if the system has no entropy: only the protection against hostile keys is lost then.
     SECRET secret{0x9E3779B97F4A7C15u, 0xD6E8FEB86659FD93u, 0xC2B2AE3D27D4EB4Fu};
     static_cast<void>(!getentropy(&secret, sizeof secret));
     return secret;

@@ -33,7 +33,8 @@ class KEY_INDEX {
 
     std::size_t Count() const { return m_count + m_waitingCount; }
 
-    // What `match(id)` returns for the first id with this hash for which that is not zero; zero if there is none.
+    // Calls `match(id)` for the ids with this hash and returns its first result that is not zero; zero if there is
+    // none.
     template <typename MATCH>
     auto Find(uint32_t hash, MATCH const& match) const -> decltype(match(ID{})) {
         SLOT const* slot = m_slots.data();
@@ -66,9 +67,8 @@ class KEY_INDEX {
         Enter(hash, id);
     }
 
-    // The same for one of many keys that arrive one after the other. It waits until sixteen have come together, or
-    // until another change, while memory brings their slots: a load of 100,000 keys takes 0.85 of the time, of a
-    // million 0.6.
+    // The same for keys that arrive in order. A key waits until sixteen have come or another change is made, while the
+    // processor fetches its slot: a load of 100,000 keys takes 0.85 of the time, of a million 0.6.
     void InsertLater(uint32_t hash, ID id) noexcept {
         if (m_waitingCount == MOST_WAITING) Settle();
         m_waiting[m_waitingCount++] = {hash, id};
@@ -111,7 +111,7 @@ class KEY_INDEX {
 
     static constexpr std::size_t LimitOf(std::size_t homes) { return homes / 16 * 13; }
     // The greatest distance, in slots, between the home of a hash and its slot. In a full table of a thousand homes
-    // chance alone came to 17 of 36 slots, of four million homes to 34 of 60.
+    // chance alone led to 17 of 36 slots, of four million homes to 34 of 60.
     static constexpr std::size_t LongestOf(unsigned bits) { return 16 + 2 * bits; }
 
     std::size_t Home(uint32_t hash) const { return hash >> m_shift; }

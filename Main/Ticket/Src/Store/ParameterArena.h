@@ -52,7 +52,7 @@ class PARAMETER_ARENA {
         return *std::launder(reinterpret_cast<KEYED_VALUE<VALUE>*>(Address(id)));
     }
 
-    // A default-made value for a new key. Throws std::bad_alloc and then has changed nothing.
+    // Makes a value for a new key. Throws std::bad_alloc and then has changed nothing.
     ID Make(std::string_view key) {
         if (key.size() > MAX_KEY) throw std::bad_alloc();
         std::size_t const size = SizeFor(key.size());
@@ -80,7 +80,7 @@ class PARAMETER_ARENA {
         }
     }
 
-    // Ends a value, but leaves its memory to Clear, which must come next.
+    // Destroys a value, but leaves its memory to Clear, which must come next.
     void Destroy(ID id) noexcept { (*this)[id].~KEYED_VALUE<VALUE>(); }
     // Gives all memory back. Every value must have been freed or destroyed.
     void Clear() noexcept { *this = PARAMETER_ARENA(); }

@@ -51,10 +51,10 @@ class PARAMETER_MAP {
     VALUE const* Find(std::string_view key) const { return m_index.Find(Hash(key), WithKey(key)); }
     VALUE* Find(std::string_view key) { return const_cast<VALUE*>(std::as_const(*this).Find(key)); }
 
-    // One lookup of many in three steps, each for all keys, so that the waits for memory overlap: Prepare hashes the
-    // key and fetches where its search begins; Candidate searches and fetches the value that probably has the key, null
-    // if there is none; HasKey tells whether it has. The map must stay unchanged meanwhile. MayMissCaches tells whether
-    // that pays: among 10,000 keys a batch of reads takes less time, among few it takes more instructions.
+    // Many lookups in three steps, each for all keys, so that the waits for memory overlap. Prepare hashes a key and
+    // fetches the slot where its search begins. Candidate fetches the value that probably has the key; null if there is
+    // none. HasKey tells whether it has. The map must stay unchanged meanwhile. MayMissCaches tells whether this pays:
+    // among 10,000 keys a batch of reads takes less time, among few it takes more instructions.
     bool MayMissCaches() const { return m_index.Count() > KEYS_IN_CACHE; }
     uint32_t Prepare(std::string_view key) const {
         uint32_t const hash = Hash(key);
@@ -72,10 +72,10 @@ class PARAMETER_MAP {
         return static_cast<KEYED_VALUE<VALUE> const&>(value).HasKey(key);
     }
 
-    // The value of `key`; a default-made one if the key is new. Throws std::bad_alloc and then has changed nothing.
+    // The value of `key`, made if the key is new. Throws std::bad_alloc and then has changed nothing.
     VALUE& FindOrInsert(std::string_view key) {
         uint32_t const hash = Hash(key);
-        // Files hold their keys in order: after a key that came last the next one is tried there, without a search.
+        // Files hold their keys in order: after an insertion at the end, the next key is tried there without a search.
         if (m_isAppending && (m_order.Empty() || IsBefore(key)(m_order.Last()))) return Append(key, hash);
         if (auto* const found = m_index.Find(hash, WithKey(key))) {
             m_isAppending = false;
@@ -84,7 +84,7 @@ class PARAMETER_MAP {
         return Insert(key, hash);
     }
 
-    // Makes room in the index for `more` keys; returns whether hashes have changed. Throws std::bad_alloc and then has
+    // Makes space in the index for `more` keys; returns whether hashes have changed. Throws std::bad_alloc and then has
     // changed nothing.
     bool Reserve(std::size_t more) {
         return m_index.Reserve(more, [this](ID id) { return m_arena[id].Key(); });
@@ -120,7 +120,7 @@ class PARAMETER_MAP {
         ID const id = m_order.Ahead(position.m_cursor, STEPS_AHEAD);
         return id == NONE ? nullptr : &m_arena[id];
     }
-    // The first key that is greater than `key`, whether that is here or not.
+    // The first key that is greater than `key`, which need not exist.
     POSITION After(std::string_view key) const {
         return At(m_order.PartitionPoint([&](ID id) { return m_arena[id].Key() <= key; }));
     }
@@ -132,10 +132,11 @@ class PARAMETER_MAP {
 
     static constexpr std::size_t KEYS_IN_CACHE = 1000;  // more do not fit into a first-level cache
 
-    // As many steps of a walk take as long as memory does to answer.
+    // So many steps of a walk take about as long as a fetch from memory.
     static constexpr std::size_t STEPS_AHEAD = 8;
 
-    // A value for a new key, which comes last. Not inlined, like Insert: to find a key that exists needs few registers.
+    // Adds a value for a new key that comes last. Not inlined, like Insert: finding an existing key needs few
+    // registers.
     [[gnu::noinline]] VALUE& Append(std::string_view key, uint32_t hash) {
         if (Reserve(1)) hash = Hash(key);
         ID const id = m_arena.Make(key);

@@ -93,7 +93,7 @@ class PARAMETER_ORDER {
         ID Last() const { return ids[count - 1]; }
     };
 
-    // The same position, which is not the end, in a page that is not full.
+    // Splits the page of a position if it is full, and returns where the position is now. Not for the end.
     CURSOR MakeRoom(CURSOR cursor) {
         if (m_pages[cursor.page]->count < PAGE::CAPACITY) return cursor;
         PAGE& upper = AddPage(cursor.page + 1);

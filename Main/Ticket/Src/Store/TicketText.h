@@ -59,7 +59,7 @@ class TICKET_TEXTS {
     TICKET_TEXTS(TICKET_TEXTS const&) = delete;
     TICKET_TEXTS& operator=(TICKET_TEXTS const&) = delete;
 
-    // The characters that stay. Throws std::bad_alloc.
+    // The stable characters of this text. Throws std::bad_alloc.
     char const* Stable(TICKET_TEXT& text) {
         if (!text.m_stable) text.m_stable = FindOrInsert(text);
         return text.m_stable->Characters();
