@@ -143,7 +143,7 @@ static void Read(STICKET_ACCESS const* ticket) {
         if (ticket->GetParameter(ticket->pTicket, "Job/Papers", PARAM_STRING, &paper, i)) printf("paper %s\n", paper);
     }
 
-    // A read that fails answers 0 and stores 0 or null. Text is never read as a number.
+    // A read that fails returns 0 and stores 0 or null. Text is never read as a number.
     int32_t number = 42;
     if (!ticket->GetParameter(ticket->pTicket, "Product/Name", PARAM_INT, &number, SCALAR_INDEX))
         printf("the name is no number: %" PRId32 "\n", number);

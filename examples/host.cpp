@@ -45,7 +45,7 @@ std::string NewTemporaryFile() {
 }
 
 void ShowFallbacks(IConfigurationControl& configuration) {
-    // Getters never fail: each has a fixed answer for a setting that the file does not hold.
+    // Getters never fail: each returns a fixed value for a setting that the file does not hold.
     std::printf("product name \"%s\", log level %d, verification %s\n", configuration.GetProductName().c_str(),
                 configuration.GetLogLevel(), configuration.IsVireoVerifySupported() ? "on" : "off");
 }

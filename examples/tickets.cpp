@@ -40,7 +40,7 @@ void Values(STICKET_ACCESS const& ticket) {
 }
 
 void Failures(STICKET_ACCESS const& ticket) {
-    // Every entry answers 0 when it fails, and a failed read stores 0 or null.
+    // Every entry returns 0 when it fails, and a failed read stores 0 or null.
     int number = 42;
     if (!ticket.GetParameter(ticket.pTicket, "No/Such/Key", PARAM_INT, &number, SCALAR_INDEX))
         std::printf("no such key: %d\n", number);
