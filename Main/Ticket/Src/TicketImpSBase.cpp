@@ -122,7 +122,6 @@ bool WatchesAnyStored(PARTIAL_MODE const& selection, SETMULTIPAR const* records)
     return false;
 }
 
-// Removes the registrations for which `touched(selection)` holds.
 template <typename MAP, typename TOUCHED>
 void RemoveTouched(MAP& registrations, TOUCHED const& touched) {
     for (auto place = registrations.begin(); place != registrations.end();) {

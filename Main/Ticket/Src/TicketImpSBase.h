@@ -170,9 +170,8 @@ class TICKETLOCKS {
     static constexpr int WILDCARD = -2;  // as an owner: any owner; as a number: every lock
 
     TICKETLOCKS();
-    // One lock, or all of them for number WILDCARD. Nonzero on success.
+    // Takes or releases one lock; all of them for number WILDCARD. Nonzero on success.
     int operator()(int number, int* owner, bool lock);
-    // One lock.
     bool Operate(int number, int* owner, bool lock);
 
  private:

@@ -10,7 +10,7 @@ namespace TICKETFILE {
 // name would become too long for the system.
 std::string AbsoluteName(std::string const& fileName);
 
-// The directory in which a name is found.
+// The directory of a name, up to its last "/"; "." if it has none.
 std::string DirectoryOf(std::string const& fileName);
 
 // The file that a save writes and then renames: ".tmp" is appended. See NameBeside for long names.

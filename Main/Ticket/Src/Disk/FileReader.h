@@ -1,4 +1,4 @@
-// Reading a ticket's file.
+// Reads a ticket's file.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// How a ticket's file is replaced and deleted.
+// Replaces and deletes a ticket's file.
 //
 // Atomic save: the bytes go to a temporary file, which is renamed over the file when they are on the disk. Whoever
 // opens the file, at any moment, after a crash, while other processes save it, finds one complete save, old or new. If

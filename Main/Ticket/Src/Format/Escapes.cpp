@@ -22,7 +22,6 @@ std::size_t IndexOf(char byte) {
     return static_cast<unsigned char>(byte);
 }
 
-// A value for each byte.
 template <typename VALUE, typename RULE>
 constexpr auto TableOf(RULE rule) {
     std::array<VALUE, 256> table{};

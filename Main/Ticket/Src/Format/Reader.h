@@ -1,4 +1,4 @@
-// Reading a ticket file: from its bytes to calls of a set function, one for each stored value.
+// Reads a ticket file: calls a set function for each stored value.
 #pragma once
 
 #include "Common/Src/ByteStreams.h"

@@ -1,4 +1,4 @@
-// Writing the text of a ticket file straight from a walk.
+// Writes the text of a ticket file straight from a walk.
 #pragma once
 
 #include <cstddef>

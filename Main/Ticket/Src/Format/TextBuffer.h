@@ -60,7 +60,6 @@ class TEXT_BUFFER {
         Advance(end);
     }
 
-    // Makes space for `size` bytes after the text.
     void MakeRoom(std::size_t size);
     void CheckIndentation() const;
 

@@ -1,5 +1,5 @@
-// Writing a ticket file whose keys need a search: a tree of elements that a walk over the parameters builds, and its
-// text.
+// Writes a ticket file whose keys need a search: a walk over the parameters builds a tree of elements, which becomes
+// the text.
 #pragma once
 
 #include <cstddef>

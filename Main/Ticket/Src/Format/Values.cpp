@@ -1,4 +1,4 @@
-// From a typed value to its text in a ticket file.
+// Turns typed values into their text in a ticket file.
 #include "Format/Values.h"
 
 #include <algorithm>

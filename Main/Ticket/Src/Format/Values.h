@@ -1,4 +1,4 @@
-// The text of a value as a ticket file holds it.
+// Writes the text of a value.
 #pragma once
 
 #include "ConfigurationControl/StringConversion.h"

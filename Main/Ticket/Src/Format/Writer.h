@@ -1,4 +1,4 @@
-// Writing a whole ticket file, by whichever writer its keys need.
+// Writes a whole ticket file, with the writer that its keys need.
 #pragma once
 
 #include "Format/StreamWriter.h"

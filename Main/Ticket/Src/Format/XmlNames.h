@@ -10,7 +10,7 @@ constexpr bool IsLetter(unsigned int byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' || byte == ':' || byte >= 0x80;
 }
 
-// For each byte: may it stand after the first of a name?
+// For each byte, whether a name may hold it after its first byte.
 constexpr auto LATER_BYTES = [] {
     std::array<bool, 256> later{};
     for (unsigned int byte = 0; byte < later.size(); ++byte)

@@ -1,5 +1,4 @@
-// Reading a ticket file through a document tree of the XML library: for every file that is not exactly as a save
-// writes it.
+// Reads a ticket file through a document tree of the XML library, if it is not exactly as a save writes it.
 #pragma once
 
 #include <cstddef>

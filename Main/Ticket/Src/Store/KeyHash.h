@@ -22,7 +22,6 @@ struct SECRET {
     uint64_t secondLeft;  // for the second of the two chains over a long key
 };
 
-// Random words from the system.
 inline SECRET NewSecret() {
     // Used if the system has no entropy: only the protection against hostile keys is lost then.
     SECRET secret{0x9E3779B97F4A7C15u, 0xD6E8FEB86659FD93u, 0xC2B2AE3D27D4EB4Fu};

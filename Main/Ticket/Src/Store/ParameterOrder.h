@@ -50,7 +50,6 @@ class PARAMETER_ORDER {
         return {static_cast<std::size_t>(page - m_pages.begin()), static_cast<std::size_t>(id - ids)};
     }
 
-    // Calls `action(id)` for each id, in order.
     template <typename ACTION>
     void ForEach(ACTION const& action) const {
         for (auto const& page : m_pages) std::for_each(page->ids, page->ids + page->count, action);
