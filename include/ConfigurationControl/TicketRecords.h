@@ -229,11 +229,12 @@ typedef struct STICKET_ACCESS {
      * a key nested too deep. Such a save leaves the file as it was, and the ticket stays unsaved. */
     int (*Operation)(STICKET* ticket, STICKET_OP code, void* data);
     /**
-     * Takes or releases one of twenty advisory locks (0 to 19); never blocks. `*owner` names the caller (any int but -1
-     * and -2). If another owner holds the lock, returns 0 and writes the holder to `*owner`. Unlocking writes -1 to
-     * `*owner` once the lock is free. Number -2 unlocks everything that `*owner` holds, and writes -1 only if no lock
-     * is held any more. With `*owner` -2, which is left as it is, unlocking frees the lock, or all locks, of any owner.
-     * The holder may lock again and must unlock as often. Locks are not saved.
+     * Takes or releases one of twenty advisory locks (0 to 19); never blocks. Locks are not saved.
+     * - `*owner` names the caller: any int but -1 and -2. The holder may lock again and must unlock as often.
+     * - If another owner holds the lock, the entry returns 0 and writes the holder to `*owner`.
+     * - Unlocking writes -1 to `*owner` once the lock is free.
+     * - Unlocking number -2 frees everything that `*owner` holds, and writes -1 only if no lock is held any more.
+     * - Unlocking with `*owner` -2, which is left as it is, frees the lock, or all locks, of any owner.
      * @return non-zero if the lock was taken, released, or already free; for number -2 if at least one was released, or
      * `*owner` is -2
      */

@@ -37,8 +37,8 @@ class KEY_PATH {
         text[end] = '\0';
         return end;
     }
-    // Appends "/" to the last element and returns where it ends, the `parent` of the elements inside. Elements without
-    // a name and those named "ticket" are no part of keys.
+    // Appends "/" to the last element. Returns the `parent` of the elements inside: where the path ends now, or the
+    // same as before for an element without a name or named "ticket", which is no part of keys.
     std::size_t Enter(std::size_t parent, std::string_view name);
 
     char const* Text() const { return m_text.data(); }

@@ -93,8 +93,8 @@ PARSED_TEXT::PARSED_TEXT(std::string_view text, NAMES names, unsigned int option
 }
 
 // Two tags that look like markup, such as <?a>, can make a document in which everything between them is one
-// instruction. A text with such tags is first parsed allowing any names; if that fails, the other document may hide
-// values.
+// instruction. A text with such tags is first parsed allowing any names. If that fails, it is parsed as XML, and the
+// document may hide values.
 std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options) {
     using NAMES = PARSED_TEXT::NAMES;
     bool const isDoubtful = TICKET_NAMES::LookLikeMarkup(UpToNul(text));
