@@ -1,5 +1,4 @@
-// Objects with a thread of their own. Start must not touch the object once the thread may run, because the thread may
-// delete it.
+// Objects with a thread of their own. Start must not touch the object once the thread, which may delete it, may run.
 
 #include "ConfigurationControl/ThreadBase.h"
 

@@ -17,8 +17,7 @@ using GET_INSTANCE = decltype(&LoggerAdapter::ILogger::getInstance);
 
 }  // namespace
 
-// The dynamic linker takes the first definition, weak or not. RTLD_NEXT finds a definition in a shared library that
-// comes later in the search order.
+// The dynamic linker takes the first definition, weak or not. RTLD_NEXT finds one in a later shared library.
 __attribute__((weak)) LoggerAdapter::ILogger* LoggerAdapter::ILogger::getInstance() {
     static auto const hosts =
         reinterpret_cast<GET_INSTANCE>(dlsym(RTLD_NEXT, "_ZN13LoggerAdapter7ILogger11getInstanceEv"));

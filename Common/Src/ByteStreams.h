@@ -1,5 +1,4 @@
-// FILE_SOURCE and FILE_SINK: the interfaces through which the file format (Format/) reads and writes the bytes of files
-// (Disk/).
+// The interfaces through which the file format (Format/) reads and writes the bytes of files (Disk/).
 #pragma once
 
 #include <cstddef>
@@ -11,8 +10,7 @@ class FILE_SOURCE {
  public:
     // The expected length of the text in bytes; a hint.
     virtual std::size_t Size() const = 0;
-    // Copies `size` bytes from position `begin`, fewer only at the end of the text. Returns their number; nothing if
-    // the text cannot be read.
+    // Copies `size` bytes from position `begin`, fewer at the end. Returns their number; nothing if reading fails.
     virtual std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) = 0;
     // Whether the text may have changed since it was opened, or since the last call that returned true.
     virtual bool HasChanged() { return false; }

@@ -114,8 +114,7 @@ long long RoundToI64(double value) noexcept {
     return static_cast<long long>(rounded);
 }
 
-// Rounding turns NaN into 0, so RoundToU64(NaN) is 0 although DoubleToU64(NaN) is not. Reads of stored numbers rely on
-// it.
+// Rounds NaN to 0, so RoundToU64(NaN) is 0 although DoubleToU64(NaN) is not. Reads of stored numbers rely on it.
 unsigned long long RoundToU64(double value) noexcept {
     return DoubleToU64(RoundHalfAway(value));
 }

@@ -1,5 +1,4 @@
-// Helpers for arrays of batch records: making, copying and checking them. Arrays come from the C allocator, because
-// hosts written in C release them.
+// Makes, copies and checks arrays of batch records, by the C allocator: hosts written in C release them.
 #include <climits>
 #include <cstddef>
 #include <cstdlib>

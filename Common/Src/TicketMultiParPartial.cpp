@@ -1,5 +1,4 @@
-// Selections of keys: the set of prefixes, and the conversion from and to the list form in which hosts write a
-// selection.
+// Selections of keys: the set of prefixes, and the conversion from and to the list form that hosts write.
 #include <algorithm>
 
 #include "ConfigurationControl/PartialMode.h"

@@ -1,5 +1,4 @@
-// Byte-string helpers without state. On this platform the host's code page is UTF-8 already, so that every conversion
-// is a copy.
+// Byte-string helpers without state. On this platform the host's code page is UTF-8, so every conversion is a copy.
 
 #include "ConfigurationControl/CharSets.h"
 
@@ -114,8 +113,8 @@ char* DuplicateAndConvert(char const* source, DIRECTION, ALLOC_METHOD method) {
 }
 
 // The cursor is the position after the last replacement. A byte is replaced if it does not lie before the cursor at
-// which the pass for its character began. No replacement holds such a character after its "&", so positions in the
-// original text suffice.
+// which the pass for its character began. Positions in the original text suffice: no replacement holds such a character
+// after its "&".
 void ReplaceConflictingXMLDataInString(std::string& text) {
     constexpr std::size_t NOWHERE = std::string::npos;
     std::size_t end[256] = {};  // the position after the last occurrence of each byte; 0: it does not occur

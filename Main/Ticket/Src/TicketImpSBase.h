@@ -50,8 +50,8 @@ struct STICKET::FRAME {
         }
     }
 
-    // The same for reading a batch: on failure all its results are false. The end of the batch is found first, because
-    // the work may free its keys.
+    // The same for reading a batch: on failure all results are false. Finds the end first, because the work may free
+    // keys.
     template <typename KIND, typename WORK, typename REPORT>
     static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;
@@ -68,8 +68,7 @@ struct STICKET::FRAME {
     }
 
     // The same for a change by SetParameter, SetMultiParameter and Operation: after successful work, still under the
-    // lock, the registrations that it touches are removed, deferred callbacks run, and observers are notified.
-    // Returns 1 or 0.
+    // lock, removes the registrations that it touches, runs deferred callbacks and calls observers. Returns 1 or 0.
     template <typename KIND, typename WORK, typename REPORT>
     static int Set(STICKET* ticket, char const* key, PARAM_TYPE type, void const* value, int index, WORK const& work,
                    REPORT const& report) {

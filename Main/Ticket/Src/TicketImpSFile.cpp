@@ -49,8 +49,7 @@ STICKET_ACCESS const* STICKET::PCreate(std::string const& fileName, STICKET_WHOA
     return (new STICKET_FILE(fileName, whoAmI))->GetInterface();
 }
 
-// c_str() cuts the name at its first NUL, as system calls do; otherwise ".tmp" would be appended after the NUL and
-// lost.
+// c_str() cuts the name at its first NUL, as system calls do, so that ".tmp" is not appended after the NUL.
 STICKET_FILE::STICKET_FILE(std::string const& fileName, STICKET_WHOAMI const& whoAmI)
     : STICKET(whoAmI),
       m_access(FRAME::Table(*this)),

@@ -1,9 +1,7 @@
-// The ticket that an XML file backs: loaded at the first access, kept in memory, saved on request, on release and on
-// destruction.
+// The ticket with an XML file: loaded at the first access, saved on request, on release and on destruction.
 //
-// The tree in memory is absent, whole or partial. A partial one holds only the keys of a set of exact keys and is
-// replaced by the whole one at the first access to any other key. CAUTION: saving a partial tree writes only what
-// is in memory.
+// The tree in memory is absent, whole or partial. A partial one holds only a set of exact keys and is replaced by the
+// whole one at the first access to any other. CAUTION: saving a partial tree writes only what is in memory.
 #pragma once
 
 #include <ctime>
@@ -43,8 +41,7 @@ class STICKET_FILE : public STICKET {
 
     STICKET_ACCESS const* GetInterface() const override { return &m_access; }
 
-    // The results of the last load and the last save; deleting the file of an empty ticket is a save. Call them with
-    // the mutex held.
+    // The results of the last load and save; deleting the file of an empty ticket is a save. Call with the mutex held.
     LOAD_OUTCOME const& LastLoad() const { return m_lastLoad; }
     TICKETFILE::SAVE_OUTCOME const& LastSave() const { return m_lastSave; }
 

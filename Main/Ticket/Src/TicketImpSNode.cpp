@@ -1,7 +1,7 @@
 // The stored values of a ticket and the operations that deal in whole entries: replace, append, make a vector, delete.
 //
-// Every operation builds what it stores before it touches the map, so that an exception changes nothing and an argument
-// may point into what it replaces.
+// Every operation builds what it stores before it touches the map: an exception changes nothing, and arguments may
+// point into what is replaced.
 #include "TicketImpSNode.h"
 
 #include <climits>

@@ -3,8 +3,7 @@
 //
 // No locking: a node belongs to one ticket, which calls it with its mutex held. No operation throws on bad input;
 // exhausted memory throws std::bad_alloc and leaves the node as it was (SetParameter and SetMultiParameter catch it).
-// Arguments may point into the node itself: a key or text that was read from it, an element of the vector that
-// is replaced.
+// Arguments may point into the node itself: a key or text that was read from it, an element of a replaced vector.
 #pragma once
 
 #include <cstdint>
@@ -161,9 +160,8 @@ class clTICKETNODE {
     bool GetV(std::string_view key, int index, void*& value) const = delete;
     bool GetV(std::string_view key, unsigned long& count) const;  // elements; 1 for any scalar
 
-    // Converting access, as the table entries of the same names offer it. With `texts`, which must always be the same
-    // set, texts read as PARAM_STRING are kept there and so outlive their entries; only then a read may throw
-    // (std::bad_alloc).
+    // Converting access, as the table entries of the same names offer it. `texts`, always the same set, keeps texts
+    // read as PARAM_STRING, so that they outlive their entries; only with it a read may throw (std::bad_alloc).
     bool GetParameter(char const* key, PARAM_TYPE type, void* value, int index, TICKET_TEXTS* texts = nullptr) const {
         return ReadAs(key ? m_map.Find(key) : nullptr, type, value, index, texts);
     }

@@ -1,5 +1,4 @@
-// Taking and releasing the ticket mutex, inline, as every table entry does it once. The exported MUTEX_LOCK does the
-// same through these functions.
+// Takes and releases the ticket mutex, inline, because every table entry does. The exported MUTEX_LOCK calls these.
 #pragma once
 
 #include "ConfigurationControl/SysLib.h"

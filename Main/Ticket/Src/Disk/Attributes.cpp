@@ -71,8 +71,7 @@ void ReadPermissions(std::string const& fileName, struct stat const& file, FILE_
 }
 
 // Returns permission bits that give no user more than the ACL does: without it, the users and groups that it names get
-// the bits of the group or of others. An ACL is a version of 4 bytes, then entries of 8 bytes: 2 for the tag, 2 for the
-// bits, little-endian.
+// the bits of the group or of others. An ACL is a version of 4 bytes, then entries of 8: 2 tag, 2 bits, little-endian.
 mode_t BitsWithinAcl(mode_t mode, std::string_view acl) {
     enum TAG { NAMED_USER = 0x02, OWNING_GROUP = 0x04, NAMED_GROUP = 0x08, MASK = 0x10, OTHERS = 0x20 };
     constexpr std::size_t VERSION_SIZE = 4;

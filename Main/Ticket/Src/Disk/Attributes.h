@@ -23,8 +23,7 @@ struct FILE_ATTRIBUTES {
 FILE_ATTRIBUTES AttributesFor(std::string const& fileName);
 
 // Sets these attributes on an open file of mode 0600. An attribute that cannot be set is dropped so that no user gets
-// more with the file: without the group, its bits are removed; without the ACL, the bits allow no more than the ACL
-// did.
+// more: without the group, its bits are removed; without the ACL, the bits allow no more than it did.
 void GiveAttributes(int file, FILE_ATTRIBUTES const& attributes);
 
 // The name of the extended attribute by which Keeping recognises files that a save made. It is not carried over.

@@ -11,8 +11,7 @@
 
 namespace TICKETFILE {
 
-// A file that is open for reading. What is read is its content at the opening, even if a save replaces the file
-// meanwhile.
+// A file that is open for reading: its content at the opening, even if a save replaces it meanwhile.
 class FILE_READER final : public FILE_SOURCE {
  public:
     enum STATE {
@@ -30,8 +29,8 @@ class FILE_READER final : public FILE_SOURCE {
     std::optional<FILE_ID> const& Id() const { return m_id; }  // none if it is not known
     std::size_t Size() const override { return m_size; }
     std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
-    // Compares the file's size and the time of its last change, which is as exact as the system's clock ticks. False if
-    // the system does not tell them.
+    // Compares the size and the time of the last change, which is as exact as the system's clock ticks; false if
+    // unknown.
     bool HasChanged() override;
 
  private:

@@ -44,8 +44,7 @@ struct NAMES {
     std::string unique;
 };
 
-// Renames a file. Also removes `from` if that fails, or if both names are hard links to one file: rename() then does
-// nothing.
+// Renames a file. Removes `from` also if that fails or both names are links to one file: rename() then does nothing.
 bool MoveOver(std::string const& from, std::string const& to) {
     bool const moved = rename(from.c_str(), to.c_str()) == 0;
     unlink(from.c_str());
@@ -121,8 +120,7 @@ bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& mi
     return IsMarked(fileName, found);
 }
 
-// A file that can be neither linked nor read, as another user's, is renamed: a moment without the file is better than
-// its loss.
+// Renames only a file that can be neither linked nor read: better a moment without it than its loss.
 KEPT Keep(std::string const& fileName) {
     NAMES const names(fileName);
     std::string const directory = DirectoryOf(fileName);

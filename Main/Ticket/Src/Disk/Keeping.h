@@ -1,7 +1,6 @@
 // Keeps a file that could not be read when a save or a deletion takes its name.
 //
-// The file is kept under KeptName and replaces an earlier kept file. A symbolic link is kept as a link; its target
-// stays.
+// The file gets KeptName and replaces an earlier kept file. A symbolic link is kept as a link; its target stays.
 #pragma once
 
 #include <optional>
@@ -20,8 +19,8 @@ enum class OLD { DISCARD, KEEP };
 void MarkAsSaved(int file);
 
 // Whether the file of that name need not be kept: the misread file is kept already, and another save has made this one
-// since. Without marks every other file counts as saved, because keeping it would lose the misread one. False if it is
-// unknown which file was misread.
+// since. Without marks every other file counts as saved: to keep it would lose the misread one. False if that one is
+// unknown.
 bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& misread);
 
 // Keeps a file that is about to be replaced, and leaves it under its name if it can be linked or copied. Throws

@@ -12,8 +12,7 @@ namespace {
 
 constexpr auto LEASE_POLL_INTERVAL = std::chrono::milliseconds(5);
 
-// Moves a descriptor above the numbers of the standard streams, even while these are closed: what the host prints would
-// land in the file.
+// Moves a descriptor above the standard streams, even while these are closed: the host's output would reach the file.
 DESCRIPTOR AboveStreams(DESCRIPTOR file) {
     if (!file || file.Number() > STDERR_FILENO) return file;
     return Duplicate(file);

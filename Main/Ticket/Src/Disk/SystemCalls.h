@@ -1,5 +1,4 @@
-// System calls that the file operations share: descriptors, repeated and uncancelled calls, whole writes, flushed
-// directories.
+// System calls that file operations share: descriptors, repeated and uncancelled calls, whole writes, flushes.
 //
 // Functions that fail leave the reason in errno.
 #pragma once

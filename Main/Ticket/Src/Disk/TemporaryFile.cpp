@@ -33,7 +33,7 @@ NAMED IsNamed(DESCRIPTOR const& file, std::string const& name, struct stat& foun
 enum class CLAIM { MINE, BUSY, REFUSED };
 
 // Locks the file. The previous holder of the lock renames or removes the file before unlocking, so the name may lead to
-// another file by then. Does not wait for a lock of another user, which may be planted, and does not remove that user's
+// another file by then. Neither waits for a lock of another user, who may have planted it, nor removes that user's
 // file, whose save would fail.
 CLAIM Claim(DESCRIPTOR const& file, std::string const& name) {
     bool const isLocked = flock(file.Number(), LOCK_EX | LOCK_NB) == 0;
@@ -90,8 +90,8 @@ TEMPORARY_FILE::TURN TEMPORARY_FILE::TakeTurn() {
     return TURN::REFUSED;
 }
 
-// The left-over file is not written to: another process may have it open, another user may have planted it. If the
-// ticket's file was read-only, it can be opened for reading only, which suffices for the lock except on network file
+// Does not write to the left-over file: another process may have it open, another user may have planted it. If it is
+// read-only, as the ticket's file was, it is opened for reading, which suffices to lock it except on network file
 // systems.
 TEMPORARY_FILE::TURN TEMPORARY_FILE::RemoveLeftOver() {
     constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK;

@@ -1,5 +1,4 @@
-// Escapes and white space of a ticket file's texts. Reading copies ordinary bytes in runs and looks closer only where
-// something changes.
+// Escapes and white space of a ticket file's texts. Reading copies runs of ordinary bytes.
 #include "Format/Escapes.h"
 
 #include <algorithm>
@@ -29,8 +28,7 @@ constexpr auto TableOf(RULE rule) {
     return table;
 }
 
-// How a byte is written; for a space, its escape. All of `text` is copied, and what follows overwrites the unused
-// bytes.
+// How a byte is written; for a space, its escape. All of `text` is copied; later bytes overwrite the unused ones.
 struct alignas(8) SPELLING {
     char text[LONGEST_ESCAPE];
     uint8_t length;
@@ -86,8 +84,7 @@ void DecodeHex(char const*& in, char const* end, char*& out) {
     out = to;
 }
 
-// Decodes the escape of another kind at `text[at]`, or copies its bytes if it is no escape. Returns the position after
-// it.
+// Decodes an escape other than "\xHH" at `text[at]`, or copies what is no escape. Returns the position after it.
 std::size_t DecodeOther(std::string_view text, std::size_t at, char*& out, ODDITY_LISTENER* listener) {
     std::string_view const rest = text.substr(at);
     char const* const letter = rest.size() >= 2 ? std::strchr(LETTERS, rest[1]) : nullptr;

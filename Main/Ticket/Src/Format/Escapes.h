@@ -10,8 +10,7 @@
 
 // Escapes control characters, "\", "<", ">", every byte from 0x7F up, and every second space of a run.
 std::string EncodeString(std::string const& in);
-// The inverse. A backslash that begins no escape stays; an unfinished escape at the end is dropped; a lone "\" is the
-// empty text.
+// The inverse. A backslash that begins no escape stays, an unfinished escape at the end is dropped, "\" alone is "".
 std::string DecodeString(std::string const& in);
 
 // The most bytes that one byte of a text becomes.

@@ -1,12 +1,10 @@
-// The limit for the total length of the keys in one ticket file. A load refuses a file that exceeds it, so a save must
-// refuse to write one.
+// The limit for the total length of the keys in one ticket file. A load refuses a file beyond it, so a save must, too.
 //
 // Nested elements spell keys whose total length grows with the square of the file: a megabyte of them would fill the
 // memory of the host. Files of flat or usual shape stay far below both bounds.
 //
-// The rule: each element that stores a value is charged the length of its key, "/" included. An element that stores a
-// value and follows, as the next element in the same parent, one of the same name that stores a value is not charged:
-// both belong to one vector.
+// The rule: each element that stores a value is charged the length of its key, "/" included; but not if the element
+// before it in the same parent has the same name and stores a value, because both belong to one vector.
 #pragma once
 
 #include <algorithm>

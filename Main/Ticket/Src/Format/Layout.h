@@ -49,8 +49,7 @@ class FILE_LAYOUT {
     }
 
     TEXT_BUFFER& Text() { return m_text; }
-    // The bytes of the file that the sink has not taken. Throws std::bad_alloc if a load would refuse the file because
-    // its keys are too long together.
+    // The bytes of the file that the sink has not taken. Throws std::bad_alloc if the keys are too long for a load.
     TEXT_BUFFER Finish() {
         if (m_keys > TICKET_FORMAT::LongestKeysOf(m_text.Size())) throw OUT_OF_PROPORTION();
         return std::move(m_text);

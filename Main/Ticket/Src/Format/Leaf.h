@@ -8,8 +8,7 @@
 
 #include "ConfigurationControl/TicketRecords.h"
 
-// Receives the values that a reader finds. `context` is the first argument of all its functions. Their exceptions pass
-// through the reader.
+// Receives the values that a reader finds. All functions get `context`. Their exceptions pass through the reader.
 struct LEAF_RECEIVER {
     // Stores one value; `key`, which a NUL follows, and `value` are valid during the call. `index` is APPEND_INDEX, so
     // that sibling leaves of one name become a vector. The result is ignored.
@@ -55,8 +54,7 @@ class LEAF_SETTER {
     bool IsWanted(std::string_view key) const {
         return m_receiver.wants == nullptr || m_receiver.wants(m_receiver.context, key);
     }
-    // A NUL follows `key` and `text`. `isPlain`: the text holds neither escapes nor white space that normalising would
-    // change.
+    // A NUL follows `key` and `text`. `isPlain`: neither decoding nor normalising would change the text.
     void Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain);
 
  private:

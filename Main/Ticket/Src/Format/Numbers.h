@@ -42,7 +42,6 @@ std::string NumberText(NUMBER const& number) {
 
 // Reads a number as an extraction from a stream with the classic locale does: leading white space is skipped, reading
 // stops at the first character that does not fit, a number out of range is clamped, "-1" as an unsigned number wraps,
-// and a text without a number gives 0. For int32_t, int64_t, uint64_t and double; "1.#QNAN" is the double that is no
-// number.
+// and a text without a number gives 0. For int32_t, int64_t, uint64_t and double; "1.#QNAN" is NaN.
 template <typename NUMBER>
 NUMBER ParseNumber(std::string_view text, TICKET_FORMAT::ODDITY_LISTENER* listener = nullptr);

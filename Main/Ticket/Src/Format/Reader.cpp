@@ -12,8 +12,7 @@ namespace {
 constexpr int MOST_ATTEMPTS = 4;
 constexpr std::size_t PIECE = std::size_t{64} << 10;
 
-// The text up to its first NUL, and the very last byte of the source: the parser looks at no other behind a NUL.
-// Nothing if the source fails.
+// The text up to its first NUL and the very last byte, the only one behind it that the parser sees. Nothing on failure.
 std::optional<std::string> ReadText(FILE_SOURCE& source) {
     std::string text;
     for (std::size_t size = 0;;) {

@@ -1,5 +1,4 @@
-// Reads the lines of a file as a save writes it. Scans need no other bound than the line feed at the end of the line:
-// each table below stops there.
+// Reads the lines of a file as a save writes it. Scans need no bound: each table below stops at the line feed.
 #include "Format/StrictReader.h"
 
 #include <algorithm>

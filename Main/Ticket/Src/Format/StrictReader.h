@@ -2,8 +2,7 @@
 //
 // It knows the two lines at the head, opening and closing tags and leaves of a known type, each after as many tabs as
 // elements are open, and stops at the first other byte. If the whole is a document, the XML library would read the same
-// leaves up to there, in the same order. It takes half of the instructions of the XML library and no memory beyond its
-// buffer.
+// leaves up to there, in the same order. It takes half of that library's instructions and only a buffer.
 #pragma once
 
 #include <cstddef>

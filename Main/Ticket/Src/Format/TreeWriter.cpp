@@ -1,6 +1,6 @@
 // Builds the tree of a ticket file's elements and turns it into text. An inner element of a key is the first child in
-// document order whose name matches: usually the greatest one or none, otherwise an index of names finds it, and for
-// names with wildcards a search.
+// document order whose name matches: usually the greatest one or none; else an index of names finds it, or for
+// wildcards a search.
 #include "Format/TreeWriter.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Writes a ticket file whose keys need a search: a walk over the parameters builds a tree of elements, which becomes
-// the text.
+// Writes a ticket file whose keys need a search: a walk builds a tree of elements, which becomes the text.
 #pragma once
 
 #include <cstddef>
@@ -19,9 +18,9 @@
 // may get elements inside. STREAM_WRITER needs no tree.
 //
 // Usage: construct, walk the parameters at WALK_EVERYTHING with SaveOne and the writer as context, Serialise. Stack use
-// does not depend on the keys. n parameters take O(n log n) in any order, fastest in ascending order of keys. A
-// component with wildcards may take O(n) by itself, if it stands for many names and has no four adjacent plain bytes
-// that few other names have.
+// does not depend on the keys. n parameters take O(n log n), fastest in ascending order of keys; but a component with
+// wildcards may take O(n) by itself, if it stands for many names and has no four adjacent plain bytes that few other
+// names have.
 class TREE_WRITER {
  public:
     using LOG = void (*)(unsigned int level, char const* format, ...);
@@ -39,8 +38,8 @@ class TREE_WRITER {
     // for an infinite number, std::bad_alloc, and whatever the conversion throws; the tree is then incomplete.
     bool CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value);
 
-    // The bytes of the file, or those that `sink` has not taken. Throws std::bad_alloc, also if a load would refuse the
-    // file, and what the sink throws.
+    // The bytes of the file that `sink` has not taken. Throws std::bad_alloc, also for a file that a load would refuse,
+    // and what the sink throws.
     TEXT_BUFFER Serialise(FILE_SINK* sink = nullptr) const;
 
  private:
@@ -69,8 +68,7 @@ class TREE_WRITER {
         // The children that hold the rarest fragment of the pattern; null if it has none or the index is incomplete.
         std::vector<ELEMENT*> const* FewestHolders(WILDCARD const& wildcard) const;
     };
-    // The indexes for searches among the children of one element. The maps are ordered: hostile names could collide in
-    // a hash.
+    // Indexes of the children of one element. The maps are ordered: hostile names could collide in a hash.
     struct INDEX {
         ELEMENT* last = nullptr;                           // the last child that is in firstOfName
         std::map<std::string_view, ELEMENT*> firstOfName;  // without the empty name

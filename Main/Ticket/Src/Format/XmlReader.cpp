@@ -92,9 +92,8 @@ PARSED_TEXT::PARSED_TEXT(std::string_view text, NAMES names, unsigned int option
     if (names == NAMES::ANY && m_result) TICKET_NAMES::Restore(looked, m_copy.get());
 }
 
-// Two tags that look like markup, such as <?a>, can make a document in which everything between them is one
-// instruction. A text with such tags is first parsed allowing any names. If that fails, it is parsed as XML, and the
-// document may hide values.
+// Two tags such as <?a> can make a document in which everything between them is one instruction. A text with such tags
+// is first parsed allowing any names. If that fails, it is parsed as XML, and the document may hide values.
 std::unique_ptr<PARSED_TEXT> ParseAsLoad(std::string_view text, unsigned int options) {
     using NAMES = PARSED_TEXT::NAMES;
     bool const isDoubtful = TICKET_NAMES::LookLikeMarkup(UpToNul(text));

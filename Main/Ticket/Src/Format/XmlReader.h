@@ -33,8 +33,7 @@ struct READ_RESULT {
 // Walks a parsed document and hands over each leaf, in document order.
 class xml_outline : public pug::xml_tree_walker {
  public:
-    // The first `passedOver` leaves are not handed over. The walk ends when the keys are longer than `maximum`, by the
-    // rule in KeyLimit.h.
+    // Passes over the first leaves. The walk ends when the keys, by the rule in KeyLimit.h, are longer than `maximum`.
     xml_outline(LEAF_RECEIVER const& receiver, std::size_t passedOver, std::size_t maximum)
         : m_setter(receiver), m_passedOver(passedOver), m_allowed(maximum), m_paths(1) {}
 
@@ -52,8 +51,7 @@ class xml_outline : public pug::xml_tree_walker {
     std::vector<std::size_t> m_paths;  // by depth: length of the beginning of m_key that keys there share
 };
 
-// Parse options for a ticket file. NormaliseSpace treats white space; the parser only has to keep a text that is
-// nothing else.
+// Options of the XML parser. NormaliseSpace treats white space; the parser only keeps a text that is nothing else.
 constexpr unsigned int PARSE_OPTIONS = pug::parse_full | pug::parse_ws_pcdata_single;
 
 // A copy of a text that the XML library has parsed in place, and the document that it made. Throws std::bad_alloc.
@@ -70,8 +68,7 @@ class PARSED_TEXT {
     pug::xml_parse_result const& Result() const { return m_result; }
     pug::xml_document& Document() { return m_document; }
 
-    // Whether the text may hold values that the document does not: it continues after a NUL, or MayHideValues was
-    // called.
+    // Whether the text may hold more values than the document: it continues after a NUL, or MayHideValues was called.
     bool IsInPart() const { return m_isInPart; }
     void MayHideValues() { m_isInPart = true; }
 

@@ -2,9 +2,8 @@
 //
 // The table is an array of hashes with their ids, in ascending order, with free slots between them: the leading bits of
 // a hash name its home slot, and it stands there or in one of the next slots. A search looks at 1.8 slots on average
-// when the table is three fifths full. The order has two benefits. The table grows in one pass over both arrays,
-// without a look at a key. Searches stay short: among a million keys the longest looks at some 35 slots, even in a full
-// table.
+// when the table is three fifths full. Thanks to the order the table grows in one pass, without a look at a key, and
+// searches stay short: among a million keys the longest looks at some 35 slots, even in a full table.
 //
 // A search that becomes longer than LongestOf allows means that the secret of the hash is known. The table is then
 // rebuilt with another secret; see KeyHash.h.
@@ -33,8 +32,7 @@ class KEY_INDEX {
 
     std::size_t Count() const { return m_count + m_waitingCount; }
 
-    // Calls `match(id)` for the ids with this hash and returns its first result that is not zero; zero if there is
-    // none.
+    // Returns the first result of `match(id)` that is not zero, among the ids with this hash; zero if there is none.
     template <typename MATCH>
     auto Find(uint32_t hash, MATCH const& match) const -> decltype(match(ID{})) {
         SLOT const* slot = m_slots.data();
@@ -116,8 +114,7 @@ class KEY_INDEX {
 
     std::size_t Home(uint32_t hash) const { return hash >> m_shift; }
 
-    // The first position from `begin` where a key with this hash waits; m_waitingCount if there is none. Not inlined:
-    // most searches end before.
+    // The first waiting key with this hash from `begin` on, or m_waitingCount. Not inlined: most searches end before.
     [[gnu::noinline]] std::size_t NextWaiting(uint32_t hash, std::size_t begin) const {
         while (begin < m_waitingCount && m_waiting[begin].hash != hash) ++begin;
         return begin;
@@ -153,8 +150,8 @@ class KEY_INDEX {
         KEY_INDEX table;
         std::size_t const homes = std::size_t{1} << bits;
         table.m_longest = LongestOf(bits);
-        // Of keys that wait, all may be entered before a search that is too long is noticed. The last slot stays free
-        // and ends every search.
+        // All waiting keys may be entered before a search is found too long. The last slot stays free and ends every
+        // search.
         table.m_slots.assign(homes + table.m_longest + MOST_WAITING + 1, SLOT{FREE, NONE});
         table.m_shift = HASH_BITS - bits;
         table.m_limit = LimitOf(homes);
