@@ -2,9 +2,8 @@
  * Byte-string helpers: a test for UTF-8, the conversion entry points between the host's 8-bit code page and UTF-8 (on
  * this platform they copy), a character filter, and the escaping of characters that conflict with XML text.
  *
- * None of them locks; each may be called from any thread on distinct data. Texts are zero-terminated bytes; null is
- * accepted wherever a `char const*` is taken. Functions that return or change a string throw std::bad_alloc when memory
- * is short, the others never throw.
+ * None of them locks; each may be called from any thread on distinct data. Texts are zero-terminated bytes; every
+ * `char const*` may be null. Only functions that return or change a string throw: std::bad_alloc.
  */
 #ifndef CONFIGURATIONCONTROL_CHARSETS_H
 #define CONFIGURATIONCONTROL_CHARSETS_H
@@ -128,8 +127,7 @@ class CONFIGURATIONCONTROL_API FilterString {
 /** Keeps a converted copy of a batch; on this platform the copy shares keys and values with the original. */
 class CONFIGURATIONCONTROL_API clCONVERT_SETMULTIPAR {
  public:
-    /** Copies the records with their terminator. `batch` may be null, and need not outlive this object; its keys and
-     * values must. */
+    /** Copies the records with their terminator. `batch` may be null. Its keys and values must outlive this object. */
     clCONVERT_SETMULTIPAR(SETMULTIPAR const* batch, DIRECTION direction);
     ~clCONVERT_SETMULTIPAR();
     clCONVERT_SETMULTIPAR(clCONVERT_SETMULTIPAR const&) = delete;

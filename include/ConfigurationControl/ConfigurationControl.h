@@ -1,6 +1,5 @@
 /** @file
- * Everything a C++ host can use. Hosts in plain C include TicketRecords.h, TicketServices.h, MultiParListC.h and
- * Version.h.
+ * Everything for C++ hosts. Those in C include TicketRecords.h, TicketServices.h, MultiParListC.h and Version.h.
  */
 /** @mainpage
  * One page for each header. Where to begin:

@@ -42,9 +42,8 @@ class CONFIGURATIONCONTROL_API CConfigurationControl : public IConfigurationCont
     /** "/", which separates the components of keys and paths. */
     static std::string GetSeperator();
     /**
-     * Splits `text` at runs of delimiters and appends the tokens. Each byte of `delimiters` is one. A leading delimiter
-     * gives an empty first token, a trailing one gives none; an empty text gives one empty token. The arguments may be
-     * elements of `tokens`.
+     * Splits `text` at runs of the bytes of `delimiters` and appends the tokens. A leading delimiter gives an empty
+     * first token, a trailing one none; an empty text gives one empty token. The arguments may be elements of `tokens`.
      */
     static void Tokenize(std::string const& text, std::vector<std::string>& tokens, std::string const& delimiters);
     /** Creates every missing directory of `path`, with mode 0777 less the umask. Failures are not reported. */

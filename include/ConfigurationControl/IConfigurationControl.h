@@ -26,8 +26,7 @@ class IConfigNotification;
  * Any thread may call any operation except AddConfigNotification and Release: one mutex serialises all access. An
  * exception from the host's logger unlocks the mutex and passes to the caller.
  *
- * The operations and their order are the binary interface: none may be added here. New ones go into
- * CConfigurationControl.
+ * The operations and their order are the binary interface: new ones go into CConfigurationControl, not here.
  */
 class CONFIGURATIONCONTROL_API IConfigurationControl {
  public:
@@ -150,8 +149,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     /** "Login/Password", NUL bytes included. */
     virtual std::string GetLoginPassword() = 0;
     /**
-     * Stores "Login/Password", NUL bytes included. CAUTION: the file and the message to the logger hold the password in
-     * clear text.
+     * Stores "Login/Password", NUL bytes included. CAUTION: in clear text, in the file and in the message to the
+     * logger.
      */
     virtual void SetLoginPassword(std::string const& password) = 0;
     /** "Login/Server". */
@@ -218,8 +217,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
 };
 
 /**
- * Returns the process-wide configuration object, created on the first call without an open ticket. The library owns it
- * until Release. Safe from any thread.
+ * Returns the process-wide configuration object, created by the first call, without an open ticket. Valid until
+ * Release. Safe from any thread.
  */
 CONFIGURATIONCONTROL_API IConfigurationControl* GetConfigurationControl();
 

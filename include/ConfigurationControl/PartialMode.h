@@ -39,8 +39,8 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
      */
     void insert(std::string const& prefix);
     /**
-     * Removes the stored prefix that equals `prefix` or is a prefix of it (so removing "a/b/" takes away "a/"); a
-     * longer one stays.
+     * Removes the stored prefix that equals `prefix` or is a prefix of it (removing "a/b/" removes "a/"), no longer
+     * one.
      * @return how many were removed, 0 or 1
      */
     std::size_t erase(std::string const& prefix);

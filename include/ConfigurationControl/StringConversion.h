@@ -21,9 +21,8 @@ class STICKET_STRING_CONVERSION {
  public:
     /**
      * Converts a stored text, the empty one included, to what the file keeps. A save may convert a text twice. Do not
-     * save the same file through another ticket here: after the first 64 KiB of text the running save has locked its
-     * temporary file, so the other save waits for two seconds, uses a temporary file of its own, and is replaced when
-     * the first one ends.
+     * save the same file through another ticket here: the running save may hold the lock of its temporary file, so the
+     * other one waits for two seconds, and its file is replaced when the first one ends.
      */
     virtual std::string ToFile(std::string const& text) = 0;
     /**

@@ -53,8 +53,7 @@ class CONFIGURATIONCONTROL_API CThreadBase {
  public:
     /**
      * Starts the thread, detached and with default attributes, unless one was started and not forgotten. A failure is
-     * not reported; `Start` may be called again. Does not use the object once `Run` can begin, so the thread may delete
-     * it at any moment.
+     * not reported; `Start` may be called again. The thread may delete the object: `Start` uses it no more by then.
      */
     virtual void Start();
     /** Forgets the thread, so that `Start` starts another one. Neither stops the thread nor waits for it. */

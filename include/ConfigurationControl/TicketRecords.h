@@ -5,8 +5,7 @@
  * fields never change; the assertions at the end check them.
  *
  * Terms used below:
- * - *key*: NUL-terminated text, compared byte by byte. "/" has no meaning to a ticket in memory; a ticket file nests
- * its elements by it.
+ * - *key*: NUL-terminated text, compared byte by byte. Only a ticket file gives a meaning to "/": it nests by it.
  * - *index*: SCALAR_INDEX addresses a value as a whole, APPEND_INDEX (set only) appends, 0 and up address the elements
  * of a vector. A scalar can be read as element 0.
  * - *result*: table entries return 0 for failure and non-zero for success; no exception leaves one.
@@ -85,8 +84,7 @@ enum {
     APPEND_INDEX = -2  /**< set only: append to the key's vector */
 };
 
-/** A borrowed byte string: it never owns its bytes. If `data` is null, the byte string is empty and `length` is
- * ignored. */
+/** A borrowed byte string: it never owns its bytes. If `data` is null, it is empty, whatever `length` says. */
 typedef struct BIN_STRING {
     void const* data; /**< the first byte; may be null */
     uint64_t length;  /**< bytes */
@@ -155,12 +153,13 @@ typedef struct STICKET_ACCESS {
     STICKET* pTicket;   /**< first argument of every entry */
 
     /**
-     * Reads one value, converted to `type`. Numbers are read as any number type: rounded half away from zero, out of
-     * range as the nearest bound. NaN reads as INT32_MIN, UINT32_MAX, INT64_MAX or UINT64_MAX; so does, as uint64, an
-     * infinity of either sign. 64-bit integers beyond 2^53 keep their bits when read with the other sign. Text is also
-     * read as a byte string. There are no other conversions. PARAM_NONE reads the type (a PARAM_TYPE), PARAM_VECTOR the
-     * number of elements (1 for a scalar). The type of every number is PARAM_DOUBLE, except that of a 64-bit integer
-     * beyond 2^53.
+     * Reads one value, converted to `type`:
+     * - A number is read as any number type, rounded half away from zero; out of range as the nearest bound. NaN reads
+     *   as INT32_MIN, UINT32_MAX, INT64_MAX or UINT64_MAX; an infinity of either sign reads as UINT64_MAX, too.
+     * - A 64-bit integer beyond 2^53 keeps its bits when read with the other sign.
+     * - Text is also read as a byte string. There are no other conversions.
+     * - PARAM_NONE reads the type (a PARAM_TYPE): PARAM_DOUBLE for every number but a 64-bit integer beyond 2^53.
+     * - PARAM_VECTOR reads the number of elements (1 for a scalar).
      *
      * Lifetime: text of a ticket in memory, and bytes of a byte string, are valid until that value changes or is
      * deleted, or a file ticket drops its contents. Text of a file ticket is valid until the ticket is destroyed. The
@@ -249,8 +248,7 @@ typedef struct STICKET_ACCESS {
      * Queues a callback that runs once: in the next SetParameter, SetMultiParameter or Operation that succeeds, on its
      * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued. A callback may
      * use the ticket and queue others, which run in the same pass: one that queues itself again never ends. To hear of
-     * every change, see TicketAddObserver. Callbacks still queued when the ticket is destroyed are dropped. `argument`
-     * is passed to the callback.
+     * every change, see TicketAddObserver. Callbacks still queued when the ticket is destroyed are dropped.
      * @return false if `callback` is null, the ticket is null or cannot be used, or memory is exhausted
      */
     bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);

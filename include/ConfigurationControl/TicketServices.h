@@ -141,8 +141,8 @@ typedef struct TICKET_LOAD_OUTCOME {
 } TICKET_LOAD_OUTCOME;
 
 /**
- * Tells what became of a file ticket's last load. Loads nothing itself: a ticket loads at its first access, and again
- * after its contents were dropped.
+ * Tells what became of a file ticket's last load. Loads nothing: that is done by the first access, and by the next one
+ * after the contents were dropped.
  * @param access the ticket's table
  * @param outcome receives the outcome; null returns 0
  * @return 1; 0 for a ticket in memory

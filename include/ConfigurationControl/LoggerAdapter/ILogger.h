@@ -12,8 +12,7 @@ namespace LoggerAdapter {
 /**
  * Implemented by the host; the order of the operations is the binary interface. The library calls IsLogLevelEnabled
  * and, only if that returns true, LogMessage, on the thread that uses the service, mostly with the service's mutex
- * held. Both must be safe from any thread and must not call the service. The logger must live as long as the service is
- * used.
+ * held. Both must be safe from any thread and must not call the service. Keep the logger while the service is used.
  */
 class CONFIGURATIONCONTROL_API ILogger {
  public:
@@ -21,8 +20,7 @@ class CONFIGURATIONCONTROL_API ILogger {
     virtual void Reserved() {}
     /** Whether messages of this level are wanted. The library uses 1 (failures) and 6 (settings changed). */
     virtual bool IsLogLevelEnabled(int level) = 0;
-    /** Writes a message; `format` and the arguments after it are those of printf. All pointers are valid during the
-     * call. */
+    /** Writes a message; `format` and what follows are those of printf. All pointers are valid during the call. */
     virtual void LogMessage(int level, char const* fileName, int line, char const* format, ...) = 0;
 
     /**
