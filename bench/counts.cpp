@@ -80,6 +80,8 @@ struct TICKETS {
             if (key.type == VALUE_TYPE::TEXT) texts.push_back(&key);
             if (key.type != VALUE_TYPE::INT) continue;
             integers.push_back(&key);
+            declared.emplace_back(key.full.c_str(), 0);
+            missing.push_back(key.full + "-");
             batch.push_back({key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX, false});
             writes.push_back({key.full.c_str(), PARAM_INT, &value, SCALAR_INDEX, false});
         }
@@ -103,6 +105,8 @@ struct TICKETS {
     ticket::Store store;        // on the ticket in memory
     ticket::Store storeOfFile;  // notes what it changes, for the next save
     std::vector<KEY const*> integers;
+    std::vector<ticket::Key<int>> declared;  // the same keys
+    std::vector<std::string> missing;        // as many keys that hold nothing
     std::vector<KEY const*> texts;
     std::vector<GETMULTIPAR> batch;
     std::vector<SETMULTIPAR> writes;
@@ -133,11 +137,20 @@ void CountAll(std::size_t count, int rounds, std::list<TICKETS>& tickets) {
     Count("store_get_int", count, rounds, tickets, [](TICKETS& all) {
         for (KEY const* key : all.integers) all.value = all.store.get(key->full, 0);
     });
+    Count("store_get_declared_int", count, rounds, tickets, [](TICKETS& all) {
+        for (ticket::Key<int> const& key : all.declared) all.value = all.store.get(key);
+    });
+    Count("store_get_missing_int", count, rounds, tickets, [](TICKETS& all) {
+        for (std::string const& key : all.missing) all.value = all.store.get(key.c_str(), 0);
+    });
     Count("store_set_int", count, rounds, tickets, [](TICKETS& all) {
         for (KEY const* key : all.integers) all.store.set(key->full, all.value);
     });
     Count("store_set_int_of_file", count, rounds, tickets, [](TICKETS& all) {
         for (KEY const* key : all.integers) all.storeOfFile.set(key->full, all.value);
+    });
+    Count("store_set_declared_int", count, rounds, tickets, [](TICKETS& all) {
+        for (ticket::Key<int> const& key : all.declared) all.store.set(key, all.value);
     });
     Count("store_get_string", count, rounds, tickets, [](TICKETS& all) {
         for (KEY const* key : all.texts) all.text = all.store.get(key->full, "");

@@ -198,22 +198,9 @@ class BasicStore {
     Result set(detail::KeyName const& key, T const& value) {
         using V = detail::Given<T>;
         detail::check_type<V>();
-        if (m_table == nullptr) return report({Reason::no_ticket, nullptr}, key.c_str());
-        if (detail::Status const status = detail::check_key(key, m_rules); !status) return report(status, key.c_str());
-        if constexpr (detail::is_scalar<V>) {
-            auto sink = [&](PARAM_TYPE type, void const* stored, detail::Lifetime) {
-                bool const done = m_table->SetParameter(m_table->pTicket, key.c_str(), type, stored, SCALAR_INDEX) != 0;
-                return detail::Status{done ? Reason::none : Reason::no_memory, nullptr};
-            };
-            detail::Status const status = detail::put_scalar<V>(value, m_rules, sink);
-            return status ? Result() : report(status, key.c_str());
-        } else {
-            detail::Batch batch;
-            detail::Status status = detail::put<V>(key.c_str(), value, m_rules, batch);
-            std::vector<std::string> failed;
-            if (status) status = batch.store(m_table, failed);
-            return status ? Result() : report(status, key.c_str());
-        }
+        detail::Status status = m_table != nullptr ? detail::check_key(key, m_rules) : detail::NO_TICKET;
+        if (status) status = put<V>(key.c_str(), value);
+        return status ? Result() : report(status, key.c_str());
     }
     /** Stores a vector: store.set("Recent", {"a", "b"}). */
     template <typename T>
@@ -223,11 +210,8 @@ class BasicStore {
     /** Stores a value of a declared key; one outside its range or choices is refused. */
     template <typename T>
     Result set(Key<T> const& key, detail::Same<T> const& value) {
-        if (!key.allows(value))
-            return report({Reason::out_of_range, "the value is not among those declared"}, key.name());
-        if constexpr (detail::can_be_wide<T>)
-            if (key.is_wide()) return set(key.name(), Wide<T>{value});
-        return set(key.name(), value);
+        detail::Status const status = put(key, value);
+        return status ? Result() : report(status, key.name());
     }
     /** Removes a key, or with a trailing '*' all keys that begin so. Reason::missing where there is none. */
     Result erase(std::string_view selector) {
@@ -321,6 +305,32 @@ class BasicStore {
         Result result(status, subject);
         if (m_throws) result.or_throw();
         return result;
+    }
+
+    /** Stores a value. The caller has checked the key, and that there is a ticket. */
+    template <typename V, typename T>
+    detail::Status put(char const* key, T const& value) {
+        if constexpr (detail::is_scalar<V>) {
+            auto sink = [&](PARAM_TYPE type, void const* stored, detail::Lifetime) {
+                bool const done = m_table->SetParameter(m_table->pTicket, key, type, stored, SCALAR_INDEX) != 0;
+                return detail::Status{done ? Reason::none : Reason::no_memory, nullptr};
+            };
+            return detail::put_scalar<V>(value, m_rules, sink);
+        } else {
+            detail::Batch batch;
+            detail::Status const status = detail::put<V>(key, value, m_rules, batch);
+            std::vector<std::string> failed;
+            return status ? batch.store(m_table, failed) : status;
+        }
+    }
+    /** As above. The constructor of the declared key has checked its name. */
+    template <typename T>
+    detail::Status put(Key<T> const& key, T const& value) {
+        if (m_table == nullptr) return detail::NO_TICKET;
+        if (!key.allows(value)) return not_allowed();
+        if constexpr (detail::can_be_wide<T>)
+            if (key.is_wide()) return put<Wide<T>>(key.name(), Wide<T>{value});
+        return put<T>(key.name(), value);
     }
 
     template <typename T>

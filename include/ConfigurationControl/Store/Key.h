@@ -4,6 +4,7 @@
 #ifndef CONFIGURATIONCONTROL_STORE_KEY_H
 #define CONFIGURATIONCONTROL_STORE_KEY_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -46,17 +47,17 @@ struct UsualKeyBytes {
 inline constexpr UsualKeyBytes USUAL_KEY_BYTES;
 
 /** Whether a file gives a value back under this key or, with `inner`, under the keys below it. */
-constexpr bool is_kept_key(std::string_view key, bool inner = false) {
+constexpr bool is_kept_key(char const* key, bool inner = false) {
     for (;;) {
-        std::size_t end = 0;
-        while (end < key.size() && USUAL_KEY_BYTES[key[end]]) ++end;
-        bool const is_usual = end == key.size() || key[end] == '/';
-        if (!is_usual) end = key.size() < key.find('/', end) ? key.size() : key.find('/', end);
-        std::string_view const part = key.substr(0, end);
-        bool const last = end == key.size();
+        char const* end = key;
+        while (USUAL_KEY_BYTES[*end]) ++end;  // stops at '/' and at the NUL
+        bool const is_usual = *end == '/' || *end == '\0';
+        while (*end != '/' && *end != '\0') ++end;
+        std::string_view const part(key, static_cast<std::size_t>(end - key));
+        bool const last = *end == '\0';
         if (!(is_usual ? is_kept_usual_component(part) : is_kept_component(part, last && !inner))) return false;
         if (last) return true;
-        key.remove_prefix(end + 1);
+        key = end + 1;
     }
 }
 

@@ -148,7 +148,8 @@ Status convert(Exact const& exact, bool round, T& out) {
 
 /** Reads with the mutex held whatever the short way of take_integer does not settle. */
 template <typename T>
-Status take_integer_slowly(Slot const& slot, bool round, T& out) {
+[[gnu::noinline]] Status take_integer_slowly(Slot slot, bool round, T& out) {
+    if (slot.type() == PARAM_NONE) return {Reason::missing, nullptr};
     Status status{Reason::no_ticket, nullptr};
     locked(slot.table, [&] {
         Exact const exact = read_exact(slot);
@@ -159,7 +160,7 @@ Status take_integer_slowly(Slot const& slot, bool round, T& out) {
 
 /** Reads an integer; one that does not fit T is refused or, with `round`, the nearest that does. */
 template <typename T>
-Status take_integer(Slot const& slot, bool round, T& out) {
+inline Status take_integer(Slot const& slot, bool round, T& out) {
     double value = 0;
     constexpr bool narrow = sizeof(T) < sizeof(std::int64_t);
     double const low = narrow                ? static_cast<double>(std::numeric_limits<T>::min())

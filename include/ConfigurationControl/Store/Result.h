@@ -47,6 +47,8 @@ struct Status {
 
     constexpr explicit operator bool() const { return reason == Reason::none; }
 };
+inline constexpr Status NO_TICKET{Reason::no_ticket, nullptr};
+inline constexpr Status NO_VALUE{Reason::missing, nullptr};
 
 // What strerror_r returns: the text itself in the GNU version of the function, an error number in that of POSIX.
 inline char const* text_of(char const* text, char const*) {

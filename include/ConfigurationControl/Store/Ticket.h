@@ -4,8 +4,10 @@
 #ifndef CONFIGURATIONCONTROL_STORE_TICKET_H
 #define CONFIGURATIONCONTROL_STORE_TICKET_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -59,8 +61,9 @@ std::vector<Key> keys_of(Table table) {
 /**
  * The keys that a store has set or erased since its last save. Used with the mutex of the store's ticket held.
  *
- * A ticket in memory holds the keys, each with the number of the save that is to write it. So a failed save has nothing
- * to restore, and what is set while a save is under way waits for the next one.
+ * Each key has the number of the save that is to write it. So a failed save has nothing to restore, and what is set
+ * while a save is under way waits for the next one. A hash table of its own: each set looks its key up, and programs
+ * would compile <unordered_map> for it.
  */
 template <typename Lazy>
 class BasicJournal {
@@ -71,54 +74,71 @@ class BasicJournal {
         bool everything; /**< it writes the whole store */
     };
 
-    /** Begins; until then it is empty. */
-    void open() { m_keys = SharedTicket(STicketInstance.Create(nullptr), true); }
-
-    /** Adds a key. Without memory for it, the whole store is to be written. */
-    void add(char const* key) {
-        Slot const slot{m_keys.table(), key};
-        int number = 0;
-        if (slot.get(PARAM_INT, &number) && number == m_saves) return;
-        m_newest = m_saves;
-        if (m_keys.table()->SetParameter(m_keys.table()->pTicket, key, PARAM_INT, &m_saves, SCALAR_INDEX) == 0)
-            add_everything();
+    /** Adds a key. May throw std::bad_alloc; then the key is not added. */
+    void add(std::string_view key) {
+        if (2 * m_used >= m_slots.size()) make_room();
+        Changed& slot = m_slots[find(key)];
+        if (slot.save == UNUSED) {
+            slot.key.assign(key.data(), key.size());
+            ++m_used;
+        }
+        if (slot.save < 0) ++m_waiting;
+        slot.save = m_saves;
     }
     /** The whole store is to be written, whatever keys it has. */
     void add_everything() { m_everything = true; }
 
-    bool empty() const { return !m_everything && count() == 0; }
+    bool empty() const { return !m_everything && m_waiting == 0; }
     bool has_everything() const { return m_everything; }
-    bool contains(char const* key) const { return Slot{m_keys.table(), key}.get(PARAM_NONE, nullptr); }
-    std::vector<std::string> keys() const { return keys_of(m_keys.table()); }
+    bool contains(std::string_view key) const { return m_waiting != 0 && m_slots[find(key)].save >= 0; }
+    std::vector<std::string> keys() const {
+        std::vector<std::string> keys;
+        for (Changed const& slot : m_slots)
+            if (slot.save >= 0) keys.push_back(slot.key);
+        return keys;
+    }
 
     /** Begins a save. */
     Saving begin() { return {m_saves++, std::exchange(m_everything, false)}; }
     /** The save has failed. Allocates nothing. */
     void fail(Saving const& saving) noexcept { m_everything = m_everything || saving.everything; }
-    /** The save is done. */
-    void finish(Saving const& saving) {
-        if (m_newest <= saving.number) {
-            m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_CLEAR, nullptr);  // allocates nothing
-            return;
-        }
-        for (std::string const& key : keys()) {
-            int number = 0;
-            Slot const slot{m_keys.table(), key.c_str()};
-            if (slot.get(PARAM_INT, &number) && number <= saving.number)
-                slot.table->SetParameter(slot.table->pTicket, slot.key, PARAM_NONE, nullptr, SCALAR_INDEX);
+    /** The save is done. Allocates nothing. */
+    void finish(Saving const& saving) noexcept {
+        for (Changed& slot : m_slots) {
+            if (slot.save < 0 || slot.save > saving.number) continue;
+            slot.save = WRITTEN;
+            --m_waiting;
         }
     }
 
  private:
-    unsigned int count() const {
-        unsigned int keys = 0;
-        if (m_keys.table() != nullptr) m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_COUNT, &keys);
-        return keys;
+    static constexpr int WRITTEN = -1, UNUSED = -2;
+    struct Changed {
+        std::string key;
+        int save = UNUSED;  // the number of the save that is to write the key
+    };
+
+    /** The slot of a key, or the unused one that is for it. */
+    std::size_t find(std::string_view key) const {
+        for (std::size_t hash = std::hash<std::string_view>()(key);; ++hash) {
+            std::size_t const at = hash & (m_slots.size() - 1);
+            if (m_slots[at].save == UNUSED || m_slots[at].key == key) return at;
+        }
+    }
+    /** Makes room for another key: drops those that were written, and doubles the table if the others need it. */
+    void make_room() {
+        std::size_t const size = m_slots.empty() ? 16 : m_slots.size();
+        std::vector<Changed> slots(4 * m_waiting < size ? size : 2 * size);
+        m_slots.swap(slots);
+        m_used = m_waiting;
+        for (Changed& slot : slots)
+            if (slot.save >= 0) m_slots[find(slot.key)] = std::move(slot);
     }
 
-    SharedTicket m_keys;
-    int m_saves = 0;   // the number of saves that have begun
-    int m_newest = 0;  // the number of the key that was added last
+    std::vector<Changed> m_slots;  // a power of two, at most half of them used
+    std::size_t m_used = 0;
+    std::size_t m_waiting = 0;  // keys that no save has written
+    int m_saves = 0;            // the number of saves that have begun
     bool m_everything = false;
 };
 using Journal = BasicJournal<void>;
