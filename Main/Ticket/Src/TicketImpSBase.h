@@ -50,8 +50,7 @@ struct STICKET::FRAME {
         }
     }
 
-    // The same for reading a batch: on failure all results are false. Finds the end first, because the work may free
-    // keys.
+    // The same for reading a batch: on failure all results are false. Finds the end first: the work may free keys.
     template <typename KIND, typename WORK, typename REPORT>
     static int GetBatch(STICKET* ticket, GETMULTIPAR* records, WORK const& work, REPORT const& report) {
         if (!ticket) return 0;

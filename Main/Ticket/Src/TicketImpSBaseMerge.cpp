@@ -51,8 +51,7 @@ class COLLECTION {
         if (type == PARAM_NONE || type == PARAM_VECTOR || type > PARAM_UINT64) return;
         bool const isNextElement = index > 0 && !m_records.empty() && std::strcmp(m_records.back().key, key) == 0;
         char const* const name = isNextElement ? m_records.back().key : CopyText(key);
-        // Setting the first element would keep the target's other elements; setting the whole value replaces the
-        // vector.
+        // Setting the first element would keep the target's others; setting the whole value replaces the vector.
         m_records.push_back({name, type, Copy(type, value), index == 0 ? SCALAR_INDEX : index, false});
     }
 

@@ -29,8 +29,7 @@ class FILE_READER final : public FILE_SOURCE {
     std::optional<FILE_ID> const& Id() const { return m_id; }  // none if it is not known
     std::size_t Size() const override { return m_size; }
     std::optional<std::size_t> Read(std::size_t begin, char* bytes, std::size_t size) override;
-    // Compares the size and the time of the last change, which is as exact as the system's clock ticks; false if
-    // unknown.
+    // Compares size and time of the last change, which is as exact as the system's clock ticks. False if unknown.
     bool HasChanged() override;
 
  private:

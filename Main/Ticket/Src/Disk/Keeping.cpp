@@ -120,7 +120,7 @@ bool WasSavedSince(std::string const& fileName, std::optional<FILE_ID> const& mi
     return IsMarked(fileName, found);
 }
 
-// Renames only a file that can be neither linked nor read: better a moment without it than its loss.
+// A file that can be neither linked nor copied is renamed: better a moment without it than its loss.
 KEPT Keep(std::string const& fileName) {
     NAMES const names(fileName);
     std::string const directory = DirectoryOf(fileName);

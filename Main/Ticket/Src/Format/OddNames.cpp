@@ -163,8 +163,7 @@ class SCAN {
         return beginsAsMarkup && m_closings.count(line.name) == 0;
     }
 
-    // The same for an empty element, which is markup only if the end of that markup follows on a line that holds no
-    // tag.
+    // The same for an empty element: it is markup only if the end of that markup follows on a line without a tag.
     bool MayBeMarkupAt(std::size_t at) {
         MARKUP const* const markup = MarkupAt(m_text, at);
         if (markup == std::end(MARKUPS)) return false;

@@ -150,8 +150,7 @@ class KEY_INDEX {
         KEY_INDEX table;
         std::size_t const homes = std::size_t{1} << bits;
         table.m_longest = LongestOf(bits);
-        // All waiting keys may be entered before a search is found too long. The last slot stays free and ends every
-        // search.
+        // All waiting keys may enter before a search is found too long. The last slot stays free and ends every search.
         table.m_slots.assign(homes + table.m_longest + MOST_WAITING + 1, SLOT{FREE, NONE});
         table.m_shift = HASH_BITS - bits;
         table.m_limit = LimitOf(homes);

@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-// A value with its key, whose characters and a NUL follow. A base class, so that the length may lie in its padding.
+// A value with its key, whose characters and a NUL follow. VALUE is a base, so that the length may lie in its padding.
 template <typename VALUE>
 struct KEYED_VALUE : VALUE {
     uint32_t length;

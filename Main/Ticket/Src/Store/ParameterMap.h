@@ -83,7 +83,7 @@ class PARAMETER_MAP {
         return Insert(key, hash);
     }
 
-    // Makes space for `more` keys; returns whether hashes have changed. If it throws std::bad_alloc, nothing has
+    // Makes space for `more` keys; tells whether hashes have changed. If it throws (std::bad_alloc), nothing has
     // changed.
     bool Reserve(std::size_t more) {
         return m_index.Reserve(more, [this](ID id) { return m_arena[id].Key(); });
@@ -186,7 +186,6 @@ class PARAMETER_MAP {
     PARAMETER_ARENA<VALUE> m_arena;
     PARAMETER_ORDER m_order;
     KEY_INDEX m_index;
-    // Whether FindOrInsert last made a key at the end, where it then tries the next one first. A stale value is
-    // harmless.
+    // Whether FindOrInsert last made a key at the end; it tries the next one there first. A stale value is harmless.
     bool m_isAppending = true;
 };

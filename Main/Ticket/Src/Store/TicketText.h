@@ -14,8 +14,7 @@
 // One heap block: 16 bytes of header, the characters, a NUL. A std::string on the heap would need two for most texts.
 class TICKET_TEXT {
  public:
-    // A text that its entry owns and gives to Release. Throws std::bad_alloc, and std::length_error for an absurd
-    // length.
+    // A text that its entry must Release. Throws std::bad_alloc, and std::length_error for an absurd length.
     static TICKET_TEXT* Make(std::string_view characters) {
         if (characters.size() > PTRDIFF_MAX - sizeof(TICKET_TEXT) - 1)
             throw std::length_error("a text longer than memory");
