@@ -228,6 +228,25 @@ TEST_F(PlantedFile, OfAnotherUserBehindALinkOfOursDoesNotLendItsMode) {
     ExpectSecret();
 }
 
+// The link is root's, but what it leads to was chosen by the owner of the directory.
+TEST_F(PlantedFile, BehindALinkIntoADirectoryOfAnotherUserDoesNotLendItsMode) {
+    std::string const home = m_scratch.Path("home");
+    std::filesystem::create_directory(home);
+    ASSERT_EQ(chown(home.c_str(), NOBODY_ID, NOBODY_ID), 0);
+    MakeFile(m_scratch.Path("public"), 0644);
+    ASSERT_TRUE(Unprivileged([&] { return symlink("../public", (home + "/link").c_str()) == 0; }));
+    for (char const* const target : {"home/link", "home/file", "chain"}) {
+        MakeFile(home + "/file", 0644);
+        unlink(m_scratch.Path("chain").c_str());
+        std::filesystem::create_symlink(home + "/file", m_scratch.Path("chain"));
+        unlink(m_file.c_str());
+        std::filesystem::create_symlink(target, m_file);
+        EXPECT_TRUE(Save(m_file));
+        SCOPED_TRACE(target);
+        ExpectSecret();
+    }
+}
+
 TEST_F(PlantedFile, InADirectoryThatEverybodyCanWriteToDoesNotLendItsMode) {
     for (mode_t const directory : {01777u, 0777u}) {
         MakeFile(m_file, 0644);
@@ -299,6 +318,16 @@ TEST_F(PlantedFile, ThatIsKeptAsACopyIsTheOwnersAlone) {
     EXPECT_EQ(Mode(m_file + ".unreadable"), 0600u);
 }
 
+// Under the sticky bit only a file's owner may remove one of its names, so a second name would stay for good.
+TEST_F(PlantedFile, ThatTheSavingUserMayNotRemoveGetsNoFurtherNames) {
+    ShareDirectory();
+    MakeFile(m_file, 0666, "broken");
+    EXPECT_TRUE(Unprivileged([&] { return Save(m_file) && Save(m_file); }));
+    EXPECT_EQ(FileContent(m_file), "broken");
+    EXPECT_EQ(FileContent(m_file + ".unreadable"), "broken");
+    EXPECT_THAT(Names(m_scratch), ElementsAre("s.xml", "s.xml.unreadable"));
+}
+
 // Attributes that a save keeps
 
 TEST_F(KeptRights, AreModeAndGroup) {
@@ -313,6 +342,15 @@ TEST_F(KeptRights, AreModeAndGroup) {
             unlink(m_file.c_str());
         }
     }
+}
+
+TEST_F(KeptRights, AreThoseOfAFileOfOursBehindLinks) {
+    MakeFile(m_scratch.Path("real"), 0640);
+    std::filesystem::create_directory(m_scratch.Path("deep"));
+    std::filesystem::create_symlink("../real", m_scratch.Path("deep/link"));
+    std::filesystem::create_symlink("deep/link", m_file);
+    EXPECT_TRUE(Save(m_file));
+    EXPECT_EQ(Mode(m_file), 0640u);
 }
 
 TEST_F(KeptRights, LoseTheBitsOfAGroupThatCannotBeKept) {

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -74,6 +76,17 @@ int Lock(std::string const& path) {
     return file;
 }
 
+// Makes a directory append-only, or ends that. Needs root and a file system that knows such directories.
+bool SetAppendOnly(std::string const& directory, bool isAppendOnly) {
+    int const opened = open(directory.c_str(), O_RDONLY | O_DIRECTORY);
+    int flags = 0;
+    bool isSet = ioctl(opened, FS_IOC_GETFLAGS, &flags) == 0;
+    flags = isAppendOnly ? flags | FS_APPEND_FL : flags & ~FS_APPEND_FL;
+    isSet = isSet && ioctl(opened, FS_IOC_SETFLAGS, &flags) == 0;
+    close(opened);
+    return isSet;
+}
+
 }  // namespace
 
 // Other objects at the temporary name
@@ -89,6 +102,20 @@ TEST_F(FileSave, DirectoryAtTheTemporaryNameRefusesTheSave) {
         EXPECT_TRUE(std::filesystem::is_directory(m_temporary));
         EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml", "t.xml.tmp"));
     }
+}
+
+// Nothing can be renamed or removed in such a directory.
+TEST_F(FileSave, InAnAppendOnlyDirectoryFailsAndLeavesNoFile) {
+    Write(m_file, "old");
+    if (!SetAppendOnly(m_scratch.Path(), true)) GTEST_SKIP() << "no append-only directories here";
+    for (OLD const old : {OLD::DISCARD, OLD::KEEP}) {
+        TICKETFILE::SAVE_OUTCOME const outcome = OutcomeOfReplacing(m_file, "new", old);
+        EXPECT_EQ(outcome.failed, TICKETFILE::SAVE_STEP::OPEN);
+        EXPECT_EQ(outcome.error, EPERM);
+        EXPECT_THAT(Names(m_scratch), ElementsAre("t.xml"));
+    }
+    EXPECT_EQ(FileContent(m_file), "old");
+    EXPECT_TRUE(SetAppendOnly(m_scratch.Path(), false));
 }
 
 TEST_F(FileSave, LeftoverOfACrashIsRemoved) {

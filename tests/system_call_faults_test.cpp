@@ -33,6 +33,7 @@ std::map<std::string, std::vector<int>> const ERRORS = {
     {"open", {EINTR, EACCES, EPERM, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, EROFS, EIO, ELOOP, EBUSY, ESTALE}},
     {"stat", {EACCES, ENOMEM, EIO, ELOOP, ESTALE}},
     {"lstat", {EACCES, ENOMEM, EIO, ESTALE}},
+    {"statx", {EACCES, ENOMEM, EPERM, ENOSYS, EIO, ESTALE}},
     {"fstat", {EIO, ENOMEM, ESTALE}},
     {"read", {EINTR, EIO, ENOMEM, EISDIR, ESTALE}},
     {"pread", {EINTR, EIO, ENOMEM, EISDIR, ESTALE}},
@@ -318,7 +319,8 @@ TEST_P(FailingCall, IsReplacedHereWhicheverItIs) {
         SYS_mmap,      SYS_munmap,       SYS_brk,
         SYS_madvise,   SYS_mprotect,  // memory
         SYS_fchown,    SYS_getxattr,     SYS_listxattr,
-        SYS_fsetxattr, SYS_fremovexattr,
+        SYS_fsetxattr, SYS_fremovexattr, SYS_statx,
+        SYS_geteuid,  // which cannot fail
     };
     std::set<long> others;
     int calls = 0;

@@ -101,6 +101,8 @@ STATE With(FAULT const& fault, ACTION const& action) {
 FAILING_SYSTEM_CALL(int, fstat, (int file, struct stat* found), (file, found))
 FAILING_SYSTEM_CALL(int, stat, (char const* name, struct stat* found), (name, found))
 FAILING_SYSTEM_CALL(int, lstat, (char const* name, struct stat* found), (name, found))
+FAILING_SYSTEM_CALL(int, statx, (int base, char const* name, int flags, unsigned int mask, struct statx* found),
+                    (base, name, flags, mask, found))
 FAILING_SYSTEM_CALL(int, fchmod, (int file, mode_t mode), (file, mode))
 FAILING_SYSTEM_CALL(int, ftruncate, (int file, off_t size), (file, size))
 FAILING_SYSTEM_CALL(off_t, lseek, (int file, off_t offset, int whence), (file, offset, whence))

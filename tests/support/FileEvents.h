@@ -44,6 +44,7 @@ class FILE_EVENTS {
                                    SYS_fstat,
                                    SYS_newfstatat,
                                    SYS_statx,
+                                   SYS_geteuid,
                                    SYS_flock,
                                    SYS_fchmod,
                                    SYS_fchown,

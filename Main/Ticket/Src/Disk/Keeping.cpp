@@ -57,9 +57,18 @@ bool FindFreeName(std::string& name) {
     return made && unlink(name.c_str()) == 0;
 }
 
+// Whether this user may remove further names of a file: under the sticky bit only its owner may, and the directory's.
+bool MayRemove(std::string const& fileName) {
+    struct stat file;
+    struct stat directory;
+    if (lstat(fileName.c_str(), &file) != 0 || stat(DirectoryOf(fileName).c_str(), &directory) != 0) return false;
+    bool const isOwner = file.st_uid == geteuid() || directory.st_uid == geteuid();
+    return isOwner || (directory.st_mode & S_ISVTX) == 0;
+}
+
 // Makes a hard link to the file; for a symbolic link, to the link itself.
 bool KeepByLink(NAMES names) {
-    return FindFreeName(names.unique) && link(names.file.c_str(), names.unique.c_str()) == 0 &&
+    return MayRemove(names.file) && FindFreeName(names.unique) && link(names.file.c_str(), names.unique.c_str()) == 0 &&
            MoveOver(names.unique, names.kept);
 }
 

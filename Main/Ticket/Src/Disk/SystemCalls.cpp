@@ -73,6 +73,12 @@ int ObstacleAt(std::string const& fileName) {
     return lstat(fileName.c_str(), &found) == 0 ? WrongKind(found.st_mode) : 0;
 }
 
+bool IsAppendOnly(std::string const& directory) {
+    struct statx found;
+    bool const isKnown = statx(AT_FDCWD, directory.c_str(), 0, 0, &found) == 0;
+    return isKnown && (found.stx_attributes & STATX_ATTR_APPEND) != 0;
+}
+
 DESCRIPTOR Open(std::string const& name, int flags) {
     return AboveStreams(DESCRIPTOR(Retried([&] { return open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0); })));
 }

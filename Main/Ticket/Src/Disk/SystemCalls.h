@@ -79,6 +79,9 @@ bool IsTrusted(uid_t owner);
 // WrongKind of what has the name; a link is not followed. 0 if nothing has it.
 int ObstacleAt(std::string const& fileName);
 
+// Whether a directory is append-only: files can be made in it, but neither renamed nor removed.
+bool IsAppendOnly(std::string const& directory);
+
 // Opens a file. No descriptor of this room has the number of a standard stream.
 DESCRIPTOR Open(std::string const& name, int flags);
 

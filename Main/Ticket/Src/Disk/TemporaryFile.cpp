@@ -52,6 +52,8 @@ CLAIM Claim(DESCRIPTOR const& file, std::string const& name) {
 TEMPORARY_FILE::TEMPORARY_FILE(std::string const& fileName) : m_target(fileName), m_name(TemporaryName(fileName)) {
     if (int const error = ObstacleAt(fileName))
         Fail(SAVE_STEP::RENAME, error);
+    else if (IsAppendOnly(DirectoryOf(fileName)))
+        Fail(SAVE_STEP::OPEN, EPERM);  // the new file could be neither renamed nor removed
     else
         Open();
     if (m_outcome.Succeeded()) Describe();
