@@ -49,8 +49,9 @@ class CHECKER {
     void LookAtBranch(pugi::xml_node element);
     void LookAtKey(pugi::xml_node element);
     void LookAtSource(pugi::xml_node element, pugi::xml_node value);
-    void LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string const& text);
-    void LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string const& text);
+    void LookAtSpace(pugi::xml_node element, std::string_view text);
+    void LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string_view text);
+    void LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string_view text);
     void Say(pugi::xml_node node, std::string message);
 
     std::string const& m_text;
@@ -123,7 +124,7 @@ std::size_t OffsetOf(pugi::xml_node node) {
 
 // How the library changes a number when it loads it; empty if it does not.
 template <typename T>
-std::string NumberFinding(std::string const& text) {
+std::string NumberFinding(std::string_view text) {
     using TICKET_FORMAT::ODDITY;
     ODDITIES oddities;
     VALUE const number = ParseNumber<T>(text, &oddities);
@@ -137,7 +138,7 @@ std::string NumberFinding(std::string const& text) {
         case ODDITY::NEGATIVE_WRAPS:
             return "is negative and is read as " + PlainText(number);
         default:
-            return "is read only up to " + Excerpt(text.substr(told.offset));
+            return "is read only up to " + Excerpt(std::string(text.substr(told.offset)));
     }
 }
 
@@ -233,32 +234,31 @@ void CHECKER::LookAtBranch(pugi::xml_node element) {
 }
 
 void CHECKER::LookAtLeaf(pugi::xml_node element) {
-    auto const name = Quoted(element.name());
+    auto const name = [&] { return Quoted(element.name()); };
     auto const type = TypeNamed(element.first_attribute().value());
     if (type == PARAM_NONE) {
         std::string const unknown = element.first_attribute().value();
-        Say(element, name + " has the unknown type " + Excerpt(unknown) + " and stores nothing");
+        Say(element, name() + " has the unknown type " + Excerpt(unknown) + " and stores nothing");
         return;
     }
     auto const value = element.first_child();
     if (!value) {
-        Say(element, name + " has a type and no text and stores nothing");
+        Say(element, name() + " has a type and no text and stores nothing");
         return;
     }
     LookAtKey(element);
     if (value.type() == pugi::node_element) {
-        Say(element, name +
-                         " has a type but starts with an element: its text is "
-                         "taken as empty");
+        Say(element, name() + " has a type but starts with an element: its text is taken as empty");
     } else if (!IsText(value)) {
-        Say(value, name + " takes its value from a comment or instruction");
+        Say(value, name() + " takes its value from a comment or instruction");
     }
     for (auto later = value.next_sibling(); later; later = later.next_sibling()) {
-        if (IsMoreThanSpace(later)) Say(later, "only the first piece of text of " + name + " is its value");
+        if (IsMoreThanSpace(later)) Say(later, "only the first piece of text of " + name() + " is its value");
     }
     LookAtSource(element, value);
+    LookAtSpace(element, value.value());
     std::string scratch;
-    std::string const text(NormaliseSpace(value.value(), scratch));
+    auto const text = NormaliseSpace(value.value(), scratch);
     if (type == PARAM_STRING || type == PARAM_BINSTR) {
         LookAtText(element, type, text);
     } else {
@@ -280,15 +280,21 @@ void CHECKER::LookAtKey(pugi::xml_node element) {
     leaf->second = element;
 }
 
-// How the text in the file changes before it becomes a value.
+// What stands in the file, where the parser makes another text of it.
 void CHECKER::LookAtSource(pugi::xml_node element, pugi::xml_node value) {
-    auto const name = Quoted(element.name());
-    std::string const text = value.value();
     auto const begin = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, value.offset_debug()));
-    if (value.type() == pugi::node_pcdata && begin < m_text.size()) {
-        auto const source = m_text.substr(begin, m_text.find_first_of(std::string_view("<\0", 2), begin) - begin);
-        if (source != text) Say(element, name + " holds entities or line ends that are decoded: " + Excerpt(source));
-    }
+    if (value.type() != pugi::node_pcdata || begin >= m_text.size()) return;
+    constexpr std::string_view ENDS("<\0", 2);
+    std::string_view const text = value.value();
+    auto const rest = std::string_view(m_text).substr(begin);
+    bool const isSame = rest.substr(0, text.size()) == text &&
+                        (rest.size() == text.size() || ENDS.find(rest[text.size()]) != std::string_view::npos);
+    if (isSame) return;
+    std::string const source(rest.substr(0, rest.find_first_of(ENDS)));
+    Say(element, Quoted(element.name()) + " holds entities or line ends that are decoded: " + Excerpt(source));
+}
+
+void CHECKER::LookAtSpace(pugi::xml_node element, std::string_view text) {
     ODDITIES oddities;
     std::string scratch;
     NormaliseSpace(text, scratch, &oddities);
@@ -296,35 +302,36 @@ void CHECKER::LookAtSource(pugi::xml_node element, pugi::xml_node value) {
         // Around the text of an element that holds others too, space is layout.
         bool const isAtAnEnd = told.offset == 0 || told.offset + told.length == text.size();
         if (isAtAnEnd && HasElements(element)) continue;
-        Say(element, "white space of " + name + " changes: trimmed at the ends, inner runs become one space");
+        Say(element,
+            "white space of " + Quoted(element.name()) + " changes: trimmed at the ends, inner runs become one space");
         break;
     }
 }
 
-void CHECKER::LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string const& text) {
+void CHECKER::LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string_view text) {
     std::string finding;
     if (type == PARAM_INT) finding = NumberFinding<int32_t>(text);
     if (type == PARAM_INT64) finding = NumberFinding<int64_t>(text);
     if (type == PARAM_UINT64) finding = NumberFinding<uint64_t>(text);
     if (type == PARAM_DOUBLE) finding = NumberFinding<double>(text);
-    if (!finding.empty()) Say(element, Quoted(element.name()) + ": " + Excerpt(text) + " " + finding);
+    if (!finding.empty()) Say(element, Quoted(element.name()) + ": " + Excerpt(std::string(text)) + " " + finding);
 }
 
-void CHECKER::LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string const& text) {
-    auto const name = Quoted(element.name());
+void CHECKER::LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string_view text) {
+    auto const name = [&] { return Quoted(element.name()); };
     ODDITIES oddities;
     std::string decoded;
     DecodeTo(decoded, text, &oddities);
     for (auto const& told : oddities.All()) {
         if (told.oddity == TICKET_FORMAT::ODDITY::UNFINISHED_ESCAPE) {
-            Say(element, name + " ends in an unfinished escape, which is dropped");
+            Say(element, name() + " ends in an unfinished escape, which is dropped");
         } else {
             auto const escape = text.substr(told.offset, told.length);
-            Say(element, name + ": " + Quoted(escape) + " is not an escape and stays as it is");
+            Say(element, name() + ": " + Quoted(escape) + " is not an escape and stays as it is");
         }
     }
     if (type == PARAM_STRING && decoded.find('\0') != std::string::npos) {
-        Say(element, name + ": a string ends at its first NUL byte; the rest is lost");
+        Say(element, name() + ": a string ends at its first NUL byte; the rest is lost");
     }
 }
 

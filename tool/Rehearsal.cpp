@@ -47,22 +47,18 @@ std::vector<LOSS> Compare(TICKET const& before, TICKET const& after) {
     return losses;
 }
 
+bool HasControlByte(std::string_view key) {
+    return std::any_of(key.begin(), key.end(), IsControlByte);
+}
+
 // New keys that come back from this file, and that nobody promises to come back from every one.
 std::vector<LOSS> Unpromised(std::string const& path, TICKET const& ticket) {
     std::vector<LOSS> losses;
-    auto const take = [](void* context, char const* key, PARAM_TYPE, void const*, int) {
-        std::string_view const name = key;
-        if (std::any_of(name.begin(), name.end(), IsControlByte)) {
-            auto& found = *static_cast<std::vector<LOSS>*>(context);
-            found.push_back({key, "holds a control byte and may not come back from a file"});
-        }
-        return true;
-    };
-    ticket.Table()->WalkParameter(ticket.Table()->pTicket, take, &losses, "", WALK_KEYS);
-    if (losses.empty()) return losses;
     TICKET const before(path, MISSING::IS_EMPTY);
-    auto const isOld = [&](LOSS const& loss) { return before.Has(loss.key); };
-    losses.erase(std::remove_if(losses.begin(), losses.end(), isOld), losses.end());
+    for (auto const& key : ticket.Keys()) {
+        if (!HasControlByte(key) || before.Has(key)) continue;
+        losses.push_back({key, "holds a control byte and may not come back from a file"});
+    }
     return losses;
 }
 
@@ -75,30 +71,39 @@ LOSS TooDeepToSave(TICKET const& ticket) {
     return {key, "nests " + std::to_string(depth(key)) + " elements: too deep to be saved, or memory is short", true};
 }
 
-// What a save of this ticket would write; returns how many values, nothing for what the library refuses to save.
-template <typename SINK>
-std::optional<std::size_t> WriteTo(SINK& file, TICKET const& ticket) {
-    struct COUNTED {
+// What a save wrote.
+struct WRITTEN {
+    std::size_t count = 0;            // values
+    bool hasPromisedKeysOnly = true;  // no key with a control byte
+};
+
+// Writes what a save of this ticket would write, while `wantsMore()` is true. Returns nothing for what the library
+// refuses to save.
+template <typename SINK, typename CONDITION>
+std::optional<WRITTEN> WriteTo(SINK& file, TICKET const& ticket, CONDITION const& wantsMore) {
+    struct OBSERVED {
+        CONDITION const& wantsMore;
         STICKET_WALK_CALLBACK callback;
         void* writer;
-        std::size_t count;
+        WRITTEN written;
 
         static bool Take(void* context, char const* key, PARAM_TYPE type, void const* value, int index) {
-            auto& self = *static_cast<COUNTED*>(context);
-            ++self.count;
-            return self.callback(self.writer, key, type, value, index);
+            auto& self = *static_cast<OBSERVED*>(context);
+            ++self.written.count;
+            if (HasControlByte(key)) self.written.hasPromisedKeysOnly = false;
+            return self.callback(self.writer, key, type, value, index) && self.wantsMore();
         }
     };
     auto const* const table = ticket.Table();
-    std::size_t count = 0;
+    WRITTEN written;
     auto const walk = [&](STICKET_WALK_CALLBACK callback, void* writer) {
-        COUNTED counted = {callback, writer, 0};
-        bool const done = table->WalkParameter(table->pTicket, COUNTED::Take, &counted, "", WALK_EVERYTHING) != 0;
-        count = counted.count;
+        OBSERVED observed = {wantsMore, callback, writer, {}};
+        bool const done = table->WalkParameter(table->pTicket, OBSERVED::Take, &observed, "", WALK_EVERYTHING) != 0;
+        written = observed.written;
         return done;
     };
     try {
-        if (WriteTicket(file, nullptr, nullptr, walk)) return count;
+        if (WriteTicket(file, nullptr, nullptr, walk)) return written;
     } catch (std::bad_alloc const&) {
         return std::nullopt;
     }
@@ -118,6 +123,7 @@ class COMPARISON final : public FILE_SINK {
         m_rest = m_text;
         m_isSame = true;
     }
+    bool IsSameSoFar() const { return m_isSame; }
     bool IsSame() const { return m_isSame && m_rest.empty(); }
 
  private:
@@ -180,23 +186,22 @@ bool ComesBack(MEMORY_FILE const& file, TICKET const& ticket, std::size_t count)
 
 bool IsAsSaved(TICKET const& ticket, std::string_view text) {
     COMPARISON comparison(text);
-    return WriteTo(comparison, ticket) && comparison.IsSame();
+    return WriteTo(comparison, ticket, [&] { return comparison.IsSameSoFar(); }) && comparison.IsSame();
 }
 
 std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path, MEMORY_FILE& file) {
     if (ticket.IsEmpty()) return {};  // a save deletes the file
-    auto const count = WriteTo(file, ticket);
-    if (!count) return {TooDeepToSave(ticket)};
-    if (ComesBack(file, ticket, *count)) return Unpromised(path, ticket);
+    auto const written = WriteTo(file, ticket, [] { return true; });
+    if (!written) return {TooDeepToSave(ticket)};
+    std::vector<LOSS> losses;
     try {
-        TICKET const reloaded(file.Path());
-        auto losses = Compare(ticket, reloaded);
-        return losses.empty() ? Unpromised(path, ticket) : losses;
+        if (!ComesBack(file, ticket, written->count)) losses = Compare(ticket, TICKET(file.Path()));
     } catch (UNLOADABLE_FILE const&) {
         throw FAILURE(path +
                       ": not written: the file would not parse any more; "
                       "does a key hold <, >, \" or a line end?");
     }
+    return losses.empty() && !written->hasPromisedKeysOnly ? Unpromised(path, ticket) : losses;
 }
 
 std::vector<LOSS> LossesOfASave(TICKET const& ticket, std::string const& path) {

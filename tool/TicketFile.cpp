@@ -50,8 +50,18 @@ std::optional<T> GetAs(STICKET_ACCESS const* table, std::string const& key, PARA
     return value;
 }
 
+std::string_view View(BIN_STRING const& bytes) {
+    if (bytes.data == nullptr) return {};
+    return {static_cast<char const*>(bytes.data), bytes.length};
+}
+
 std::string ToString(BIN_STRING const& bytes) {
-    return bytes.data == nullptr ? std::string() : std::string(static_cast<char const*>(bytes.data), bytes.length);
+    return std::string(View(bytes));
+}
+
+// Bit by bit, except that a file spells every NaN alike.
+bool SameNumber(double a, double b) {
+    return (a == b || (std::isnan(a) && std::isnan(b))) && std::signbit(a) == std::signbit(b);
 }
 
 void Check(int result, char const* what, std::string const& key) {
@@ -122,7 +132,7 @@ void TICKET::Load(std::string const& path) {
     m_table = hSTicketInstance->Create(path.c_str());
     if (m_table == nullptr) throw FAILURE(m_path + ": cannot make a ticket");
     try {
-        if (Count() == 0) Diagnose(path);
+        if (IsEmpty()) Diagnose(path);
     } catch (...) {
         hSTicketInstance->Destroy(m_table);
         throw;
@@ -197,25 +207,28 @@ std::optional<VALUE> TICKET::ReadElement(std::string const& key, int index) cons
 }
 
 bool TICKET::Holds(std::string const& key, int index, PARAM_TYPE type, void const* value) const {
-    auto const number = [&](double read) {
-        auto const own = GetAs<PARAM_TYPE>(m_table, key, PARAM_NONE, index);
+    auto const own = GetAs<PARAM_TYPE>(m_table, key, PARAM_NONE, index);
+    auto const number = [&](double expected) {
         auto const held = GetAs<double>(m_table, key, PARAM_DOUBLE, index);
-        return own == PARAM_DOUBLE && held && SameParameter({*held}, {read}) &&
-               std::signbit(*held) == std::signbit(read);
+        return own == PARAM_DOUBLE && held && SameNumber(*held, expected);
     };
-    if (type == PARAM_INT) return number(*static_cast<int32_t const*>(value));
-    if (type == PARAM_DOUBLE) return number(*static_cast<double const*>(value));
-    auto const held = ReadElement(key, index);
-    if (!held) return false;
+    auto const bytes = [&](std::string_view expected) {
+        auto const held = GetAs<BIN_STRING>(m_table, key, PARAM_BINSTR, index);
+        return own == type && held && View(*held) == expected;
+    };
     switch (type) {
+        case PARAM_INT:
+            return number(*static_cast<int32_t const*>(value));
+        case PARAM_DOUBLE:
+            return number(*static_cast<double const*>(value));
         case PARAM_INT64:
-            return SameParameter({*held}, {*static_cast<int64_t const*>(value)});
+            return own == type && GetAs<int64_t>(m_table, key, type, index) == *static_cast<int64_t const*>(value);
         case PARAM_UINT64:
-            return SameParameter({*held}, {*static_cast<uint64_t const*>(value)});
+            return own == type && GetAs<uint64_t>(m_table, key, type, index) == *static_cast<uint64_t const*>(value);
         case PARAM_STRING:
-            return SameParameter({*held}, {std::string(static_cast<char const*>(value))});
+            return bytes(static_cast<char const*>(value));
         case PARAM_BINSTR:
-            return SameParameter({*held}, {BYTES{ToString(*static_cast<BIN_STRING const*>(value))}});
+            return bytes(View(*static_cast<BIN_STRING const*>(value)));
         default:
             return false;
     }
@@ -305,14 +318,19 @@ void TICKET::Save() {
     m_isChanged = false;
     auto const after = IdentityOf(m_path);
     // A save replaces the file, or deletes it when there is nothing to keep.
-    bool const written = Count() == 0 ? !after : after && after != before;
+    bool const written = IsEmpty() ? !after : after && after != before;
     if (!written) throw FAILURE(m_path + ": cannot be written: " + WhyNotWritten(m_path));
 }
 
-unsigned int TICKET::Count() const {
-    uint32_t count = 0;
-    m_table->Operation(m_table->pTicket, STICKET_OP_COUNT, &count);
-    return count;
+// Ends at the first value; the operation that counts them passes over all.
+bool TICKET::IsEmpty() const {
+    bool isEmpty = true;
+    auto const find = [](void* context, char const*, PARAM_TYPE, void const*, int) {
+        *static_cast<bool*>(context) = false;
+        return false;
+    };
+    m_table->WalkParameter(m_table->pTicket, find, &isEmpty, "", WALK_EVERYTHING);
+    return isEmpty;
 }
 
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {

@@ -32,7 +32,7 @@ class TICKET {
     // Whether the file had content and not one value, as some other program's would.
     bool IsForeign() const { return m_isForeign; }
 
-    bool IsEmpty() const { return Count() == 0; }
+    bool IsEmpty() const;
     // The keys in order: all, or those that the selectors name.
     std::vector<std::string> Keys(std::vector<std::string> const& selectors = {}) const;
     // All parameters, or those that the selectors name ("Product/Name", "Log/" followed by "*").
@@ -56,7 +56,6 @@ class TICKET {
     void Save();
 
  private:
-    unsigned int Count() const;
     void Load(std::string const& path);
     void Diagnose(std::string const& path);
     std::optional<VALUE> ReadElement(std::string const& key, int index) const;
