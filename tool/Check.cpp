@@ -80,6 +80,8 @@ class ODDITIES final : public TICKET_FORMAT::ODDITY_LISTENER {
     std::vector<TOLD> m_all;
 };
 
+constexpr char NOT_UTF_8[] = " is not UTF-8; programs get its bytes as they are";
+
 bool HasElements(pugi::xml_node node) {
     return !node.find_child([](pugi::xml_node child) { return child.type() == pugi::node_element; }).empty();
 }
@@ -205,9 +207,9 @@ void CHECKER::LookAtElement(pugi::xml_node element) {
     }
     std::string_view const name = element.name();
     if (std::any_of(name.begin(), name.end(), IsControlByte)) {
-        Say(element,
-            "the name " + Quoted(std::string(name)) + " holds a control byte, which other files may not bring back");
+        Say(element, "the name " + Quoted(name) + " holds a control byte, which other files may not bring back");
     }
+    if (!IsUtf8(name)) Say(element, "the name " + Quoted(name) + NOT_UTF_8);
     LookAtAttributes(element);
     if (std::strcmp(element.first_attribute().name(), "type") == 0) {
         LookAtLeaf(element);
@@ -257,6 +259,7 @@ void CHECKER::LookAtLeaf(pugi::xml_node element) {
     }
     LookAtSource(element, value);
     LookAtSpace(element, value.value());
+    if (!IsUtf8(value.value())) Say(element, "the text of " + name() + NOT_UTF_8);
     std::string scratch;
     auto const text = NormaliseSpace(value.value(), scratch);
     if (type == PARAM_STRING || type == PARAM_BINSTR) {

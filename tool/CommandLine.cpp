@@ -38,7 +38,7 @@ void CheckValue(std::string const& name, ARGUMENT_KIND kind, char const* alterna
     if (kind == ARGUMENT_KIND::INDEX) {
         bool const isNumber = !value.empty() && value.find_first_not_of("0123456789") == std::string::npos;
         if (!isNumber || value.size() > 9) {
-            throw FAILURE(name + ": " + Quoted(value) + " is not an index; the first one is 0");
+            throw FAILURE(name + ": " + Quoted(value) + " is not a whole number from 0 to 999999999");
         }
     }
     auto const words = WordsOf(kind, alternatives);
@@ -110,6 +110,25 @@ ARGUMENTS Collect(COMMAND const& command, PARSED_WORDS const& words) {
     return arguments;
 }
 
+// The words as the parser wants them: the last one first, and each value marked that it would miss.
+std::vector<std::string> ForParser(COMMAND const& command, std::vector<std::string> const& words) {
+    auto const options = OptionsOf(command);
+    auto const complete = [&](std::string const& word) {
+        for (auto const& option : options) {
+            // An optional value follows "=" only; otherwise the next argument would be taken for it.
+            if (IsOptional(option) && word == option.name) return word + "=" + MARK;
+            if (option.kind != ARGUMENT_KIND::FLAG && word == std::string(option.name) + "=") return word + MARK;
+        }
+        return Marked(word);
+    };
+    auto const end = std::find(words.begin(), words.end(), "--");  // what follows is no option
+    std::vector<std::string> marked;
+    std::transform(words.begin(), end, std::back_inserter(marked), complete);
+    std::transform(end, words.end(), std::back_inserter(marked), Marked);
+    std::reverse(marked.begin(), marked.end());
+    return marked;
+}
+
 // The command line after the name of the command.
 ARGUMENTS Parse(COMMAND const& command, std::vector<std::string> const& words) {
     CLI::App app;
@@ -117,19 +136,15 @@ ARGUMENTS Parse(COMMAND const& command, std::vector<std::string> const& words) {
     PARSED_WORDS parsed;
     for (auto const& option : OptionsOf(command)) parsed.Add(option, app);
     app.add_option("WORDS", parsed.positionals)->transform(Unmarked);
-    // An optional value follows "=" only; otherwise the next argument would be taken for it.
-    auto const complete = [&](std::string const& word) {
-        auto const hasOptional = [&](OPTION const& option) { return word == option.name && IsOptional(option); };
-        bool const isBare = std::any_of(command.options.begin(), command.options.end(), hasOptional);
-        return isBare ? word + "=" + MARK : Marked(word);
-    };
-    std::vector<std::string> lastFirst;
-    std::transform(words.rbegin(), words.rend(), std::back_inserter(lastFirst), complete);
     try {
-        app.parse(std::move(lastFirst));
+        app.parse(ForParser(command, words));
     } catch (CLI::ExtrasError const&) {
         auto const unknown = Quoted(Unmarked(app.remaining().front()));
         throw WrongUsage(command, "no option " + unknown + "; a value that begins with a dash follows --");
+    } catch (CLI::ArgumentMismatch const& error) {
+        throw WrongUsage(command,
+                         WithoutMarks(error.what()).substr(0, std::string_view(error.what()).find(": 1 required")) +
+                             " needs a value");
     } catch (CLI::ParseError const& error) {
         throw WrongUsage(command, WithoutMarks(error.what()));
     }

@@ -153,7 +153,8 @@ std::vector<COMMAND> WritingCommands() {
           {"--index", KIND::INDEX, "N", "Replace this element of a vector, or append at its end", "--append"},
           {"--append", KIND::FLAG, "", "Append to the key's vector"},
           {"--hex", KIND::FLAG, "", "VALUE is in hexadecimal; a new key becomes a binstr", "--from-file"},
-          {"--from-file", KIND::FILE_NAME, "F", "Store the bytes of this file or pipe; a new key becomes a binstr"},
+          {"--from-file", KIND::FILE_NAME, "F",
+           "Store the bytes of this file or pipe, - for standard input; a new key becomes a binstr"},
           SCHEMA_FILE,
           DRY_RUN,
           BACKUP,
@@ -204,10 +205,9 @@ std::vector<COMMAND> WritingCommands() {
          Edit},
         {"recover",
          "Save what can be read of a file that does not parse",
-         "Stores the values up to the break in a new file, and reports each line "
-         "after it that holds a value. The exit "
-         "code is 1 if there are such lines.",
-         {{"FILE", KIND::FILE_NAME, COUNT::ONE, "Ticket file that does not parse"},
+         "Stores the values up to the break in a new file, and reports each line after it that holds a value, and "
+         "whether the file ends early. The exit code is 1 if anything is lost.",
+         {{"FILE", KIND::FILE_NAME, COUNT::ONE, "Ticket file that does not parse, or pipe; - is standard input"},
           {"NEW", KIND::FILE_NAME, COUNT::OPTIONAL, "File to create; without it the values are listed"}},
          {REDACT, SHOW_SECRETS, SCHEMA_FILE},
          "ticket recover settings.xml recovered.xml",

@@ -9,6 +9,6 @@ INPUT::INPUT(std::string const& name) : m_name(name) {
     bool const isStandard = name == "-";
     if (!isStandard && !std::filesystem::is_fifo(name, ignored)) return;
     m_copy.emplace();
-    m_copy->Take(ReadBytes(isStandard ? "/dev/stdin" : name));
+    m_copy->Take(ReadBytes(name));
     if (isStandard) m_name = "standard input";
 }

@@ -28,22 +28,24 @@ void PutElement(JSON& object, VALUE const& value) {
     PutJsonValue(object, value);
 }
 
-void RequireObject(JSON const& value) {
-    if (!value.is_object()) throw FAILURE("not an object");
+// Which of two members that mean the same is taken would be a guess.
+void RequireOneOf(JSON const& object, char const* a, char const* b) {
+    if (!object.contains(a) || !object.contains(b)) return;
+    throw FAILURE(std::string("both \"") + a + "\" and \"" + b + "\" are given");
 }
 
 VALUE TakeValue(JSON const& object) {
-    RequireObject(object);
-    auto const type = TypeFromName(object.at("type").get<std::string>());
+    auto const type = TypeFromName(JsonTextMember(object, "type"));
+    RequireOneOf(object, "value", "hex");
     if (object.contains("hex")) {
-        auto bytes = FromHex(object.at("hex").get<std::string>());
+        auto bytes = FromHex(JsonTextMember(object, "hex"));
         if (type == PARAM_STRING) return bytes;
         if (type == PARAM_BINSTR) return BYTES{std::move(bytes)};
         throw FAILURE(std::string("\"hex\" does not go with type ") + TypeName(type));
     }
-    auto const& value = object.at("value");
-    if (type == PARAM_STRING) return value.get<std::string>();
-    if (type == PARAM_BINSTR) return BYTES{value.get<std::string>()};
+    auto const& value = JsonMember(object, "value");
+    if (type == PARAM_STRING) return JsonTextMember(object, "value");
+    if (type == PARAM_BINSTR) return BYTES{JsonTextMember(object, "value")};
     if (value.is_number_float() && type == PARAM_DOUBLE) return value.get<double>();
     if (value.is_string()) return ParseValue(value.get<std::string>(), type);
     if (!value.is_number()) throw FAILURE(std::string("\"value\" is not one of type ") + TypeName(type));
@@ -51,14 +53,15 @@ VALUE TakeValue(JSON const& object) {
 }
 
 std::string TakeKey(JSON const& object) {
-    RequireObject(object);
-    if (object.contains("keyHex")) return FromHex(object.at("keyHex").get<std::string>());
-    return object.at("key").get<std::string>();
+    RequireOneOf(object, "key", "keyHex");
+    return object.contains("keyHex") ? FromHex(JsonTextMember(object, "keyHex")) : JsonTextMember(object, "key");
 }
 
 PARAMETER TakeParameter(JSON const& object) {
     if (object.contains("redacted")) throw FAILURE("the value was hidden when it was exported");
     if (!object.contains("vector")) return {TakeValue(object)};
+    RequireOneOf(object, "vector", "value");
+    RequireOneOf(object, "vector", "hex");
     PARAMETER parameter;
     auto const& elements = object.at("vector");
     if (!elements.is_array() || elements.empty()) throw FAILURE("\"vector\" is not an array of values");
@@ -83,6 +86,25 @@ class MEMBERS {
     std::vector<std::set<std::string>> m_open;  // the members so far of each object that is not closed
 };
 
+// Removes the first part of a text that begins and ends so.
+void Erase(std::string& text, std::string_view begin, std::string_view end) {
+    auto const first = text.find(begin);
+    if (first == std::string::npos) return;
+    auto const last = text.find(end, first + begin.size());
+    if (last != std::string::npos) text.erase(first, last + end.size() - first);
+}
+
+// The parser's message without its terms: "[json.exception.parse_error.101] parse error at line 1, column 1: syntax
+// error while parsing value - invalid literal; ..." It may hold a number of any length.
+std::string Reason(std::string what) {
+    constexpr std::size_t LONGEST = 200;
+    what.erase(0, what.find("] ") + 2);
+    Erase(what, "parse error at ", "");
+    Erase(what, "syntax error while parsing ", " - ");
+    if (what.size() > LONGEST) what.replace(LengthOfWholeCharacters(what.substr(0, LONGEST)), std::string::npos, "...");
+    return what;
+}
+
 }  // namespace
 
 void PutJsonValue(JSON& object, VALUE const& value) {
@@ -106,16 +128,24 @@ std::string JsonText(JSON const& json) {
     return PrintableJson(json.dump(2)) + "\n";
 }
 
-std::string JsonReason(std::string const& what) {
-    auto const end = what.find("] ");
-    return end == std::string::npos ? what : what.substr(end + 2);
+JSON const& JsonMember(JSON const& object, char const* name) {
+    if (!object.is_object()) throw FAILURE("not an object");
+    auto const found = object.find(name);
+    if (found == object.end()) throw FAILURE(std::string("\"") + name + "\" is missing");
+    return *found;
+}
+
+std::string JsonTextMember(JSON const& object, char const* name) {
+    auto const& text = JsonMember(object, name);
+    if (!text.is_string()) throw FAILURE(std::string("\"") + name + "\" is not a text");
+    return text.get<std::string>();
 }
 
 JSON ParseJson(std::string const& text, std::string const& source) {
     try {
         return JSON::parse(text, MEMBERS());
     } catch (JSON::exception const& error) {
-        throw FAILURE(source + ": " + JsonReason(error.what()));
+        throw FAILURE(source + ": " + Reason(error.what()));
     } catch (FAILURE const& failure) {
         throw FAILURE(source + ": " + failure.what());
     }
@@ -152,8 +182,6 @@ PARAMETERS FromJson(std::string const& text) {
             auto const key = TakeKey(object);
             if (!parameters.emplace(key, TakeParameter(object)).second)
                 throw FAILURE("key " + Quoted(key) + " stands twice");
-        } catch (JSON::exception const& error) {
-            throw FAILURE(place + JsonReason(error.what()));
         } catch (FAILURE const& failure) {
             throw FAILURE(place + failure.what());
         }

@@ -32,8 +32,9 @@ PARAMETERS FromJson(std::string const& text);
 // object with two members of one name.
 nlohmann::ordered_json ParseJson(std::string const& text, std::string const& source);
 
-// The message of the JSON library without its leading error number.
-std::string JsonReason(std::string const& what);
+// Members of an object. They throw FAILURE for one that is missing or of another type.
+nlohmann::ordered_json const& JsonMember(nlohmann::ordered_json const& object, char const* name);
+std::string JsonTextMember(nlohmann::ordered_json const& object, char const* name);
 
 // Puts a value into an object, as "value" or "hex".
 void PutJsonValue(nlohmann::ordered_json& object, VALUE const& value);

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -35,11 +37,34 @@ struct BEGINNING {
     }
 };
 
+// Finds the place where a closing tag is missing or damaged, in a file that is indented as a save does it: there an
+// element begins no deeper than the one that is still open. Without this, keys would get components that nobody stored.
+class INDENTATION {
+ public:
+    // Takes the element whose tag begins at `at`, inside of `open` others. Returns whether it stands deeper than they.
+    bool IsDeeper(std::string_view text, std::size_t at, std::size_t open) {
+        std::size_t tabs = 0;
+        while (tabs < at && text[at - tabs - 1] == '\t') ++tabs;
+        bool const beginsLine = tabs == at || text[at - tabs - 1] == '\n';
+        if (open == 1) m_isUsed = beginsLine && tabs == 1;
+        auto const outer = open == 0 ? 0 : m_tabs[open - 1];
+        m_tabs.resize(open);
+        m_tabs.push_back(beginsLine ? tabs : outer);
+        return open == 0 || !m_isUsed || !beginsLine || tabs > outer;
+    }
+
+ private:
+    std::vector<std::size_t> m_tabs;  // before each open element; of one that begins no line, those of the outer one
+    bool m_isUsed = false;            // the file is indented so
+};
+
 // The longest one before `end`.
 BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
     BEGINNING longest;
+    INDENTATION indentation;
     std::vector<std::string_view> open;
     for (std::size_t at = text.find('<'); at < end; at = text.find('<', at)) {
+        auto const begin = at;
         auto const rest = text.substr(at);
         bool const isComment = rest.substr(0, 4) == "<!--";
         auto const close = isComment ? rest.find("-->") : rest.find('>');
@@ -49,6 +74,7 @@ BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
         if (isComment || tag.empty() || tag[0] == '?' || tag[0] == '!') continue;
         bool const isClosing = tag[0] == '/';
         if (isClosing && (open.empty() || at > end)) break;
+        if (!isClosing && !indentation.IsDeeper(text, begin, open.size())) break;
         if (isClosing) {
             open.pop_back();
         } else if (tag.back() != '/') {
@@ -60,15 +86,29 @@ BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
     return longest;
 }
 
-// Returns whether a text parses; if not, lowers `end` to a place before the break.
-bool Parses(std::string const& file, std::string const& text, std::size_t& end) {
+// Returns where a text does not parse; nothing if it does.
+std::optional<std::size_t> Break(std::string const& file, std::string const& text) {
     try {
         ParseTicketText(file, text);
-        return true;
+        return std::nullopt;
     } catch (UNLOADABLE_FILE const& failure) {
-        end = failure.offset == 0 ? 0 : std::min(end, failure.offset) - 1;
-        return false;
+        return failure.offset;
     }
+}
+
+// The longest beginning that parses once it is closed, with that text. Empty if there is none.
+std::pair<BEGINNING, std::string> Recovered(std::string const& file, std::string const& text) {
+    constexpr int ATTEMPTS = 16;  // the parser may find another break before the last one
+    auto end = text.size();
+    for (int i = 0; i < ATTEMPTS; ++i) {
+        auto const beginning = BeginningBefore(text, end);
+        if (beginning.size == 0) break;
+        auto closed = beginning.Closed(text);
+        auto const at = Break(file, closed);
+        if (!at) return {beginning, std::move(closed)};
+        end = *at == 0 ? 0 : std::min(end, *at) - 1;
+    }
+    return {};
 }
 
 // Reports the lines with values after `begin`, without the values, which may be passwords. Returns whether there are
@@ -94,18 +134,12 @@ bool TellWhatIsLost(std::string const& file, std::string_view text, std::size_t 
 }  // namespace
 
 int Recover(ARGUMENTS const& arguments) {
-    auto const file = arguments.Text("FILE");
-    auto const text = ReadTicketText(file);
-    auto end = text.size();
-    if (Parses(file, text, end)) throw FAILURE(file + ": parses; there is nothing to recover");
-    BEGINNING beginning;
-    std::string recovered;
-    constexpr int ATTEMPTS = 16;  // the parser may find another break before that one
-    for (int i = 0; i < ATTEMPTS; ++i) {
-        beginning = BeginningBefore(text, end);
-        recovered = beginning.Closed(text);
-        if (beginning.size == 0 || Parses(file, recovered, end)) break;
-    }
+    INPUT const input(arguments.Text("FILE"));
+    auto const& file = input.Name();
+    auto const text = ReadTicketText(input.Path());
+    auto const at = Break(file, text);
+    if (!at) throw FAILURE(file + ": parses; there is nothing to recover");
+    auto const [beginning, recovered] = Recovered(file, text);
     if (beginning.size == 0) {
         TellWhatIsLost(file, text, 0);
         throw FAILURE(file + ": no value stands before the error; correct it, as ticket check shows it, and try again");
@@ -114,7 +148,7 @@ int Recover(ARGUMENTS const& arguments) {
     copy.Take(recovered);
     TICKET const ticket(copy.Path());
     auto const target = arguments.Find("NEW");
-    LISTING const listing(arguments, file);
+    LISTING const listing(arguments, arguments.Text("FILE"));
     if (!target) {
         for (auto const& key : ticket.Keys()) {
             if (auto const parameter = ticket.Read(key)) listing.Print(key, *parameter);
@@ -125,5 +159,11 @@ int Recover(ARGUMENTS const& arguments) {
         }
         Rewrite(*target, arguments, [&](TICKET& into) { into.Merge(ticket, {}, false); });
     }
-    return TellWhatIsLost(file, text, beginning.size) ? FOUND_SOMETHING : SUCCESS;
+    bool const lost = TellWhatIsLost(file, text, beginning.size);
+    if (EndsEarly(text, *at)) {
+        std::cout << Printable(PLACES(file, text).Of(text.size()))
+                  << "the file ends here; what stood behind this place is lost\n";
+        return FOUND_SOMETHING;
+    }
+    return lost ? FOUND_SOMETHING : SUCCESS;
 }

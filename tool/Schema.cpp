@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "Json.h"
 #include "Text.h"
@@ -53,20 +54,41 @@ VALUE ValueOf(JSON const& json, PARAM_TYPE type) {
     return ParseValue(text, type);
 }
 
+bool Flag(JSON const& object, char const* name) {
+    if (!object.contains(name)) return false;
+    auto const& flag = object[name];
+    if (!flag.is_boolean()) throw FAILURE(std::string("\"") + name + "\" is neither true nor false");
+    return flag.get<bool>();
+}
+
+std::optional<double> Limit(JSON const& object, char const* name) {
+    if (!object.contains(name)) return std::nullopt;
+    auto const& limit = object[name];
+    if (!limit.is_number()) throw FAILURE(std::string("\"") + name + "\" is not a number");
+    return limit.get<double>();
+}
+
+JSON const& Array(JSON const& object, char const* name) {
+    auto const& array = JsonMember(object, name);
+    if (!array.is_array()) throw FAILURE(std::string("\"") + name + "\" is not an array");
+    return array;
+}
+
 KNOWN_KEY Known(JSON const& object) {
     KNOWN_KEY known;
-    known.key = object.at("key").get<std::string>();
-    auto const type = TypeFromName(object.at("type").get<std::string>());
+    known.key = JsonTextMember(object, "key");
+    auto const type = TypeFromName(JsonTextMember(object, "type"));
     known.types = {type};
-    known.isVector = object.value("vector", false);
-    known.isSecret = object.value("secret", false);
-    known.help = object.value("help", "");
+    known.isVector = Flag(object, "vector");
+    known.isSecret = Flag(object, "secret");
+    if (object.contains("help")) known.help = JsonTextMember(object, "help");
     if (object.contains("default") && object["default"].is_primitive() && !object["default"].is_null()) {
         known.fallback = ValueOf(object["default"], type);
     }
-    if (object.contains("min")) known.minimum = object["min"].get<double>();
-    if (object.contains("max")) known.maximum = object["max"].get<double>();
-    for (auto const& choice : object.value("choices", JSON::array())) known.choices.push_back(ValueOf(choice, type));
+    known.minimum = Limit(object, "min");
+    known.maximum = Limit(object, "max");
+    if (!object.contains("choices")) return known;
+    for (auto const& choice : Array(object, "choices")) known.choices.push_back(ValueOf(choice, type));
     return known;
 }
 
@@ -168,19 +190,21 @@ void SCHEMA::AddSettings() {
 }
 
 void SCHEMA::AddFile(std::string const& path) {
+    constexpr char const* HINT = "; --schema none ignores schema files";
     auto const text = ReadBytes(path);
-    std::string where = path;
+    std::string where;
     try {
-        auto const document = ParseJson(text, path);
+        auto const document = ParseJson(text, "JSON");
+        std::set<std::string> keys;
         std::size_t number = 0;
-        for (auto const& object : document.at("keys")) {
-            where = path + ": key " + std::to_string(number++);
-            Add(Known(object));
+        for (auto const& object : Array(document, "keys")) {
+            where = "key " + std::to_string(number++) + ": ";
+            auto known = Known(object);
+            if (!keys.insert(known.key).second) throw FAILURE(Quoted(known.key) + " stands twice");
+            Add(std::move(known));
         }
-    } catch (JSON::exception const& error) {
-        throw FAILURE(where + ": " + JsonReason(error.what()) + "; --schema none ignores schema files");
     } catch (FAILURE const& failure) {
-        throw FAILURE(where + ": " + failure.what() + "; --schema none ignores schema files");
+        throw FAILURE(path + ": " + where + failure.what() + HINT);
     }
 }
 
@@ -232,9 +256,10 @@ NAME const* Closest(std::string const& name, std::vector<NAME> const& candidates
 std::string Objection(KNOWN_KEY const& known, VALUE const& value) {
     auto const isValue = [&](VALUE const& choice) { return SameMeaning(choice, value); };
     bool const isChoice = known.choices.empty() || std::any_of(known.choices.begin(), known.choices.end(), isValue);
-    bool const isLow = known.minimum && Number(value) < *known.minimum;
-    bool const isHigh = known.maximum && Number(value) > *known.maximum;
-    return isChoice && !isLow && !isHigh ? "" : "is not " + Allowed(known);
+    // NaN is in no range.
+    bool const isHighEnough = !known.minimum || Number(value) >= *known.minimum;
+    bool const isLowEnough = !known.maximum || Number(value) <= *known.maximum;
+    return isChoice && isHighEnough && isLowEnough ? "" : "is not " + Allowed(known);
 }
 
 std::string Allowed(KNOWN_KEY const& known) {

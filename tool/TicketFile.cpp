@@ -113,6 +113,7 @@ std::vector<STICKET_ACCESS const*>& Abandoned() {
 
 TICKET::TICKET(std::string const& path, MISSING missing) : m_path(path) {
     if (path.empty()) throw FAILURE("the name of a ticket file is empty");
+    if (path == "-") throw FAILURE("- is standard input, and this needs a file; ./- is one of that name");
     if (missing == MISSING::IS_EMPTY && !Exists(path)) {
         RequirePlaceFor(path);
         m_table = hSTicketInstance->Create(path.c_str());

@@ -37,12 +37,15 @@ class DIRECTORY_WATCH {
     int const m_events;
 };
 
-// The file as it is now; null, with a complaint, while it cannot be read.
-std::unique_ptr<TICKET> Look(std::string const& file) {
+// The file as it is now; null while it cannot be read, with a complaint that is not repeated while it stays the same.
+std::unique_ptr<TICKET> Look(std::string const& file, std::string& lastComplaint) {
     try {
-        return std::make_unique<TICKET>(file, MISSING::IS_EMPTY);
+        auto ticket = std::make_unique<TICKET>(file, MISSING::IS_EMPTY);
+        lastComplaint.clear();
+        return ticket;
     } catch (FAILURE const& failure) {
-        Complain(failure.what());
+        if (failure.what() != lastComplaint) Complain(failure.what());
+        lastComplaint = failure.what();
         return nullptr;
     }
 }
@@ -56,9 +59,10 @@ int Watch(ARGUMENTS const& arguments) {
     DIRECTORY_WATCH watch(file);
     LISTING const listing(arguments, file);
     auto before = std::make_unique<TICKET>(file, MISSING::IS_EMPTY);
+    std::string lastComplaint;
     for (int changes = 0; !count || changes < std::stoi(*count);) {
         watch.Wait();
-        auto now = Look(file);
+        auto now = Look(file, lastComplaint);
         if (now == nullptr) continue;
         if (listing.PrintDifferences(before.get(), now.get(), selectors)) ++changes;
         std::cout.flush();

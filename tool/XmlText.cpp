@@ -1,6 +1,9 @@
 // Reading and parsing with places; shared by the checks and by everything that must refuse a broken file.
 #include "XmlText.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -27,21 +30,31 @@ std::string Hint(std::string_view text, std::size_t offset) {
     bool const wide = begins("\xFF\xFE"sv) || begins("\xFE\xFF"sv) || begins("<\0"sv) || begins("\0<"sv);
     if (wide) return " (it looks like UTF-16; only UTF-8 is read)";
     if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) return " (the file is empty)";
-    if (text.find('>', offset + 1) == std::string_view::npos) return " (the file may be cut off here)";
+    if (EndsEarly(text, offset)) return " (the file may be cut off here)";
     return IsOfAnImpossibleKey(text, offset) ? " (no file can hold a key with <, >, \" or a line end)" : "";
 }
 
 }  // namespace
 
+bool EndsEarly(std::string_view text, std::size_t breakAt) {
+    return text.find('>', breakAt + 1) == std::string_view::npos;
+}
+
 std::string ReadBytes(std::string const& path) {
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rbe"), std::fclose);
+    bool const isStandard = path == "-";
+    // Not opened by a name: standard input may be another user's file or pipe.
+    int const standard = isStandard ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0) : -1;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(
+        isStandard ? fdopen(standard, "rb") : std::fopen(path.c_str(), "rbe"), std::fclose);
     std::string text;
     char block[1 << 16];
     for (std::size_t count = sizeof block; file && count == sizeof block;) {
         count = std::fread(block, 1, sizeof block, file.get());
         text.append(block, count);
     }
-    if (!file || std::ferror(file.get()) != 0) throw FAILURE(path + ": cannot be read: " + std::strerror(errno));
+    if (!file || std::ferror(file.get()) != 0) {
+        throw FAILURE((isStandard ? "standard input" : path) + ": cannot be read: " + std::strerror(errno));
+    }
     return text;
 }
 

@@ -16,11 +16,14 @@ struct UNLOADABLE_FILE : FAILURE {
     std::size_t offset;  // where it does not parse; npos for any other reason
 };
 
-// The bytes of a file or pipe; throws FAILURE when it cannot be read.
+// The bytes of a file or pipe; "-" is standard input. Throws FAILURE when it cannot be read.
 std::string ReadBytes(std::string const& path);
 
 // The same for a ticket file, which the library accepts only as a regular file.
 std::string ReadTicketText(std::string const& path);
+
+// Whether a text that does not parse at a place seems to be cut off there: no tag ends behind it.
+bool EndsEarly(std::string_view text, std::size_t breakAt);
 
 // Lines and columns of a text, both counted from 1, columns in bytes. Ask for ascending offsets, so that the text is
 // passed over only once.

@@ -117,7 +117,7 @@ complete -c ticket -n '__fish_seen_subcommand_from set' -l type -x -a 'int unsig
 complete -c ticket -n '__fish_seen_subcommand_from set' -l index -x -d 'Replace this element of a vector, or append at its end'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l append -d 'Append to the key'\''s vector'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l hex -d 'VALUE is in hexadecimal; a new key becomes a binstr'
-complete -c ticket -n '__fish_seen_subcommand_from set' -l from-file -r -F -d 'Store the bytes of this file or pipe; a new key becomes a binstr'
+complete -c ticket -n '__fish_seen_subcommand_from set' -l from-file -r -F -d 'Store the bytes of this file or pipe, - for standard input; a new key becomes a binstr'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l schema -r -F -d 'JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l dry-run -d 'Show what would change, and change nothing'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l backup -d 'Keep the old file under its name with SUFFIX appended; ~ by default'

@@ -144,7 +144,7 @@ _ticket() {
                 '--index=[Replace this element of a vector, or append at its end]:index: ' \
                 '--append[Append to the key'\''s vector]' \
                 '--hex[VALUE is in hexadecimal; a new key becomes a binstr]' \
-                '--from-file=[Store the bytes of this file or pipe; a new key becomes a binstr]:from-file:_files' \
+                '--from-file=[Store the bytes of this file or pipe, - for standard input; a new key becomes a binstr]:from-file:_files' \
                 '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \

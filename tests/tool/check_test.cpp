@@ -276,6 +276,13 @@ TEST_F(ToolCheck, TellsAPathWithSingleBackslashes) {
     EXPECT_EQ(FindingsIn("<a type='string'>Title:\\ttext</a>"), "");
 }
 
+TEST_F(ToolCheck, TellsBytesThatAreNotUtf8) {
+    EXPECT_EQ(FindingsIn("<Name type='string'>M\xFCller</Name>"),
+              "1:9: the text of 'Name' is not UTF-8; programs get its bytes as they are\n");
+    EXPECT_EQ(FindingsIn("<B\xFC><Name type='string'>\xC3\xBC</Name></B\xFC>"),
+              "1:9: the name 'B\\xFC' is not UTF-8; programs get its bytes as they are\n");
+}
+
 TEST_F(ToolCheck, TellsSettingsThatTheServiceCannotUse) {
     EXPECT_EQ(FindingsIn("<Log><Level type='string'>4</Level></Log>"),
               "1:14: key 'Log/Level' is of type string; programs read int and get the fallback 3\n");

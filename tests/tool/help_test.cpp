@@ -95,7 +95,8 @@ TEST_F(ToolHelp, WrongUsageIsToldWithTheHelpToRead) {
     EXPECT_EQ(Error({"list"}), "list: FILE is missing; see ticket help list");
     EXPECT_THAT(Error({"list", "a.xml", "--wrong"}), HasSubstr("list: no option '--wrong'"));
     EXPECT_EQ(Error({"get", "a.xml", "k", "more"}), "get: unexpected argument 'more'; see ticket help get");
-    EXPECT_EQ(Error({"get", "a.xml", "k", "--index", "x"}), "--index: 'x' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"get", "a.xml", "k", "--index", "x"}), "--index: 'x' is not a whole number from 0 to 999999999");
+    EXPECT_EQ(Error({"get", "a.xml", "k", "--default"}), "get: --default needs a value; see ticket help get");
     EXPECT_EQ(Error({"set", "a.xml", "k", "v", "--type", "text"}),
               "--type: 'text' is not one of int, unsigned, int64, uint64, double, string, binstr");
     EXPECT_EQ(Error({"diff", "a.xml"}), "diff: OTHER is missing; see ticket help diff");
@@ -126,6 +127,20 @@ TEST_F(ToolHelp, WhatBeginsWithADashAndIsNoOptionIsToldToFollowTwo) {
     EXPECT_THAT(Error({"get", "a.xml", "k", "more"}), Not(HasSubstr("follows --")));
     EXPECT_EQ(Error({"get", "a.xml", "k", "-.5"}), "get: unexpected argument '-.5'; see ticket help get");
     EXPECT_THAT(Output({"set", "--help"}), HasSubstr("-- precedes one that begins with a dash"));
+}
+
+TEST_F(ToolHelp, AValueAfterAnEqualsSignMayBeEmpty) {
+    WriteTicket("a.xml", "<k type='int'>1</k>");
+    EXPECT_EQ(Output({"get", "a.xml", "none", "--default="}), "\n");
+    EXPECT_EQ(Output({"set", "a.xml", "k", "2", "--backup="}), "");
+    EXPECT_EQ(Output({"get", "a.xml~", "k"}), "1\n");
+}
+
+TEST_F(ToolHelp, WhatFollowsTwoDashesIsTakenAsItIs) {
+    for (auto const* const word : {"--backup", "--type=", "--", "-h", "--help"}) {
+        EXPECT_EQ(Output({"set", "a.xml", "k", "--", word}), "");
+        EXPECT_EQ(Output({"get", "a.xml", "k"}), std::string(word) + "\n");
+    }
 }
 
 TEST_F(ToolHelp, AnErrorIsOneLineWhateverItIsAbout) {

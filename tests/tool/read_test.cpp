@@ -97,7 +97,8 @@ TEST_F(ToolGet, AnIndexPicksOneElement) {
     EXPECT_EQ(Output({"get", "s.xml", "Sizes", "--index", "2"}), "18446744073709551615\n");
     EXPECT_EQ(Output({"get", "s.xml", "Log/Level", "--index", "0"}), "3\n");
     EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "4"}, 1), "s.xml: 'Sizes' has no element 4");
-    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"get", "s.xml", "Sizes", "--index", "-1"}),
+              "--index: '-1' is not a whole number from 0 to 999999999");
     EXPECT_EQ(Error({"get", "s.xml", "Log/Level", "--index", "1"}, 1), "s.xml: 'Log/Level' has no element 1");
 }
 

@@ -83,8 +83,32 @@ TEST_F(ToolSchema, AFileThatIsNoneIsTold) {
     EXPECT_EQ(Error({"set", "n.xml", "a", "1", "--schema", "bad.json"}),
               "bad.json: key 0: unknown type 'text'; --schema none ignores schema files");
     EXPECT_THAT(Error({"set", "n.xml", "a", "1", "--schema", "none.json"}), HasSubstr("none.json: cannot be read"));
-    Write("bad.json", "{");
-    EXPECT_THAT(Error({"set", "n.xml", "a", "1", "--schema", "bad.json"}), HasSubstr("bad.json: "));
+    for (auto const& [json, reason] : {
+             std::pair{"{", "bad.json: JSON: line 1, column 2: unexpected end of input"},
+             std::pair{"[]", "bad.json: not an object; "},
+             std::pair{"{}", "bad.json: \"keys\" is missing; "},
+             std::pair{R"({"keys": {"a": 1}})", "bad.json: \"keys\" is not an array; "},
+             std::pair{R"({"keys": [1]})", "bad.json: key 0: not an object; "},
+             std::pair{R"({"keys": [{"key": "a"}]})", "bad.json: key 0: \"type\" is missing; "},
+             std::pair{R"({"keys": [{"key": "a", "type": "int", "min": "x"}]})", "key 0: \"min\" is not a number; "},
+             std::pair{R"({"keys": [{"key": "a", "type": "int", "choices": 3}]})", "\"choices\" is not an array; "},
+             std::pair{R"({"keys": [{"key": "a", "type": "int", "vector": 1}]})",
+                       "\"vector\" is neither true nor false"},
+             std::pair{R"({"keys": [{"key": "a", "type": "int"}, {"key": "a", "type": "double"}]})",
+                       "bad.json: key 1: 'a' stands twice; "},
+         }) {
+        Write("bad.json", json);
+        EXPECT_THAT(Error({"set", "n.xml", "a", "1", "--schema", "bad.json"}), HasSubstr(reason));
+    }
+}
+
+TEST_F(ToolSchema, ANumberThatIsNoneIsInNoRange) {
+    Write("d.json",
+          R"({"keys": [{"key": "D", "type": "double", "min": 0}, {"key": "E", "type": "double", "max": 1}]})");
+    EXPECT_EQ(Error({"set", "n.xml", "D", "nan", "--schema", "d.json"}),
+              "'D': nan is not 0 or more; --force stores it all the same");
+    EXPECT_EQ(Error({"set", "n.xml", "E", "nan", "--schema", "d.json"}),
+              "'E': nan is not 1 or less; --force stores it all the same");
 }
 
 TEST_F(ToolSchema, SecretsAreHiddenWhereItIsAskedFor) {

@@ -98,7 +98,8 @@ TEST_F(ToolSet, AnIndexReplacesAnElementOrAppendsAtTheEnd) {
     EXPECT_EQ(AfterSet({"v", "3", "--index", "1"}, "v"), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
     EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "3"}), "s.xml: 'v' has no element 3");
     EXPECT_EQ(Error({"set", "s.xml", "new", "4", "--index", "1"}), "s.xml: 'new' has no element 1");
-    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"set", "s.xml", "v", "4", "--index", "-1"}),
+              "--index: '-1' is not a whole number from 0 to 999999999");
     EXPECT_EQ(Output({"list", "s.xml"}), "v[0]\tstring\t\"x\"\nv[1]\tint\t3\n");
     EXPECT_EQ(AfterSet({"v", "4", "--type", "int"}, "v"), "v\tint\t4\n");
 }
@@ -268,7 +269,8 @@ TEST_F(ToolDelete, AKeyThatIsNotThereFailsAndNothingIsDeleted) {
     auto const before = Content("s.xml");
     EXPECT_EQ(Error({"delete", "s.xml", "v", "x"}, 1), "s.xml: no key 'x'");
     EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "3"}, 1), "s.xml: no key 'v' with element 3");
-    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "-1"}), "--index: '-1' is not an index; the first one is 0");
+    EXPECT_EQ(Error({"delete", "s.xml", "v", "--index", "-1"}),
+              "--index: '-1' is not a whole number from 0 to 999999999");
     EXPECT_EQ(Error({"delete", "s.xml", "a"}, 1), "s.xml: no key 'a'");
     EXPECT_THAT(Error({"delete", "s.xml"}), HasSubstr("KEY"));
     EXPECT_EQ(Error({"delete", "other.xml", "v"}), "other.xml: no such file");
@@ -463,13 +465,13 @@ TEST_F(ToolImport, TextThatIsNotOfItsShapeIsRefusedWithTheReason) {
     auto const before = Content("s.xml");
     std::string const deep = std::string(100000, '[') + std::string(100000, ']');
     for (auto const& [json, reason] : {
-             std::pair{std::string(), "standard input: parse error at line 1, column 1"},
+             std::pair{std::string(), "standard input: line 1, column 1: unexpected end"},
              std::pair{std::string("{}"), "standard input: the JSON is not an array of keys"},
              std::pair{std::string("[1]"), "standard input: entry 0: not an object"},
              std::pair{std::string(R"([{"key": "a", "vector": [1]}])"), "standard input: entry 0: not an object"},
-             std::pair{std::string("[{}]"), "standard input: entry 0: key 'key' not found"},
-             std::pair{std::string(R"([{"key": "a"}])"), "standard input: entry 0: key 'type' not found"},
-             std::pair{std::string(R"([{"key": "a", "type": "int"}])"), "entry 0: key 'value' not found"},
+             std::pair{std::string("[{}]"), "standard input: entry 0: \"key\" is missing"},
+             std::pair{std::string(R"([{"key": "a"}])"), "standard input: entry 0: \"type\" is missing"},
+             std::pair{std::string(R"([{"key": "a", "type": "int"}])"), "entry 0: \"value\" is missing"},
              std::pair{std::string(R"([{"key": "a", "type": "text", "value": "x"}])"), "entry 0: unknown type 'text'"},
              std::pair{std::string(R"([{"key": "a", "type": "int", "value": 1.5}])"),
                        "entry 0: \"1.5\" is not a value of type int"},
@@ -477,9 +479,16 @@ TEST_F(ToolImport, TextThatIsNotOfItsShapeIsRefusedWithTheReason) {
                        "entry 0: \"value\" is not one of type int"},
              std::pair{R"([{"key": "a", "type": "int", "value": )" + deep + "}]",
                        "entry 0: \"value\" is not one of type int"},
-             std::pair{std::string(R"([{"key": "a", "type": "string", "value": 1}])"), "entry 0: type must be string"},
+             std::pair{std::string(R"([{"key": "a", "type": "string", "value": 1}])"),
+                       "entry 0: \"value\" is not a text"},
              std::pair{std::string(R"([{"key": "a", "type": "int", "hex": "00"}])"),
                        "entry 0: \"hex\" does not go with type int"},
+             std::pair{std::string(R"([{"key": "a", "type": "string", "value": "x", "hex": "00"}])"),
+                       "entry 0: both \"value\" and \"hex\" are given"},
+             std::pair{std::string(R"([{"key": "a", "keyHex": "62", "type": "int", "value": 1}])"),
+                       "entry 0: both \"key\" and \"keyHex\" are given"},
+             std::pair{std::string(R"([{"key": "a", "type": "int", "value": 1, "vector": []}])"),
+                       "entry 0: both \"vector\" and \"value\" are given"},
              std::pair{std::string(R"([{"key": "a", "vector": []}])"), "entry 0: \"vector\" is not an array of values"},
              std::pair{
                  std::string(R"([{"key": "a", "type": "int", "value": 1}, {"key": "a", "type": "int", "value": 2}])"),
