@@ -32,9 +32,26 @@ constexpr Key<std::chrono::milliseconds> Delay = Key<std::chrono::milliseconds>{
 constexpr Key<Window> TheWindow{"Main"};
 constexpr Key<Colour> TheColour{"Colour", Colour{3}};
 constexpr Key<double> Zoom = Key<double>{"Zoom", 0.5}.range(0.1, 10);
+constexpr Key<std::string> Title{"Title", "Untitled"};
+constexpr Key<std::int8_t> Small{"Small", 1};
+constexpr Key<float> Scale{"Scale", 1};
+constexpr Key<std::optional<int>> Maybe{"Maybe"};
 constexpr Key<ticket::Bytes> Preset = Key<ticket::Bytes>{"Preset"}.wide();
 
+// Kept as a number, and without a value of its own to begin with.
+struct Serial {
+    int number;
+    constexpr explicit Serial(int of) : number(of) {}
+};
+
 }  // namespace
+
+template <>
+struct ticket::Codec<Serial> {
+    using Stored = int;
+    static int encode(Serial const& serial) { return serial.number; }
+    static std::optional<Serial> decode(int number) { return Serial(number); }
+};
 
 TEST(StoreKeys, AKeyIsReadWithItsTypeAndFallback) {
     Store store;
@@ -55,6 +72,55 @@ TEST(StoreKeys, AKeyIsReadWithItsTypeAndFallback) {
     EXPECT_EQ(store.get(TheWindow), (Window{{1, 2}, "t", 1.5}));
     EXPECT_TRUE(store.erase(TheWindow));
     EXPECT_TRUE(store.entries("Main").empty());
+}
+
+TEST(StoreKeys, ATypeWithoutADefaultConstructorCanBeDeclared) {
+    constexpr Key<Serial> key{"Serial", Serial(4)};
+    Store store;
+    EXPECT_EQ(store.get(key).number, 4);
+    EXPECT_TRUE(store.set(key, Serial(5)));
+    EXPECT_EQ(store.get(key).number, 5);
+}
+
+TEST(StoreKeys, AValueOfAnotherTypeIsConvertedOnlyIfNothingOfItIsLost) {
+    Store store;
+    EXPECT_TRUE(store.set(Width, 900L));
+    EXPECT_EQ(store.get(Width), 900);
+    EXPECT_EQ(store.set(Width, 5000000000).reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Small, 300).message(), "Small: the number does not fit the type of the key");
+    EXPECT_EQ(store.set(Small, 4294967295u).reason(), Reason::out_of_range);
+    EXPECT_TRUE(store.set(Small, -128));
+    EXPECT_EQ(store.get(Small), -128);
+    EXPECT_TRUE(store.set(Zoom, 2));
+    EXPECT_EQ(store.get(Zoom), 2.0);
+    EXPECT_TRUE(store.set(Scale, 0.1));
+    EXPECT_EQ(store.get(Scale), 0.1f);
+    EXPECT_EQ(store.set(Scale, 1e300).reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Scale, 16777217).reason(), Reason::out_of_range);
+    EXPECT_EQ(store.set(Maybe, 5000000000).reason(), Reason::out_of_range);
+    EXPECT_TRUE(store.set(Maybe, 5));
+    EXPECT_EQ(store.get(Maybe), 5);
+    EXPECT_TRUE(store.set(Maybe, std::nullopt));
+    EXPECT_FALSE(store.contains("Maybe"));
+    EXPECT_TRUE(store.set(Delay, 2s));
+    EXPECT_EQ(store.get(Delay), 2000ms);
+    EXPECT_TRUE(store.set(Title, std::string_view("View")));
+    EXPECT_EQ(store.get(Title), "View");
+    EXPECT_TRUE(store.set(Title, static_cast<char const*>(nullptr)));
+    EXPECT_EQ(store.get(Title), "");
+    ticket::ChangeResult const changed = store.change([](ticket::Change& c) { c.set(Small, 300); });
+    EXPECT_EQ(changed.message(), "Small: the number does not fit the type of the key");
+    EXPECT_TRUE(store.change([](ticket::Change& c) { c.set(Small, 5L); }));
+    EXPECT_EQ(store.get(Small), 5);
+}
+
+TEST(StoreKeys, ErasingADeclaredKeyTellsWhetherItWasThere) {
+    Store store;
+    store.set(Width, 900);
+    EXPECT_TRUE(store.erase(Width));
+    EXPECT_EQ(store.erase(Width).reason(), Reason::missing);
+    EXPECT_EQ(store.erase(TheWindow).reason(), Reason::missing);
+    EXPECT_TRUE(store.change([](ticket::Change& c) { EXPECT_EQ(c.erase(Width), 0u); }));
 }
 
 TEST(StoreKeys, SeveralAreReadTogether) {
@@ -148,8 +214,9 @@ TEST(StoreSchema, ACheckListsWhatDeviates) {
     store.set(Recent, {"a"});
     std::vector<std::string> messages;
     for (ticket::Result const& deviation : schema.check(store)) messages.push_back(deviation.message());
-    EXPECT_THAT(messages, ElementsAre("Window/Width: wrong type", "Job/Paper: the value is not among those declared",
-                                      "Main/Place/Z: undeclared"));
+    EXPECT_THAT(messages,
+                ElementsAre("Window/Width: wrong type", "Job/Paper: the value is not among the declared choices",
+                            "Main/Place/Z: undeclared"));
 }
 
 TEST(StoreSchema, JsonTellsEveryKey) {

@@ -181,7 +181,17 @@ TEST(StoreValues, NarrowingIsDoneWhereItIsAskedFor) {
     EXPECT_EQ(store.get<float>("Infinity"), std::numeric_limits<float>::infinity());
     store.set("Time", 1500ms);
     EXPECT_EQ(store.get<std::chrono::seconds>("Time"), std::nullopt);
-    EXPECT_EQ(store.get("Time", 0s, ticket::nearest), 1s);
+    EXPECT_EQ(store.get("Time", 0s, ticket::nearest), 2s);
+    EXPECT_EQ(store.get("Time", 1min, ticket::nearest), 0min);
+    store.set("Time", -89999ms);
+    EXPECT_EQ(store.get("Time", 0min, ticket::nearest), -1min);
+    EXPECT_EQ(store.get("Time", 0s, ticket::nearest), -90s);
+    EXPECT_EQ(store.get("Time", std::chrono::hours(1), ticket::nearest), std::chrono::hours(0));
+    using Byte = std::chrono::duration<std::int8_t>;
+    store.set("Time", 300s);
+    EXPECT_EQ(store.get<Byte>("Time"), std::nullopt);
+    EXPECT_EQ(store.get("Time", Byte(0), ticket::nearest), Byte(127));
+    store.set("Time", 1500ms);
     EXPECT_EQ(store.get<std::chrono::microseconds>("Time"), 1500000us);
 }
 

@@ -26,6 +26,12 @@ void HugeInteger(ticket::Store& store) {
 void WideCharacter(ticket::Store& store) {
     store.set("Key", L'x');
 }  // says: wide characters are not kept
+void WideText(ticket::Store& store) {
+    store.set("Key", L"text");
+}  // says: wide characters are not kept
+void Array(ticket::Store& store, int const (&numbers)[3]) {
+    store.set("Key", numbers);
+}  // says: for an array a std::array or std::vector
 void Struct(ticket::Store& store) {
     store.set("Key", Unknown{});
 }  // says: this type is not known
@@ -57,3 +63,16 @@ constexpr ticket::Key<char const*> TextKey{"Key", ""};  // says: declare Key<std
 constexpr ticket::Key<int> NoKey{"a//b", 1};            // says: no file keeps a key of this name
 constexpr auto TextRange =
     ticket::Key<std::string>{"Key", ""}.range("a", "b");  // says: only numbers and durations have a range
+constexpr auto EmptyRange = ticket::Key<int>{"Key", 1}.range(9, 1);  // says: the range is empty
+constexpr ticket::Key<int const> ConstantKey{"Key", 1};              // says: name the type without const
+constexpr ticket::Key<int> Number{"Key", 1};
+constexpr ticket::Key<bool> Flag{"Key", true};
+void Fraction(ticket::Store& store) {
+    store.set(Number, 5.5);
+}  // says: takes no number with a fraction
+void TextForANumber(ticket::Store& store) {
+    store.set(Number, "five");
+}  // says: the value is not of the type of the key
+void PointerForAFlag(ticket::Store& store) {
+    store.set(Flag, "yes");
+}  // says: takes true and false only

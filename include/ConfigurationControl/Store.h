@@ -213,17 +213,19 @@ class BasicStore {
         detail::Status const status = put(key, value);
         return status ? Result() : report(status, key.name());
     }
-    /** Removes a key, or with a trailing '*' all keys that begin so. Reason::missing where there is none. */
-    Result erase(std::string_view selector) {
-        std::size_t count = 0;
-        ChangeResult changed = change([&](Change& change) { count = change.erase(selector); });
-        if (!changed) return std::move(changed);
-        return count != 0 ? Result() : report({Reason::missing, nullptr}, selector);
+    /** As above, with a value that converts to the key's type; a number that does not fit is refused. */
+    template <typename T, typename U, std::enable_if_t<!std::is_same_v<T, U>, int> = 0>
+    Result set(Key<T> const& key, U const& value) {
+        detail::check_conversion<T, U>();
+        if (!detail::fits<T>(value)) return report(detail::DOES_NOT_FIT_KEY, key.name());
+        return set(key, detail::convert_given<T>(value));
     }
-    /** Removes the value of a declared key, of a struct that of all its members. */
+    /** Removes a key, or with a trailing '*' all keys that begin so. Reason::missing where there is none. */
+    Result erase(std::string_view selector) { return erase(selector, selector); }
+    /** Removes the value of a declared key, of a struct those of all its members. Reason::missing if there is none. */
     template <typename T>
     Result erase(Key<T> const& key) {
-        return change([&](Change& change) { change.erase(key); });
+        return erase(key, key.name());
     }
     /**
      * Several changes as one, under one holding of the ticket's mutex: store.change([&](ticket::Change& c) {...}). All
@@ -249,14 +251,14 @@ class BasicStore {
      * nothing changed it does nothing. Waits at most Options::longest_wait for other programs that save.
      */
     [[nodiscard]] Result save() {
-        if (m_state == nullptr) return report({Reason::no_ticket, nullptr}, {});
+        if (m_state == nullptr) return report(detail::NO_TICKET, {});
         Result saved = m_state->save();
         if (!saved && m_throws) saved.or_throw();
         return saved;
     }
     /** Takes over what other programs have changed in the file. Keys that were changed here and not saved stay. */
     Result reload() {
-        if (m_state == nullptr || m_state->file().empty()) return report({Reason::no_ticket, nullptr}, {});
+        if (m_state == nullptr || m_state->file().empty()) return report(detail::NO_TICKET, {});
         return m_state->reload(true, [](std::vector<std::string> const&, detail::Table) {});
     }
     /**
@@ -307,6 +309,13 @@ class BasicStore {
         return result;
     }
 
+    template <typename Selected>
+    Result erase(Selected const& selected, std::string_view subject) {
+        std::size_t count = 0;
+        ChangeResult changed = change([&](Change& change) { count = change.erase(selected); });
+        if (!changed) return std::move(changed);
+        return count != 0 ? Result() : report(detail::NO_VALUE, subject);
+    }
     /** Stores a value. The caller has checked the key, and that there is a ticket. */
     template <typename V, typename T>
     detail::Status put(char const* key, T const& value) {
@@ -327,7 +336,7 @@ class BasicStore {
     template <typename T>
     detail::Status put(Key<T> const& key, T const& value) {
         if (m_table == nullptr) return detail::NO_TICKET;
-        if (!key.allows(value)) return not_allowed();
+        if (!key.allows(value)) return detail::not_allowed(key);
         if constexpr (detail::can_be_wide<T>)
             if (key.is_wide()) return put<Wide<T>>(key.name(), Wide<T>{value});
         return put<T>(key.name(), value);
@@ -345,9 +354,9 @@ class BasicStore {
 
     template <typename T>
     detail::Status take(detail::KeyName const& key, detail::ReadMode mode, T& out) const {
-        detail::Status status{Reason::no_ticket, nullptr};
+        detail::Status status = detail::NO_TICKET;
         if (m_table == nullptr) return status;
-        if (!key.is_whole()) return {Reason::missing, nullptr};  // the table would read the key up to the NUL
+        if (!key.is_whole()) return detail::NO_VALUE;  // the table would read the key up to the NUL
         detail::Slot const slot{m_table, key.c_str()};
         if constexpr (detail::kind_of<T>() == detail::Kind::number)
             status = detail::take(slot, mode, out);
@@ -362,16 +371,12 @@ class BasicStore {
                 Wide<T> wide{};
                 detail::Status const status = take(key.name(), {}, wide);
                 if (status) out = std::move(wide.value);
-                return status && !key.allows(out) ? not_allowed() : status;
+                return status && !key.allows(out) ? detail::not_allowed(key) : status;
             }
         }
         detail::Status const status = take(key.name(), {}, out);
-        return status && !key.allows(out) ? not_allowed() : status;
+        return status && !key.allows(out) ? detail::not_allowed(key) : status;
     }
-    static constexpr detail::Status not_allowed() {
-        return {Reason::out_of_range, "the value is not among those declared"};
-    }
-
     /** What a read begins with: of a struct the fallback, whose members stand for those that are missing. */
     template <typename T>
     static T first_value(Key<T> const& key) {

@@ -86,20 +86,32 @@ class BasicChange {
     /** Stores a value of a declared key. */
     template <typename T>
     void set(Key<T> const& key, detail::Same<T> const& value) {
-        if (!key.allows(value)) note({Reason::out_of_range, "the value is not in the declared range"}, key.name());
+        if (!key.allows(value)) note(detail::not_allowed(key), key.name());
         if (!m_refused) return;
         if constexpr (detail::can_be_wide<T>)
             if (key.is_wide()) return set(key.name(), Wide<T>{value});
         set(key.name(), value);
     }
+    /** As above, with a value that converts to the key's type; a number that does not fit is refused. */
+    template <typename T, typename U, std::enable_if_t<!std::is_same_v<T, U>, int> = 0>
+    void set(Key<T> const& key, U const& value) {
+        detail::check_conversion<T, U>();
+        if (!detail::fits<T>(value)) return note(detail::DOES_NOT_FIT_KEY, key.name());
+        set(key, detail::convert_given<T>(value));
+    }
     /** Removes a key, or with a trailing '*' all keys that begin so and are there now. Returns how many. */
     std::size_t erase(std::string_view selector) {
         return detail::put_erasures(m_table, detail::Selector(selector), m_batch);
     }
-    /** Removes the value of a declared key, of a struct that of all its members. */
+    /** Removes the value of a declared key, of a struct those of all its members. Returns how many were there. */
     template <typename T>
-    void erase(Key<T> const& key) {
-        detail::put_erasure<T>(key.name(), m_batch);
+    std::size_t erase(Key<T> const& key) {
+        std::size_t count = 0;
+        detail::visit_keys<T>(key.name(), [&](std::string const& name) {
+            if (detail::Slot{m_table, name.c_str()}.type() != PARAM_NONE) ++count;
+            m_batch.erase(name);
+        });
+        return count;
     }
 
     /** Stores everything; called by Store::change. */

@@ -24,8 +24,8 @@ inline Status examine_key(KeyName const& key, Rules rules) {
     if (rules == Rules::file && !is_kept_key(key.c_str()))
         return {
             Reason::not_kept,
-            "a file does not give this key back; no component is empty, \"ticket\", begins or ends with a blank, or "
-            "holds <, >, \", * or a control byte; only the last holds ? or ["};
+            "a file does not give this key back; no component may be empty or \"ticket\", begin or end with a blank, "
+            "begin with ? or !, or hold <, >, \", *, =' or a control byte; only the last may hold ? or ["};
     return {};
 }
 
@@ -181,8 +181,9 @@ Status convert_text(std::string_view text, ReadMode mode, T& out) {
         Status const status = parse_seconds(text, T::period::num, T::period::den, !mode.round, count);
         if (!status) return status;
         using Rep = typename T::rep;
-        if (count < std::numeric_limits<Rep>::min() || count > std::numeric_limits<Rep>::max())
-            return {Reason::out_of_range, "the time does not fit"};
+        constexpr Rep low = std::numeric_limits<Rep>::min(), high = std::numeric_limits<Rep>::max();
+        if (!mode.round && (count < low || count > high)) return {Reason::out_of_range, "the time does not fit"};
+        count = count < low ? low : count > high ? high : count;
         out = T(static_cast<Rep>(count));
     } else if constexpr (is_time_point<T>) {
         typename T::duration since{};
@@ -313,7 +314,7 @@ template <typename List>
 Status take_list(Slot const& slot, ReadMode mode, List& out) {
     using T = typename List::value_type;
     PARAM_TYPE const type = slot.type();
-    if (type == PARAM_NONE) return {Reason::missing, nullptr};
+    if (type == PARAM_NONE) return NO_VALUE;
     std::uint64_t const count = is_empty_list<T>(slot) ? 0 : slot.count();
     List list{};
     if constexpr (is_vector<List>)
@@ -330,6 +331,45 @@ Status take_list(Slot const& slot, ReadMode mode, List& out) {
     }
     out = std::move(list);
     return {};
+}
+
+/** Explains why a value of type U is none for a key of type T, which would convert it in silence. */
+template <typename T, typename U>
+constexpr void check_conversion() {
+    if constexpr (is_optional<T> && std::is_arithmetic_v<U>) check_conversion<typename T::value_type, U>();
+    static_assert(!std::is_floating_point_v<U> || !std::is_integral_v<T>,
+                  "ticket::Key: a key of whole numbers takes no number with a fraction; round it first");
+    static_assert(!std::is_same_v<T, bool> || !(std::is_arithmetic_v<U> || std::is_pointer_v<std::decay_t<U>>),
+                  "ticket::Key: a Key<bool> takes true and false only");
+    static_assert(std::is_convertible_v<U const&, T> || (std::is_same_v<T, std::string> && is_text<U>),
+                  "ticket::Key: the value is not of the type of the key");
+}
+
+/** Converts a value for a declared key; a null text is empty. */
+template <typename T, typename U>
+T convert_given(U const& value) {
+    if constexpr (is_text<U> && std::is_pointer_v<U>)
+        if (value == nullptr) return T{};
+    if constexpr (std::is_constructible_v<T, U const&>) return static_cast<T>(value);
+}
+
+/** Whether a number of type U fits a key of type T; a floating-point key takes the nearest it has to another one. */
+template <typename T, typename U>
+constexpr bool fits(U const& value) {
+    if constexpr (is_optional<T> && std::is_arithmetic_v<U>) {
+        return fits<typename T::value_type>(value);
+    } else if constexpr (!std::is_arithmetic_v<T> || !std::is_arithmetic_v<U>) {
+        return true;
+    } else if constexpr (std::is_integral_v<T>) {
+        auto const number = static_cast<Integer128>(value);
+        return number >= std::numeric_limits<T>::min() && number <= std::numeric_limits<T>::max();
+    } else if constexpr (std::is_floating_point_v<U>) {
+        constexpr auto limit = static_cast<long double>(std::numeric_limits<T>::max());
+        return !(value - value == 0) || (value <= limit && value >= -limit);
+    } else {
+        constexpr auto exact = Integer128{1} << std::numeric_limits<T>::digits;
+        return value <= exact && value >= -exact;
+    }
 }
 
 template <typename T>
@@ -350,7 +390,7 @@ Status take_members(Slot const& slot, ReadMode mode, T& out) {
     };
     std::apply([&](auto const&... member) { (take_member(member), ...); }, members<T>);
     if (!status) return status;
-    if (!found) return {Reason::missing, nullptr};
+    if (!found) return NO_VALUE;
     out = std::move(value);
     return {};
 }
@@ -379,19 +419,19 @@ Status take(Slot const& slot, ReadMode mode, T& out) {
     }
 }
 
-/** Adds the erasure of a value of any type to a batch: of a struct, that of all its members. */
-template <typename T>
-void put_erasure(std::string const& key, Batch& batch) {
+/** Calls `visit(key)` for each key that a value of type T occupies: of a struct, those of its members. */
+template <typename T, typename Visit>
+void visit_keys(std::string const& key, Visit&& visit) {
     if constexpr (kind_of<T>() == Kind::structure)
         std::apply(
             [&](auto const&... member) {
-                (put_erasure<Plain<decltype(std::declval<T>().*member.pointer)>>(key + "/" + member.name, batch), ...);
+                (visit_keys<Plain<decltype(std::declval<T>().*member.pointer)>>(key + "/" + member.name, visit), ...);
             },
             members<T>);
     else if constexpr (kind_of<T>() == Kind::optional)
-        put_erasure<typename T::value_type>(key, batch);
+        visit_keys<typename T::value_type>(key, visit);
     else
-        batch.erase(key);
+        visit(key);
 }
 
 /**
@@ -402,7 +442,7 @@ template <typename T>
 Status put(char const* key, T const& value, Rules rules, Batch& batch) {
     if constexpr (kind_of<T>() == Kind::optional) {
         if (value) return put(key, *value, rules, batch);
-        put_erasure<T>(key, batch);
+        visit_keys<T>(key, [&](std::string const& erased) { batch.erase(erased); });
         return {};
     } else if constexpr (kind_of<T>() == Kind::structure) {
         Status status;

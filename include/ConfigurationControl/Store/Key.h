@@ -109,8 +109,11 @@ using FallbackOf = std::conditional_t<is_text<T> || is_path<T>, std::string_view
 template <typename T>
 inline constexpr bool has_range = (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) || is_duration<T>;
 
-/** The bounds and the choices of a key. */
-template <typename T, typename F>
+template <typename T>
+inline constexpr bool has_choices = !std::is_same_v<FallbackOf<T>, NoFallback> && is_scalar<T> && !has_codec<T>;
+
+/** The bounds and the choices of a key; without either, of a type that needs no default constructor. */
+template <typename T, typename F = std::conditional_t<has_choices<T>, FallbackOf<T>, NoFallback>>
 struct Limits {
     F low{};
     F high{};
@@ -140,6 +143,7 @@ class Key {
     constexpr explicit Key(char const* name) : Key(name, Fallback{}) {}
     /** A key with a fallback. */
     constexpr Key(char const* name, Fallback fallback) : m_name(name), m_fallback(fallback) {
+        static_assert(std::is_same_v<T, detail::Plain<T>>, "ticket::Key: name the type without const and &");
         detail::check_type<T>();
         static_assert(!std::is_same_v<T, char const*> && !std::is_same_v<T, std::string_view>,
                       "ticket::Key: declare Key<std::string>; its fallback is a text that is not copied");
@@ -150,6 +154,7 @@ class Key {
     /** The same key with the values from `low` to `high`, both included. */
     constexpr Key range(Fallback low, Fallback high) const {
         static_assert(detail::has_range<T>, "ticket::Key: only numbers and durations have a range");
+        if (high < low) throw Error(Reason::out_of_range, "ticket::Key: the range is empty");
         Key key = *this;
         key.m_limits.low = low;
         key.m_limits.high = high;
@@ -159,7 +164,7 @@ class Key {
     /** The same key with these values only. The array must be a constant that outlives the key. */
     template <std::size_t N>
     constexpr Key choices(Fallback const (&values)[N]) const {
-        static_assert(has_choices, "ticket::Key: only numbers, texts, times and enumerators have choices");
+        static_assert(detail::has_choices<T>, "ticket::Key: only numbers, texts, times and enumerators have choices");
         Key key = *this;
         key.m_limits.choices = values;
         key.m_limits.count = N;
@@ -184,7 +189,7 @@ class Key {
     constexpr char const* help_text() const { return m_help; } /**< "" without help */
     constexpr bool is_wide() const { return m_wide; }          /**< whether wide() was asked for */
     /** Bounds and choices. */
-    constexpr detail::Limits<T, Fallback> const& limits() const { return m_limits; }
+    constexpr detail::Limits<T> const& limits() const { return m_limits; }
     /** What a read gives where there is no value, or none that fits. */
     T fallback() const {
         if constexpr (std::is_same_v<Fallback, detail::NoFallback>)
@@ -196,7 +201,7 @@ class Key {
     bool allows(T const& value) const {
         if constexpr (detail::has_range<T>)
             if (m_limits.bounded && !(value >= m_limits.low && value <= m_limits.high)) return false;
-        if constexpr (has_choices) {
+        if constexpr (detail::has_choices<T>) {
             for (std::size_t i = 0; i < m_limits.count; ++i)
                 if (value == T(m_limits.choices[i])) return true;
         }
@@ -204,16 +209,23 @@ class Key {
     }
 
  private:
-    static constexpr bool has_choices =
-        !std::is_same_v<Fallback, detail::NoFallback> && detail::is_scalar<T> && !detail::has_codec<T>;
-
     char const* m_name;
     Fallback m_fallback;
-    detail::Limits<T, Fallback> m_limits{};
+    detail::Limits<T> m_limits{};
     char const* m_help = "";
     bool m_wide = false;
 };
 
+namespace detail {
+
+/** What to tell of a value that a key does not allow. */
+template <typename T>
+Status not_allowed(Key<T> const& key) {
+    return {Reason::out_of_range, key.limits().count != 0 ? "the value is not among the declared choices"
+                                                          : "the value is outside the declared range"};
+}
+
+}  // namespace detail
 }  // namespace ticket
 
 #endif

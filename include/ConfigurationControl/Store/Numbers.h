@@ -105,6 +105,7 @@ inline Exact read_exact(Slot const& slot) {
     return exact;
 }
 
+constexpr Status DOES_NOT_FIT_KEY{Reason::out_of_range, "the number does not fit the type of the key"};
 constexpr Status DOES_NOT_FIT{Reason::out_of_range, "the stored number does not fit the type"};
 
 /** Cuts a double to the range of T and rounds half away from zero. Not for NaN. */
@@ -149,8 +150,8 @@ Status convert(Exact const& exact, bool round, T& out) {
 /** Reads with the mutex held whatever the short way of take_integer does not settle. */
 template <typename T>
 [[gnu::noinline]] Status take_integer_slowly(Slot slot, bool round, T& out) {
-    if (slot.type() == PARAM_NONE) return {Reason::missing, nullptr};
-    Status status{Reason::no_ticket, nullptr};
+    if (slot.type() == PARAM_NONE) return NO_VALUE;
+    Status status = NO_TICKET;
     locked(slot.table, [&] {
         Exact const exact = read_exact(slot);
         status = exact.kind == Exact::none ? slot.mismatch() : convert(exact, round, out);
@@ -183,7 +184,7 @@ inline Status take_double(Slot const& slot, bool round, double& out) {
     if (!slot.get(PARAM_DOUBLE, &value)) return slot.mismatch();
     out = value;
     if ((value < EXACT && value > -EXACT) || value != value || round) return {};
-    Status status{Reason::no_ticket, nullptr};
+    Status status = NO_TICKET;
     locked(slot.table, [&] {
         Exact const exact = read_exact(slot);
         status = {};

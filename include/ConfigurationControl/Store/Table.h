@@ -49,7 +49,7 @@ struct Slot {
     Slot element(std::uint64_t position) const { return {table, key, static_cast<int>(position)}; }
     /** Why a read of another type failed. */
     Status mismatch() const {
-        if (type() == PARAM_NONE) return {Reason::missing, nullptr};
+        if (type() == PARAM_NONE) return NO_VALUE;
         return {Reason::wrong_type, nullptr};
     }
     /** The stored bytes of a text or byte string. Valid until the value changes: call it with the mutex held. */

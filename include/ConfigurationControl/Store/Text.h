@@ -170,18 +170,19 @@ inline bool split_seconds(std::string_view text, Integer128& whole, Integer128& 
     return true;
 }
 
-/** The inverse of decimal_seconds. `exact` false rounds towards 0 what is no whole number of units. */
+/** The inverse of decimal_seconds. With `exact` false, what is no whole number of units is rounded to the nearest. */
 inline Status parse_seconds(std::string_view text, std::int64_t numerator, std::int64_t denominator, bool exact,
                             Integer128& count) {
     Integer128 whole = 0, atto = 0, units = 0;
     if (!split_seconds(text, whole, atto)) return {Reason::wrong_type, "the text is no time in decimal seconds"};
-    std::int64_t const unit = ATTO / denominator;
+    Integer128 const unit = ATTO / denominator;
     if (__builtin_mul_overflow(whole, static_cast<Integer128>(denominator), &units) ||
         __builtin_add_overflow(units, atto / unit, &units))
         return {Reason::out_of_range, "the time does not fit"};
-    if (exact && (atto % unit != 0 || units % numerator != 0))
-        return {Reason::out_of_range, "the time is no whole number of this unit"};
+    Integer128 const rest = units % numerator * unit + atto % unit;
+    if (exact && rest != 0) return {Reason::out_of_range, "the time is no whole number of this unit"};
     count = units / numerator;
+    if (2 * (rest < 0 ? -rest : rest) >= numerator * unit) count += rest < 0 ? -1 : 1;
     return {};
 }
 

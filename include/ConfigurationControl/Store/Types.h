@@ -213,7 +213,7 @@ inline constexpr bool is_scalar = kind_of<T>() == Kind::number || kind_of<T>() =
 template <typename T>
 using Given = std::conditional_t<is_text<std::decay_t<T>> && !std::is_same_v<T, std::string> &&
                                      !std::is_same_v<T, std::string_view>,
-                                 char const*, std::decay_t<T>>;
+                                 char const*, std::decay_t<T const&>>;
 
 /** The type that is kept for what a caller gives: a text literal is kept, and comes back, as a std::string. */
 template <typename T>
@@ -223,11 +223,13 @@ using Kept = std::conditional_t<is_text<std::decay_t<T>>, std::string, std::deca
 template <typename T>
 constexpr void check_type() {
     static_assert(!std::is_same_v<T, std::nullptr_t>, "ticket::Store: nullptr is no value; erase(key) removes a value");
-    static_assert(!std::is_pointer_v<T> || is_text<T>,
-                  "ticket::Store: a pointer is no setting; give the value that it points to");
+    constexpr bool is_wide_text = is_wide_character<Plain<std::remove_pointer_t<T>>>;
+    static_assert(!std::is_pointer_v<T> || is_text<T> || is_wide_text,
+                  "ticket::Store: a pointer is no setting; give the value that it points to, and for an array a "
+                  "std::array or std::vector");
     static_assert(!std::is_same_v<T, long double>, "ticket::Store: no file keeps a long double; use double");
     static_assert(!is_huge<T>, "ticket::Store: integers have at most 64 bits; keep a wider one as text");
-    static_assert(!is_wide_character<T>,
+    static_assert(!is_wide_text,
                   "ticket::Store: wide characters are not kept; convert the text to UTF-8 in a std::string");
     if constexpr (is_duration<T>)
         static_assert(
