@@ -18,10 +18,10 @@ import ctypes
 import errno
 import os
 from collections.abc import Callable, Iterable, Iterator, Mapping, MutableMapping
-from typing import Any, NamedTuple, Optional, TypeVar, Union
+from typing import Any, NamedTuple, NoReturn, Optional, TypeVar, Union
 
 from . import _records as records
-from ._values import Scalar, Value, check_file_keeps, check_file_keeps_key, encoded, text_bytes, text_of
+from ._values import Scalar, Value, check_file_keeps, check_file_keeps_key, encoded, is_negative_zero, text_bytes, text_of
 
 __all__ = ["LoadOutcome", "SaveError", "SaveOutcome", "Ticket", "Value"]
 
@@ -82,6 +82,13 @@ class Ticket(MutableMapping[str, Value]):
                 self.save()
         finally:
             self.close()
+
+    def __repr__(self) -> str:
+        return f"Ticket({self.path!r})" if self.path is not None else "Ticket()"
+
+    def __reduce_ex__(self, _protocol: object) -> NoReturn:
+        # A copy would own the same ticket and destroy it a second time.
+        raise TypeError("a ticket cannot be copied or pickled; dict(ticket) is a copy of what it holds")
 
     def close(self) -> None:
         """Ends the ticket. Changes are saved, but a failure is not reported: call `save` first, or use `with`.
@@ -331,7 +338,7 @@ class Ticket(MutableMapping[str, Value]):
             return text_of(buffer.value)
         if kind == records.BINSTR:
             return ctypes.string_at(buffer.data, buffer.length) if buffer.length else b""
-        if kind == records.DOUBLE and buffer.value.is_integer():
+        if kind == records.DOUBLE and buffer.value.is_integer() and not is_negative_zero(buffer.value):
             return int(buffer.value)
         return buffer.value
 

@@ -54,6 +54,10 @@ def check_file_keeps_key(key: bytes) -> None:
         raise ValueError(f"not kept by a file: the key {text_of(key)!r}")
 
 
+def is_negative_zero(number: float) -> bool:
+    return number == 0 and math.copysign(1, number) < 0
+
+
 def check_file_keeps(value: Scalar) -> None:
     """Raises ValueError for a scalar that a file would change or refuse."""
     if isinstance(value, str):
@@ -62,7 +66,7 @@ def check_file_keeps(value: Scalar) -> None:
         _check_bytes(value)
     elif isinstance(value, float) and math.isinf(value):
         raise ValueError("not kept by a file: an infinite number")
-    elif isinstance(value, float) and value == 0 and math.copysign(1, value) < 0:
+    elif isinstance(value, float) and is_negative_zero(value):
         raise ValueError("not kept by a file: the sign of -0.0")
     elif not math.isnan(value) and value == int(value):
         wide = isinstance(value, int) and abs(value) > _EXACT

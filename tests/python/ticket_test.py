@@ -1,8 +1,10 @@
 """The Python module as a program uses it: only the shared library, through ctypes."""
 
+import copy
 import gc
 import math
 import os
+import pickle
 import tempfile
 import threading
 import unittest
@@ -246,6 +248,25 @@ class TicketTest(unittest.TestCase):
         self.assertEqual(len(refused), 2)
         self.assertEqual(ticket["a"], 1)
         ticket.close()
+
+    def test_a_ticket_is_not_copied(self):
+        ticket = Ticket()
+        for make in (copy.copy, copy.deepcopy, pickle.dumps):
+            with self.subTest(make.__name__), self.assertRaisesRegex(TypeError, "cannot be copied"):
+                make(ticket)
+        ticket["Key"] = 1
+        self.assertEqual(copy.deepcopy(dict(ticket)), {"Key": 1})
+
+    def test_memory_keeps_the_sign_of_zero(self):
+        ticket = Ticket()
+        ticket["Zero"] = -0.0
+        self.assertEqual(math.copysign(1, ticket["Zero"]), -1)
+        ticket["Zero"] = 0.0
+        self.assertEqual(repr(ticket["Zero"]), "0")
+
+    def test_its_text_tells_the_file(self):
+        self.assertEqual(repr(Ticket()), "Ticket()")
+        self.assertEqual(repr(Ticket("a b.xml")), "Ticket('a b.xml')")
 
     def test_forgotten_ticket_saves_its_changes(self):
         ticket = Ticket(self.path)
