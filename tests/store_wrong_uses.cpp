@@ -62,7 +62,7 @@ void Function(ticket::Store& store) {
 constexpr ticket::Key<char const*> TextKey{"Key", ""};  // says: declare Key<std::string>
 constexpr ticket::Key<int> NoKey{"a//b", 1};            // says: no file keeps a key of this name
 constexpr auto TextRange =
-    ticket::Key<std::string>{"Key", ""}.range("a", "b");  // says: only numbers and durations have a range
+    ticket::Key<std::string>{"Key", ""}.range("a", "b");             // says: only numbers and durations have a range
 constexpr auto EmptyRange = ticket::Key<int>{"Key", 1}.range(9, 1);  // says: the range is empty
 constexpr ticket::Key<int const> ConstantKey{"Key", 1};              // says: name the type without const
 constexpr ticket::Key<int> Number{"Key", 1};
