@@ -423,6 +423,14 @@ TEST_F(FileTicket, ValueWhoseConversionFailsOnTheWayInIsSkippedLoggedAndKeptAsid
     EXPECT_EQ(FileContent(m_file + ".unreadable"), old);
 }
 
+TEST_F(FileTicket, ElementsBehindOneThatCannotBeConvertedStayWithTheirKey) {
+    Write(m_file, Document({"<a type=\"string\">1</a>", "<a type=\"string\">2</a>", "<b type=\"string\">[refuse]</b>",
+                            "<b type=\"string\">3</b>", "<b type=\"string\">4</b>"}));
+    MARKS marks;
+    OWNER const ticket(STICKET::PCreate(m_file, {nullptr, 3, 4, &marks, nullptr}));
+    EXPECT_THAT(Contents(ticket), ElementsAre("a[0] 4 {1}", "a[1] 4 {2}", "b[0] 4 {3}", "b[1] 4 {4}"));
+}
+
 TEST_F(FileTicket, KeepingAFileThatCannotBeReadIsToldInTheLog) {
     Write(m_file, "broken");
     OWNER const ticket(m_file.c_str());

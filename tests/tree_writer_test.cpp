@@ -134,6 +134,17 @@ void ExpectSameBytesAsPlainSearch(std::vector<std::string> const& keys) {
 
 }  // namespace
 
+TEST_F(TreeWriter, EachElementOfAVectorGoesWhereAValueOfItsKeyWouldGo) {
+    TREE_WRITER values{nullptr, nullptr};
+    for (char const* const key : {"v", "a/v", "a//v", "a/b/v", "w*/v", "x[y]/v", "x[y]/z/v", "s/"}) {
+        for (int index = 0; index < 3; ++index) {
+            EXPECT_TRUE(TREE_WRITER::SaveOne(&m_document, key, PARAM_INT, &index, index));
+            EXPECT_TRUE(values.CreateSubElem(key, PARAM_INT, &index));
+        }
+    }
+    EXPECT_EQ(m_document.Serialise().View(), values.Serialise().View());
+}
+
 TEST_F(TreeWriter, WithoutValuesIsAnEmptyRoot) {
     EXPECT_EQ(m_document.Serialise().View(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ticket/>\n");
 }

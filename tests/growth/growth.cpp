@@ -276,6 +276,40 @@ WORK LoadHostileClosings(int count, bool isControl) {
     return Load("\n" + text);
 }
 
+// The elements of a vector whose key is long: to search the key for each of them takes long. The control has the same
+// bytes in a text.
+std::shared_ptr<TICKET> VectorOfLongKey(int count, bool isControl, std::string const& further) {
+    std::string const longText(20000, 'n');
+    auto ticket = NewFileTicket();
+    ticket->Operate(STICKET_OP_CLEAR);
+    ticket->Set("text", isControl ? longText : "t");
+    ticket->Set(further, 1);
+    std::string const key = (isControl ? "n" : longText) + "/v";
+    for (int i = 0; i < count; ++i) ticket->Set(key, i, APPEND_INDEX);
+    return ticket;
+}
+
+WORK SaveVector(int count, bool isControl) {
+    auto const ticket = VectorOfLongKey(count, isControl, "further");
+    return [ticket] { ticket->Operate(STICKET_OP_SAVE); };
+}
+
+WORK SaveVectorAsTree(int count, bool isControl) {
+    auto const ticket = VectorOfLongKey(count, isControl, "wild*/further");
+    return [ticket] { ticket->Operate(STICKET_OP_SAVE); };
+}
+
+WORK LoadVector(int count, bool isControl) {
+    VectorOfLongKey(count, isControl, "further")->Operate(STICKET_OP_SAVE);
+    return [] { TICKET(g_file.c_str()).Load(); };
+}
+
+WORK LoadVectorByParser(int count, bool isControl) {
+    VectorOfLongKey(count, isControl, "further")->Operate(STICKET_OP_SAVE);
+    std::ofstream(g_file, std::ios::app) << "<!-- not as a save writes it -->";
+    return [] { TICKET(g_file.c_str()).Load(); };
+}
+
 struct HOSTILE_CASE {
     char const* name;
     WORK (*prepare)(int size, bool isControl);
@@ -283,9 +317,15 @@ struct HOSTILE_CASE {
 
 constexpr int HOSTILE_SIZE = 5000;
 constexpr HOSTILE_CASE HOSTILE_CASES[] = {
-    {"hostile_keys_loaded", LoadHostile<HostileKey>},          {"hostile_keys_read", ReadHostile<HostileKey>},
-    {"hostile_long_keys_loaded", LoadHostile<HostileLongKey>}, {"hostile_texts_read", ReadHostileTexts},
+    {"hostile_keys_loaded", LoadHostile<HostileKey>},
+    {"hostile_keys_read", ReadHostile<HostileKey>},
+    {"hostile_long_keys_loaded", LoadHostile<HostileLongKey>},
+    {"hostile_texts_read", ReadHostileTexts},
     {"hostile_closing_tags_loaded", LoadHostileClosings},
+    {"hostile_vector_loaded", LoadVector},
+    {"hostile_vector_parsed", LoadVectorByParser},
+    {"hostile_vector_saved", SaveVector},
+    {"hostile_vector_saved_as_tree", SaveVectorAsTree},
 };
 
 void Count(char const* name, int size, WORK const& work) {

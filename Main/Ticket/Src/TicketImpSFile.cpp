@@ -203,7 +203,8 @@ bool STICKET_FILE::ReadFile(bool stores) {
     m_lastLoad = {isMissing ? LOAD_STATE::NO_FILE : LOAD_STATE::UNREADABLE, file.Error(), 0, 0};
     if (file.State() != FILE_READER::OPEN) return isMissing;
     if (stores && !m_partial) m_state->parameters.Reserve(std::min(file.Size(), LARGEST_USUAL_FILE) / USUAL_LINE);
-    LEAF_RECEIVER const storing{&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead};
+    LEAF_RECEIVER const storing{&LocalSetParameter, this, m_partial ? &IsPartialKey : nullptr, &DropRead,
+                                &LocalSetLater};
     LEAF_RECEIVER const looking{&LocalSetParameter, this, &IsNoKey, nullptr};
     READ_RESULT const result = ReadTicket(file, stores ? storing : looking);
     m_lastLoad = {StateOf(result.reading), file.Error(), result.line, result.column};
@@ -232,16 +233,19 @@ void STICKET_FILE::LookAtFile() {
     m_unread = false;
 }
 
-int STICKET_FILE::LocalSetParameter(void* context, std::string_view key, PARAM_TYPE type, void const* value,
-                                    int index) {
+template <bool IS_LATER>
+int STICKET_FILE::StoreRead(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index) {
     auto const ticket = static_cast<STICKET_FILE*>(context);
     int const stored = FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
+            if (!IS_LATER) self.m_vector = {};
             if (self.m_partial && !IsPartialKey(&self, key)) return true;
+            clTICKETNODE& parameters = self.m_state->parameters;
             auto const store = [&](void const* content) {
                 // Values of a file are refused only when out of memory.
-                bool const done = self.m_state->parameters.SetParameter(key, type, content, index);
+                bool const done = IS_LATER ? parameters.AppendLater(key, self.m_vector, type, content)
+                                           : parameters.SetParameter(key, type, content, index);
                 if (!done) self.m_starved = true;
                 return done;
             };
@@ -258,6 +262,15 @@ int STICKET_FILE::LocalSetParameter(void* context, std::string_view key, PARAM_T
         [](int a, int b) { Log(0, "STICKET_FILE::LocalSetParameter(%d, %d) catch(...)", a, b); });
     if (!stored) ticket->m_misread = true;
     return stored;
+}
+
+int STICKET_FILE::LocalSetParameter(void* context, std::string_view key, PARAM_TYPE type, void const* value,
+                                    int index) {
+    return StoreRead<false>(context, key, type, value, index);
+}
+
+int STICKET_FILE::LocalSetLater(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index) {
+    return StoreRead<true>(context, key, type, value, index);
 }
 
 clTICKETNODE STICKET_FILE::ReleaseTo(bool partial) {

@@ -61,6 +61,8 @@ class STICKET_FILE : public STICKET {
     // What the loader calls for each stored value: skips the keys that a partial tree does not keep, converts text.
     // Changes neither the dirty flag nor registrations. `context` is a STICKET_FILE.
     static int LocalSetParameter(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index);
+    // The same for a value with the key of the call before.
+    static int LocalSetLater(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index);
 
     bool Operation(STICKET_OP code, void* data);
 
@@ -85,6 +87,9 @@ class STICKET_FILE : public STICKET {
     virtual std::time_t Now() const { return std::time(nullptr); }
 
  private:
+    // Does what both functions above do.
+    template <bool IS_LATER>
+    static int StoreRead(void* context, std::string_view key, PARAM_TYPE type, void const* value, int index);
     bool ReadFile(bool stores);
     static bool IsPartialKey(void* context, std::string_view key);
     static void DropRead(void* context);
@@ -113,6 +118,7 @@ class STICKET_FILE : public STICKET {
     bool m_unread = false;                          // cleared without a load: the next save finds out about m_misread
     std::optional<TICKETFILE::FILE_ID> m_fileRead;  // the file that was read, if it is known
     bool m_starved = false;                         // the load under way ran out of memory
+    clTICKETNODE::LAST m_vector;                    // of the load under way: the vector of the last value
     LOAD_OUTCOME m_lastLoad;
     TICKETFILE::SAVE_OUTCOME m_lastSave;
 };

@@ -170,6 +170,13 @@ class clTICKETNODE {
         return key && SetParameter(std::string_view(key), type, value, index);
     }
     bool SetParameter(std::string_view key, PARAM_TYPE type, void const* value, int index);
+    // Where a call of AppendLater has stored; valid until the node changes.
+    struct LAST {
+        clENTRY* entry = nullptr;
+        uint64_t changes = 0;
+    };
+    // As SetParameter at APPEND_INDEX. `last` is empty, or that of a call for the same key, which is then not searched.
+    bool AppendLater(std::string_view key, LAST& last, PARAM_TYPE type, void const* value);
     // Reads every key and value before it changes anything. False only for null: each record's result tells whether it
     // was stored, also when memory was too short.
     bool SetMultiParameter(SETMULTIPAR* records);

@@ -295,6 +295,16 @@ bool clTICKETNODE::SetParameter(std::string_view key, PARAM_TYPE type, void cons
     });
 }
 
+bool clTICKETNODE::AppendLater(std::string_view key, LAST& last, PARAM_TYPE type, void const* value) {
+    return Attempt([&] {
+        clENTRY entry;
+        clENTRY* found = last.changes == m_changes ? last.entry : nullptr;
+        bool const done = Load(type, value, entry) && Apply(key, found, type, std::move(entry), APPEND_INDEX);
+        last = {found, m_changes};
+        return done;
+    });
+}
+
 // The buffer of a record may overlap the key of a later one, or that record. So an earlier lookup counts only if the
 // entry has the key that stands there now.
 [[gnu::always_inline]] inline bool clTICKETNODE::IsStillOf(char const* now, std::string_view key,

@@ -23,6 +23,8 @@ constexpr char USERS[] = "user.";
 constexpr mode_t PERMISSION_BITS = 0777;
 constexpr mode_t ALL_MODE_BITS = 07777;
 
+constexpr int MOST_LINKS = 40;  // the system follows no more of them
+
 // What a symbolic link leads to, itself a link perhaps; empty if it cannot be read.
 std::string TargetOf(std::string const& link) {
     std::error_code error;
@@ -32,19 +34,13 @@ std::string TargetOf(std::string const& link) {
 
 // Whether another user may have chosen the file that the name leads to: the file, which `file` describes, or a link on
 // the way to it.
-bool MayBePlanted(std::string name, struct stat const& file) {
-    constexpr int MOST_LINKS = 40;  // the system follows no more of them
-    if (!IsTrusted(file.st_uid)) return true;
-    for (int links = 0; links <= MOST_LINKS; ++links) {
-        struct stat named;
-        struct stat directory;
-        if (lstat(name.c_str(), &named) != 0 || stat(DirectoryOf(name).c_str(), &directory) != 0) return true;
-        bool const isTrusted = IsTrusted(named.st_uid) && IsTrusted(directory.st_uid);
-        if (!isTrusted || (directory.st_mode & S_IWOTH) != 0) return true;
-        if (!S_ISLNK(named.st_mode)) return false;
-        name = TargetOf(name);
-    }
-    return true;
+bool MayBePlanted(std::string const& fileName, struct stat const& file, int mostLinks = MOST_LINKS) {
+    struct stat named;
+    struct stat directory;
+    if (lstat(fileName.c_str(), &named) != 0 || stat(DirectoryOf(fileName).c_str(), &directory) != 0) return true;
+    bool const isTrusted = IsTrusted(file.st_uid) && IsTrusted(named.st_uid) && IsTrusted(directory.st_uid);
+    if (!isTrusted || (directory.st_mode & S_IWOTH) != 0) return true;
+    return S_ISLNK(named.st_mode) && (mostLinks == 0 || MayBePlanted(TargetOf(fileName), file, mostLinks - 1));
 }
 
 // Nothing if it cannot be read; errno tells why.

@@ -20,7 +20,8 @@ std::size_t KEY_PATH::Enter(std::size_t parent, std::string_view name) {
     return end + 1;
 }
 
-void LEAF_SETTER::Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain) {
+void LEAF_SETTER::Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain, bool isLater) {
+    m_set = isLater && m_receiver.setLater != nullptr ? m_receiver.setLater : m_receiver.set;
     switch (type) {
         case PARAM_INT:
             return HandNumber<int32_t>(key, type, text, isPlain);
@@ -35,7 +36,7 @@ void LEAF_SETTER::Set(std::string_view key, PARAM_TYPE type, std::string_view te
     }
     std::string_view const value = isPlain ? text : Decoded(text);
     if (type == PARAM_BINSTR) return Hand(key, type, BIN_STRING{value.data(), value.size()});
-    m_receiver.set(m_receiver.context, key, type, value.data(), APPEND_INDEX);
+    m_set(m_receiver.context, key, type, value.data(), APPEND_INDEX);
 }
 
 template <typename NUMBER>

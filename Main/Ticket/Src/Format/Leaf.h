@@ -19,6 +19,9 @@ struct LEAF_RECEIVER {
     bool (*wants)(void* context, std::string_view key) = nullptr;
     // Drops all values that were set: the text is no document, or is read again. Null: nothing to drop.
     void (*drop)(void* context) = nullptr;
+    // As `set`, for a value with the key of the call before, so that a long key of a vector is searched once and not
+    // for each element. Null: `set` does.
+    SET setLater = nullptr;
 };
 
 // The type of that name in a file; PARAM_NONE for any other text.
@@ -55,18 +58,20 @@ class LEAF_SETTER {
         return m_receiver.wants == nullptr || m_receiver.wants(m_receiver.context, key);
     }
     // A NUL follows `key` and `text`. `isPlain`: neither decoding nor normalising would change the text.
-    void Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain);
+    // `isLater`: the key is that of the call before.
+    void Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain, bool isLater);
 
  private:
     template <typename VALUE>
     void Hand(std::string_view key, PARAM_TYPE type, VALUE const& value) {
-        m_receiver.set(m_receiver.context, key, type, &value, APPEND_INDEX);
+        m_set(m_receiver.context, key, type, &value, APPEND_INDEX);
     }
     template <typename NUMBER>
     void HandNumber(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain);
     std::string_view Decoded(std::string_view text);
 
     LEAF_RECEIVER const& m_receiver;
-    std::string m_space;  // scratch
-    std::string m_value;  // scratch
+    LEAF_RECEIVER::SET m_set = nullptr;  // for the current value
+    std::string m_space;                 // scratch
+    std::string m_value;                 // scratch
 };

@@ -29,13 +29,25 @@ std::size_t SharedLength(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-bool STREAM_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+bool STREAM_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int index) {
     if (writer == nullptr) return false;
     auto& self = *static_cast<STREAM_WRITER*>(writer);
+    // The walk hands over one key for all elements of a vector. A long key is not looked at for each of them.
+    bool const isLater = index > 0 && key != nullptr && key == self.m_vector;
     std::string_view const typeName = TICKET_FORMAT::NameOf(type);
-    if (typeName.empty()) return true;
-    self.m_refused = !self.Add(key != nullptr ? key : "", type, typeName, value);
-    return !self.m_refused;
+    if (typeName.empty()) {
+        if (!isLater) self.m_vector = nullptr;
+        return true;
+    }
+    self.m_vector = key;
+    bool isLastKey = isLater;
+    self.m_refused = !isLater && !self.MoveTo(key != nullptr ? key : "", isLastKey);
+    if (self.m_refused) return false;
+    std::string_view const name = self.LastKey().substr(self.NameBegin());
+    self.m_layout.BeginValue(name, typeName, isLastKey);
+    PutValue(self.m_layout.Text(), type, value, self.m_conversion);
+    self.m_layout.EndValue(name);
+    return true;
 }
 
 TEXT_BUFFER STREAM_WRITER::Finish() {
@@ -49,24 +61,19 @@ TEXT_BUFFER STREAM_WRITER::Finish() {
     return m_layout.Finish();
 }
 
-bool STREAM_WRITER::Add(std::string_view key, PARAM_TYPE type, std::string_view typeName, void const* value) {
+bool STREAM_WRITER::MoveTo(std::string_view key, bool& isLastKey) {
     if (key.empty() || key.back() == '/') return false;
     if (m_lastLength == 0) {
         m_layout.PutDeclaration();
         m_layout.OpenElement(TICKET_FORMAT::ROOT);
     }
     std::size_t const shared = SharedLength(key, LastKey());
-    bool const isLastKey = shared == key.size() && shared == m_lastLength;
+    isLastKey = shared == key.size() && shared == m_lastLength;
     if (IsBelowALeaf(key, shared)) return false;
     if (NameBegin() > shared) CloseBeyond(shared);
     SetLastKey(key, shared);
     std::size_t const slash = key.find('/', NameBegin());
-    if (slash != std::string_view::npos && !OpenTo(key, slash)) return false;
-    std::string_view const name = key.substr(NameBegin());
-    m_layout.BeginValue(name, typeName, isLastKey);
-    PutValue(m_layout.Text(), type, value, m_conversion);
-    m_layout.EndValue(name);
-    return true;
+    return slash == std::string_view::npos || OpenTo(key, slash);
 }
 
 // Whether an earlier leaf would have to hold the element of this key. The keys that are prefixes of this one have all

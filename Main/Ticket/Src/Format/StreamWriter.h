@@ -34,7 +34,9 @@ class STREAM_WRITER {
     std::string_view LastKey() const { return {m_lastKey.data(), m_lastLength}; }
     std::size_t NameBegin() const { return m_nameEnds.empty() ? 0 : m_nameEnds.back() + 1; }
 
-    bool Add(std::string_view key, PARAM_TYPE type, std::string_view typeName, void const* value);
+    // Closes and opens elements so that the value of this key comes next. `isLastKey` receives whether the value before
+    // had the same key. False if the key is refused.
+    bool MoveTo(std::string_view key, bool& isLastKey);
     bool IsBelowALeaf(std::string_view key, std::size_t shared);
     void SetLastKey(std::string_view key, std::size_t shared);
     bool OpenTo(std::string_view key, std::size_t slash);
@@ -42,6 +44,7 @@ class STREAM_WRITER {
 
     STICKET_STRING_CONVERSION* m_conversion;
     FILE_LAYOUT m_layout;
+    char const* m_vector = nullptr;  // the last key as the walk handed it over, or null
     std::vector<char> m_lastKey;
     std::size_t m_lastLength = 0;
     std::vector<std::size_t> m_nameEnds;  // where the names of the open elements end in m_lastKey

@@ -198,7 +198,8 @@ bool STRICT_READER::Close(std::string_view name) {
 inline bool STRICT_READER::MoveTo(std::string_view name) {
     std::size_t const path = Path();
     bool const mayBeSame = m_leafEnd == path + name.size() && m_key.Text()[m_leafEnd - 1] == name.back();
-    if (mayBeSame && std::string_view(m_key.Text(), m_leafEnd).substr(path) == name) return true;  // the same vector
+    m_isLater = mayBeSame && std::string_view(m_key.Text(), m_leafEnd).substr(path) == name;
+    if (m_isLater) return true;
     m_leafEnd = m_key.Append(path, name);
     if (m_leafEnd > m_allowed) return false;
     m_allowed -= m_leafEnd;
@@ -225,6 +226,6 @@ bool STRICT_READER::ReadLeaf(std::string_view name, char* rest, char* end) {
     std::string_view const key(m_key.Text(), m_leafEnd);
     if (!m_setter.IsWanted(key)) return true;
     *textEnd = '\0';
-    m_setter.Set(key, type, Between(text, textEnd), isPlain);
+    m_setter.Set(key, type, Between(text, textEnd), isPlain, m_isLater);
     return true;
 }

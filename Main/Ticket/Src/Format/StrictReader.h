@@ -97,6 +97,7 @@ class STRICT_READER {
     LINE_BUFFER m_lines;
     LEAF_SETTER m_setter;
     KEY_PATH m_key;
+    bool m_isLater = false;       // whether the current leaf has the key of the one before
     std::size_t m_leafEnd = 0;    // the length of the key in the last line, if that was a leaf, or 0
     std::string m_names;          // of the open elements
     std::vector<ELEMENT> m_open;  // the outermost element first

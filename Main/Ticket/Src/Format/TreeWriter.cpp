@@ -72,20 +72,33 @@ class TREE_WRITER::SERIALISER {
 TREE_WRITER::TREE_WRITER(STICKET_STRING_CONVERSION* conversion, LOG log)
     : m_conversion(conversion), m_log(log), m_memory(FIRST_BLOCK), m_ticket{TICKET_FORMAT::ROOT, nullptr} {}
 
-bool TREE_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int /*index*/) {
+bool TREE_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int index) {
     if (writer == nullptr) return false;
-    if (!TICKET_FORMAT::NameOf(type).empty())
-        static_cast<TREE_WRITER*>(writer)->CreateSubElem(key != nullptr ? key : "", type, value);
+    auto& self = *static_cast<TREE_WRITER*>(writer);
+    // As in STREAM_WRITER, where all elements of the vector have one parent.
+    bool const isLater = index > 0 && key != nullptr && key == self.m_vector && self.m_vectorParent != nullptr;
+    if (!isLater) self.m_vector = nullptr;
+    if (TICKET_FORMAT::NameOf(type).empty()) return true;
+    if (isLater) {
+        ELEMENT& parent = *self.m_vectorParent;
+        self.FillLeaf(self.AddElement(parent, parent.lastChild->name), type, value);
+        return true;
+    }
+    self.CreateSubElem(key != nullptr ? key : "", type, value);
+    self.m_vector = key;
     return true;
 }
 
 bool TREE_WRITER::CreateSubElem(std::string_view key, PARAM_TYPE type, void const* value) {
     ELEMENT* parent = &m_ticket;
+    bool isFoundAgain = true;  // whether the next search for this parent ends here, too
     for (std::size_t slash; (slash = key.find('/')) != std::string_view::npos; key.remove_prefix(slash + 1)) {
         std::string_view const component = key.substr(0, slash);
         ELEMENT* const found = FindChild(*parent, component);
+        if (found == nullptr && (component.empty() || WILDCARD::IsPattern(component))) isFoundAgain = false;
         parent = found != nullptr ? found : &AddElement(*parent, component);
     }
+    m_vectorParent = isFoundAgain && !key.empty() ? parent : nullptr;
     if (!key.empty()) return FillLeaf(AddElement(*parent, key), type, value);
     if (m_log != nullptr)
         m_log(0, "STICKET_FILE Illegal key .../%s creates empty node", std::string(parent->name).append("/").c_str());

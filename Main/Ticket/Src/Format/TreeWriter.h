@@ -93,5 +93,7 @@ class TREE_WRITER {
     std::pmr::monotonic_buffer_resource m_memory;
     ELEMENT m_ticket;
     std::unordered_map<ELEMENT const*, INDEX> m_indexes;  // by parent
+    char const* m_vector = nullptr;                       // the last key as the walk handed it over, or null
+    ELEMENT* m_vectorParent = nullptr;                    // of the last leaf, if further ones of its key go there
     TEXT_BUFFER m_value;                                  // scratch
 };

@@ -22,11 +22,12 @@ PARAM_TYPE StoredType(pug::xml_node const& element) {
     return isTyped ? TypeNamed(attribute.value()) : PARAM_NONE;
 }
 
-// Whether the element before this one, which stores a value, is another element of the same vector.
-bool IsLaterOfVector(pug::xml_node const& element) {
+// The element before this one, which stores a value, if both belong to one vector; otherwise null.
+pug::xml_node EarlierOfVector(pug::xml_node const& element) {
     pug::xml_node before = element.previous_sibling();
     while (before && before.type() != pug::node_element) before = before.previous_sibling();
-    return std::strcmp(before.name(), element.name()) == 0 && StoredType(before) != PARAM_NONE;
+    bool const isOne = std::strcmp(before.name(), element.name()) == 0 && StoredType(before) != PARAM_NONE;
+    return isOne ? before : pug::xml_node();
 }
 
 READ_RESULT NoDocument(std::string_view text, std::size_t offset) {
@@ -66,7 +67,8 @@ bool xml_outline::for_each(pug::xml_node& node) {
 }
 
 bool xml_outline::TakeLeaf(pug::xml_node const& leaf, PARAM_TYPE type, std::size_t keyLength) {
-    std::size_t const charge = IsLaterOfVector(leaf) ? 0 : keyLength;
+    pug::xml_node const earlier = EarlierOfVector(leaf);
+    std::size_t const charge = earlier ? 0 : keyLength;
     if (charge > m_allowed) return false;
     m_allowed -= charge;
     if (m_passedOver > 0) {
@@ -78,7 +80,8 @@ bool xml_outline::TakeLeaf(pug::xml_node const& leaf, PARAM_TYPE type, std::size
     char const* const text = leaf.first_child().value();
     std::size_t const plain = PlainLength(text);
     bool const isPlain = plain != std::string::npos;
-    m_setter.Set(key, type, isPlain ? std::string_view(text, plain) : text, isPlain);
+    m_setter.Set(key, type, isPlain ? std::string_view(text, plain) : text, isPlain, earlier && earlier == m_lastSet);
+    m_lastSet = leaf;
     return true;
 }
 

@@ -47,6 +47,7 @@ class xml_outline : public pug::xml_tree_walker {
     LEAF_SETTER m_setter;
     std::size_t m_passedOver;
     std::size_t m_allowed;
+    pug::xml_node m_lastSet;  // the leaf that was handed over last
     KEY_PATH m_key;
     std::vector<std::size_t> m_paths;  // by depth: length of the beginning of m_key that keys there share
 };
