@@ -2,7 +2,6 @@
 // numbers beyond 32 bits cut to 32 bits.
 #include "TicketFile.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "ConfigurationControl/PartialMode.h"
+#include "ConfigurationControl/TicketServices.h"
 #include "Text.h"
 #include "XmlText.h"
 
@@ -68,19 +68,27 @@ void Check(int result, char const* what, std::string const& key) {
     if (result == 0) throw FAILURE(std::string("the library refused to ") + what + " " + Quoted(key));
 }
 
-// Identifies what a name leads to; a file that was replaced is another one.
-std::optional<std::pair<dev_t, ino_t>> IdentityOf(std::string const& path) {
-    struct stat found;
-    if (lstat(path.c_str(), &found) != 0) return std::nullopt;
-    return std::pair(found.st_dev, found.st_ino);
-}
-
-// The library does not report why; the most likely reasons can be seen from here.
-std::string WhyNotWritten(std::string const& path) {
-    auto directory = std::filesystem::path(path).parent_path();
-    if (directory.empty()) directory = ".";
-    if (access(directory.c_str(), W_OK) != 0) return directory.string() + ": " + std::strerror(errno);
-    return "is the disk full, or " + path + ".tmp in the way?";
+// Why the last save of a ticket failed; empty if it did not.
+std::string WhyNotSaved(STICKET_ACCESS const* table, std::string const& path) {
+    TICKET_SAVE_OUTCOME outcome{sizeof outcome, TICKET_SAVE_OK, 0, 0};
+    TicketGetSaveOutcome(table, &outcome);
+    std::string const reason = std::strerror(outcome.nError);
+    switch (outcome.nStep) {
+        case TICKET_SAVE_OK:
+            return {};
+        case TICKET_SAVE_CONTENT_NESTING:
+            return "nested too deep";
+        case TICKET_SAVE_MEMORY:
+            return "memory is short";
+        case TICKET_SAVE_OPEN:
+            return path + ".tmp cannot be made: " + reason;
+        case TICKET_SAVE_KEEP:
+            return "the unreadable file cannot be kept: " + reason;
+        case TICKET_SAVE_REMOVE:
+            return "it cannot be deleted: " + reason;
+        default:
+            return outcome.nError == 0 ? "the library refused it" : reason;
+    }
 }
 
 bool Exists(std::string const& path) {
@@ -313,14 +321,11 @@ void TICKET::Save() {
     m_isChanged = true;
     // Even a refused set makes a ticket dirty, so that the save really writes.
     m_table->SetParameter(m_table->pTicket, nullptr, PARAM_STRING, nullptr, SCALAR_INDEX);
-    auto const before = IdentityOf(m_path);
-    bool const saved = m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
-    if (!saved) throw REFUSED_SAVE(m_path + ": cannot be written: nested too deep, or memory is short");
+    bool const isTried = m_table->Operation(m_table->pTicket, STICKET_OP_SAVE, nullptr) != 0;
+    auto const reason = WhyNotSaved(m_table, m_path);
+    if (!isTried) throw FAILURE(m_path + ": cannot be written: " + reason);
     m_isChanged = false;
-    auto const after = IdentityOf(m_path);
-    // A save replaces the file, or deletes it when there is nothing to keep.
-    bool const written = IsEmpty() ? !after : after && after != before;
-    if (!written) throw FAILURE(m_path + ": cannot be written: " + WhyNotWritten(m_path));
+    if (!reason.empty()) throw FAILURE(m_path + ": cannot be written: " + reason);
 }
 
 // Ends at the first value; the operation that counts them passes over all.

@@ -8,11 +8,6 @@
 #include "Input.h"
 #include "Values.h"
 
-// A save that the library does not even begin or finish, whatever the disk; the ticket still wants to be saved.
-struct REFUSED_SAVE : FAILURE {
-    using FAILURE::FAILURE;
-};
-
 // Whether a file that is not there will do.
 enum class MISSING { REFUSED, IS_EMPTY };
 
@@ -52,7 +47,7 @@ class TICKET {
     void Clear();
     // Copies what the selectors name, or everything; `clear` empties this ticket first.
     void Merge(TICKET const& from, std::vector<std::string> const& selectors, bool clear);
-    // Writes the file, changed or not; throws FAILURE when it could not be written, REFUSED_SAVE when it never can be.
+    // Writes the file, changed or not; throws FAILURE with the reason when it could not be written.
     void Save();
 
  private:

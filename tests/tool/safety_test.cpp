@@ -21,6 +21,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 // The commands that write, each as it would change "s.xml".
@@ -159,9 +160,13 @@ TEST_F(ToolSafety, ADirectoryThatCannotBeWrittenIsTold) {
     ASSERT_TRUE(given);
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0555));
     for (auto const& command : WriteCommands()) {
-        EXPECT_EQ(Error(command), "s.xml: cannot be written: .: Permission denied") << command[0];
+        EXPECT_THAT(Error(command),
+                    MatchesRegex("s.xml: cannot be written: (s.xml.tmp cannot be made|it cannot be deleted): "
+                                 "Permission denied"))
+            << command[0];
     }
-    EXPECT_EQ(Error({"set", "new.xml", "a", "x"}), "new.xml: cannot be written: .: Permission denied");
+    EXPECT_EQ(Error({"set", "new.xml", "a", "x"}),
+              "new.xml: cannot be written: new.xml.tmp cannot be made: Permission denied");
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(0755));
     EXPECT_EQ(Content("s.xml"), before);
     EXPECT_FALSE(files::Exists(m_scratch.Path("new.xml")));
@@ -172,7 +177,7 @@ TEST_F(ToolSafety, ASaveThatDoesNotGoThroughIsToldEvenWithForce) {
     auto const before = Content("s.xml");
     std::filesystem::create_directory(m_scratch.Path("s.xml.tmp"));
     for (auto const& command : WriteCommands()) {
-        EXPECT_EQ(Error(command), "s.xml: cannot be written: is the disk full, or s.xml.tmp in the way?") << command[0];
+        EXPECT_EQ(Error(command), "s.xml: cannot be written: s.xml.tmp cannot be made: Is a directory") << command[0];
         EXPECT_EQ(Content("s.xml"), before);
     }
 }
@@ -228,7 +233,7 @@ TEST_F(ToolSafety, ALimitOfFileSizesIsAFailure) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &low), 0);
     auto const error = Error({"set", "s.xml", "a", std::string(5000, 'x')});
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
-    EXPECT_THAT(error, HasSubstr("cannot be written"));
+    EXPECT_EQ(error, "a file in memory cannot be written: File too large");
     EXPECT_EQ(Content("s.xml"), before);
 }
 
