@@ -357,6 +357,7 @@ TEST_F(StoreFile, WhatIsChangedThroughTheTableIsSavedToo) {
 
 TEST_F(StoreFile, WhatIsChangedDuringASaveIsLeftToTheNextOneAndAFailedSaveLeavesAll) {
     ticket::detail::Journal journal;
+    journal.open();
     EXPECT_TRUE(journal.empty());
     journal.add("A");
     journal.add("B");

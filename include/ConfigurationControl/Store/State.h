@@ -52,6 +52,7 @@ class BasicState {
             m_loaded = Result(Reason::system, "ticket", "the file name is empty or holds a NUL", EINVAL);
         else
             load();
+        m_journal.open();
         locked(table(), [&] {
             m_observer = TicketAddObserver(table(), &BasicState::observe, this);
             if (m_observer == 0) m_journal.add_everything();
@@ -142,8 +143,8 @@ class BasicState {
             if (keys != nullptr) {
                 for (; *keys != nullptr; ++keys) self.m_journal.add(*keys);
             } else {
-                for (std::string const& key : self.m_known) self.m_journal.add(key);
-                for (std::string const& key : keys_of(self.table())) self.m_journal.add(key);
+                for (std::string const& key : self.m_known) self.m_journal.add(key.c_str());
+                for (std::string const& key : keys_of(self.table())) self.m_journal.add(key.c_str());
             }
         } catch (...) {
             self.m_journal.add_everything();
@@ -165,7 +166,7 @@ class BasicState {
     std::vector<std::string> differing_keys(Table source) const {
         std::vector<std::string> keys;
         if (m_journal.has_everything()) return keys;
-        auto const is_own = [&](std::string const& key) { return m_journal.contains(key); };
+        auto const is_own = [&](std::string const& key) { return m_journal.contains(key.c_str()); };
         for (std::string const& key : keys_of(source))
             if (!is_own(key) && !is_same_value({table(), key.c_str()}, {source, key.c_str()})) keys.push_back(key);
         for (std::string const& key : keys_of(table()))

@@ -5,9 +5,7 @@
 #define CONFIGURATIONCONTROL_STORE_TICKET_H
 
 #include <cstdint>
-#include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -61,51 +59,68 @@ std::vector<Key> keys_of(Table table) {
 /**
  * The keys that a store has set or erased since its last save. Used with the mutex of the store's ticket held.
  *
- * Each key has the number of the save that is to write it. So a failed save has nothing to restore, and what is set
- * while a save is under way waits for the next one.
+ * A ticket in memory holds the keys, each with the number of the save that is to write it. So a failed save has nothing
+ * to restore, and what is set while a save is under way waits for the next one. A std::map is no faster, and including
+ * it takes a tenth more time to compile than Store.h; std::hash is no protection against keys that were chosen to
+ * collide.
  */
 template <typename Lazy>
 class BasicJournal {
  public:
-    /** A save under way. */
+    /** One save: what it writes. */
     struct Saving {
-        int number;
+        int number;      /**< it writes the keys up to this number */
         bool everything; /**< it writes the whole store */
     };
 
-    /** Adds a key. May throw std::bad_alloc; then the key is not added. */
-    void add(std::string_view key) {
-        auto const place = m_keys.lower_bound(key);
-        if (place != m_keys.end() && place->first == key)
-            place->second = m_saves;
-        else
-            m_keys.emplace_hint(place, key, m_saves);
+    /** Begins; until then it is empty. */
+    void open() { m_keys = SharedTicket(STicketInstance.Create(nullptr), true); }
+
+    /** Adds a key. Without memory for it, the whole store is to be written. */
+    void add(char const* key) {
+        Slot const slot{m_keys.table(), key};
+        int number = 0;
+        if (slot.get(PARAM_INT, &number) && number == m_saves) return;
+        m_newest = m_saves;
+        if (m_keys.table()->SetParameter(m_keys.table()->pTicket, key, PARAM_INT, &m_saves, SCALAR_INDEX) == 0)
+            add_everything();
     }
     /** The whole store is to be written, whatever keys it has. */
     void add_everything() { m_everything = true; }
 
-    bool empty() const { return !m_everything && m_keys.empty(); }
+    bool empty() const { return !m_everything && count() == 0; }
     bool has_everything() const { return m_everything; }
-    bool contains(std::string_view key) const { return m_keys.find(key) != m_keys.end(); }
-    std::vector<std::string> keys() const {
-        std::vector<std::string> keys;
-        for (auto const& [key, save] : m_keys) keys.push_back(key);
-        return keys;
-    }
+    bool contains(char const* key) const { return Slot{m_keys.table(), key}.get(PARAM_NONE, nullptr); }
+    std::vector<std::string> keys() const { return keys_of(m_keys.table()); }
 
     /** Begins a save. */
     Saving begin() { return {m_saves++, std::exchange(m_everything, false)}; }
     /** The save has failed. Allocates nothing. */
     void fail(Saving const& saving) noexcept { m_everything = m_everything || saving.everything; }
-    /** The save is done. Allocates nothing. */
-    void finish(Saving const& saving) noexcept {
-        for (auto it = m_keys.begin(); it != m_keys.end();) it = it->second <= saving.number ? m_keys.erase(it) : ++it;
+    /** The save is done. */
+    void finish(Saving const& saving) {
+        if (m_newest <= saving.number) {
+            m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_CLEAR, nullptr);  // allocates nothing
+            return;
+        }
+        for (std::string const& key : keys()) {
+            int number = 0;
+            Slot const slot{m_keys.table(), key.c_str()};
+            if (slot.get(PARAM_INT, &number) && number <= saving.number)
+                slot.table->SetParameter(slot.table->pTicket, slot.key, PARAM_NONE, nullptr, SCALAR_INDEX);
+        }
     }
 
  private:
-    // Ordered: keys come from files, too, and a hostile one could make them collide in the standard hash.
-    std::map<std::string, int, std::less<>> m_keys;
-    int m_saves = 0;  // the number of saves that have begun
+    unsigned int count() const {
+        unsigned int keys = 0;
+        if (m_keys.table() != nullptr) m_keys.table()->Operation(m_keys.table()->pTicket, STICKET_OP_COUNT, &keys);
+        return keys;
+    }
+
+    SharedTicket m_keys;
+    int m_saves = 0;   // the number of saves that have begun
+    int m_newest = 0;  // the number of the key that was added last
     bool m_everything = false;
 };
 using Journal = BasicJournal<void>;
