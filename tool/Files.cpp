@@ -2,6 +2,9 @@
 // symbolic links, owners, interrupts.
 #include "Files.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <filesystem>
 #include <optional>
@@ -35,12 +38,29 @@ class SIGNALS_LATER {
     sigset_t m_before;
 };
 
+// Whether a link on the way from `path` to `file` belongs to another user, and `file` to a third: who made the link may
+// have chosen a file that he can read, or that he must not change.
+bool IsRedirected(fs::path path, std::string const& file) {
+    struct stat link;
+    struct stat target;
+    if (stat(file.c_str(), &target) != 0) return false;
+    std::error_code error;
+    while (lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+        bool const isTrusted = link.st_uid == 0 || link.st_uid == geteuid() || link.st_uid == target.st_uid;
+        if (!isTrusted) return true;
+        path = path.parent_path() / fs::read_symlink(path, error);
+    }
+    return false;
+}
+
 // The file itself, where the name is a link: a save would put a file in the place of the link.
-std::string FileBehind(std::string const& path) {
+std::string FileBehind(std::string const& path, bool force) {
     std::error_code error;
     if (!fs::is_symlink(fs::symlink_status(path, error))) return path;
     auto const file = fs::canonical(path, error);
     if (error) throw FAILURE(path + ": a link to nothing");
+    if (!force && IsRedirected(path, file))
+        throw FAILURE(path + ": not written: it is another user's link; --force follows it to " + file.string());
     return file;
 }
 
@@ -71,7 +91,7 @@ std::string Told(std::vector<LOSS> const& losses) {
 
 void Rewrite(std::string const& path, ARGUMENTS const& arguments, std::function<void(TICKET&)> const& change) {
     bool const force = arguments.Has("--force");
-    auto const file = FileBehind(path);
+    auto const file = FileBehind(path, force);
     std::optional<PROGRESS> progress(std::in_place, file, 5);
     progress->Next("waiting for another ticket");
     TURN const turn(file);

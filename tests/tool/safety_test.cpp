@@ -415,6 +415,26 @@ TEST_F(ToolAsRoot, RestoresTheAccessControlList) {
     EXPECT_EQ(Found("s.xml").st_uid, OTHER);
 }
 
+TEST_F(ToolAsRoot, ALinkOfAnotherUserIsFollowedToHisOwnFilesOnly) {
+    WriteTicket("public.xml", "<a type='string'>1</a>");
+    auto const before = Content("public.xml");
+    for (auto const* const name : {"link.xml", "chain.xml"}) {
+        std::filesystem::create_symlink(name[0] == 'c' ? "link.xml" : "public.xml", m_scratch.Path(name));
+        if (name[0] == 'l') {
+            ASSERT_EQ(lchown(m_scratch.Path(name).c_str(), OTHER, GROUP), 0);
+        }
+        EXPECT_EQ(Error({"set", name, "a", "secret"}),
+                  std::string(name) + ": not written: it is another user's link; --force follows it to " +
+                      std::filesystem::canonical(m_scratch.Path("public.xml")).string());
+        EXPECT_EQ(Content("public.xml"), before);
+    }
+    EXPECT_EQ(Output({"set", "link.xml", "a", "2", "--force"}), "");
+    EXPECT_EQ(Output({"get", "public.xml", "a"}), "2\n");
+    Own("public.xml", 0640);
+    EXPECT_EQ(Output({"set", "link.xml", "a", "3"}), "");
+    EXPECT_EQ(Output({"get", "public.xml", "a"}), "3\n");
+}
+
 TEST_F(ToolAsRoot, AFileThatAnybodyCanHavePutThereIsWrittenOnlyWithForceAndNotGivenAway) {
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms(01777));
     auto const before = Content("s.xml");
