@@ -239,7 +239,7 @@ int STICKET_FILE::StoreRead(void* context, std::string_view key, PARAM_TYPE type
     int const stored = FRAME::Run<STICKET_FILE>(
         ticket,
         [&](STICKET_FILE& self) {
-            if (!IS_LATER) self.m_vector = {};
+            if (!IS_LATER) self.m_vector.entry = nullptr;
             if (self.m_partial && !IsPartialKey(&self, key)) return true;
             clTICKETNODE& parameters = self.m_state->parameters;
             auto const store = [&](void const* content) {

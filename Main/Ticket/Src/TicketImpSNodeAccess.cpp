@@ -85,14 +85,14 @@ ENTRY ToEntry(double value) {
 }
 
 template <typename T>
-bool LoadAs(void const* source, ENTRY& entry) {
+[[gnu::always_inline]] inline bool LoadAs(void const* source, ENTRY& entry) {
     if (!source) return false;
     entry = ToEntry(LoadValue<T>(source));
     return true;
 }
 
-// Reads the value of a set. False: refused, whatever the index. A deletion has nothing to read. Inlined, because its
-// caller knows that `entry` is empty and has nothing to free.
+// Reads the value of a set. False: refused, whatever the index. A deletion has nothing to read. Inlined with LoadAs,
+// because its caller knows that `entry` is empty and has nothing to free.
 [[gnu::always_inline]] inline bool Load(PARAM_TYPE type, void const* source, ENTRY& entry) {
     switch (type) {
         case PARAM_NONE:

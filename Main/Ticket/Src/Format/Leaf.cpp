@@ -21,7 +21,7 @@ std::size_t KEY_PATH::Enter(std::size_t parent, std::string_view name) {
 }
 
 void LEAF_SETTER::Set(std::string_view key, PARAM_TYPE type, std::string_view text, bool isPlain, bool isLater) {
-    m_set = isLater && m_receiver.setLater != nullptr ? m_receiver.setLater : m_receiver.set;
+    m_set = isLater ? m_setLater : m_receiver.set;
     switch (type) {
         case PARAM_INT:
             return HandNumber<int32_t>(key, type, text, isPlain);

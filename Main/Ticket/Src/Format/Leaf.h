@@ -52,7 +52,8 @@ class KEY_PATH {
 // Turns the text of a leaf into a value and hands it to the receiver.
 class LEAF_SETTER {
  public:
-    explicit LEAF_SETTER(LEAF_RECEIVER const& receiver) : m_receiver(receiver) {}
+    explicit LEAF_SETTER(LEAF_RECEIVER const& receiver)
+        : m_receiver(receiver), m_setLater(receiver.setLater != nullptr ? receiver.setLater : receiver.set) {}
 
     bool IsWanted(std::string_view key) const {
         return m_receiver.wants == nullptr || m_receiver.wants(m_receiver.context, key);
@@ -71,6 +72,7 @@ class LEAF_SETTER {
     std::string_view Decoded(std::string_view text);
 
     LEAF_RECEIVER const& m_receiver;
+    LEAF_RECEIVER::SET const m_setLater;
     LEAF_RECEIVER::SET m_set = nullptr;  // for the current value
     std::string m_space;                 // scratch
     std::string m_value;                 // scratch
