@@ -240,11 +240,13 @@ TEST_P(ExhaustedMemory, IsSurvivedAndLeavesOldOrNewValues) {
         ASSERT_EQ(Attempt(*world), DONE);
         m_after = ValuesOf(*world);
     }
-    int const each = Is(SCENARIO::LARGE_FILE) ? (SANITIZED ? 10 : 40)
-                                              : 1000;  // these fail one by one, and then a sample of the later ones
+    bool const isSlow = SANITIZED && Is(SCENARIO::LARGE_FILE);
+    // As many fail one by one, and then a sample of the later ones.
+    int const each = isSlow ? 10 : Is(SCENARIO::LARGE_FILE) ? 40 : 1000;
+    int const sample = isSlow ? 3 : 10;
     for (int const failures : {1, allocations::UNLIMITED}) {
         bool done = false;
-        for (int granted = 0; !done && !HasFailure(); granted += granted < each ? 1 : granted / 10) {
+        for (int granted = 0; !done && !HasFailure(); granted += granted < each ? 1 : granted / sample) {
             long const held = allocations::t_held;
             {
                 SCOPED_TRACE("allocation " + std::to_string(granted) + (failures == 1 ? "" : " and all that follow"));
