@@ -73,6 +73,10 @@ void Fraction(ticket::Store& store) {
 void TextForANumber(ticket::Store& store) {
     store.set(Number, "five");
 }  // says: the value is not of the type of the key
+constexpr ticket::Key<std::string> Title{"Title", "Untitled"};
+void NullForAText(ticket::Store& store) {
+    store.set(Title, nullptr);
+}  // says: nullptr is no value
 void PointerForAFlag(ticket::Store& store) {
     store.set(Flag, "yes");
 }  // says: takes true and false only

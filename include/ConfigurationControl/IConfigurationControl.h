@@ -217,8 +217,8 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
 };
 
 /**
- * Returns the process-wide configuration object, created by the first call, without an open ticket. Valid until
- * Release. Safe from any thread.
+ * Returns the process-wide configuration object, created by the first call, without an open ticket. The library owns
+ * it, until Release. Safe from any thread.
  */
 CONFIGURATIONCONTROL_API IConfigurationControl* GetConfigurationControl();
 

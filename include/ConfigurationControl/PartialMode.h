@@ -39,8 +39,8 @@ class CONFIGURATIONCONTROL_API STRINGPREFIXSET {
      */
     void insert(std::string const& prefix);
     /**
-     * Removes the stored prefix that equals `prefix` or is a prefix of it (removing "a/b/" removes "a/"), no longer
-     * one.
+     * Removes the stored prefix that equals `prefix` or is a prefix of it: removing "a/b/" removes "a/". A longer one
+     * stays.
      * @return how many were removed, 0 or 1
      */
     std::size_t erase(std::string const& prefix);

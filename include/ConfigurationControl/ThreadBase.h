@@ -53,7 +53,8 @@ class CONFIGURATIONCONTROL_API CThreadBase {
  public:
     /**
      * Starts the thread, detached and with default attributes, unless one was started and not forgotten. A failure is
-     * not reported; `Start` may be called again. The thread may delete the object: `Start` uses it no more by then.
+     * not reported; `Start` may be called again. Once `Run` can begin, `Start` does not use the object any more, so the
+     * thread may delete it.
      */
     virtual void Start();
     /** Forgets the thread, so that `Start` starts another one. Neither stops the thread nor waits for it. */

@@ -5,7 +5,7 @@
  * fields never change; the assertions at the end check them.
  *
  * Terms used below:
- * - *key*: NUL-terminated text, compared byte by byte. Only a ticket file gives a meaning to "/": it nests by it.
+ * - *key*: NUL-terminated text, compared byte by byte. A ticket file nests an element at each "/".
  * - *index*: SCALAR_INDEX addresses a value as a whole, APPEND_INDEX (set only) appends, 0 and up address the elements
  * of a vector. A scalar can be read as element 0.
  * - *result*: table entries return 0 for failure and non-zero for success; no exception leaves one.
@@ -248,7 +248,8 @@ typedef struct STICKET_ACCESS {
      * Queues a callback that runs once: in the next SetParameter, SetMultiParameter or Operation that succeeds, on its
      * thread, after its work, with the mutex held. Callbacks run in the order in which they were queued. A callback may
      * use the ticket and queue others, which run in the same pass: one that queues itself again never ends. To hear of
-     * every change, see TicketAddObserver. Callbacks still queued when the ticket is destroyed are dropped.
+     * every change, see TicketAddObserver. Callbacks still queued when the ticket is destroyed are dropped. `argument`
+     * is passed to the callback; the library does not read what it points to.
      * @return false if `callback` is null, the ticket is null or cannot be used, or memory is exhausted
      */
     bool (*QueueAfterNotification)(STICKET* ticket, STICKET_DEFERRED_CALLBACK callback, void* argument);

@@ -337,6 +337,7 @@ Status take_list(Slot const& slot, ReadMode mode, List& out) {
 template <typename T, typename U>
 constexpr void check_conversion() {
     if constexpr (is_optional<T> && std::is_arithmetic_v<U>) check_conversion<typename T::value_type, U>();
+    static_assert(!std::is_null_pointer_v<U>, "ticket::Key: nullptr is no value; erase(key) removes a value");
     static_assert(!std::is_floating_point_v<U> || !std::is_integral_v<T>,
                   "ticket::Key: a key of whole numbers takes no number with a fraction; round it first");
     static_assert(!std::is_same_v<T, bool> || !(std::is_arithmetic_v<U> || std::is_pointer_v<std::decay_t<U>>),

@@ -32,7 +32,7 @@ std::size_t SharedLength(std::string_view a, std::string_view b) {
 bool STREAM_WRITER::SaveOne(void* writer, char const* key, PARAM_TYPE type, void const* value, int index) {
     if (writer == nullptr) return false;
     auto& self = *static_cast<STREAM_WRITER*>(writer);
-    // The walk hands over one key for all elements of a vector. A long key is not looked at for each of them.
+    // The walk passes the same pointer for all elements of a vector. To compare a long key for each would take long.
     bool const isLater = index > 0 && key != nullptr && key == self.m_vector;
     std::string_view const typeName = TICKET_FORMAT::NameOf(type);
     if (typeName.empty()) {

@@ -1,18 +1,7 @@
-// A host with a logger in its executable.
+// A host at fixed addresses, whose executable holds copies of the library's data.
 #include <gtest/gtest.h>
 
-#include "ConfigurationControl/IConfigurationControl.h"
 #include "ConfigurationControl/Ticket.h"
-
-extern "C" int CountMessages();
-
-TEST(OwnLogger, HearsTheService) {
-    auto* const configuration = GetConfigurationControl();
-    EXPECT_EQ(CountMessages(), 0);
-    configuration->Initialize("");
-    EXPECT_EQ(CountMessages(), 1);
-    configuration->Release();
-}
 
 TEST(OwnCopies, OfDataAreThoseThatTheLibraryUses) {
     EXPECT_EQ(hSTicketInstance, &STicketInstance);

@@ -1,11 +1,11 @@
-// A host whose logger is in a shared library that is linked after ours.
+// A host whose logger the service must find.
 #include <gtest/gtest.h>
 
 #include "ConfigurationControl/IConfigurationControl.h"
 
 extern "C" int CountMessages();
 
-TEST(LateLogger, HearsTheService) {
+TEST(HostLogger, HearsTheService) {
     auto* const configuration = GetConfigurationControl();
     EXPECT_EQ(CountMessages(), 0);
     configuration->Initialize("");
