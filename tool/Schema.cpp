@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bitset>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -61,11 +62,41 @@ bool Flag(JSON const& object, char const* name) {
     return flag.get<bool>();
 }
 
+// The number that a value is, or that its text tells; NaN, which is in no range, for any other.
+double Number(VALUE const& value) {
+    return std::visit(
+        [](auto const& content) {
+            using T = std::decay_t<decltype(content)>;
+            if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(content);
+            if constexpr (std::is_same_v<T, std::string>) {
+                try {
+                    return std::get<double>(ParseValue(content, PARAM_DOUBLE));
+                } catch (FAILURE const&) {
+                }
+            }
+            return std::numeric_limits<double>::quiet_NaN();
+        },
+        value);
+}
+
+// Nothing for a null, which stands for an infinite number. Numbers that are kept as texts have limits that are texts.
 std::optional<double> Limit(JSON const& object, char const* name) {
-    if (!object.contains(name)) return std::nullopt;
+    if (!object.contains(name) || object[name].is_null()) return std::nullopt;
     auto const& limit = object[name];
-    if (!limit.is_number()) throw FAILURE(std::string("\"") + name + "\" is not a number");
-    return limit.get<double>();
+    auto const number = limit.is_string()   ? Number(limit.get<std::string>())
+                        : limit.is_number() ? limit.get<double>()
+                                            : std::numeric_limits<double>::quiet_NaN();
+    if (std::isnan(number)) throw FAILURE(std::string("\"") + name + "\" is not a number");
+    return number;
+}
+
+// Nothing for a null, and for the values of a vector, which are not checked.
+std::optional<VALUE> Fallback(JSON const& object, KNOWN_KEY const& known) {
+    if (!object.contains("default") || object["default"].is_null()) return std::nullopt;
+    auto const& fallback = object["default"];
+    if (known.isVector && fallback.is_array()) return std::nullopt;
+    if (!fallback.is_primitive()) throw FAILURE("\"default\" is not one value");
+    return ValueOf(fallback, known.types[0]);
 }
 
 JSON const& Array(JSON const& object, char const* name) {
@@ -74,21 +105,37 @@ JSON const& Array(JSON const& object, char const* name) {
     return array;
 }
 
+// A misspelt member would silently turn a check off, or show a secret. Members for other programs begin with "$" or
+// "x-".
+void RequireOnly(JSON const& object, std::vector<std::string> const& members) {
+    for (auto const& [name, ignored] : object.items()) {
+        bool const isForOthers = name.compare(0, 1, "$") == 0 || name.compare(0, 2, "x-") == 0;
+        if (isForOthers || std::count(members.begin(), members.end(), name) != 0) continue;
+        std::string known;
+        for (auto const& member : members) known += (known.empty() ? "" : ", ") + member;
+        throw FAILURE("unknown member " + Quoted(name) + "; there are " + known);
+    }
+}
+
 KNOWN_KEY Known(JSON const& object) {
     KNOWN_KEY known;
     known.key = JsonTextMember(object, "key");
+    RequireOnly(object, {"key", "type", "default", "min", "max", "choices", "vector", "secret", "help"});
     auto const type = TypeFromName(JsonTextMember(object, "type"));
     known.types = {type};
     known.isVector = Flag(object, "vector");
     known.isSecret = Flag(object, "secret");
     if (object.contains("help")) known.help = JsonTextMember(object, "help");
-    if (object.contains("default") && object["default"].is_primitive() && !object["default"].is_null()) {
-        known.fallback = ValueOf(object["default"], type);
-    }
+    known.fallback = Fallback(object, known);
     known.minimum = Limit(object, "min");
     known.maximum = Limit(object, "max");
-    if (!object.contains("choices")) return known;
-    for (auto const& choice : Array(object, "choices")) known.choices.push_back(ValueOf(choice, type));
+    if (object.contains("choices")) {
+        for (auto const& choice : Array(object, "choices")) known.choices.push_back(ValueOf(choice, type));
+        if (known.choices.empty()) throw FAILURE("\"choices\" is empty");
+    }
+    if (type == PARAM_BINSTR && (known.minimum || known.maximum)) throw FAILURE("bytes have no \"min\" and \"max\"");
+    if (known.minimum && known.maximum && *known.minimum > *known.maximum)
+        throw FAILURE("\"min\" is greater than \"max\"");
     return known;
 }
 
@@ -125,19 +172,6 @@ std::string Lower(std::string text) {
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     }
     return text;
-}
-
-double Number(VALUE const& value) {
-    return std::visit(
-        [](auto const& content) {
-            using T = std::decay_t<decltype(content)>;
-            if constexpr (std::is_arithmetic_v<T>) {
-                return static_cast<double>(content);
-            } else {
-                return 0.0;
-            }
-        },
-        value);
 }
 
 bool IsNumber(VALUE const& value) {
@@ -197,7 +231,9 @@ void SCHEMA::AddFile(std::string const& path) {
         auto const document = ParseJson(text, "JSON");
         std::set<std::string> keys;
         std::size_t number = 0;
-        for (auto const& object : Array(document, "keys")) {
+        auto const& objects = Array(document, "keys");
+        RequireOnly(document, {"keys"});
+        for (auto const& object : objects) {
             where = "key " + std::to_string(number++) + ": ";
             auto known = Known(object);
             if (!keys.insert(known.key).second) throw FAILURE(Quoted(known.key) + " stands twice");

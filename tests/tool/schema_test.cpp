@@ -102,6 +102,52 @@ TEST_F(ToolSchema, AFileThatIsNoneIsTold) {
     }
 }
 
+TEST_F(ToolSchema, AMemberThatIsNotKnownIsRefusedSoThatAMistakeTurnsNoCheckOff) {
+    Write("bad.json", R"({"keys": [{"key": "a", "type": "int", "minimum": 1}]})");
+    EXPECT_EQ(Error({"set", "n.xml", "a", "0", "--schema", "bad.json"}),
+              "bad.json: key 0: unknown member 'minimum'; there are key, type, default, min, max, choices, vector, "
+              "secret, help; --schema none ignores schema files");
+    Write("bad.json", R"({"keys": [], "Keys": []})");
+    WriteTicket("n.xml", "<a type='int'>1</a>");
+    EXPECT_EQ(Error({"list", "n.xml", "--schema", "bad.json"}),
+              "bad.json: unknown member 'Keys'; there are keys; --schema none ignores schema files");
+}
+
+TEST_F(ToolSchema, MembersForOtherProgramsAreIgnored) {
+    Write("n.json",
+          R"({"$schema": "x", "x-by": 1, "keys": [{"key": "a", "type": "int", "x-unit": "mm", "$comment": 1}]})");
+    EXPECT_EQ(Output({"set", "n.xml", "a", "1", "--schema", "n.json"}), "");
+    EXPECT_EQ(Output({"list", "n.xml"}), "a\tint\t1\n");
+}
+
+TEST_F(ToolSchema, NumbersThatAreKeptAsTextsHaveLimits) {
+    // As a program's ticket::Schema exports wide keys, infinite limits, and a fallback that means "not set".
+    Write("wide.json", R"({"keys": [
+        {"key": "Delay", "type": "string", "default": "1.5", "min": "0", "max": "10"},
+        {"key": "Zoom", "type": "double", "default": -1, "min": 0.1, "max": null}]})");
+    EXPECT_EQ(Output({"set", "n.xml", "Delay", "9.5", "--schema", "wide.json"}), "");
+    EXPECT_EQ(Output({"set", "n.xml", "Zoom", "1000.5", "--schema", "wide.json"}), "");
+    EXPECT_EQ(Output({"list", "n.xml"}), "Delay\tstring\t\"9.5\"\nZoom\tdouble\t1000.5\n");
+    for (std::string const text : {"10.5", "soon"}) {
+        EXPECT_EQ(Error({"set", "n.xml", "Delay", text, "--schema", "wide.json"}),
+                  "'Delay': \"" + text + "\" is not 0 to 10; --force stores it all the same");
+    }
+}
+
+TEST_F(ToolSchema, MembersThatContradictEachOtherAreRefused) {
+    for (auto const& [members, reason] : {
+             std::pair{R"("type": "int", "min": 2, "max": 1)", "\"min\" is greater than \"max\""},
+             std::pair{R"("type": "binstr", "max": 1)", "bytes have no \"min\" and \"max\""},
+             std::pair{R"("type": "int", "choices": [])", "\"choices\" is empty"},
+             std::pair{R"("type": "int", "default": [5])", "\"default\" is not one value"},
+             std::pair{R"("type": "int", "vector": true, "default": {})", "\"default\" is not one value"},
+         }) {
+        Write("bad.json", std::string(R"({"keys": [{"key": "a", )") + members + "}]}");
+        EXPECT_EQ(Error({"set", "n.xml", "a", "1", "--schema", "bad.json"}),
+                  std::string("bad.json: key 0: ") + reason + "; --schema none ignores schema files");
+    }
+}
+
 TEST_F(ToolSchema, ANumberThatIsNoneIsInNoRange) {
     Write("d.json",
           R"({"keys": [{"key": "D", "type": "double", "min": 0}, {"key": "E", "type": "double", "max": 1}]})");
