@@ -9,8 +9,8 @@
 #include <vector>
 
 // What an argument holds: decides how it is checked and what a shell offers for it. WORDS are alternatives with "|"
-// between them; KNOWN_KEY is a key of the file or of the schema.
-enum class ARGUMENT_KIND { FLAG, TEXT, INDEX, TYPE, WORDS, FILE_NAME, KEY, KNOWN_KEY, COMMAND };
+// between them; KNOWN_KEY is a key of the file or of the schema, VALUE a value of the key before it.
+enum class ARGUMENT_KIND { FLAG, TEXT, INDEX, TYPE, WORDS, FILE_NAME, KEY, KNOWN_KEY, VALUE, COMMAND };
 
 struct OPTION {
     char const* name;         // "--type", or "-z"

@@ -37,4 +37,5 @@ int Recover(ARGUMENTS const& arguments);
 int Help(ARGUMENTS const& arguments);
 int Completion(ARGUMENTS const& arguments);
 int KnownKeys(ARGUMENTS const& arguments);
+int KnownValues(ARGUMENTS const& arguments);
 int ManPage(ARGUMENTS const& arguments);

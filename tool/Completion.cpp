@@ -43,6 +43,8 @@ std::string Code(KIND kind, std::string_view alternatives) {
             return "k";
         case KIND::KNOWN_KEY:
             return "K";
+        case KIND::VALUE:
+            return "v";
         case KIND::COMMAND:
             return "c";
         case KIND::TYPE:
@@ -56,25 +58,32 @@ std::string Code(KIND kind, std::string_view alternatives) {
 constexpr char const* BASH_HEAD =
     R"(# bash completion for ticket(1), made by "ticket completion bash".
 
-# The keys that begin with a text: of a file, or those that are known as well. File and text are as they were typed, so
-# they may be quoted; so are the keys, unless an open quote stands before them.
-_ticket_keys() {
-    local kind=$1 file=${2//\\/} start=$3 quote=yes key
-    file=${file#[\'\"]}
-    file=${file%[\'\"]}
-    [[ $file == '~/'* ]] && file=$HOME/${file:2}
+# A word without the quotes and backslashes with which it was typed.
+_ticket_unquoted() {
+    local word=${1//\\/}
+    word=${word#[\'\"]}
+    word=${word%[\'\"]}
+    [[ $word == '~/'* ]] && word=$HOME/${word:2}
+    printf '%s' "$word"
+}
+
+# The names that begin with a text: keys of a file, those that are known as well, or values that a key takes. File, key
+# and text are as they were typed, so they may be quoted; so are the names, unless an open quote stands before them.
+_ticket_names() {
+    local kind=$1 start=$2 file key quote=yes name
+    file=$(_ticket_unquoted "$3") key=$(_ticket_unquoted "$4")
     [[ $start == [\'\"]* ]] && start=${start:1} quote=''
     [ -n "$quote" ] && start=${start//\\/}
-    [[ $kind == K || -f $file ]] || return 0
-    while IFS= read -r key; do
-        [ -n "$quote" ] && printf -v key %q "$key"
-        printf '%s\n' "$key"
+    [[ $kind != k || -f $file ]] || return 0
+    while IFS= read -r name; do
+        [ -n "$quote" ] && printf -v name %q "$name"
+        printf '%s\n' "$name"
     done < <(
-        if [ "$kind" = K ]; then
-            ticket known-keys -- "$file" "$start" 2>/dev/null
-        else
-            ticket list --keys -- "$file" "$start*" 2>/dev/null
-        fi
+        case $kind in
+            k) ticket list --keys -- "$file" "$start*" ;;
+            K) ticket known-keys -- "$file" "$start" ;;
+            v) ticket known-values -- "$file" "$key" "$start" ;;
+        esac 2>/dev/null
     )
 }
 
@@ -82,15 +91,15 @@ _ticket_words() {
     mapfile -t COMPREPLY < <(compgen -W "$2" -- "$1")
 }
 
-# Offers what an argument takes; see the codes below.
+# Offers what an argument takes, by its code, see below. The third and fourth arguments are the command's first two.
 _ticket_offer() {
-    local code=$1 current=$2 file=$3
+    local code=$1 current=$2
     case $code in
         f)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             ;;
-        k | K) mapfile -t COMPREPLY < <(_ticket_keys "$code" "$file" "$current") ;;
+        k | K | v) mapfile -t COMPREPLY < <(_ticket_names "$code" "$current" "${3-}" "${4-}") ;;
         c) _ticket_words "$current" "${!options[*]}" ;;
         \[*) _ticket_words "$current" "${code:1:${#code}-2}" ;;
     esac
@@ -138,7 +147,7 @@ constexpr char const* BASH_TAIL =
         elif [[ $code != *+ ]]; then
             return
         fi
-        _ticket_offer "${code%+}" "$current" "${positionals[0]}"
+        _ticket_offer "${code%+}" "$current" "${positionals[@]:0:2}"
     fi
 }
 
@@ -161,9 +170,9 @@ void PrintBash() {
         std::cout << "        [" << command->name << "]=" << QuotedForShell(Joined(names, " ")) << '\n';
     }
     std::cout << "    )\n    # What options and arguments take: f file, k key, K "
-                 "key that may be new, c command, [...] one of "
-                 "these,\n    # - anything; + for each argument that follows.\n  "
-                 "  local -A values=(\n"
+                 "key that may be new, v value of a key, c command,\n    # [...] one of these, - anything; + for each "
+                 "argument "
+                 "that follows.\n    local -A values=(\n"
               << values << "    )\n    local -A arguments=(\n";
     for (auto const* const command : Shown()) {
         std::vector<std::string> codes;
@@ -181,9 +190,11 @@ std::string ZshAction(KIND kind, std::string_view alternatives) {
         case KIND::FILE_NAME:
             return "_files";
         case KIND::KEY:
-            return "_ticket_keys list";
+            return "_ticket_names keys";
         case KIND::KNOWN_KEY:
-            return "_ticket_keys known";
+            return "_ticket_names known-keys";
+        case KIND::VALUE:
+            return "_ticket_names known-values";
         case KIND::COMMAND:
             return "(" + [] {
                 std::vector<std::string> names;
@@ -194,7 +205,7 @@ std::string ZshAction(KIND kind, std::string_view alternatives) {
         case KIND::WORDS:
             return "(" + Joined(WordsOf(kind, alternatives), " ") + ")";
         default:
-            return " ";
+            return "()";  // offers nothing; a space would show a message, which keeps options from being completed
     }
 }
 
@@ -211,16 +222,17 @@ std::string ZshText(std::string_view text) {
 constexpr char const* ZSH_HEAD = R"(#compdef ticket
 # zsh completion for ticket(1), made by "ticket completion zsh".
 
-# Offers the keys of the file that is named on the line, or those that are known as well.
-_ticket_keys() {
-    local file=${(Q)line[1]} keys
+# Offers the keys of the file that is named on the line, those that are known as well, or the values of the key after it.
+# _arguments puts options of compadd before the kind.
+_ticket_names() {
+    local kind=$@[-1] file=${(Q)line[1]} names
     [[ $file == '~/'* ]] && file=$HOME/${file:2}
-    if [[ $1 == known ]]; then
-        keys=("${(@f)$(ticket known-keys -- "$file" 2>/dev/null)}")
-    else
-        keys=("${(@f)$(ticket list --keys -- "$file" 2>/dev/null)}")
-    fi
-    compadd -a keys
+    case $kind in
+        keys) names=("${(@f)$(ticket list --keys -- "$file" 2>/dev/null)}") ;;
+        known-keys) names=("${(@f)$(ticket known-keys -- "$file" 2>/dev/null)}") ;;
+        known-values) names=("${(@f)$(ticket known-values -- "$file" "${(Q)line[2]}" 2>/dev/null)}") ;;
+    esac
+    compadd "${@[1,-2]}" -a names
 }
 
 _ticket() {
@@ -228,15 +240,24 @@ _ticket() {
     local -a commands=(
 )";
 
+constexpr char const* ZSH_MIDDLE = R"(    )
+    if ((CURRENT == 2)); then
+        _describe command commands
+        [[ $PREFIX == -* ]] && compadd -- --help --version
+        return
+    fi
+    local command=$words[2]
+    shift words
+    ((CURRENT--))
+    case $command in
+)";
+
 void PrintZsh() {
     std::cout << ZSH_HEAD;
     for (auto const* const command : Shown()) {
         std::cout << "        " << QuotedForShell(std::string(command->name) + ":" + ZshText(command->summary)) << '\n';
     }
-    std::cout << "    )\n    if ((CURRENT == 2)); then\n        _describe "
-                 "command commands\n        return\n    fi\n"
-                 "    local command=$words[2]\n    shift words\n    "
-                 "((CURRENT--))\n    case $command in\n";
+    std::cout << ZSH_MIDDLE;
     for (auto const* const command : Shown()) {
         std::cout << "        " << command->name << ")\n            _arguments -S";
         for (auto const& option : OptionsOf(*command)) {
@@ -263,8 +284,9 @@ void PrintZsh() {
 
 // What fish offers for an argument; empty for anything.
 std::string FishWords(KIND kind, std::string_view alternatives) {
-    if (kind == KIND::KEY) return "(__ticket_keys list)";
-    if (kind == KIND::KNOWN_KEY) return "(__ticket_keys known)";
+    if (kind == KIND::KEY) return "(__ticket_names keys)";
+    if (kind == KIND::KNOWN_KEY) return "(__ticket_names known-keys)";
+    if (kind == KIND::VALUE) return "(__ticket_names known-values)";
     return Joined(WordsOf(kind, alternatives), " ");
 }
 
@@ -287,17 +309,22 @@ function __ticket_at
     set -q argv[3]; and test $count -gt $argv[2]
 end
 
-# Offers the keys of the file that is named first, or those that are known as well.
-function __ticket_keys
-    set -l file (__ticket_arguments)[1]
-    if test "$argv[1]" = known
-        ticket known-keys -- "$file" 2>/dev/null
-    else
-        ticket list --keys -- "$file" 2>/dev/null
+# Offers the keys of the file that is named first, those that are known as well, or the values of the key after it.
+function __ticket_names
+    set -l arguments (__ticket_arguments)
+    switch $argv[1]
+        case keys
+            ticket list --keys -- "$arguments[1]" 2>/dev/null
+        case known-keys
+            ticket known-keys -- "$arguments[1]" 2>/dev/null
+        case known-values
+            ticket known-values -- "$arguments[1]" "$arguments[2]" 2>/dev/null
     end
 end
 
 complete -c ticket -f
+complete -c ticket -n __fish_use_subcommand -l help -d 'Show this help, or that of a command'
+complete -c ticket -n __fish_use_subcommand -l version -d 'Show the version'
 )";
 
 void PrintFishArguments(COMMAND const& command) {

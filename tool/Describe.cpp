@@ -34,7 +34,7 @@ void PrintStored(ARGUMENTS const& arguments, std::string const& key, LISTING con
     auto const file = arguments.Find("FILE");
     if (!file) return;
     INPUT const input(*file);
-    auto const parameter = TICKET(input).Read(key);
+    auto const parameter = Loaded(input).Read(key);
     if (!parameter) return PrintRow("stored", "nothing");
     for (auto const& value : *parameter) {
         PrintRow("stored", std::string(TypeName(value)) + " " + (listing.Hides(key) ? HIDDEN_VALUE : OneLine(value)));

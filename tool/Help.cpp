@@ -77,3 +77,15 @@ int KnownKeys(ARGUMENTS const& arguments) {
     }
     return SUCCESS;
 }
+
+int KnownValues(ARGUMENTS const& arguments) {
+    SCHEMA const schema(arguments, arguments.Text("FILE"));
+    auto const prefix = arguments.Text("PREFIX");
+    auto const* const known = schema.Find(arguments.Text("KEY"));
+    if (known == nullptr) return SUCCESS;
+    for (auto const& choice : known->choices) {
+        auto const text = PlainText(choice);
+        if (text.compare(0, prefix.size(), prefix) == 0) std::cout << text << '\n';
+    }
+    return SUCCESS;
+}

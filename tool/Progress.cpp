@@ -1,5 +1,6 @@
 #include "Progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,14 @@ namespace {
 constexpr auto PATIENCE = std::chrono::milliseconds(500);
 constexpr auto INTERVAL = std::chrono::milliseconds(100);
 constexpr int WIDTH = 20;
+
+// As much of a line as the terminal shows in one row: only one row can be drawn over.
+std::string OneRow(std::string const& line) {
+    winsize size = {};
+    bool const knowsWidth = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    std::size_t const room = knowsWidth ? size.ws_col - 1U : 79;
+    return line.substr(0, LengthOfWholeCharacters(std::string_view(line).substr(0, room)));
+}
 
 }  // namespace
 
@@ -60,5 +69,6 @@ void PROGRESS::Draw() const {
     std::snprintf(seconds, sizeof seconds, "%.1f s", passed.count());
     std::string bar(static_cast<std::size_t>(WIDTH), '-');
     bar.replace(0, static_cast<std::size_t>(done), static_cast<std::size_t>(done), '#');
-    std::cerr << "\r\033[K[" + bar + "] " + Beginning(Printable(m_name)) + ": " + m_step + ", " + seconds << std::flush;
+    auto const line = "[" + bar + "] " + m_step + ", " + seconds + ": " + Printable(m_name);
+    std::cerr << "\r\033[K" + OneRow(line) << std::flush;
 }

@@ -81,7 +81,7 @@ class PATTERN {
 
 int List(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FILE"));
-    TICKET const ticket(input);
+    TICKET const ticket = Loaded(input);
     LISTING const listing(arguments, arguments.Text("FILE"));
     auto const selectors = arguments.All("SELECTOR");
     if (arguments.Has("--json")) return PrintJson(ticket, listing, selectors);
@@ -99,7 +99,7 @@ int List(ARGUMENTS const& arguments) {
 
 int Get(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FILE"));
-    TICKET const ticket(input);
+    TICKET const ticket = Loaded(input);
     LISTING const listing(arguments, arguments.Text("FILE"));
     auto const key = arguments.Text("KEY");
     auto const parameter = ticket.Read(key);
@@ -129,7 +129,7 @@ int Get(ARGUMENTS const& arguments) {
 int Find(ARGUMENTS const& arguments) {
     PATTERN const pattern(arguments.Text("TEXT"), arguments.Has("--regex"), arguments.Has("--ignore-case"));
     INPUT const input(arguments.Text("FILE"));
-    TICKET const ticket(input);
+    TICKET const ticket = Loaded(input);
     LISTING const listing(arguments, arguments.Text("FILE"));
     bool found = false;
     for (auto const& key : ticket.Keys()) {
@@ -149,13 +149,13 @@ int Find(ARGUMENTS const& arguments) {
 
 int Diff(ARGUMENTS const& arguments) {
     INPUT const first(arguments.Text("FILE"));
-    TICKET const before(first);
+    TICKET const before = Loaded(first);
     LISTING const listing(arguments, arguments.Text("FILE"));
     auto const others = arguments.All("OTHER");
     bool differs = false;
     for (auto const& name : others) {
         INPUT const input(name);
-        TICKET const after(input);
+        TICKET const after = Loaded(input);
         if (others.size() > 1)
             std::cout << "--- " << Printable(first.Name()) << "\n+++ " << Printable(input.Name()) << '\n';
         if (listing.PrintDifferences(&before, &after)) differs = true;
@@ -165,5 +165,5 @@ int Diff(ARGUMENTS const& arguments) {
 
 int Export(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FILE"));
-    return PrintJson(TICKET(input), LISTING(arguments, arguments.Text("FILE")), {});
+    return PrintJson(Loaded(input), LISTING(arguments, arguments.Text("FILE")), {});
 }

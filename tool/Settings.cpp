@@ -109,7 +109,7 @@ void PrintJson(std::vector<ROW> const& rows) {
 
 int Settings(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FILE"));
-    TICKET const ticket(input);
+    TICKET const ticket = Loaded(input);
     std::vector<ROW> rows;
     for (auto const& setting : SETTINGS) rows.push_back(Row(arguments.Has("--show-secrets"), ticket, setting));
     if (arguments.Has("--json")) {

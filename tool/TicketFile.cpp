@@ -14,6 +14,7 @@
 
 #include "ConfigurationControl/PartialMode.h"
 #include "ConfigurationControl/TicketServices.h"
+#include "Progress.h"
 #include "Text.h"
 #include "XmlText.h"
 
@@ -337,6 +338,12 @@ bool TICKET::IsEmpty() const {
     };
     m_table->WalkParameter(m_table->pTicket, find, &isEmpty, "", WALK_EVERYTHING);
     return isEmpty;
+}
+
+TICKET Loaded(INPUT const& input) {
+    PROGRESS progress(input.Name(), 1);
+    progress.Next("loading");
+    return TICKET(input);
 }
 
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors) {

@@ -61,6 +61,9 @@ class TICKET {
     bool m_isChanged = false;  // and not saved
 };
 
+// Loads a file or pipe to read, and shows the progress; the input must outlive the ticket.
+TICKET Loaded(INPUT const& input);
+
 // Null-terminated selectors as the table's entries take them; the strings must outlive it. Throws FAILURE for "", which
 // would turn the list into one of removals.
 std::vector<char const*> KeyList(std::vector<std::string> const& selectors);

@@ -180,7 +180,7 @@ int Reset(ARGUMENTS const& arguments) {
 
 int Merge(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FROM"));
-    TICKET const from(input);
+    TICKET const from = Loaded(input);
     auto const selectors = arguments.All("SELECTOR");
     if (!selectors.empty() && from.Keys(selectors).empty()) throw FAILURE(input.Name() + ": no key is selected");
     Rewrite(arguments.Text("INTO"), arguments,

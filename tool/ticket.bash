@@ -1,24 +1,31 @@
 # bash completion for ticket(1), made by "ticket completion bash".
 
-# The keys that begin with a text: of a file, or those that are known as well. File and text are as they were typed, so
-# they may be quoted; so are the keys, unless an open quote stands before them.
-_ticket_keys() {
-    local kind=$1 file=${2//\\/} start=$3 quote=yes key
-    file=${file#[\'\"]}
-    file=${file%[\'\"]}
-    [[ $file == '~/'* ]] && file=$HOME/${file:2}
+# A word without the quotes and backslashes with which it was typed.
+_ticket_unquoted() {
+    local word=${1//\\/}
+    word=${word#[\'\"]}
+    word=${word%[\'\"]}
+    [[ $word == '~/'* ]] && word=$HOME/${word:2}
+    printf '%s' "$word"
+}
+
+# The names that begin with a text: keys of a file, those that are known as well, or values that a key takes. File, key
+# and text are as they were typed, so they may be quoted; so are the names, unless an open quote stands before them.
+_ticket_names() {
+    local kind=$1 start=$2 file key quote=yes name
+    file=$(_ticket_unquoted "$3") key=$(_ticket_unquoted "$4")
     [[ $start == [\'\"]* ]] && start=${start:1} quote=''
     [ -n "$quote" ] && start=${start//\\/}
-    [[ $kind == K || -f $file ]] || return 0
-    while IFS= read -r key; do
-        [ -n "$quote" ] && printf -v key %q "$key"
-        printf '%s\n' "$key"
+    [[ $kind != k || -f $file ]] || return 0
+    while IFS= read -r name; do
+        [ -n "$quote" ] && printf -v name %q "$name"
+        printf '%s\n' "$name"
     done < <(
-        if [ "$kind" = K ]; then
-            ticket known-keys -- "$file" "$start" 2>/dev/null
-        else
-            ticket list --keys -- "$file" "$start*" 2>/dev/null
-        fi
+        case $kind in
+            k) ticket list --keys -- "$file" "$start*" ;;
+            K) ticket known-keys -- "$file" "$start" ;;
+            v) ticket known-values -- "$file" "$key" "$start" ;;
+        esac 2>/dev/null
     )
 }
 
@@ -26,15 +33,15 @@ _ticket_words() {
     mapfile -t COMPREPLY < <(compgen -W "$2" -- "$1")
 }
 
-# Offers what an argument takes; see the codes below.
+# Offers what an argument takes, by its code, see below. The third and fourth arguments are the command's first two.
 _ticket_offer() {
-    local code=$1 current=$2 file=$3
+    local code=$1 current=$2
     case $code in
         f)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             ;;
-        k | K) mapfile -t COMPREPLY < <(_ticket_keys "$code" "$file" "$current") ;;
+        k | K | v) mapfile -t COMPREPLY < <(_ticket_names "$code" "$current" "${3-}" "${4-}") ;;
         c) _ticket_words "$current" "${!options[*]}" ;;
         \[*) _ticket_words "$current" "${code:1:${#code}-2}" ;;
     esac
@@ -62,8 +69,8 @@ _ticket() {
         [help]='--color --help'
         [completion]='--color --help'
     )
-    # What options and arguments take: f file, k key, K key that may be new, c command, [...] one of these,
-    # - anything; + for each argument that follows.
+    # What options and arguments take: f file, k key, K key that may be new, v value of a key, c command,
+    # [...] one of these, - anything; + for each argument that follows.
     local -A values=(
         [--schema]='f'
         [--color]='[auto always never]'
@@ -83,7 +90,7 @@ _ticket() {
         [settings]='f'
         [describe]='K,f'
         [watch]='f,k+'
-        [set]='f,K,-'
+        [set]='f,K,v'
         [delete]='f,k+'
         [reset]='f,k+'
         [merge]='f,f,k+'
@@ -131,7 +138,7 @@ _ticket() {
         elif [[ $code != *+ ]]; then
             return
         fi
-        _ticket_offer "${code%+}" "$current" "${positionals[0]}"
+        _ticket_offer "${code%+}" "$current" "${positionals[@]:0:2}"
     fi
 }
 

@@ -16,17 +16,22 @@ function __ticket_at
     set -q argv[3]; and test $count -gt $argv[2]
 end
 
-# Offers the keys of the file that is named first, or those that are known as well.
-function __ticket_keys
-    set -l file (__ticket_arguments)[1]
-    if test "$argv[1]" = known
-        ticket known-keys -- "$file" 2>/dev/null
-    else
-        ticket list --keys -- "$file" 2>/dev/null
+# Offers the keys of the file that is named first, those that are known as well, or the values of the key after it.
+function __ticket_names
+    set -l arguments (__ticket_arguments)
+    switch $argv[1]
+        case keys
+            ticket list --keys -- "$arguments[1]" 2>/dev/null
+        case known-keys
+            ticket known-keys -- "$arguments[1]" 2>/dev/null
+        case known-values
+            ticket known-values -- "$arguments[1]" "$arguments[2]" 2>/dev/null
     end
 end
 
 complete -c ticket -f
+complete -c ticket -n __fish_use_subcommand -l help -d 'Show this help, or that of a command'
+complete -c ticket -n __fish_use_subcommand -l version -d 'Show the version'
 complete -c ticket -n __fish_use_subcommand -a list -d 'Show keys with their types and values'
 complete -c ticket -n __fish_use_subcommand -a get -d 'Print one value'
 complete -c ticket -n __fish_use_subcommand -a find -d 'Show keys whose values contain a text'
@@ -54,7 +59,7 @@ complete -c ticket -n '__fish_seen_subcommand_from list' -l schema -r -F -d 'JSO
 complete -c ticket -n '__fish_seen_subcommand_from list' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from list' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at list 0' -F
-complete -c ticket -n '__ticket_at list 1 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at list 1 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from get' -l index -x -d 'Element of a vector; the first one is 0'
 complete -c ticket -n '__fish_seen_subcommand_from get' -l type -x -a 'int unsigned int64 uint64 double string binstr' -d 'Convert to this type, as the library does for a program'
 complete -c ticket -n '__fish_seen_subcommand_from get' -l hex -d 'Print bytes in hexadecimal'
@@ -66,7 +71,7 @@ complete -c ticket -n '__fish_seen_subcommand_from get' -l schema -r -F -d 'JSON
 complete -c ticket -n '__fish_seen_subcommand_from get' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from get' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at get 0' -F
-complete -c ticket -n '__ticket_at get 1' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at get 1' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from find' -l regex -d 'TEXT is an extended POSIX regular expression'
 complete -c ticket -n '__fish_seen_subcommand_from find' -l ignore-case -d 'Do not distinguish upper and lower case'
 complete -c ticket -n '__fish_seen_subcommand_from find' -l keys -d 'Print the keys only'
@@ -103,7 +108,7 @@ complete -c ticket -n '__ticket_at settings 0' -F
 complete -c ticket -n '__fish_seen_subcommand_from describe' -l schema -r -F -d 'JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service'
 complete -c ticket -n '__fish_seen_subcommand_from describe' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from describe' -l help -d 'Show this help'
-complete -c ticket -n '__ticket_at describe 0' -a '(__ticket_keys known)'
+complete -c ticket -n '__ticket_at describe 0' -a '(__ticket_names known-keys)'
 complete -c ticket -n '__ticket_at describe 1' -F
 complete -c ticket -n '__fish_seen_subcommand_from watch' -l count -x -d 'End after N changes of the file'
 complete -c ticket -n '__fish_seen_subcommand_from watch' -l redact -d 'Hide passwords in pipes and files too'
@@ -112,7 +117,7 @@ complete -c ticket -n '__fish_seen_subcommand_from watch' -l schema -r -F -d 'JS
 complete -c ticket -n '__fish_seen_subcommand_from watch' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from watch' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at watch 0' -F
-complete -c ticket -n '__ticket_at watch 1 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at watch 1 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l type -x -a 'int unsigned int64 uint64 double string binstr' -d 'Type to store'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l index -x -d 'Replace this element of a vector, or append at its end'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l append -d 'Append to the key'\''s vector'
@@ -125,8 +130,8 @@ complete -c ticket -n '__fish_seen_subcommand_from set' -l force -d 'Write even 
 complete -c ticket -n '__fish_seen_subcommand_from set' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from set' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at set 0' -F
-complete -c ticket -n '__ticket_at set 1' -a '(__ticket_keys known)'
-complete -c ticket -n '__ticket_at set 2' -a ''
+complete -c ticket -n '__ticket_at set 1' -a '(__ticket_names known-keys)'
+complete -c ticket -n '__ticket_at set 2' -a '(__ticket_names known-values)'
 complete -c ticket -n '__fish_seen_subcommand_from delete' -l index -x -d 'Element of a vector; the first one is 0'
 complete -c ticket -n '__fish_seen_subcommand_from delete' -l dry-run -d 'Show what would change, and change nothing'
 complete -c ticket -n '__fish_seen_subcommand_from delete' -l backup -d 'Keep the old file under its name with SUFFIX appended; ~ by default'
@@ -134,7 +139,7 @@ complete -c ticket -n '__fish_seen_subcommand_from delete' -l force -d 'Write ev
 complete -c ticket -n '__fish_seen_subcommand_from delete' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from delete' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at delete 0' -F
-complete -c ticket -n '__ticket_at delete 1 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at delete 1 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from reset' -l schema -r -F -d 'JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service'
 complete -c ticket -n '__fish_seen_subcommand_from reset' -l dry-run -d 'Show what would change, and change nothing'
 complete -c ticket -n '__fish_seen_subcommand_from reset' -l backup -d 'Keep the old file under its name with SUFFIX appended; ~ by default'
@@ -142,7 +147,7 @@ complete -c ticket -n '__fish_seen_subcommand_from reset' -l force -d 'Write eve
 complete -c ticket -n '__fish_seen_subcommand_from reset' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from reset' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at reset 0' -F
-complete -c ticket -n '__ticket_at reset 1 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at reset 1 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from merge' -l clear -d 'Empty the file first'
 complete -c ticket -n '__fish_seen_subcommand_from merge' -l dry-run -d 'Show what would change, and change nothing'
 complete -c ticket -n '__fish_seen_subcommand_from merge' -l backup -d 'Keep the old file under its name with SUFFIX appended; ~ by default'
@@ -151,7 +156,7 @@ complete -c ticket -n '__fish_seen_subcommand_from merge' -l color -x -a 'auto a
 complete -c ticket -n '__fish_seen_subcommand_from merge' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at merge 0' -F
 complete -c ticket -n '__ticket_at merge 1' -F
-complete -c ticket -n '__ticket_at merge 2 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at merge 2 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from import' -l clear -d 'Empty the file first'
 complete -c ticket -n '__fish_seen_subcommand_from import' -l dry-run -d 'Show what would change, and change nothing'
 complete -c ticket -n '__fish_seen_subcommand_from import' -l backup -d 'Keep the old file under its name with SUFFIX appended; ~ by default'
@@ -167,7 +172,7 @@ complete -c ticket -n '__fish_seen_subcommand_from edit' -l force -d 'Write even
 complete -c ticket -n '__fish_seen_subcommand_from edit' -l color -x -a 'auto always never' -d 'Use colours; auto, the default, means on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from edit' -l help -d 'Show this help'
 complete -c ticket -n '__ticket_at edit 0' -F
-complete -c ticket -n '__ticket_at edit 1 more' -a '(__ticket_keys list)'
+complete -c ticket -n '__ticket_at edit 1 more' -a '(__ticket_names keys)'
 complete -c ticket -n '__fish_seen_subcommand_from recover' -l redact -d 'Hide passwords in pipes and files too'
 complete -c ticket -n '__fish_seen_subcommand_from recover' -l show-secrets -d 'Show passwords on a terminal'
 complete -c ticket -n '__fish_seen_subcommand_from recover' -l schema -r -F -d 'JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service'

@@ -1,16 +1,17 @@
 #compdef ticket
 # zsh completion for ticket(1), made by "ticket completion zsh".
 
-# Offers the keys of the file that is named on the line, or those that are known as well.
-_ticket_keys() {
-    local file=${(Q)line[1]} keys
+# Offers the keys of the file that is named on the line, those that are known as well, or the values of the key after it.
+# _arguments puts options of compadd before the kind.
+_ticket_names() {
+    local kind=$@[-1] file=${(Q)line[1]} names
     [[ $file == '~/'* ]] && file=$HOME/${file:2}
-    if [[ $1 == known ]]; then
-        keys=("${(@f)$(ticket known-keys -- "$file" 2>/dev/null)}")
-    else
-        keys=("${(@f)$(ticket list --keys -- "$file" 2>/dev/null)}")
-    fi
-    compadd -a keys
+    case $kind in
+        keys) names=("${(@f)$(ticket list --keys -- "$file" 2>/dev/null)}") ;;
+        known-keys) names=("${(@f)$(ticket known-keys -- "$file" 2>/dev/null)}") ;;
+        known-values) names=("${(@f)$(ticket known-values -- "$file" "${(Q)line[2]}" 2>/dev/null)}") ;;
+    esac
+    compadd "${@[1,-2]}" -a names
 }
 
 _ticket() {
@@ -37,6 +38,7 @@ _ticket() {
     )
     if ((CURRENT == 2)); then
         _describe command commands
+        [[ $PREFIX == -* ]] && compadd -- --help --version
         return
     fi
     local command=$words[2]
@@ -54,14 +56,14 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '*:SELECTOR:_ticket_keys list'
+                '*:SELECTOR:_ticket_names keys'
             ;;
         get)
             _arguments -S \
-                '--index=[Element of a vector; the first one is 0]:index: ' \
+                '--index=[Element of a vector; the first one is 0]:index:()' \
                 '--type=[Convert to this type, as the library does for a program]:type:(int unsigned int64 uint64 double string binstr)' \
                 '--hex[Print bytes in hexadecimal]' \
-                '--default=[Print this if the key is missing]:default: ' \
+                '--default=[Print this if the key is missing]:default:()' \
                 '-z[End each record with a NUL byte and show keys and values as they are]' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
@@ -69,7 +71,7 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '2:KEY:_ticket_keys list'
+                '2:KEY:_ticket_names keys'
             ;;
         find)
             _arguments -S \
@@ -83,7 +85,7 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '2:TEXT: '
+                '2:TEXT:()'
             ;;
         diff)
             _arguments -S \
@@ -124,24 +126,24 @@ _ticket() {
                 '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
-                '1:KEY:_ticket_keys known' \
+                '1:KEY:_ticket_names known-keys' \
                 '2:FILE:_files'
             ;;
         watch)
             _arguments -S \
-                '--count=[End after N changes of the file]:count: ' \
+                '--count=[End after N changes of the file]:count:()' \
                 '--redact[Hide passwords in pipes and files too]' \
                 '--show-secrets[Show passwords on a terminal]' \
                 '--schema=[JSON file that describes the keys of a program; FILE.schema.json by default; none disables it and the keys of the settings service]:schema:_files' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '*:SELECTOR:_ticket_keys list'
+                '*:SELECTOR:_ticket_names keys'
             ;;
         set)
             _arguments -S \
                 '--type=[Type to store]:type:(int unsigned int64 uint64 double string binstr)' \
-                '--index=[Replace this element of a vector, or append at its end]:index: ' \
+                '--index=[Replace this element of a vector, or append at its end]:index:()' \
                 '--append[Append to the key'\''s vector]' \
                 '--hex[VALUE is in hexadecimal; a new key becomes a binstr]' \
                 '--from-file=[Store the bytes of this file or pipe, - for standard input; a new key becomes a binstr]:from-file:_files' \
@@ -152,19 +154,19 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '2:KEY:_ticket_keys known' \
-                '3:VALUE: '
+                '2:KEY:_ticket_names known-keys' \
+                '3:VALUE:_ticket_names known-values'
             ;;
         delete)
             _arguments -S \
-                '--index=[Element of a vector; the first one is 0]:index: ' \
+                '--index=[Element of a vector; the first one is 0]:index:()' \
                 '--dry-run[Show what would change, and change nothing]' \
                 '--backup[Keep the old file under its name with SUFFIX appended; ~ by default]' \
                 '--force[Write even if the round trip changes a value or key, if the file seems to be another program'\''s, or if its owner would change]' \
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '*:KEY:_ticket_keys list'
+                '*:KEY:_ticket_names keys'
             ;;
         reset)
             _arguments -S \
@@ -175,7 +177,7 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '*:KEY:_ticket_keys list'
+                '*:KEY:_ticket_names keys'
             ;;
         merge)
             _arguments -S \
@@ -187,7 +189,7 @@ _ticket() {
                 '--help[Show this help]' \
                 '1:FROM:_files' \
                 '2:INTO:_files' \
-                '*:SELECTOR:_ticket_keys list'
+                '*:SELECTOR:_ticket_names keys'
             ;;
         import)
             _arguments -S \
@@ -209,7 +211,7 @@ _ticket() {
                 '--color=[Use colours; auto, the default, means on a terminal]:color:(auto always never)' \
                 '--help[Show this help]' \
                 '1:FILE:_files' \
-                '*:SELECTOR:_ticket_keys list'
+                '*:SELECTOR:_ticket_names keys'
             ;;
         recover)
             _arguments -S \

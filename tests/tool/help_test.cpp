@@ -288,6 +288,15 @@ TEST_F(ToolCompletion, OffersKnownKeysWhereOneMayBeNew) {
     EXPECT_THAT(Completions({"get", "new.xml", "Log/"}), ElementsAre());
 }
 
+TEST_F(ToolCompletion, OffersTheValuesThatAKeyTakes) {
+    EXPECT_THAT(Completions({"set", "new.xml", "Option/VireoVerify", ""}), ElementsAre("0", "1"));
+    Write("v.xml.schema.json",
+          R"({"keys": [{"key": "the theme", "type": "string", "choices": ["light", "very dark"]}]})");
+    EXPECT_THAT(Completions({"set", "v.xml", "the\\ theme", "ver"}), ElementsAre("very\\ dark"));
+    EXPECT_THAT(Completions({"set", "v.xml", "'the theme'", "'"}), ElementsAre("light", "very dark"));
+    EXPECT_THAT(Completions({"set", "new.xml", "Log/Level", ""}), ElementsAre());
+}
+
 TEST_F(ToolCompletion, OffersWordsWhereOneOfThemIsDue) {
     EXPECT_THAT(Completions({"help", "rec"}), ElementsAre("recover"));
     EXPECT_THAT(Completions({"completion", ""}), ElementsAre("bash", "fish", "zsh"));
@@ -308,15 +317,38 @@ TEST_F(ToolCompletion, OfFishOffersTheSame) {
     EXPECT_EQ(offered("ticket get s.xml Log/"), "Log/Level\nLog/Mode\n");
     EXPECT_THAT(offered("ticket set new.xml Log/"), HasSubstr("Log/Level\n"));
     EXPECT_EQ(offered("ticket set s.xml --type ui"), "uint64\n");
+    EXPECT_EQ(offered("ticket set s.xml Option/VireoVerify "), "0\n1\n");
     EXPECT_THAT(offered("ticket list s.xml --k"), HasSubstr("--keys\n"));
+    EXPECT_EQ(offered("ticket --v"), "--version\n");
 }
 
-TEST_F(ToolCompletion, OfZshParses) {
-    auto const result =
-        PROCESS({"sh", "-c", "command -v zsh >/dev/null || exit 77; zsh -n " TOOL_SOURCES "/ticket.zsh"}, m_manner)
-            .Wait();
-    if (result.code == 77) GTEST_SKIP() << "zsh is not installed";
-    EXPECT_EQ(result.code, 0) << result.err;
+TEST_F(ToolCompletion, OfZshCompletesWhatIsTyped) {
+    if (PROCESS({"sh", "-c", "command -v zsh"}, m_manner).Wait().code != 0) GTEST_SKIP() << "zsh is not installed";
+    std::filesystem::create_directory(m_scratch.Path("functions"));
+    std::filesystem::copy(TOOL_SOURCES "/ticket.zsh", m_scratch.Path("functions/_ticket"));
+    Write(".zshrc",
+          "fpath=($HOME/functions $fpath)\nautoload -Uz compinit\ncompinit -u -D\nPS1='ready> '\n"
+          "preexec() { print -r -- \"ran: $1\" }\n");
+    m_manner.environment.insert(m_manner.environment.end(), {"TERM=dumb", "ZDOTDIR=" + m_scratch.Path()});
+    ON_TERMINAL shell({"zsh", "-d", "-i"}, m_manner);
+    ASSERT_TRUE(shell.WaitFor("ready> "));
+    std::pair<std::string, std::string> const lines[] = {
+        {"ticket exp\t", "ticket export"},
+        {"ticket --v\t", "ticket --version"},
+        {"ticket list s.xml --k\t", "ticket list s.xml --keys"},
+        {"ticket find s.xml --reg\t", "ticket find s.xml --regex"},
+        {"ticket set s.xml --type ui\t", "ticket set s.xml --type uint64"},
+        {"ticket get s.xml Log/L\t", "ticket get s.xml Log/Level"},
+        {"ticket get 'my files/s.xml' Log/L\t", "ticket get 'my files/s.xml' Log/Level"},
+        {"ticket set new.xml Option/VireoV\t", "ticket set new.xml Option/VireoVerify"},
+        {"ticket describe Locale/Measure_\t", "ticket describe Locale/Measure_Values"},
+        {"ticket set v.xml theme d\t", "ticket set v.xml theme dark"},
+    };
+    Write("v.xml.schema.json", R"({"keys": [{"key": "theme", "type": "string", "choices": ["light", "dark"]}]})");
+    for (auto const& [typed, completed] : lines) shell.Type(typed + "\n");
+    shell.Type("exit\n");
+    auto const shown = shell.Wait().out;
+    for (auto const& [typed, completed] : lines) EXPECT_THAT(shown, HasSubstr("ran: " + completed)) << typed;
 }
 
 TEST_F(ToolCompletion, OffersKeysAsTheyMustBeTyped) {

@@ -1,6 +1,9 @@
 // The output of the tool on a terminal for hostile files.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <optional>
 
 #include "Program.h"
@@ -130,11 +133,52 @@ TEST_F(ToolTerminal, ShowsWhatALongCommandIsDoing) {
     WriteTicket("t.xml", "<a type='string'>x</a>");
     std::optional<TURN> other(m_scratch.Path("t.xml"));
     ON_TERMINAL waiting({TICKET_PROGRAM, "set", "t.xml", "a", "y"}, m_manner);
-    EXPECT_TRUE(waiting.WaitFor("[--------------------] t.xml: waiting for another ticket, "));
+    EXPECT_TRUE(waiting.WaitFor("[--------------------] waiting for another ticket, "));
     other.reset();
     auto const text = waiting.Wait().out;
     EXPECT_EQ(text.substr(text.size() - 4), "\r\033[K");
     EXPECT_EQ(Output({"get", "t.xml", "a"}), "y\n");
+}
+
+TEST_F(ToolTerminal, ShowsProgressInOneRowSinceOnlyThatCanBeDrawnOver) {
+    std::string const name(200, 'n');
+    WriteTicket(name, "<a type='string'>x</a>");
+    std::optional<TURN> other(m_scratch.Path(name));
+    ON_TERMINAL waiting({TICKET_PROGRAM, "set", name, "a", "y"}, m_manner);
+    EXPECT_TRUE(waiting.WaitFor("nnn\r"));
+    other.reset();
+    auto const text = waiting.Wait().out;
+    auto const begin = text.find('[', text.find("\033[K") + 3);
+    EXPECT_LT(text.find('\r', begin) - begin, 80U) << text;
+}
+
+// Makes every other process that opens a file wait while this object lives.
+class LEASE {
+ public:
+    explicit LEASE(std::string const& path) : m_file(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
+        std::signal(SIGIO, SIG_IGN);  // tells that somebody waits
+        m_isHeld = fcntl(m_file, F_SETLEASE, F_WRLCK) == 0;
+    }
+    ~LEASE() { close(m_file); }
+    LEASE(LEASE const&) = delete;
+    LEASE& operator=(LEASE const&) = delete;
+
+    bool IsHeld() const { return m_isHeld; }
+
+ private:
+    int m_file;
+    bool m_isHeld = false;
+};
+
+TEST_F(ToolTerminal, ShowsThatALongLoadGoesOn) {
+    WriteTicket("t.xml", "<a type='string'>x</a>");
+    std::optional<LEASE> lease(m_scratch.Path("t.xml"));
+    if (!lease->IsHeld()) GTEST_SKIP() << "the file system has no leases";
+    ON_TERMINAL loading({TICKET_PROGRAM, "get", "t.xml", "a"}, m_manner);
+    EXPECT_TRUE(loading.WaitFor("[--------------------] loading, "));
+    lease.reset();
+    auto const text = loading.Wait().out;
+    EXPECT_EQ(text.substr(text.rfind("\r\033")), "\r\033[Kx\r\n");
 }
 
 }  // namespace
