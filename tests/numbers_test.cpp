@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -30,6 +31,15 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 std::string Spell(double value, int32_t limit = BestDouble::FILE_LIMIT) {
     return NumberText(BestDouble{value, limit});
+}
+
+// With a rounding mode of the host's choice.
+std::string SpellInMode(int mode, double value) {
+    int const before = std::fegetround();
+    std::fesetround(mode);
+    std::string text = Spell(value);
+    std::fesetround(before);
+    return text;
 }
 
 template <typename NUMBER>
@@ -358,6 +368,19 @@ TEST(FileNumbers, DoNotDependOnTheHostsLocale) {
     EXPECT_EQ(ParseNumber<double>(" +2.5x"), 2.5);
     EXPECT_EQ(ParseNumber<int32_t>("1.234"), 1);
     EXPECT_EQ(ParseNumber<int32_t>(" +1234567"), 1234567);
+}
+
+TEST(FileNumbers, AreWrittenAlikeInEveryRoundingMode) {
+    std::mt19937_64 random(3);
+    for (int round = 0; round < 10000; ++round) {
+        double const value =
+            round % 2 ? RandomDouble(random) : static_cast<double>(random() % 1000000007) / (1 + round);
+        if (!std::isfinite(value)) continue;
+        std::string const text = Spell(value);
+        for (int const mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+            ASSERT_EQ(SpellInMode(mode, value), text) << "mode " << mode;
+        }
+    }
 }
 
 TEST(ParseNumber, ReadsTheWordForNotANumberAsADoubleOnly) {

@@ -90,7 +90,10 @@ class CONFIGURATIONCONTROL_API IConfigurationControl {
     virtual std::string GetOEMName() = 0;
     /** Stores "Product/OEM". */
     virtual void SetOEMName(std::string& name) = 0;
-    /** "Product/Version", cut to the whole number towards 0: 7.5 reads as 7.0. -1.0 without a ticket, 0.0 if absent. */
+    /**
+     * "Product/Version", cut to the whole number towards 0: 7.5 reads as 7.0. Beyond the range of an int it reads as
+     * the nearest bound, NaN as -2147483648. -1.0 without a ticket, 0.0 if absent.
+     */
     virtual double GetProductVersion() = 0;
     /**
      * Stores "Product/Version", with its fraction. CAUTION: a file cannot hold an infinite version. Every save fails
