@@ -14,5 +14,11 @@ if(Python3_FOUND)
     if(TARGET site)
         add_test(NAME Docs.EveryLinkOfTheSiteLeadsSomewhere
             COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/docs/site/links.py ${PROJECT_BINARY_DIR}/site/html)
+        add_test(NAME Docs.TheSiteHasAnIndexForItsSearchAndDarkColours
+            COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/site/pages_test.py ${PROJECT_BINARY_DIR}/site/html)
+        # Needs Chromium, which is too large to be installed for the tests alone.
+        add_test(NAME Docs.TheSiteWorksInABrowser
+            COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_SOURCE_DIR}/site/browser_test.py ${PROJECT_BINARY_DIR}/site/html)
+        set_tests_properties(Docs.TheSiteWorksInABrowser PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 600)
     endif()
 endif()
