@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <limits>
 #include <random>
 #include <string>
@@ -406,6 +407,19 @@ TEST_F(StoreFile, ASaveWaitsForTheLockOnTheDirectoryAndReportsWhenItDoesNotCome)
     close(directory);
     EXPECT_TRUE(store.save());
     EXPECT_EQ(Store(m_file).get("Key", 0), 1);
+}
+
+TEST_F(StoreFile, ASaveMayWaitForTheLockWithoutALimit) {
+    Store::Options options;
+    options.longest_wait = std::chrono::milliseconds::max();
+    Store store(m_file, options);
+    store.set("Key", 1);
+    int const directory = open(m_scratch.Path().c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(directory, LOCK_EX), 0);
+    auto saved = std::async(std::launch::async, [&] { return store.save().reason(); });
+    saved.wait_for(50ms);  // long enough for a save that does not wait to fail; a slow one passes all the same
+    close(directory);
+    EXPECT_EQ(saved.get(), Reason::none);
 }
 
 TEST_F(StoreFile, AFileThatIsDeletedIsWrittenWhole) {

@@ -114,6 +114,50 @@ TEST(StoreKeys, AValueOfAnotherTypeIsConvertedOnlyIfNothingOfItIsLost) {
     EXPECT_EQ(store.get(Small), 5);
 }
 
+TEST(StoreKeys, AnEnumeratorOrAnOptionalIsConvertedOnlyIfNothingOfItIsLost) {
+    enum Sizes : unsigned int { LARGE = 300 };
+    Store store;
+    EXPECT_EQ(store.set(Small, LARGE).reason(), Reason::out_of_range);
+    EXPECT_TRUE(store.set(Height, LARGE));
+    EXPECT_EQ(store.get(Height), 300);
+    EXPECT_EQ(store.set(Maybe, std::optional<std::int64_t>(5000000000)).reason(), Reason::out_of_range);
+    EXPECT_TRUE(store.set(Maybe, std::optional<std::int64_t>(5)));
+    EXPECT_EQ(store.get(Maybe), 5);
+    EXPECT_TRUE(store.set(Maybe, std::optional<std::int64_t>()));
+    EXPECT_FALSE(store.contains(Maybe));
+    EXPECT_TRUE(store.set(Key<std::optional<bool>>{"Flag"}, true));
+}
+
+TEST(StoreKeys, AFallbackOfAnotherTypeIsCutToTheRangeOfTheType) {
+    Store const store;
+    EXPECT_EQ(store.get(Small, 5L), 5);
+    EXPECT_EQ(store.get(Small, 300), 127);
+    EXPECT_EQ(store.get(Small, -300), -128);
+    EXPECT_EQ(store.get(Scale, 1e300), std::numeric_limits<float>::max());
+    EXPECT_EQ(store.get(Zoom, 2), 2.0);
+    EXPECT_EQ(store.get(Key<std::optional<std::int8_t>>{"None"}, 300), 127);
+    EXPECT_EQ(store.get(Title, "View"), "View");
+    EXPECT_EQ(store.get(Delay, 2s), 2000ms);
+}
+
+TEST(StoreKeys, ADeclarationWithANumberThatDoesNotFitThrowsWhereItIsNoConstant) {
+    EXPECT_THROW(Key<unsigned int>("Key", -1), ticket::Error);
+    EXPECT_THROW((void)Key<int>("Key", 1).range(0, 5000000000), ticket::Error);
+    EXPECT_THROW((void)Key<double>("Key", 1).range(std::numeric_limits<double>::quiet_NaN(), 2), ticket::Error);
+    EXPECT_THROW(Key<int>(nullptr), ticket::Error);
+    EXPECT_EQ(Key<std::int64_t>("Key", 1).range(0, 9L).limits().high, 9);
+}
+
+TEST(StoreKeys, ADeclaredKeyIsContainedIfAMemberOfItIs) {
+    Store store;
+    EXPECT_FALSE(store.contains(Width));
+    EXPECT_FALSE(store.contains(TheWindow));
+    store.set(Width, 900);
+    store.set(TheWindow, Window());
+    EXPECT_TRUE(store.contains(Width));
+    EXPECT_TRUE(store.contains(TheWindow));
+}
+
 TEST(StoreKeys, ErasingADeclaredKeyTellsWhetherItWasThere) {
     Store store;
     store.set(Width, 900);

@@ -138,6 +138,61 @@ TEST(StoreValues, TheFallbackGivesTheTypeAndIsReadWhereNothingFits) {
     static_assert(std::is_same_v<decltype(store.get("Text", "x")), std::string>);
 }
 
+TEST(StoreValues, ANamedTypeTakesAFallbackAndAValueOfAnother) {
+    Store store;
+    EXPECT_EQ(store.get<std::uint8_t>("None", 300), 255);
+    EXPECT_EQ(store.get<std::int8_t>("None", -300, ticket::nearest), -128);
+    EXPECT_EQ(store.get<double>("None", 1), 1.0);
+    EXPECT_EQ(store.get<std::string>("None", "x"), "x");
+    EXPECT_EQ(store.get<Window>("None", {{1, 2}, "t", 1.5}), (Window{{1, 2}, "t", 1.5}));
+    EXPECT_EQ(store.set<std::int8_t>("Key", 300).reason(), Reason::out_of_range);
+    EXPECT_FALSE(store.change([](ticket::Change& change) { change.set<std::int8_t>("Key", 300); }));
+    EXPECT_FALSE(store.contains("Key"));
+    EXPECT_TRUE(store.set<double>("Key", 5));
+    EXPECT_EQ(store.get("Key", 0.0), 5.0);
+    EXPECT_TRUE(store.change([](ticket::Change& change) { change.set<std::string>("Key", "text"); }));
+    EXPECT_EQ(store.get("Key", ""), "text");
+}
+
+TEST(StoreValues, AnArrayOfCharactersIsATextAlsoWithoutANul) {
+    char const bytes[] = {'a', 'b', 'c'};
+    char const buffer[8] = "ab";
+    Store store;
+    EXPECT_TRUE(store.set("Key", bytes));
+    EXPECT_EQ(store.get("Key", ""), "abc");
+    EXPECT_TRUE(store.set(ticket::Key<std::string>{"Key", ""}, buffer));
+    EXPECT_EQ(store.get("Key", ""), "ab");
+    EXPECT_EQ(store.get("None", bytes), "abc");
+    EXPECT_EQ(store.get(ticket::Key<std::string>{"None", ""}, bytes), "abc");
+}
+
+TEST(StoreValues, ANullTextSelectsNothingButAsAPrefixEverything) {
+    char const* const none = nullptr;
+    Store store;
+    store.set("Key", 1);
+    EXPECT_EQ(store.erase(none).reason(), Reason::missing);
+    EXPECT_EQ(store.entries(none).size(), 1u);
+    EXPECT_TRUE(store.on_change(none, [](ticket::Event const&) {}));
+}
+
+TEST(StoreValues, ALoopMayRunOverWhatAReadReturns) {
+    Store store;
+    store.set("List", {1, 2, 3});
+    int sum = 0;
+    for (int const number : store.read<std::vector<int>>("List").value()) sum += number;
+    for (int const number : *store.read<std::vector<int>>("List")) sum += number;
+    EXPECT_EQ(sum, 12);
+}
+
+TEST(StoreValues, AStoreIsAMemberOfAnAggregate) {
+    struct Application {
+        Store store;
+        int windows;
+    };
+    Application application{};
+    EXPECT_TRUE(application.store.set("Key", 1));
+}
+
 TEST(StoreValues, AReadTellsWhyThereIsNoValue) {
     Store store;
     store.set("Text", "text");

@@ -56,6 +56,19 @@ TEST(StoreWatch, TellsOldAndNewValueOfWatchedKeys) {
                                         "Window/Width: 900 -> nothing", "Window/List: nothing -> 2 elements"));
 }
 
+TEST(StoreWatch, ADeclaredKeyIsWatchedOfAStructItsMembers) {
+    Store store;
+    std::vector<std::string> heard;
+    auto const note = [&](Event const& event) { heard.push_back(event.key); };
+    auto const title = store.on_change(ticket::Key<std::string>{"Title", ""}, note);
+    auto const window = store.on_change(ticket::Key<Window>{"Main"}, note);
+    store.set("Title", "View");
+    store.set("Titles", "View");
+    store.set("Main/Title", "Proofs");
+    store.set("Mains/Title", "Proofs");
+    EXPECT_THAT(heard, ElementsAre("Title", "Main/Title"));
+}
+
 TEST(StoreWatch, AValueThatStaysTheSameIsNoChange) {
     Store store;
     LOG log;

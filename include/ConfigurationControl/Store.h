@@ -44,7 +44,9 @@ class BasicStore {
     using Options = StoreOptions; /**< how a store works */
 
     /** A store in memory. It keeps every value, and save() has nothing to do. */
-    explicit BasicStore(Options const& options = {})
+    BasicStore() : BasicStore(Options()) {}
+    /** As above. */
+    explicit BasicStore(Options const& options)
         : BasicStore({STicketInstance.Create(nullptr), true}, {}, detail::Rules::memory, options) {}
     /**
      * A store on a file, which is read now; it need not exist. A relative name means the working directory of now. The
@@ -55,6 +57,8 @@ class BasicStore {
         : BasicStore({STicketInstance.Create(nullptr), true}, std::move(file), detail::Rules::file, options) {
         m_state->open();
     }
+    /** As above. */
+    explicit BasicStore(std::string_view file, Options const& options = {}) : BasicStore(std::string(file), options) {}
     /** As above; null is an empty name. */
     explicit BasicStore(char const* file, Options const& options = {})
         : BasicStore(std::string(file != nullptr ? file : ""), options) {}
@@ -89,15 +93,18 @@ class BasicStore {
 
     // ---- Reading
 
-    /** The value of a key, or `fallback` where there is none that fits its type: store.get("Window/Width", 800). */
-    template <typename T>
-    detail::Kept<T> get(detail::KeyName const& key, T const& fallback) const {
-        return get_or<detail::Kept<T>>(key, fallback, {});
+    /**
+     * The value of a key, or `fallback` where there is none that fits its type: store.get("Window/Width", 800). The
+     * type may be named, store.get<double>("Zoom", 1); a fallback that does not fit it is cut to its range.
+     */
+    template <typename T = void, typename U = T>
+    detail::Kept<detail::NamedOr<T, U>> get(detail::KeyName const& key, U const& fallback) const {
+        return get_or<detail::Kept<detail::NamedOr<T, U>>>(key, fallback, {});
     }
     /** As above, but a number is rounded and cut to the range of its type instead of being refused. */
-    template <typename T>
-    detail::Kept<T> get(detail::KeyName const& key, T const& fallback, Nearest) const {
-        return get_or<detail::Kept<T>>(key, fallback, {true});
+    template <typename T = void, typename U = T>
+    detail::Kept<detail::NamedOr<T, U>> get(detail::KeyName const& key, U const& fallback, Nearest) const {
+        return get_or<detail::Kept<detail::NamedOr<T, U>>>(key, fallback, {true});
     }
     /** As above, with a list as fallback: store.get("Recent", {"a", "b"}). */
     template <typename T>
@@ -127,12 +134,17 @@ class BasicStore {
         if (!take(key, value)) return key.fallback();
         return value;
     }
-    /** The value of a declared key, or another fallback. */
+    /** The value of a declared key, or another fallback, which need not be in the range or among the choices. */
     template <typename T>
     T get(Key<T> const& key, detail::Same<T> const& fallback) const {
         T value = fallback;
         if (!take(key, value)) return fallback;
         return value;
+    }
+    /** As above, with a fallback that converts to the key's type; a number is cut to the range of the type. */
+    template <typename T, typename U, std::enable_if_t<!std::is_same_v<T, U>, int> = 0>
+    T get(Key<T> const& key, U const& fallback) const {
+        return get(key, detail::convert_fallback<T>(fallback));
     }
     /** The values of declared keys, read together: auto [width, height] = store.get(Width, Height). */
     template <typename T, typename U, typename... More>
@@ -161,9 +173,17 @@ class BasicStore {
     bool contains(detail::KeyName const& key) const {
         return m_table != nullptr && key.is_whole() && detail::Slot{m_table, key.c_str()}.get(PARAM_NONE, nullptr);
     }
+    /** Whether a declared key has a value, of any type; of a struct, whether a member has one. */
+    template <typename T>
+    bool contains(Key<T> const& key) const {
+        bool found = false;
+        detail::visit_keys<T>(key.name(), [&](std::string const& name) { found = found || contains(name); });
+        return found;
+    }
     /** Copies of all keys that begin with `prefix`, and of their values, in key order. */
-    std::vector<Entry> entries(std::string_view prefix = {}) const {
-        using Held = typename detail::Lazily<Lazy>::Value;
+    template <typename Held = Value>
+    std::vector<BasicEntry<Held>> entries(detail::TextArgument const& selector = "") const {
+        std::string_view prefix = selector;
         if (!prefix.empty() && prefix.back() == '*') prefix.remove_suffix(1);
         std::vector<BasicEntry<Held>> found;
         detail::locked(m_table, [&] {
@@ -180,27 +200,35 @@ class BasicStore {
      * The text of a key without a copy. CAUTION: borrowed; valid until that value changes or goes, by any thread, or
      * the store is destroyed. For a store that other threads use, get() copies.
      */
-    std::optional<std::string_view> borrow_text(detail::KeyName const& key) const {
-        return borrow(key, detail::view_text);
+    template <typename Text = std::string_view>
+    std::optional<Text> borrow_text(detail::KeyName const& key) const {
+        return borrow<Text>(key, detail::view_text);
     }
     /** The bytes of a key without a copy. CAUTION: borrowed, as borrow_text. */
-    std::optional<std::string_view> borrow_bytes(detail::KeyName const& key) const {
-        return borrow(key, detail::view_bytes);
+    template <typename Text = std::string_view>
+    std::optional<Text> borrow_bytes(detail::KeyName const& key) const {
+        return borrow<Text>(key, detail::view_bytes);
     }
 
     // ---- Changing
 
     /**
      * Stores a value in place of what the key held; an empty optional removes it. A value that the file would not give
-     * back as it is, is refused, and the key keeps what it held.
+     * back as it is, or that a named type does not hold, is refused, and the key keeps what it held.
      */
-    template <typename T>
-    Result set(detail::KeyName const& key, T const& value) {
-        using V = detail::Given<T>;
+    template <typename T = void, typename U = T>
+    Result set(detail::KeyName const& key, U const& value) {
+        using V = detail::NamedOr<T, detail::Given<U>>;
         detail::check_type<V>();
-        detail::Status status = m_table != nullptr ? detail::check_key(key, m_rules) : detail::NO_TICKET;
-        if (status) status = put<V>(key.c_str(), value);
-        return status ? Result() : report(status, key.c_str());
+        if constexpr (std::is_same_v<V, detail::Given<U>>) {
+            detail::Status status = m_table != nullptr ? detail::check_key(key, m_rules) : detail::NO_TICKET;
+            if (status) status = put<V>(key.c_str(), detail::given(value));
+            return status ? Result() : report(status, key.c_str());
+        } else {
+            detail::check_conversion<V, U>();
+            if (!detail::fits<V>(value)) return report(detail::DOES_NOT_FIT_KEY, key.c_str());
+            return set(key, detail::convert_given<V>(value));
+        }
     }
     /** Stores a vector: store.set("Recent", {"a", "b"}). */
     template <typename T>
@@ -221,7 +249,7 @@ class BasicStore {
         return set(key, detail::convert_given<T>(value));
     }
     /** Removes a key, or with a trailing '*' all keys that begin so. Reason::missing where there is none. */
-    Result erase(std::string_view selector) { return erase(selector, selector); }
+    Result erase(detail::TextArgument const& selector) { return erase(selector, selector); }
     /** Removes the value of a declared key, of a struct those of all its members. Reason::missing if there is none. */
     template <typename T>
     Result erase(Key<T> const& key) {
@@ -233,10 +261,12 @@ class BasicStore {
      * Reads within the function see the store as it was.
      */
     template <typename Function>
-    ChangeResult change(Function&& function) {
-        ChangeResult result(Result(Reason::no_ticket, {}));
+    BasicChangeResult<Lazy> change(Function&& function) {
+        static_assert(std::is_invocable_v<Function&, BasicChange<Lazy>&>,
+                      "ticket::Store: the function of change takes a ticket::Change&");
+        BasicChangeResult<Lazy> result(Result(Reason::no_ticket, {}));
         detail::locked(m_table, [&] {
-            Change change(m_table, m_rules);
+            BasicChange<Lazy> change(m_table, m_rules);
             function(change);
             result = change.apply();
         });
@@ -279,13 +309,21 @@ class BasicStore {
      * before a trailing '*', until the Watch is destroyed. See Watch for what the function may do.
      */
     template <typename Function>
-    Watch on_change(std::string_view selector, Function function) {
+    Watch on_change(detail::TextArgument const& selector, Function function) {
         static_assert(std::is_invocable_v<Function&, Event const&>,
                       "ticket::Store: the function of on_change takes a ticket::Event const&");
         if (m_state == nullptr) return Watch();
         auto* const watcher = new detail::FunctionWatcher<Function>(m_state->ticket(), selector, std::move(function));
         Watch watch(watcher);
         return watcher->begin() ? std::move(watch) : Watch();
+    }
+    /** As above, for a declared key; of a struct, for all its members. */
+    template <typename T, typename Function>
+    Watch on_change(Key<T> const& key, Function function) {
+        std::string selector;
+        detail::visit_keys<T>(key.name(), [&](std::string const& name) { selector = name; });
+        if (selector != key.name()) selector = std::string(key.name()) + "/*";
+        return on_change(selector, std::move(function));
     }
 
  private:
@@ -312,13 +350,13 @@ class BasicStore {
     template <typename Selected>
     Result erase(Selected const& selected, std::string_view subject) {
         std::size_t count = 0;
-        ChangeResult changed = change([&](Change& change) { count = change.erase(selected); });
+        BasicChangeResult<Lazy> changed = change([&](BasicChange<Lazy>& change) { count = change.erase(selected); });
         if (!changed) return std::move(changed);
         return count != 0 ? Result() : report(detail::NO_VALUE, subject);
     }
     /** Stores a value. The caller has checked the key, and that there is a ticket. */
-    template <typename V, typename T>
-    detail::Status put(char const* key, T const& value) {
+    template <typename V>
+    detail::Status put(char const* key, V const& value) {
         if constexpr (detail::is_scalar<V>) {
             auto sink = [&](PARAM_TYPE type, void const* stored, detail::Lifetime) {
                 bool const done = m_table->SetParameter(m_table->pTicket, key, type, stored, SCALAR_INDEX) != 0;
@@ -326,7 +364,7 @@ class BasicStore {
             };
             return detail::put_scalar<V>(value, m_rules, sink);
         } else {
-            detail::Batch batch;
+            detail::BasicBatch<Lazy> batch;
             detail::Status const status = detail::put<V>(key, value, m_rules, batch);
             std::vector<std::string> failed;
             return status ? batch.store(m_table, failed) : status;
@@ -344,6 +382,7 @@ class BasicStore {
 
     template <typename T>
     static constexpr void check_read() {
+        static_assert(std::is_same_v<T, detail::Plain<T>>, "ticket::Store: name the type without const and &");
         detail::check_type<T>();
         static_assert(!std::is_same_v<T, std::string_view> && !std::is_same_v<T, char const*>,
                       "ticket::Store: read a std::string, which is a copy; borrow_text() is the view of the text");
@@ -389,21 +428,19 @@ class BasicStore {
     V get_or(detail::KeyName const& key, T const& fallback, detail::ReadMode mode) const {
         detail::check_type<V>();
         if constexpr (detail::kind_of<V>() == detail::Kind::structure || !std::is_default_constructible_v<V>) {
-            V value = fallback;
-            if (!take(key, mode, value)) return fallback;
+            V value = detail::convert_fallback<V>(fallback);
+            (void)take(key, mode, value);  // without a value that fits, it stays
             return value;
         } else {
             V value{};
             if (take(key, mode, value)) return value;
-            if constexpr (std::is_pointer_v<T>)
-                if (fallback == nullptr) return V{};
-            return V(fallback);
+            return detail::convert_fallback<V>(fallback);
         }
     }
 
-    template <typename View>
-    std::optional<std::string_view> borrow(detail::KeyName const& key, View view) const {
-        std::string_view found;
+    template <typename Text, typename View>
+    std::optional<Text> borrow(detail::KeyName const& key, View view) const {
+        Text found;
         if (m_table == nullptr || !key.is_whole() || !view(detail::Slot{m_table, key.c_str()}, found))
             return std::nullopt;
         return found;

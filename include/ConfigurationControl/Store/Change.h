@@ -18,20 +18,20 @@ namespace ticket {
  * The result of Store::change. A refused value (see reason()) refuses the whole change. A change for which memory was
  * short is done in part, because a batch has no rollback: `failed` then names the keys that were not stored.
  */
-template <typename Key>
+template <typename Lazy>
 class BasicChangeResult : public Result {
  public:
     BasicChangeResult() = default;
     /** A result, and the keys for which memory was short. */
-    explicit BasicChangeResult(Result result, std::vector<Key> failed = {})
+    explicit BasicChangeResult(Result result, std::vector<std::string> failed = {})
         : Result(std::move(result)), m_failed(std::move(failed)) {}
     /** The keys for which memory was short. */
-    std::vector<Key> const& failed() const noexcept { return m_failed; }
+    std::vector<std::string> const& failed() const noexcept { return m_failed; }
 
  private:
-    std::vector<Key> m_failed;
+    std::vector<std::string> m_failed;
 };
-using ChangeResult = BasicChangeResult<std::string>; /**< what Store::change returns */
+using ChangeResult = BasicChangeResult<void>; /**< what Store::change returns */
 
 namespace detail {
 
@@ -71,12 +71,18 @@ class BasicChange {
     BasicChange& operator=(BasicChange const&) = delete;
 
     /** Stores a value; see Store::set. */
-    template <typename T>
-    void set(detail::KeyName const& key, T const& value) {
-        using V = detail::Given<T>;
+    template <typename T = void, typename U = T>
+    void set(detail::KeyName const& key, U const& value) {
+        using V = detail::NamedOr<T, detail::Given<U>>;
         detail::check_type<V>();
         note(detail::check_key(key, m_rules), key.c_str());
-        if (m_refused) note(detail::put<V>(key.c_str(), value, m_rules, m_batch), key.c_str());
+        if constexpr (std::is_same_v<V, detail::Given<U>>) {
+            if (m_refused) note(detail::put<V>(key.c_str(), detail::given(value), m_rules, m_batch), key.c_str());
+        } else {
+            detail::check_conversion<V, U>();
+            if (!detail::fits<V>(value)) return note(detail::DOES_NOT_FIT_KEY, key.c_str());
+            set(key, detail::convert_given<V>(value));
+        }
     }
     /** Stores a vector: change.set("Recent", {"a", "b"}). */
     template <typename T>
@@ -100,7 +106,7 @@ class BasicChange {
         set(key, detail::convert_given<T>(value));
     }
     /** Removes a key, or with a trailing '*' all keys that begin so and are there now. Returns how many. */
-    std::size_t erase(std::string_view selector) {
+    std::size_t erase(detail::TextArgument const& selector) {
         return detail::put_erasures(m_table, detail::Selector(selector), m_batch);
     }
     /** Removes the value of a declared key, of a struct those of all its members. Returns how many were there. */
@@ -115,12 +121,13 @@ class BasicChange {
     }
 
     /** Stores everything; called by Store::change. */
-    ChangeResult apply() {
-        if (!m_refused || m_batch.empty()) return ChangeResult(m_refused);
+    BasicChangeResult<Lazy> apply() {
+        using Done = BasicChangeResult<Lazy>;
+        if (!m_refused || m_batch.empty()) return Done(m_refused);
         std::vector<std::string> failed;
         detail::Status const status = m_batch.store(m_table, failed);
         if (status) return {};
-        return ChangeResult(Result(status, failed.front()), std::move(failed));
+        return Done(Result(status, failed.front()), std::move(failed));
     }
 
  private:

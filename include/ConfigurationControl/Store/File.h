@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -52,9 +53,9 @@ class DirectoryLock {
     /** Waits for the lock, at most `wait`. */
     DirectoryLock(std::string const& file, std::chrono::milliseconds wait)
         : m_directory(open(directory_of(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        auto const deadline = std::chrono::steady_clock::now() + wait;
+        std::int64_t const begin = now();
         while (m_directory >= 0 && flock(m_directory, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-            if (std::chrono::steady_clock::now() >= deadline) {
+            if (now() - begin >= wait.count()) {
                 m_taken = true;
                 return;
             }
@@ -72,6 +73,13 @@ class DirectoryLock {
     bool is_taken() const { return m_taken; }
 
  private:
+    /** Milliseconds of a clock that nobody sets. */
+    static std::int64_t now() {
+        timespec time{};
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+    }
+
     int m_directory;
     bool m_taken = false;
 };
@@ -159,7 +167,7 @@ class BasicFileTicket {
     /** Whether the last load found values. */
     bool is_loaded() const { return m_count != 0; }
     /** Stores the batch and saves. */
-    Result save(Batch& batch, bool whole) {
+    Result save(BasicBatch<Lazy>& batch, bool whole) {
         // Destroying it half stored, or after a refused save, would save what was reported as not saved. A leak is the
         // lesser evil.
         m_abandoned = true;
@@ -178,7 +186,6 @@ class BasicFileTicket {
     unsigned int m_count = 0;
     bool m_abandoned = false;
 };
-using FileTicket = BasicFileTicket<void>;
 
 }  // namespace ticket::detail
 

@@ -40,7 +40,8 @@ struct ReadMode {
     bool round = false; /**< ticket::nearest was given */
 };
 
-inline std::string_view as_chars(Bytes const& bytes) {
+template <typename Held = Bytes>
+std::string_view as_chars(Held const& bytes) {
     return {static_cast<char const*>(static_cast<void const*>(bytes.data())), bytes.size()};
 }
 
@@ -62,8 +63,8 @@ Status put_text(std::string const& text, Rules rules, Sink& sink, Lifetime lifet
 }
 
 /** Gives the sink bytes. */
-template <typename Sink>
-Status put_bytes(Bytes const& bytes, Rules rules, Sink& sink) {
+template <typename Held, typename Sink>
+Status put_bytes(Held const& bytes, Rules rules, Sink& sink) {
     if (rules == Rules::file) {
         if (Status const status = kept_by_file(as_chars(bytes)); !status) return status;
     }
@@ -121,7 +122,7 @@ Status parse_wide(std::string_view text, V& out) {
         std::string value;
         if (!percent_decode(text, value)) return {Reason::wrong_type, "the text is not percent-encoded"};
         if constexpr (std::is_same_v<V, Bytes>)
-            out = as_bytes(value);
+            out = as_bytes<V>(value);
         else
             out = std::move(value);
     }
@@ -197,7 +198,9 @@ Status convert_text(std::string_view text, ReadMode mode, T& out) {
         }
         return {Reason::out_of_range, "the text names no enumerator"};
     } else {
-        out.assign(text.data(), text.size());
+        static_assert(std::is_same_v<T, std::string>,
+                      "ticket::Store: read a std::string, which is a copy; borrow_text() is the view of the text");
+        if constexpr (std::is_same_v<T, std::string>) out.assign(text.data(), text.size());
     }
     return {};
 }
@@ -211,7 +214,7 @@ Status take_text(Slot const& slot, ReadMode mode, T& out) {
     std::string_view text;
     if constexpr (std::is_same_v<T, Bytes>) {
         Status const status = view_bytes(slot, text);
-        if (status) out = as_bytes(text);
+        if (status) out = as_bytes<T>(text);
         return status;
     } else if constexpr (is_wide<T>) {
         using V = decltype(T::value);
@@ -248,6 +251,9 @@ Status take_number(Slot const& slot, ReadMode mode, T& out) {
         out = value != 0;
         return {};
     } else if constexpr (std::is_enum_v<T>) {
+        static_assert(has_fixed_type<T>,
+                      "ticket::Store: a file may hold a number that this enumeration cannot; declare its type, "
+                      "enum Mode : int, or its ticket::names");
         std::underlying_type_t<T> value{};
         Status const status = take_number(slot, mode, value);
         if (status) out = static_cast<T>(value);
@@ -285,7 +291,7 @@ constexpr bool is_kept_as_bytes() {
 }
 
 /** Writes a vector or an array. No elements are kept as an empty byte string, which no other list begins with. */
-template <typename List>
+template <typename List, typename Batch>
 Status put_list(char const* key, List const& list, Rules rules, Batch& batch) {
     using T = typename List::value_type;
     auto sink = [&](PARAM_TYPE type, void const* value, Lifetime lifetime) {
@@ -331,46 +337,6 @@ Status take_list(Slot const& slot, ReadMode mode, List& out) {
     }
     out = std::move(list);
     return {};
-}
-
-/** Explains why a value of type U is none for a key of type T, which would convert it in silence. */
-template <typename T, typename U>
-constexpr void check_conversion() {
-    if constexpr (is_optional<T> && std::is_arithmetic_v<U>) check_conversion<typename T::value_type, U>();
-    static_assert(!std::is_null_pointer_v<U>, "ticket::Key: nullptr is no value; erase(key) removes a value");
-    static_assert(!std::is_floating_point_v<U> || !std::is_integral_v<T>,
-                  "ticket::Key: a key of whole numbers takes no number with a fraction; round it first");
-    static_assert(!std::is_same_v<T, bool> || !(std::is_arithmetic_v<U> || std::is_pointer_v<std::decay_t<U>>),
-                  "ticket::Key: a Key<bool> takes true and false only");
-    static_assert(std::is_convertible_v<U const&, T> || (std::is_same_v<T, std::string> && is_text<U>),
-                  "ticket::Key: the value is not of the type of the key");
-}
-
-/** Converts a value for a declared key; a null text is empty. */
-template <typename T, typename U>
-T convert_given(U const& value) {
-    if constexpr (is_text<U> && std::is_pointer_v<U>)
-        if (value == nullptr) return T{};
-    if constexpr (std::is_constructible_v<T, U const&>) return static_cast<T>(value);
-}
-
-/** Whether a number of type U fits a key of type T; a floating-point key takes the nearest it has to another one. */
-template <typename T, typename U>
-constexpr bool fits(U const& value) {
-    if constexpr (is_optional<T> && std::is_arithmetic_v<U>) {
-        return fits<typename T::value_type>(value);
-    } else if constexpr (!std::is_arithmetic_v<T> || !std::is_arithmetic_v<U>) {
-        return true;
-    } else if constexpr (std::is_integral_v<T>) {
-        auto const number = static_cast<Integer128>(value);
-        return number >= std::numeric_limits<T>::min() && number <= std::numeric_limits<T>::max();
-    } else if constexpr (std::is_floating_point_v<U>) {
-        constexpr auto limit = static_cast<long double>(std::numeric_limits<T>::max());
-        return !(value - value == 0) || (value <= limit && value >= -limit);
-    } else {
-        constexpr auto exact = Integer128{1} << std::numeric_limits<T>::digits;
-        return value <= exact && value >= -exact;
-    }
 }
 
 template <typename T>
@@ -439,7 +405,7 @@ void visit_keys(std::string const& key, Visit&& visit) {
  * Adds a value of any type to a batch. Nothing of it is to be stored if the status is not good. The caller has checked
  * the key; the keys of a struct's members are checked here.
  */
-template <typename T>
+template <typename T, typename Batch>
 Status put(char const* key, T const& value, Rules rules, Batch& batch) {
     if constexpr (kind_of<T>() == Kind::optional) {
         if (value) return put(key, *value, rules, batch);

@@ -4,11 +4,12 @@
 #ifndef CONFIGURATIONCONTROL_STORE_KEY_H
 #define CONFIGURATIONCONTROL_STORE_KEY_H
 
-#include <optional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "ConfigurationControl/Store/Conversion.h"
 #include "ConfigurationControl/Store/Result.h"
 #include "ConfigurationControl/Store/Types.h"
 
@@ -69,6 +70,10 @@ class KeyName {
     KeyName(std::string const& text) : m_text(text.c_str()), m_whole(std::string_view(m_text).size() == text.size()) {}
     KeyName(std::string_view text)
         : m_copy(text), m_text(m_copy.c_str()), m_whole(std::string_view(m_text).size() == text.size()) {}
+    template <typename T, std::enable_if_t<std::is_integral_v<T> || std::is_null_pointer_v<T>, int> = 0>
+    KeyName(T) {
+        static_assert(always_false<T>, "ticket::Store: a number or nullptr is no key; give a text");
+    }
     KeyName(KeyName const&) = delete;
     KeyName& operator=(KeyName const&) = delete;
 
@@ -80,6 +85,18 @@ class KeyName {
     std::string m_copy;
     char const* m_text;
     bool m_whole = true;
+};
+
+/** The text of a selector or prefix as an argument; null is empty. Lives during the call. */
+class TextArgument {
+ public:
+    TextArgument(char const* text) : m_text(text != nullptr ? text : "") {}
+    TextArgument(std::string const& text) : m_text(text) {}
+    TextArgument(std::string_view text) : m_text(text) {}
+    operator std::string_view() const { return m_text; }
+
+ private:
+    std::string_view m_text;
 };
 
 /** A key, or all keys that begin with what stands before a trailing '*'. */
@@ -98,6 +115,17 @@ class Selector {
     std::string m_text;
     bool m_prefix;
 };
+
+/** Converts a number that a key is declared with. One that does not fit is a compile error if the key is constexpr. */
+template <typename T, typename U>
+constexpr T convert_declared(U const& value) {
+    check_conversion<T, U>();
+    if (!fits<T>(value)) throw Error(Reason::out_of_range, "ticket::Key: the number does not fit the type of the key");
+    return convert_given<T>(value);
+}
+
+template <typename T, typename U>
+inline constexpr bool is_other_number = !std::is_same_v<T, U> && std::is_arithmetic_v<T> && std::is_arithmetic_v<U>;
 
 struct NoFallback {};
 
@@ -147,18 +175,32 @@ class Key {
         detail::check_type<T>();
         static_assert(!std::is_same_v<T, char const*> && !std::is_same_v<T, std::string_view>,
                       "ticket::Key: declare Key<std::string>; its fallback is a text that is not copied");
-        if (!detail::is_kept_key(name, detail::kind_of<T>() == detail::Kind::structure))
+        if (name == nullptr || !detail::is_kept_key(name, detail::kind_of<T>() == detail::Kind::structure))
             throw Error(Reason::not_kept, "ticket::Key: no file keeps a key of this name");
+    }
+    /** As above, with a number of another type, which must fit. */
+    template <typename U, std::enable_if_t<detail::is_other_number<Fallback, U>, int> = 0>
+    constexpr Key(char const* name, U fallback) : Key(name, detail::convert_declared<Fallback>(fallback)) {}
+    /** Not with a text that ends before the key. */
+    template <typename U, typename F = Fallback,
+              std::enable_if_t<std::is_same_v<U, std::string> && std::is_same_v<F, std::string_view>, int> = 0>
+    constexpr Key(char const* name, U&&) : Key(name) {
+        static_assert(detail::always_false<U>,
+                      "ticket::Key: the fallback is not copied; give a literal, or a text that outlives the key");
     }
 
     /** The same key with the values from `low` to `high`, both included. */
-    constexpr Key range(Fallback low, Fallback high) const {
+    template <typename Low, typename High>
+    constexpr Key range(Low low, High high) const {
         static_assert(detail::has_range<T>, "ticket::Key: only numbers and durations have a range");
-        if (high < low) throw Error(Reason::out_of_range, "ticket::Key: the range is empty");
         Key key = *this;
-        key.m_limits.low = low;
-        key.m_limits.high = high;
-        key.m_limits.bounded = true;
+        if constexpr (detail::has_range<T>) {
+            key.m_limits.low = detail::convert_declared<Fallback>(low);
+            key.m_limits.high = detail::convert_declared<Fallback>(high);
+            key.m_limits.bounded = true;
+            if (!(key.m_limits.low <= key.m_limits.high))
+                throw Error(Reason::out_of_range, "ticket::Key: the range is empty");
+        }
         return key;
     }
     /** The same key with these values only. The array must be a constant that outlives the key. */
@@ -169,6 +211,14 @@ class Key {
         key.m_limits.choices = values;
         key.m_limits.count = N;
         return key;
+    }
+    /** Not with a list in braces, which ends before the key. */
+    template <typename U = T>
+    constexpr Key choices(std::initializer_list<Fallback>) const {
+        static_assert(
+            detail::always_false<U>,
+            "ticket::Key: the choices are not copied; give a constant array, constexpr int SIZES[] = {10, 12}");
+        return *this;
     }
     /** The same key with a line for people. */
     constexpr Key help(char const* text) const {

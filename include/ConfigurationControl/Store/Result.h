@@ -138,8 +138,8 @@ class Expected {
     explicit operator bool() const noexcept { return m_value.has_value(); }
     /** The value. Requires that there is one. */
     T const& operator*() const& noexcept { return *m_value; }
-    /** The value, to be moved from. Requires that there is one. */
-    T&& operator*() && noexcept { return *std::move(m_value); }
+    /** The value, moved out, so that a loop may run over it. Requires that there is one. */
+    T operator*() && { return *std::move(m_value); }
     /** A member of the value. Requires that there is one. */
     T const* operator->() const noexcept { return &*m_value; }
     /** The value; throws Error when there is none. */
@@ -147,8 +147,8 @@ class Expected {
         m_result.or_throw();
         return *m_value;
     }
-    /** The value, to be moved from; throws Error when there is none. */
-    T&& value() && {
+    /** The value, moved out; throws Error when there is none. */
+    T value() && {
         m_result.or_throw();
         return *std::move(m_value);
     }

@@ -20,7 +20,7 @@ struct StoreOptions {
     bool throws =
         false; /**< set, erase, change and save throw Error instead of returning a Result that tells why not */
     /** How long save waits for another program that saves a file of the same directory. */
-    std::chrono::milliseconds longest_wait = std::chrono::seconds(1);
+    std::chrono::milliseconds longest_wait{1000};
 };
 
 namespace detail {
@@ -73,14 +73,14 @@ class BasicState {
         if (lock.is_taken())
             return Result(Reason::busy, m_file,
                           "not saved: another program is busy with a file of its directory; try again");
-        FileTicket target(m_file);
+        BasicFileTicket<Lazy> target(m_file);
         Result loaded = target.load();
         if (loaded.reason() == Reason::no_memory) return loaded;
         // Of a file that was read in part, the rest may be keys of this store.
         bool const whole = !m_options.merge || !loaded || !target.is_loaded();
 
         Batch batch;
-        Journal::Saving saving{};
+        typename Journal::Saving saving{};
         Result saved;
         locked(table(), [&] {
             saved = fill(batch, whole || m_journal.has_everything());
@@ -112,7 +112,7 @@ class BasicState {
      */
     template <typename Report>
     Result reload(bool merge, Report&& report) {
-        FileTicket source(m_file);
+        BasicFileTicket<Lazy> source(m_file);
         if (Result loaded = source.load(); !loaded) return loaded;
         if (!source.is_loaded()) return {};
         Status taken;
@@ -125,8 +125,11 @@ class BasicState {
     }
 
  private:
+    using Batch = BasicBatch<Lazy>;
+    using Journal = BasicJournal<Lazy>;
+
     void load() {
-        FileTicket source(m_file);
+        BasicFileTicket<Lazy> source(m_file);
         m_loaded = source.load();
         m_known = keys_of(source.table());
         Batch batch;

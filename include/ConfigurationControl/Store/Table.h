@@ -1,8 +1,9 @@
 /** @file
  * The calls of a ticket's table as ticket::Store uses them: one slot, one batch, the ticket's mutex. C++17.
  *
- * Classes with a template parameter `Lazy` are templates for one reason: what a program does not use of them, it does
- * not compile. Including Store.h would otherwise take twice the time.
+ * Some classes and functions of the layer are templates for one reason: what a program does not use of them, it does
+ * not compile. Their parameter is called `Lazy`, or has a default that is the only argument in use. Including Store.h
+ * would otherwise take twice the time.
  */
 #ifndef CONFIGURATIONCONTROL_STORE_TABLE_H
 #define CONFIGURATIONCONTROL_STORE_TABLE_H
@@ -120,7 +121,8 @@ class BasicBatch {
     }
     /** Adds a value of the key that was begun. */
     void add(PARAM_TYPE type, void const* value, Lifetime lifetime) {
-        Item item{m_keys.size() - 1, type, std::exchange(m_index, APPEND_INDEX), 0, {}, {}, false};
+        Item item{m_keys.size() - 1, type, m_index, 0, {}, {}, false};
+        m_index = APPEND_INDEX;
         item.copied = lifetime == Lifetime::temporary || m_values == Lifetime::temporary;
         if (type == PARAM_STRING) {
             item.pointed = {value, 0};
@@ -161,8 +163,9 @@ class BasicBatch {
     }
 
     /** Stores all under one lock. Receives the keys of the values for which memory was short. */
+    template <typename Record = SETMULTIPAR>
     Status store(Table table, std::vector<std::string>& failed) {
-        std::vector<SETMULTIPAR> records;
+        std::vector<Record> records;
         records.reserve(m_items.size() + 1);
         for (Item& item : m_items)
             records.push_back({m_keys[item.key].c_str(), item.type, item.pointer(), item.index, false});
@@ -218,7 +221,6 @@ class BasicBatch {
     std::vector<Item> m_items;
     int m_index = SCALAR_INDEX;
 };
-using Batch = BasicBatch<void>;
 
 /** Whether a value, or an element, is the same in two tickets. With both mutexes held. */
 inline bool is_same_value(Slot const& a, Slot const& b) {

@@ -19,10 +19,9 @@
 #include <string_view>
 
 #include "ConfigurationControl/Store/Result.h"
+#include "ConfigurationControl/Store/Types.h"
 
 namespace ticket::detail {
-
-__extension__ using Integer128 = __int128; /**< wide enough for every 64-bit count times its unit */
 
 constexpr bool is_digit(char c) {
     return c >= '0' && c <= '9';
@@ -38,7 +37,7 @@ inline void append_decimal(std::string& text, Integer128 value, int digits = 1) 
         *--begin = static_cast<char>('0' + (digit < 0 ? -digit : digit));
     }
     if (negative) *--begin = '-';
-    text.append(begin, buffer + sizeof buffer);
+    text.append(begin, static_cast<std::size_t>(buffer + sizeof buffer - begin));
 }
 
 /** Reads a whole text as a decimal integer: an optional "-" and digits, at most 37 of them. */

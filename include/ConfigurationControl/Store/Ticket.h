@@ -22,9 +22,9 @@ class SharedTicket {
     SharedTicket(SharedTicket const& other) noexcept : m_owners(other.m_owners) {
         if (m_owners != nullptr) __atomic_add_fetch(&m_owners->count, 1, __ATOMIC_RELAXED);
     }
-    SharedTicket(SharedTicket&& other) noexcept : m_owners(std::exchange(other.m_owners, nullptr)) {}
+    SharedTicket(SharedTicket&& other) noexcept { swap(other); }
     SharedTicket& operator=(SharedTicket other) noexcept {
-        std::swap(m_owners, other.m_owners);
+        swap(other);
         return *this;
     }
     ~SharedTicket() {
@@ -41,6 +41,12 @@ class SharedTicket {
         Table table;
         bool owned;
     };
+
+    void swap(SharedTicket& other) noexcept {
+        Owners* const owners = m_owners;
+        m_owners = other.m_owners;
+        other.m_owners = owners;
+    }
 
     Owners* m_owners = nullptr;
 };
@@ -94,7 +100,11 @@ class BasicJournal {
     std::vector<std::string> keys() const { return keys_of(m_keys.table()); }
 
     /** Begins a save. */
-    Saving begin() { return {m_saves++, std::exchange(m_everything, false)}; }
+    Saving begin() {
+        Saving const saving{m_saves++, m_everything};
+        m_everything = false;
+        return saving;
+    }
     /** The save has failed. Allocates nothing. */
     void fail(Saving const& saving) noexcept { m_everything = m_everything || saving.everything; }
     /** The save is done. */

@@ -155,6 +155,12 @@ template <typename T>
 inline constexpr bool can_be_wide =
     (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) || std::is_same_v<T, std::string> || std::is_same_v<T, Bytes>;
 
+/** Whether an enumeration has a declared type, so that each number of that type is one of its values. */
+template <typename T, typename = void>
+inline constexpr bool has_fixed_type = false;
+template <typename T>
+inline constexpr bool has_fixed_type<T, std::void_t<decltype(T{std::declval<std::underlying_type_t<T>>()})>> = true;
+
 /** T, but not deduced from an argument. */
 template <typename T>
 struct Identity {
@@ -162,6 +168,8 @@ struct Identity {
 };
 template <typename T>
 using Same = typename Identity<T>::Type;
+
+__extension__ using Integer128 = __int128; /**< wide enough for every 64-bit count times its unit */
 
 /** Whether a type is an integer of 128 bits, which some language modes count among the arithmetic types. */
 __extension__ template <typename T>
@@ -209,20 +217,35 @@ constexpr Kind kind_of() {
 template <typename T>
 inline constexpr bool is_scalar = kind_of<T>() == Kind::number || kind_of<T>() == Kind::text;
 
-/** The type of an argument: of a text literal a pointer. */
+/** What is stored of an argument: of an array of characters the text up to its first NUL, or all where there is none.
+ */
+template <std::size_t N>
+constexpr std::string_view given(char const (&text)[N]) {
+    std::string_view const all(text, N);
+    return all.substr(0, all.find('\0'));
+}
 template <typename T>
-using Given = std::conditional_t<is_text<std::decay_t<T>> && !std::is_same_v<T, std::string> &&
-                                     !std::is_same_v<T, std::string_view>,
-                                 char const*, std::decay_t<T const&>>;
+constexpr T const& given(T const& value) {
+    return value;
+}
+
+/** The type that is stored of an argument. */
+template <typename T>
+using Given = std::decay_t<decltype(given(std::declval<T const&>()))>;
 
 /** The type that is kept for what a caller gives: a text literal is kept, and comes back, as a std::string. */
 template <typename T>
 using Kept = std::conditional_t<is_text<std::decay_t<T>>, std::string, std::decay_t<T>>;
 
+/** The type of a value: the one that the caller has named, otherwise that of the argument. */
+template <typename T, typename U>
+using NamedOr = std::conditional_t<std::is_void_v<T>, U, T>;
+
 /** Explains to the developer why a type cannot be kept. Compiles to nothing for one that can. */
 template <typename T>
 constexpr void check_type() {
-    static_assert(!std::is_same_v<T, std::nullptr_t>, "ticket::Store: nullptr is no value; erase(key) removes a value");
+    constexpr bool is_nothing = std::is_same_v<T, std::nullptr_t> || std::is_same_v<T, std::nullopt_t>;
+    static_assert(!is_nothing, "ticket::Store: nullptr and nullopt are no values; erase(key) removes a value");
     constexpr bool is_wide_text = is_wide_character<Plain<std::remove_pointer_t<T>>>;
     static_assert(!std::is_pointer_v<T> || is_text<T> || is_wide_text,
                   "ticket::Store: a pointer is no setting; give the value that it points to, and for an array a "
@@ -256,8 +279,7 @@ constexpr void check_type() {
         check_type<typename T::value_type>();
     }
     if constexpr (has_codec<T>) check_type<typename Codec<T>::Stored>();
-    constexpr bool explained =
-        std::is_same_v<T, std::nullptr_t> || std::is_pointer_v<T> || is_wide_character<T> || is_huge<T>;
+    constexpr bool explained = is_nothing || std::is_pointer_v<T> || is_wide_character<T> || is_huge<T>;
     static_assert(explained || kind_of<T>() != Kind::unknown,
                   "ticket::Store: this type is not known; specialise ticket::Codec<T> for one value, or "
                   "ticket::members<T> for a struct that is kept member by member");

@@ -159,12 +159,12 @@ class [[nodiscard]] Watch {
     /** Made by Store::on_change. */
     explicit Watch(detail::Watcher* watcher) : m_watcher(watcher) {}
     /** Takes the other watch over. */
-    Watch(Watch&& other) noexcept : m_watcher(std::exchange(other.m_watcher, nullptr)) {}
+    Watch(Watch&& other) noexcept : m_watcher(other.release()) {}
     /** Ends this watch and takes the other one over. */
     Watch& operator=(Watch&& other) noexcept {
         if (this != &other) {
             end();
-            m_watcher = std::exchange(other.m_watcher, nullptr);
+            m_watcher = other.release();
         }
         return *this;
     }
@@ -174,10 +174,16 @@ class [[nodiscard]] Watch {
     explicit operator bool() const noexcept { return m_watcher != nullptr; }
     /** Ends it now. */
     void end() {
-        if (m_watcher != nullptr) std::exchange(m_watcher, nullptr)->end();
+        if (m_watcher != nullptr) release()->end();
     }
 
  private:
+    detail::Watcher* release() noexcept {
+        detail::Watcher* const watcher = m_watcher;
+        m_watcher = nullptr;
+        return watcher;
+    }
+
     detail::Watcher* m_watcher = nullptr;
 };
 
