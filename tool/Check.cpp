@@ -12,6 +12,7 @@
 #include "Format/Escapes.h"
 #include "Format/Leaf.h"
 #include "Format/Numbers.h"
+#include "Format/Words.h"
 #include "Progress.h"
 #include "Rehearsal.h"
 #include "Schema.h"
@@ -53,6 +54,8 @@ class CHECKER {
     void LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string_view text);
     void LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string_view text);
     void Say(pugi::xml_node node, std::string message);
+    // The key of the current element, in quotes.
+    std::string KeyIn(pugi::xml_node element) const { return Quoted(m_path + element.name()); }
 
     std::string const& m_text;
     TICKET const& m_ticket;
@@ -236,11 +239,13 @@ void CHECKER::LookAtBranch(pugi::xml_node element) {
 }
 
 void CHECKER::LookAtLeaf(pugi::xml_node element) {
-    auto const name = [&] { return Quoted(element.name()); };
+    auto const name = [&] { return KeyIn(element); };
     auto const type = TypeNamed(element.first_attribute().value());
     if (type == PARAM_NONE) {
         std::string const unknown = element.first_attribute().value();
-        Say(element, name() + " has the unknown type " + Excerpt(unknown) + " and stores nothing");
+        std::string known;
+        for (auto const& row : TICKET_FORMAT::TYPE_NAMES) known.append(known.empty() ? "" : ", ").append(row.name);
+        Say(element, name() + " has the unknown type " + Excerpt(unknown) + " and stores nothing; files hold " + known);
         return;
     }
     auto const value = element.first_child();
@@ -294,7 +299,7 @@ void CHECKER::LookAtSource(pugi::xml_node element, pugi::xml_node value) {
                         (rest.size() == text.size() || ENDS.find(rest[text.size()]) != std::string_view::npos);
     if (isSame) return;
     std::string const source(rest.substr(0, rest.find_first_of(ENDS)));
-    Say(element, Quoted(element.name()) + " holds entities or line ends that are decoded: " + Excerpt(source));
+    Say(element, KeyIn(element) + " holds entities or line ends that are decoded: " + Excerpt(source));
 }
 
 void CHECKER::LookAtSpace(pugi::xml_node element, std::string_view text) {
@@ -305,8 +310,7 @@ void CHECKER::LookAtSpace(pugi::xml_node element, std::string_view text) {
         // Around the text of an element that holds others too, space is layout.
         bool const isAtAnEnd = told.offset == 0 || told.offset + told.length == text.size();
         if (isAtAnEnd && HasElements(element)) continue;
-        Say(element,
-            "white space of " + Quoted(element.name()) + " changes: trimmed at the ends, inner runs become one space");
+        Say(element, "white space of " + KeyIn(element) + " changes: trimmed at the ends, inner runs become one space");
         break;
     }
 }
@@ -317,11 +321,11 @@ void CHECKER::LookAtNumber(pugi::xml_node element, PARAM_TYPE type, std::string_
     if (type == PARAM_INT64) finding = NumberFinding<int64_t>(text);
     if (type == PARAM_UINT64) finding = NumberFinding<uint64_t>(text);
     if (type == PARAM_DOUBLE) finding = NumberFinding<double>(text);
-    if (!finding.empty()) Say(element, Quoted(element.name()) + ": " + Excerpt(std::string(text)) + " " + finding);
+    if (!finding.empty()) Say(element, KeyIn(element) + ": " + Excerpt(std::string(text)) + " " + finding);
 }
 
 void CHECKER::LookAtText(pugi::xml_node element, PARAM_TYPE type, std::string_view text) {
-    auto const name = [&] { return Quoted(element.name()); };
+    auto const name = [&] { return KeyIn(element); };
     ODDITIES oddities;
     std::string decoded;
     DecodeTo(decoded, text, &oddities);

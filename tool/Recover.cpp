@@ -16,14 +16,6 @@
 
 namespace {
 
-// The name in a start tag, without its brackets. It may be a name that XML forbids, such as "HP 4000".
-std::string_view NameIn(std::string_view tag) {
-    auto end = tag.find(" type=\"");
-    if (end == std::string_view::npos && tag.find("=\"") != std::string_view::npos) end = tag.find_first_of(" \t\r\n");
-    tag = tag.substr(0, end);
-    return tag.substr(0, tag.find_last_not_of(" \t\r\n") + 1);
-}
-
 // The beginning of a text that ends with a closing tag.
 struct BEGINNING {
     std::size_t size = 0;
@@ -63,25 +55,17 @@ BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
     BEGINNING longest;
     INDENTATION indentation;
     std::vector<std::string_view> open;
-    for (std::size_t at = text.find('<'); at < end; at = text.find('<', at)) {
-        auto const begin = at;
-        auto const rest = text.substr(at);
-        bool const isComment = rest.substr(0, 4) == "<!--";
-        auto const close = isComment ? rest.find("-->") : rest.find('>');
-        if (close == std::string_view::npos) break;
-        at += close + 1;
-        auto const tag = rest.substr(1, close - 1);
-        if (isComment || tag.empty() || tag[0] == '?' || tag[0] == '!') continue;
-        bool const isClosing = tag[0] == '/';
-        if (isClosing && (open.empty() || at > end)) break;
-        if (!isClosing && !indentation.IsDeeper(text, begin, open.size())) break;
-        if (isClosing) {
-            open.pop_back();
-        } else if (tag.back() != '/') {
-            open.push_back(NameIn(tag));
+    for (auto tag = NextTag(text, 0); tag && tag->begin < end; tag = NextTag(text, tag->end)) {
+        if (tag->kind == TAG::KIND::OTHER) continue;
+        bool const isEnd = tag->kind == TAG::KIND::END;
+        if (isEnd && (open.empty() || tag->end > end)) break;
+        if (!isEnd && !indentation.IsDeeper(text, tag->begin, open.size())) break;
+        if (tag->kind == TAG::KIND::START) {
+            open.push_back(NameIn(text, *tag));
             continue;
         }
-        longest = {at, open};
+        if (isEnd) open.pop_back();
+        longest = {tag->end, open};
     }
     return longest;
 }
@@ -119,7 +103,7 @@ bool TellWhatIsLost(std::string const& file, std::string_view text, std::size_t 
     while (begin < text.size()) {
         auto const end = std::min(text.find('\n', begin), text.size());
         auto const line = text.substr(begin, end - begin);
-        auto const attribute = line.find(" type=\"");
+        auto const attribute = FindType(line);
         if (attribute != std::string_view::npos) {
             lost = true;
             auto const start = std::min(line.rfind('<', attribute), attribute + 1);  // or no bracket

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -24,6 +25,23 @@ std::string ReadTicketText(std::string const& path);
 
 // Whether a text that does not parse at a place seems to be cut off there: no tag ends behind it.
 bool EndsEarly(std::string_view text, std::size_t breakAt);
+
+// A tag of a text: from its '<' to behind its '>'.
+struct TAG {
+    enum class KIND { START, EMPTY, END, OTHER };  // OTHER: comment, declaration and the like
+    KIND kind;
+    std::size_t begin;
+    std::size_t end;
+};
+
+// The first tag that begins at a place or behind it; nothing if none is complete.
+std::optional<TAG> NextTag(std::string_view text, std::size_t at);
+
+// Where a type attribute begins, with the space before it; npos if there is none.
+std::size_t FindType(std::string_view text);
+
+// The name in a start tag. It may be a name that XML forbids, such as "HP 4000".
+std::string_view NameIn(std::string_view text, TAG const& tag);
 
 // Lines and columns of a text, both counted from 1, columns in bytes. Ask for ascending offsets, so that the text is
 // passed over only once.

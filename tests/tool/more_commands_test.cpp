@@ -245,6 +245,12 @@ TEST_F(ToolMore, RecoverMakesNoKeyOfWhatFollowsADamagedClosingTag) {
     }
 }
 
+TEST_F(ToolMore, RecoverClosesElementsThatHaveAttributesInSingleQuotes) {
+    Write("s.xml", "<ticket>\n\t<a note='x'>\n\t\t<b type='int'>1</b>\n\t\t<c type='int'>2</d>\n");
+    EXPECT_EQ(Ticket({"recover", "s.xml", "new.xml"}).code, 1);
+    EXPECT_EQ(Output({"list", "new.xml"}), "a/b\tint\t1\n");
+}
+
 TEST_F(ToolMore, RecoverTellsWhatIsLostEvenIfNothingStandsBeforeTheBreak) {
     Write("b.xml", "<ticket>\n\t=Level type=\"int\">1</Level>\n\t<Mode type=\"int\">2</Mode>\n</ticket>\n");
     auto const result = Ticket({"recover", "b.xml", "r.xml"});

@@ -72,7 +72,8 @@ TEST_F(ToolSafety, AFileThatDoesNotParseIsRefusedWithItsPlaceAndLeftAsItWas) {
     std::string const broken = "<ticket>\n  <a type='string'>x</b>\n</ticket>\n";
     Write("s.xml", broken);
     for (auto const& command : AllCommands()) {
-        EXPECT_EQ(Error(command), "s.xml:2:23: does not parse: Start-end tags mismatch") << command[0];
+        EXPECT_EQ(Error(command), "s.xml:2:23: does not parse: <a> of line 2 is not closed: here stands </b>")
+            << command[0];
         EXPECT_EQ(Content("s.xml"), broken);
     }
     EXPECT_THAT(files::Names(m_scratch), ElementsAre("from.xml", "s.xml"));
