@@ -136,7 +136,8 @@ class Ticket(MutableMapping[str, Value]):
     # The mapping
 
     def __getitem__(self, key: str) -> Value:
-        value = self.locked(lambda: self._read(text_bytes(key)))
+        name = _key_bytes(key)
+        value = self.locked(lambda: self._read(name))
         if value is None:
             raise KeyError(key)
         return value
@@ -145,17 +146,23 @@ class Ticket(MutableMapping[str, Value]):
         self.update({key: value})
 
     def __delitem__(self, key: str) -> None:
+        name = _key_bytes(key)
+
         def erase() -> bool:
-            known = self._call("get_parameter", text_bytes(key), records.NONE, None, records.SCALAR_INDEX)
-            return bool(known and self._call("set_parameter", text_bytes(key), records.NONE, None, records.SCALAR_INDEX))
+            known = self._call("get_parameter", name, records.NONE, None, records.SCALAR_INDEX)
+            return bool(known and self._call("set_parameter", name, records.NONE, None, records.SCALAR_INDEX))
 
         if not self.locked(erase):
             raise KeyError(key)
 
     def __contains__(self, key: object) -> bool:
-        return isinstance(key, str) and bool(
-            self._call("get_parameter", text_bytes(key), records.NONE, None, records.SCALAR_INDEX)
-        )
+        if not isinstance(key, str):
+            return False
+        try:
+            name = _key_bytes(key)
+        except KeyError:
+            return False
+        return bool(self._call("get_parameter", name, records.NONE, None, records.SCALAR_INDEX))
 
     def __iter__(self) -> Iterator[str]:
         return iter([text_of(key) for key in self._keys()])
@@ -199,9 +206,9 @@ class Ticket(MutableMapping[str, Value]):
         """Removes every value."""
         self._operation(records.OP_CLEAR)
 
-    def merge(self, source: "Ticket", keys: Iterable[str] = (), clear: bool = False) -> bool:
-        """Copies the values of `source`, or those of `keys` ("Window/*" selects by prefix), into this ticket."""
-        selection = [text_bytes(key) for key in keys]
+    def merge(self, source: "Ticket", keys: Union[str, Iterable[str]] = (), clear: bool = False) -> bool:
+        """Copies the values of `source`, or those of one or more `keys`, into this ticket. "Window/*" selects by prefix."""
+        selection = [text_bytes(key) for key in ([keys] if isinstance(keys, str) else keys)]
         array = (ctypes.c_char_p * (len(selection) + 1))(*selection, None) if selection else None
         return bool(self._call("merge_ticket", source._open(), array, clear))
 
@@ -351,6 +358,13 @@ _BUFFERS = {
     records.INT64: ctypes.c_int64,
     records.UINT64: ctypes.c_uint64,
 }
+
+
+def _key_bytes(key: str) -> bytes:
+    try:
+        return text_bytes(key)
+    except ValueError:  # with a NUL, or no Unicode: no ticket has such a key
+        raise KeyError(key) from None
 
 
 def _int32(number: int) -> int:

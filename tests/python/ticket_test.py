@@ -139,6 +139,19 @@ class TicketTest(unittest.TestCase):
         ticket.clear()
         self.assertEqual(len(ticket), 0)
 
+    def test_a_text_that_cannot_be_a_key_is_missing(self):
+        ticket = Ticket()
+        ticket["a"] = 1
+        for key in ("a\0b", "\ud800"):
+            with self.subTest(key=key):
+                self.assertNotIn(key, ticket)
+                self.assertEqual(ticket.get(key, 7), 7)
+                self.assertEqual(ticket.pop(key, 8), 8)
+                self.assertRaises(KeyError, lambda: ticket[key])
+                self.assertRaises(KeyError, ticket.__delitem__, key)
+                self.assertRaises(ValueError, ticket.__setitem__, key, 1)
+        self.assertEqual(dict(ticket), {"a": 1})
+
     def test_failed_save_raises_with_the_reason(self):
         ticket = Ticket(os.path.join(self.directory.name, "no such folder", "settings.xml"))
         ticket["a"] = 1
@@ -187,6 +200,9 @@ class TicketTest(unittest.TestCase):
         source, target = Ticket(), Ticket()
         source.update({"Window/Width": 1, "Window/Height": 2, "Log": 3})
         self.assertTrue(target.merge(source, ["Window/*"]))
+        self.assertEqual(list(target), ["Window/Height", "Window/Width"])
+        target.clear()
+        self.assertTrue(target.merge(source, "Window/*"))
         self.assertEqual(list(target), ["Window/Height", "Window/Width"])
 
     def test_advisory_locks(self):
