@@ -16,3 +16,17 @@ foreach(standard c++17 c++20)
 endforeach()
 add_test(NAME PublicHeaders.CompileAlone/c11
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/support/compile_alone ${include} ${CMAKE_C_COMPILER} c c11 ${c_headers})
+
+# A program in C, or in C++ before C++17, is told what it needs instead.
+foreach(language "c;c11;${CMAKE_C_COMPILER}" "c++;c++14;${CMAKE_CXX_COMPILER}")
+    list(GET language 0 name)
+    list(GET language 1 standard)
+    list(GET language 2 compiler)
+    foreach(header Store Store/Schema Store/FileWatch)
+        add_test(NAME PublicHeaders.OfTheTypedLayerTellThatTheyNeedCxx17/${standard}/${header}
+            COMMAND ${compiler} -x ${name} -std=${standard} -fsyntax-only -I ${include}
+                ${include}/ConfigurationControl/${header}.h)
+        set_tests_properties(PublicHeaders.OfTheTypedLayerTellThatTheyNeedCxx17/${standard}/${header} PROPERTIES
+            PASS_REGULAR_EXPRESSION "${header}.h needs C..17; in C, include TicketRecords.h")
+    endforeach()
+endforeach()

@@ -15,6 +15,10 @@
 #ifndef CONFIGURATIONCONTROL_STORE_H
 #define CONFIGURATIONCONTROL_STORE_H
 
+#if !defined(__cplusplus) || __cplusplus < 201703L
+#error "ConfigurationControl/Store.h needs C++17; in C, include TicketRecords.h, TicketServices.h and MultiParListC.h"
+#endif
+
 #include <initializer_list>
 #include <optional>
 #include <string>
