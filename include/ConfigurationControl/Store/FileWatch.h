@@ -5,7 +5,8 @@
 #define CONFIGURATIONCONTROL_STORE_FILEWATCH_H
 
 #if !defined(__cplusplus) || __cplusplus < 201703L
-#error "ConfigurationControl/Store/FileWatch.h needs C++17; in C, include TicketRecords.h, TicketServices.h and MultiParListC.h"
+#error \
+    "ConfigurationControl/Store/FileWatch.h needs C++17; in C, include TicketRecords.h, TicketServices.h and MultiParListC.h"
 #endif
 
 #include <sys/inotify.h>

@@ -6,7 +6,8 @@
 #define CONFIGURATIONCONTROL_STORE_SCHEMA_H
 
 #if !defined(__cplusplus) || __cplusplus < 201703L
-#error "ConfigurationControl/Store/Schema.h needs C++17; in C, include TicketRecords.h, TicketServices.h and MultiParListC.h"
+#error \
+    "ConfigurationControl/Store/Schema.h needs C++17; in C, include TicketRecords.h, TicketServices.h and MultiParListC.h"
 #endif
 
 #include <cstdio>
