@@ -380,8 +380,9 @@ class MEANING {
     void LookAtPath(char const* key, std::string_view text) {
         bool const hasDrive = text.size() > 2 && std::isalpha(static_cast<unsigned char>(text[0])) != 0 &&
                               text[1] == ':' && std::string_view("\\\t\n\r").find(text[2]) != std::string_view::npos;
+        bool const isOnServer = !text.empty() && text[0] == '\\';  // the file's "\\server" is read as "\server"
         auto const control = text.find_first_of("\t\n\r");
-        if (!hasDrive || control == std::string_view::npos) return;
+        if (!(hasDrive || isOnServer) || control == std::string_view::npos) return;
         auto const* const escape = text[control] == '\t' ? "\\t" : text[control] == '\n' ? "\\n" : "\\r";
         Say(key, std::string("looks like a path and holds the sequence ") + escape +
                      ", which stands for a control character; a file spells a backslash as two");

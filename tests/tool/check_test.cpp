@@ -300,6 +300,9 @@ TEST_F(ToolCheck, TellsAPathWithSingleBackslashes) {
     EXPECT_THAT(
         FindingsIn("<a type='string'>C:\\temp\\new</a>"),
         HasSubstr("key 'a' looks like a path and holds the sequence \\t, which stands for a control character"));
+    EXPECT_THAT(FindingsIn("<a type='string'>\\\\server\\new</a>"),
+                HasSubstr("key 'a' looks like a path and holds the sequence \\n"));
+    EXPECT_EQ(FindingsIn("<a type='string'>\\\\\\\\server\\\\new</a>"), "");
     EXPECT_EQ(FindingsIn("<a type='string'>C:\\\\temp\\\\new</a>"), "");
     EXPECT_EQ(FindingsIn("<a type='string'>Title:\\ttext</a>"), "");
 }
