@@ -122,7 +122,7 @@ int Recover(ARGUMENTS const& arguments) {
     auto const& file = input.Name();
     auto const text = ReadTicketText(input.Path());
     auto const at = Break(file, text);
-    if (!at) throw FAILURE(file + ": parses; there is nothing to recover");
+    if (!at) throw FAILURE(file + ": parses; there is nothing to recover, but check may find problems");
     auto const [beginning, recovered] = Recovered(file, text);
     if (beginning.size == 0) {
         TellWhatIsLost(file, text, 0);
