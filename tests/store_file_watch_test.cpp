@@ -147,6 +147,25 @@ TEST_F(StoreFileWatch, ADirectoryThatIsGoneIsReportedByEachDispatch) {
     EXPECT_EQ(watch.dispatch().reason(), Reason::system);
 }
 
+TEST_F(StoreFileWatch, ADirectoryThatIsRenamedIsReportedByEachDispatch) {
+    std::filesystem::create_directory(m_scratch.Path("inner"));
+    Store store(m_scratch.Path("inner/t.xml"));
+    ticket::FileWatch watch(store, Teller());
+    std::filesystem::rename(m_scratch.Path("inner"), m_scratch.Path("renamed"));
+    EXPECT_THAT(Told(watch), IsEmpty());
+    EXPECT_EQ(m_result.reason(), Reason::system);
+    EXPECT_EQ(watch.dispatch().reason(), Reason::system);
+}
+
+TEST_F(StoreFileWatch, TheFirstDispatchTellsWhatHasChangedSinceTheStoreReadTheFile) {
+    Store store(m_file);
+    SaveByAnother("Theirs", 2);
+    ticket::FileWatch watch(store, Teller());
+    EXPECT_TRUE(watch.dispatch());
+    EXPECT_THAT(m_told, ElementsAre("Theirs"));
+    EXPECT_EQ(store.get("Theirs", 0), 2);
+}
+
 TEST_F(StoreFileWatch, AStoreWithoutAFileIsNotWatched) {
     Store store;
     ticket::FileWatch watch(store, Teller());

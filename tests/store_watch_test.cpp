@@ -155,6 +155,72 @@ TEST(StoreWatch, WhatASaveTakesOverIsHeardAndNotSavedAgain) {
     EXPECT_FALSE(store.has_unsaved());
 }
 
+TEST(StoreWatch, WhatTheFunctionChangesWhileASaveOrReloadTakesOverIsSaved) {
+    SCRATCH_DIRECTORY const scratch;
+    for (bool const saves : {true, false}) {
+        std::string const file = scratch.Path(saves ? "saved.xml" : "reloaded.xml");
+        Store store(file), other(file);
+        Watch const watch = store.on_change("Theirs", [&](Event const&) {
+            store.set("Derived", 2);
+            store.set("Theirs", 3);
+        });
+        other.set("Theirs", 1);
+        other.set("Others", 1);
+        ASSERT_TRUE(other.save());
+        store.set("Ours", 1);
+        ASSERT_TRUE(saves ? store.save() : store.reload());
+        EXPECT_TRUE(store.has_unsaved());
+        other.set("Others", 2);
+        ASSERT_TRUE(other.save());
+        ASSERT_TRUE(store.save());
+        Store const saved(file);
+        EXPECT_EQ(saved.get("Derived", 0), 2);
+        EXPECT_EQ(saved.get("Theirs", 0), 3);
+        EXPECT_EQ(saved.get("Others", 0), 2) << "what is taken over is no change of this store";
+        EXPECT_EQ(store.entries().size(), 4u);
+    }
+}
+
+TEST(StoreWatch, TheFunctionMaySaveAStoreOfTheSameDirectoryWhileASaveTakesOver) {
+    SCRATCH_DIRECTORY const scratch;
+    std::string const file = scratch.Path("t.xml");
+    Store::Options options;
+    options.longest_wait = std::chrono::milliseconds(0);
+    Store store(file, options), other(file), neighbour(scratch.Path("neighbour.xml"), options);
+    std::string saved;
+    Watch const watch = store.on_change("Theirs", [&](Event const&) {
+        neighbour.set("Derived", 2);
+        saved = neighbour.save().message();
+    });
+    other.set("Theirs", 1);
+    ASSERT_TRUE(other.save());
+    store.set("Ours", 1);
+    ASSERT_TRUE(store.save());
+    EXPECT_EQ(saved, "done");
+    EXPECT_EQ(Store(scratch.Path("neighbour.xml")).get("Derived", 0), 2);
+}
+
+TEST(StoreWatch, ASaveOrReloadWithinTheFunctionKeepsWhatItHasChanged) {
+    SCRATCH_DIRECTORY const scratch;
+    std::string const file = scratch.Path("t.xml");
+    Store store(file), other(file), same(store.table());
+    std::vector<ticket::Reason> reasons;
+    Watch const watch = same.on_change("Key", [&](Event const&) {
+        store.set("Derived", 2);
+        reasons = {store.save().reason(), store.reload().reason()};
+    });
+    other.set("Theirs", 1);
+    ASSERT_TRUE(other.save());
+    store.set("Key", 1);
+    EXPECT_THAT(reasons, ElementsAre(ticket::Reason::none, ticket::Reason::busy));
+    EXPECT_EQ(Store(file).get("Key", 0), 1);
+    EXPECT_EQ(store.get("Derived", 0), 2);
+    EXPECT_TRUE(store.has_unsaved());
+    ASSERT_TRUE(store.save());
+    EXPECT_EQ(Store(file).get("Derived", 0), 2);
+    EXPECT_EQ(store.get("Theirs", 0), 1);
+}
+
 TEST(StoreWatch, TheServicesSettingsAreReadWrittenAndHeard) {
     SCRATCH_DIRECTORY const scratch;
     CConfigurationControl service;

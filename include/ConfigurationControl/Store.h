@@ -290,7 +290,10 @@ class BasicStore {
         if (!saved && m_throws) saved.or_throw();
         return saved;
     }
-    /** Takes over what other programs have changed in the file. Keys that were changed here and not saved stay. */
+    /**
+     * Takes over what other programs have changed in the file. Keys that were changed here and not saved stay.
+     * Reason::busy within a function of on_change, where it would undo what that function has changed.
+     */
     Result reload() {
         if (m_state == nullptr || m_state->file().empty()) return report(detail::NO_TICKET, {});
         return m_state->reload(true, [](std::vector<std::string> const&, detail::Table) {});

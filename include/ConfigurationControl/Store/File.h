@@ -63,14 +63,17 @@ class DirectoryLock {
             nanosleep(&pause, nullptr);
         }
     }
-    ~DirectoryLock() {
-        if (m_directory >= 0) close(m_directory);
-    }
+    ~DirectoryLock() { release(); }
     DirectoryLock(DirectoryLock const&) = delete;
     DirectoryLock& operator=(DirectoryLock const&) = delete;
 
     /** Whether another program kept it until the end of the wait. */
     bool is_taken() const { return m_taken; }
+    /** Releases it before the end of this object. */
+    void release() {
+        if (m_directory >= 0) close(m_directory);
+        m_directory = -1;
+    }
 
  private:
     /** Milliseconds of a clock that nobody sets. */

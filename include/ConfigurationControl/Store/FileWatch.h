@@ -31,15 +31,19 @@ struct FileWatchOptions {
  * Watches the file of a store for the event loop of a host:
  *
  *     ticket::FileWatch watch(store, [](ticket::Event const& event) { redraw(event.key); });
- *     // when watch.fd() is readable:
+ *     watch.dispatch();  // once, for what has changed since the store has read the file
+ *     // and when watch.fd() is readable:
  *     watch.dispatch();
  *
  * The function is called by dispatch(), on its thread and without a lock, for each key whose value in the file differs
  * from the store's: `before` is the store's value, `after` the file's. Keys that the store has changed and not saved
  * are left out, and so are the store's own saves, which leave no difference. A file that is missing, empty or
- * unreadable changes nothing; one that is deleted and made again is watched on.
+ * unreadable changes nothing; one that is deleted and made again is watched on. What a save of the store takes over is
+ * not told here, because it leaves no difference: Store::on_change tells it. Of a symbolic link, the directory of the
+ * link is watched, not that of its target.
  *
- * One thread at a time uses a FileWatch. The store must outlive it, but may be moved.
+ * One thread at a time uses a FileWatch. The function may call dispatch() and use the store, but must not destroy the
+ * FileWatch. The store must outlive it, but may be moved.
  */
 template <typename Function>
 class FileWatch {
@@ -54,7 +58,7 @@ class FileWatch {
         m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
         // The directory, because a save replaces the file by another one.
         if (m_fd >= 0 && inotify_add_watch(m_fd, detail::directory_of(m_state->file()).c_str(),
-                                           IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_ONLYDIR) < 0)
+                                           IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_MOVE_SELF | IN_ONLYDIR) < 0)
             close(std::exchange(m_fd, -1));
     }
     ~FileWatch() {
@@ -69,11 +73,13 @@ class FileWatch {
     int fd() const noexcept { return m_fd; }
 
     /**
-     * Handles what has happened; never waits. Call it when fd() is readable. Reason::unreadable if the file was changed
-     * and could not be read; Reason::system if there is nothing to watch any more, because the directory is gone.
+     * Handles what has happened; never waits. Call it once at the beginning and when fd() is readable.
+     * Reason::unreadable if the file was changed and could not be read; Reason::system if there is nothing to watch any
+     * more, because the directory was deleted or renamed.
      *
      * Throws what the function throws, and std::bad_alloc. After an exception, and after Reason::no_memory, call it
-     * again although fd() is not readable: it tells the events that were not told yet.
+     * again although fd() is not readable: it tells the events that were not told yet. So do after Reason::busy, which
+     * it returns within a function of on_change.
      */
     Result dispatch() {
         if (m_fd < 0) return Result(Reason::system, {}, "not watching");
@@ -101,7 +107,7 @@ class FileWatch {
                 inotify_event event;
                 std::memcpy(&event, at, sizeof event);
                 char const* const changedName = at + sizeof event;
-                m_gone = m_gone || (event.mask & IN_IGNORED) != 0;
+                m_gone = m_gone || (event.mask & (IN_IGNORED | IN_MOVE_SELF)) != 0;
                 m_changed = m_changed || (event.mask & IN_Q_OVERFLOW) != 0 ||
                             (event.len != 0 && std::strcmp(changedName, name) == 0);
                 at += sizeof event + event.len;
@@ -120,7 +126,7 @@ class FileWatch {
                 }
                 m_events.reserve(m_events.size() + events.size());  // so that nothing fails once the file is merged
             });
-        if (result.reason() == Reason::no_memory) return result;
+        if (result.reason() == Reason::no_memory || result.reason() == Reason::busy) return result;
         m_changed = false;
         for (Event& event : events) m_events.push_back(std::move(event));
         if (result) m_told = std::move(all);
@@ -145,8 +151,8 @@ class FileWatch {
     Function m_function;
     FileWatchOptions m_options;
     int m_fd = -1;
-    bool m_changed = false;       // the file may differ from the store
-    bool m_gone = false;          // the directory was deleted
+    bool m_changed = true;        // the file may differ from the store, which has read it some time before
+    bool m_gone = false;          // the directory was deleted or renamed
     std::vector<Event> m_events;  // to be told, from m_begun on
     std::size_t m_begun = 0;
     std::vector<Event> m_told;  // without merge: what the last comparison found

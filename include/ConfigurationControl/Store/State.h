@@ -69,59 +69,56 @@ class BasicState {
     Result save() {
         if (m_file.empty()) return m_loaded ? save_table(table(), "ticket") : m_loaded;
         if (!has_unsaved()) return {};
-        DirectoryLock const lock(m_file, m_options.longest_wait);
+        DirectoryLock lock(m_file, m_options.longest_wait);
         if (lock.is_taken())
             return Result(Reason::busy, m_file,
                           "not saved: another program is busy with a file of its directory; try again");
+        int const begun = generation();
         BasicFileTicket<Lazy> target(m_file);
         Result loaded = target.load();
         if (loaded.reason() == Reason::no_memory) return loaded;
         // Of a file that was read in part, the rest may be keys of this store.
         bool const whole = !m_options.merge || !loaded || !target.is_loaded();
 
-        Batch batch;
-        typename Journal::Saving saving{};
-        Result saved;
+        int finished = begun;
+        Result saved = write(target, whole, finished);
+        lock.release();  // a watch that hears what is taken over may save
+        if (!saved || !m_options.merge || WatchCall::is_under_way(table())) return saved;
+        bool is_newest = false;
         locked(table(), [&] {
-            saved = fill(batch, whole || m_journal.has_everything());
-            if (saved) saving = m_journal.begin();
+            is_newest = m_generation == finished;
+            // Without memory for this, the next save or reload finds the difference.
+            if (is_newest) (void)take_over(target.table(), differing_keys(target.table()));
         });
-        if (!saved) return saved;
-        try {
-            saved = target.save(batch, whole);
-        } catch (...) {
-            locked(table(), [&] { m_journal.fail(saving); });
-            throw;
-        }
-        locked(table(), [&] {
-            if (!saved) return m_journal.fail(saving);
-            m_journal.finish(saving);
-            if (m_options.merge) {
-                // Without memory for this, the next save or reload finds the difference.
-                (void)take_over(target.table(), differing_keys(target.table()));
-            } else {
-                m_known = keys_of(table());
-            }
-        });
+        if (!is_newest) (void)reload(true, [](std::vector<std::string> const&, Table) {});
         return saved;
     }
 
     /**
-     * Takes over what others have changed in the file, but for the keys that were changed here and not saved.
+     * Takes over what others have changed in the file, but for the keys that were changed here and not saved. Within
+     * the function of a watch it does nothing, because it would undo what the function has changed.
      * `report(keys, source)` is called before, with both mutexes held.
      */
     template <typename Report>
     Result reload(bool merge, Report&& report) {
-        BasicFileTicket<Lazy> source(m_file);
-        if (Result loaded = source.load(); !loaded) return loaded;
-        if (!source.is_loaded()) return {};
-        Status taken;
-        locked(table(), [&] {
-            std::vector<std::string> const keys = differing_keys(source.table());
-            report(keys, source.table());
-            if (merge) taken = take_over(source.table(), keys);
-        });
-        return taken ? Result() : Result(taken, m_file);
+        if (WatchCall::is_under_way(table()))
+            return Result(Reason::busy, m_file, "not reloaded: a function of on_change is running; reload after it");
+        for (;;) {
+            int const begun = generation();
+            BasicFileTicket<Lazy> source(m_file);
+            if (Result loaded = source.load(); !loaded) return loaded;
+            if (!source.is_loaded()) return {};
+            Status taken;
+            bool is_newest = false;
+            locked(table(), [&] {
+                is_newest = m_generation == begun;
+                if (!is_newest) return;
+                std::vector<std::string> const keys = differing_keys(source.table());
+                report(keys, source.table());
+                if (merge) taken = take_over(source.table(), keys);
+            });
+            if (is_newest) return taken ? Result() : Result(taken, m_file);
+        }
     }
 
  private:
@@ -139,19 +136,64 @@ class BasicState {
             m_loaded = Result(Reason::no_memory, m_file, "not loaded as a whole: memory is short");
     }
 
+    /**
+     * What a load compares to know that the values it read are still the newest: a save or a take-over of another
+     * thread, or of a watch, has come between where the number has changed.
+     */
+    int generation() const {
+        int generation = 0;
+        locked(table(), [&] { generation = m_generation; });
+        return generation;
+    }
+
+    /**
+     * Saves the journal, or all of the store, into a file that was just loaded. `finished`, the generation of that
+     * load, becomes the one of this save, unless another has come between.
+     */
+    Result write(BasicFileTicket<Lazy>& target, bool whole, int& finished) {
+        Batch batch;
+        typename Journal::Saving saving{};
+        Result saved;
+        locked(table(), [&] {
+            saved = fill(batch, whole || m_journal.has_everything());
+            if (saved) saving = m_journal.begin();
+        });
+        if (!saved) return saved;
+        try {
+            saved = target.save(batch, whole);
+        } catch (...) {
+            locked(table(), [&] { m_journal.fail(saving); });
+            throw;
+        }
+        locked(table(), [&] {
+            if (!saved) return m_journal.fail(saving);
+            m_journal.finish(saving);
+            if (m_generation++ == finished) finished = m_generation;
+            if (!m_options.merge) m_known = keys_of(table());
+        });
+        return saved;
+    }
+
     static void observe(void* context, char const* const* keys) {
         auto& self = *static_cast<BasicState*>(context);
-        if (self.m_taking_over) return;
         try {
             if (keys != nullptr) {
-                for (; *keys != nullptr; ++keys) self.m_journal.add(*keys);
+                for (; *keys != nullptr; ++keys)
+                    if (!self.is_taken_over(*keys)) self.m_journal.add(*keys);
             } else {
+                // Those of the journal because a save that is under way writes them.
+                for (std::string const& key : self.m_journal.keys()) self.m_journal.add(key.c_str());
                 for (std::string const& key : self.m_known) self.m_journal.add(key.c_str());
                 for (std::string const& key : keys_of(self.table())) self.m_journal.add(key.c_str());
             }
         } catch (...) {
             self.m_journal.add_everything();
         }
+    }
+
+    /** Whether a change is a take-over's own: a watch that hears one may change the same keys, or others. */
+    bool is_taken_over(char const* key) const {
+        return m_source != nullptr && is_same_value({table(), key}, {m_source, key});
     }
 
     /**
@@ -184,14 +226,16 @@ class BasicState {
         if (batch.empty()) return {};
         std::vector<std::string> failed;
         Status taken;
-        m_taking_over = true;
+        ++m_generation;
+        Table const outer = m_source;  // not null within an observer that hears a take-over
+        m_source = source;
         try {
             taken = batch.store(table(), failed);
         } catch (...) {
-            m_taking_over = false;
+            m_source = outer;
             throw;
         }
-        m_taking_over = false;
+        m_source = outer;
         return taken;
     }
 
@@ -203,7 +247,8 @@ class BasicState {
     // With the ticket's mutex held:
     Journal m_journal;
     std::vector<std::string> m_known;  // the keys of the file when it was last loaded or saved
-    bool m_taking_over = false;
+    Table m_source = nullptr;          // what is being taken over
+    int m_generation = 0;              // the number of saves and take-overs
 };
 using State = BasicState<void>;
 

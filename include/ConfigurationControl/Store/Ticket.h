@@ -51,6 +51,31 @@ class SharedTicket {
     Owners* m_owners = nullptr;
 };
 
+/**
+ * The functions of watches that this thread is calling, from the innermost on: one object on the stack for each. What
+ * such a function changes is notified after it has returned, so the journal does not know it before.
+ */
+class WatchCall {
+ public:
+    explicit WatchCall(Table table) : m_table(table), m_outer(t_innermost) { t_innermost = this; }
+    ~WatchCall() { t_innermost = m_outer; }
+    WatchCall(WatchCall const&) = delete;
+    WatchCall& operator=(WatchCall const&) = delete;
+
+    /** Whether this thread is calling one for a change of that ticket. */
+    static bool is_under_way(Table table) {
+        for (WatchCall const* call = t_innermost; call != nullptr; call = call->m_outer)
+            if (call->m_table == table) return true;
+        return false;
+    }
+
+ private:
+    static inline thread_local WatchCall const* t_innermost = nullptr;
+
+    Table m_table;
+    WatchCall const* m_outer;
+};
+
 /** All keys of a ticket. With the mutex held. */
 template <typename Key = std::string>
 std::vector<Key> keys_of(Table table) {

@@ -75,6 +75,7 @@ class FunctionWatcher final : public Watcher {
         auto& self = *static_cast<FunctionWatcher*>(context);
         self.m_calling = true;
         try {
+            WatchCall const call(self.m_ticket.table());
             for (Difference const& event : self.differences(keys)) {
                 if (self.m_ended) break;
                 try {
@@ -148,6 +149,9 @@ class FunctionWatcher final : public Watcher {
  * change the store, and is called for its own changes after it has returned; it may end this watch. It must not wait
  * for another thread that uses the store, and must not destroy the store. Of the settings service's store it must not
  * call the service, which holds its own mutex while it changes a setting. An exception that leaves it is dropped.
+ *
+ * What the function changes is noted for a save after it has returned, so save then. A save within the function writes
+ * what was changed before it and takes over nothing; a reload within it is Reason::busy.
  *
  * Destruction waits for a call on another thread, so do not hold a lock that the function takes. A watch may outlive
  * its store, but not a table that the store was given.
