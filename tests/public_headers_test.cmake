@@ -30,3 +30,14 @@ foreach(language "c;c11;${CMAKE_C_COMPILER}" "c++;c++14;${CMAKE_CXX_COMPILER}")
             PASS_REGULAR_EXPRESSION "${header}.h needs C..17; in C, include TicketRecords.h")
     endforeach()
 endforeach()
+
+# A program in C is told so by the headers for C++, too.
+set(cxx_headers ${all_headers})
+list(FILTER cxx_headers EXCLUDE REGEX "/Store")
+list(REMOVE_ITEM cxx_headers ${c_headers})
+foreach(header ${cxx_headers})
+    add_test(NAME PublicHeaders.ForCxxNameThoseForC/${header}
+        COMMAND ${CMAKE_C_COMPILER} -x c -std=c11 -fsyntax-only -I ${include} ${include}/${header})
+    set_tests_properties(PublicHeaders.ForCxxNameThoseForC/${header} PROPERTIES
+        PASS_REGULAR_EXPRESSION "this header needs C..; in C, include TicketRecords.h")
+endforeach()

@@ -8,6 +8,8 @@
 #ifndef CONFIGURATIONCONTROL_CHARSETS_H
 #define CONFIGURATIONCONTROL_CHARSETS_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <cstddef>
 #include <string>
 

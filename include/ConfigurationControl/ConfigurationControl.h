@@ -17,6 +17,8 @@
 #ifndef CONFIGURATIONCONTROL_CONFIGURATIONCONTROL_H
 #define CONFIGURATIONCONTROL_CONFIGURATIONCONTROL_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include "ConfigurationControl/CharSets.h"
 #include "ConfigurationControl/ConfigurationCtrl.h"
 #include "ConfigurationControl/IConfigurationControl.h"

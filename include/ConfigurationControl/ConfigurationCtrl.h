@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_CONFIGURATIONCTRL_H
 #define CONFIGURATIONCONTROL_CONFIGURATIONCTRL_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <mutex>
 #include <string>
 #include <vector>

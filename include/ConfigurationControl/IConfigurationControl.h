@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_ICONFIGURATIONCONTROL_H
 #define CONFIGURATIONCONTROL_ICONFIGURATIONCONTROL_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <string>
 
 #include "ConfigurationControl/Export.h"

@@ -8,6 +8,8 @@
 #ifndef CONFIGURATIONCONTROL_MATHLIB_H
 #define CONFIGURATIONCONTROL_MATHLIB_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include "ConfigurationControl/Export.h"
 
 /** Numbers. */

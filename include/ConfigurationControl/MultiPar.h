@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_MULTIPAR_H
 #define CONFIGURATIONCONTROL_MULTIPAR_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include "ConfigurationControl/TicketRecords.h"
 
 /**

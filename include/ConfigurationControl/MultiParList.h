@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_MULTIPARLIST_H
 #define CONFIGURATIONCONTROL_MULTIPARLIST_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>

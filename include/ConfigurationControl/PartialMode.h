@@ -7,6 +7,8 @@
 #ifndef CONFIGURATIONCONTROL_PARTIALMODE_H
 #define CONFIGURATIONCONTROL_PARTIALMODE_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <cstddef>
 #include <set>
 #include <string>

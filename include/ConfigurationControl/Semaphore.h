@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_SEMAPHORE_H
 #define CONFIGURATIONCONTROL_SEMAPHORE_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <pthread.h>
 
 #include <atomic>

@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_STRINGCONVERSION_H
 #define CONFIGURATIONCONTROL_STRINGCONVERSION_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <string>
 
 /**

@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_SYSLIB_H
 #define CONFIGURATIONCONTROL_SYSLIB_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <pthread.h>
 
 #include <atomic>

@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_THREADBASE_H
 #define CONFIGURATIONCONTROL_THREADBASE_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <pthread.h>
 
 #include <atomic>

@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_TICKET_H
 #define CONFIGURATIONCONTROL_TICKET_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <cstdarg>
 #include <memory>
 #include <string>

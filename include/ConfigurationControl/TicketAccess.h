@@ -16,6 +16,8 @@
 #ifndef CONFIGURATIONCONTROL_TICKETACCESS_H
 #define CONFIGURATIONCONTROL_TICKETACCESS_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <string>
 #include <vector>
 

@@ -6,6 +6,8 @@
 #ifndef CONFIGURATIONCONTROL_VALUECACHES_H
 #define CONFIGURATIONCONTROL_VALUECACHES_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include <cstring>
 #include <functional>
 #include <set>

@@ -4,6 +4,8 @@
 #ifndef CONFIGURATIONCONTROL_LOGGERADAPTER_ILOGGER_H
 #define CONFIGURATIONCONTROL_LOGGERADAPTER_ILOGGER_H
 
+#include "ConfigurationControl/CxxOnly.h"
+
 #include "ConfigurationControl/Export.h"
 
 /** The host's logging service. */
