@@ -131,6 +131,29 @@ TEST_F(StoreInterleaving, AReloadDuringASaveKeepsWhatBothBring) {
     EXPECT_FALSE(store.has_unsaved());
 }
 
+TEST_F(StoreInterleaving, SavesOfOneStoreTakeTurnsWhereTheDirectoryCannotBeLocked) {
+    Store::Options options;
+    options.longest_wait = std::chrono::milliseconds(0);
+    Store store(m_file, options);
+    store.set("First", 1);
+    std::vector<ticket::Reason> reasons;
+    system_calls::g_before = [&](std::string_view kind, char const* path) {
+        if (kind == "open" && path == m_scratch.Path()) return EACCES;
+        if (kind == "rename" && reasons.empty()) {
+            reasons.push_back(ticket::Reason::none);
+            store.set("Second", 2);
+            reasons.push_back(store.save().reason());
+        }
+        return 0;
+    };
+    EXPECT_TRUE(store.save());
+    EXPECT_THAT(reasons, ElementsAre(ticket::Reason::none, ticket::Reason::busy));
+    EXPECT_EQ(store.get("Second", 0), 2);
+    EXPECT_TRUE(store.has_unsaved());
+    EXPECT_TRUE(store.save());
+    EXPECT_EQ(Store(m_file).entries().size(), 2u);
+}
+
 TEST_F(StoreInterleaving, TheLongestWaitMayBeForEver) {
     Store::Options options;
     options.longest_wait = std::chrono::milliseconds::max();

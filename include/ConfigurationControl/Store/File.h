@@ -44,6 +44,49 @@ inline std::string absolute(std::string file) {
     return whole + "/" + file;
 }
 
+/** Calls `attempt()` until it returns true, at most for `wait`. Returns what it returned last. */
+template <typename Attempt>
+bool succeeds_within(std::chrono::milliseconds wait, Attempt&& attempt) {
+    auto const now = [] {  // milliseconds of a clock that nobody sets
+        timespec time{};
+        clock_gettime(CLOCK_MONOTONIC, &time);
+        return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+    };
+    std::int64_t const begin = now();
+    while (!attempt()) {
+        if (now() - begin >= wait.count()) return false;
+        timespec const pause{0, 2000000};
+        nanosleep(&pause, nullptr);
+    }
+    return true;
+}
+
+/**
+ * The turn of one save among those of a store, whose threads would otherwise undo each other's saves where the
+ * directory cannot be locked. A flag instead of a mutex because the wait has an end.
+ */
+class SaveTurn {
+ public:
+    /** Waits for the turn, at most `wait`. `flag` is false while no save is under way. */
+    SaveTurn(bool& flag, std::chrono::milliseconds wait)
+        : m_flag(succeeds_within(wait, [&] { return !__atomic_test_and_set(&flag, __ATOMIC_ACQUIRE); }) ? &flag
+                                                                                                        : nullptr) {}
+    ~SaveTurn() { release(); }
+    SaveTurn(SaveTurn const&) = delete;
+    SaveTurn& operator=(SaveTurn const&) = delete;
+
+    /** Whether the wait ended without it. */
+    bool is_taken() const { return m_flag == nullptr; }
+    /** Ends the turn before the end of this object. */
+    void release() {
+        if (m_flag != nullptr) __atomic_clear(m_flag, __ATOMIC_RELEASE);
+        m_flag = nullptr;
+    }
+
+ private:
+    bool* m_flag;
+};
+
 /**
  * The advisory lock on a file's directory, which every store takes around a save, and the command-line tool too. It
  * goes with the process, however that ends. Where a directory cannot be opened or locked, there is none to take.
@@ -53,15 +96,9 @@ class DirectoryLock {
     /** Waits for the lock, at most `wait`. */
     DirectoryLock(std::string const& file, std::chrono::milliseconds wait)
         : m_directory(open(directory_of(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        std::int64_t const begin = now();
-        while (m_directory >= 0 && flock(m_directory, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-            if (now() - begin >= wait.count()) {
-                m_taken = true;
-                return;
-            }
-            timespec const pause{0, 2000000};
-            nanosleep(&pause, nullptr);
-        }
+        m_taken = !succeeds_within(wait, [&] {
+            return m_directory < 0 || flock(m_directory, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+        });
     }
     ~DirectoryLock() { release(); }
     DirectoryLock(DirectoryLock const&) = delete;
@@ -76,13 +113,6 @@ class DirectoryLock {
     }
 
  private:
-    /** Milliseconds of a clock that nobody sets. */
-    static std::int64_t now() {
-        timespec time{};
-        clock_gettime(CLOCK_MONOTONIC, &time);
-        return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-    }
-
     int m_directory;
     bool m_taken = false;
 };

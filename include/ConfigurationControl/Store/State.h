@@ -69,6 +69,9 @@ class BasicState {
     Result save() {
         if (m_file.empty()) return m_loaded ? save_table(table(), "ticket") : m_loaded;
         if (!has_unsaved()) return {};
+        SaveTurn turn(m_saving, m_options.longest_wait);
+        if (turn.is_taken())
+            return Result(Reason::busy, m_file, "not saved: another thread is saving this store; try again");
         DirectoryLock lock(m_file, m_options.longest_wait);
         if (lock.is_taken())
             return Result(Reason::busy, m_file,
@@ -83,6 +86,7 @@ class BasicState {
         int finished = begun;
         Result saved = write(target, whole, finished);
         lock.release();  // a watch that hears what is taken over may save
+        turn.release();
         if (!saved || !m_options.merge || WatchCall::is_under_way(table())) return saved;
         bool is_newest = false;
         locked(table(), [&] {
@@ -244,6 +248,7 @@ class BasicState {
     StoreOptions const m_options;
     Result m_loaded;
     std::uint64_t m_observer = 0;
+    bool m_saving = false;  // changed by atomic built-in functions
     // With the ticket's mutex held:
     Journal m_journal;
     std::vector<std::string> m_known;  // the keys of the file when it was last loaded or saved
