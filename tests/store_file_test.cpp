@@ -508,6 +508,23 @@ TEST_F(StoreFile, AnInfiniteNumberFromTheTableIsReportedAndDoesNotEndTheProcess)
     EXPECT_TRUE(store.save());
 }
 
+TEST_F(StoreFile, ASaveOnATableOfAnotherOwnerIsTriedAgainAfterTheDiskRefusedIt) {
+    STICKET_ACCESS const* table = STICKET::Create(m_file.c_str());
+    Store store(table);
+    for (bool const isEmpty : {false, true}) {
+        isEmpty ? store.erase("*") : store.set("Key", {1, 2});
+        std::filesystem::path const obstacle = isEmpty ? m_file : m_file + ".tmp";
+        std::filesystem::remove(obstacle);
+        std::filesystem::create_directories(obstacle / "full");
+        EXPECT_FALSE(store.save());
+        EXPECT_FALSE(store.save()) << "the changes are still not in the file";
+        std::filesystem::remove_all(obstacle);
+        EXPECT_TRUE(store.save());
+        EXPECT_EQ(Store(m_file).contains("Key"), !isEmpty);
+    }
+    STICKET::Destroy(table);
+}
+
 TEST_F(StoreFile, AStoreOnATableOfAnotherOwnerSavesThatTicket) {
     STICKET_ACCESS const* table = STICKET::Create(m_file.c_str());
     {

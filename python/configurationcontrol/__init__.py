@@ -107,7 +107,10 @@ class Ticket(MutableMapping[str, Value]):
             self.close()
 
     def save(self) -> None:
-        """Saves a changed file ticket, atomically. Raises SaveError."""
+        """Saves a changed file ticket, atomically. Raises SaveError; a later call tries again."""
+        last = self.save_outcome
+        if last and last.step != "ok":
+            self.locked(self._store_again)
         done = self._operation(records.OP_SAVE)
         outcome = self.save_outcome
         if outcome and (outcome.step != "ok" or not done):
@@ -322,6 +325,16 @@ class Ticket(MutableMapping[str, Value]):
             return [(name, *typed[0], records.SCALAR_INDEX)]
         erased = (name, records.NONE, None, records.SCALAR_INDEX)
         return [erased] + [(name, kind, memory, index) for index, (kind, memory) in enumerate(typed)]
+
+    # To be called under the ticket's lock. After a save that the disk refused, the ticket counts as saved until then.
+    def _store_again(self) -> None:
+        first = self._keys()[:1]
+        if not first:
+            self.clear()
+            return
+        copy = Ticket()
+        copy.merge(self, map(text_of, first))
+        self.merge(copy)
 
     # To be called under the ticket's lock: what a read hands out belongs to the ticket.
     def _read(self, key: bytes) -> Optional[Value]:

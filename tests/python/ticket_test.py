@@ -5,6 +5,7 @@ import gc
 import math
 import os
 import pickle
+import shutil
 import tempfile
 import threading
 import unittest
@@ -160,6 +161,22 @@ class TicketTest(unittest.TestCase):
         self.assertEqual(caught.exception.step, "open")
         self.assertEqual(caught.exception.errno, 2)
         self.assertIn("No such file", str(caught.exception))
+
+    def test_failed_save_is_tried_again(self):
+        ticket = Ticket(self.path)
+        for change in (lambda: ticket.update({"a": 1}), lambda: ticket.update({"a": [1, 2]}), ticket.clear):
+            change()
+            obstacle = self.path if not ticket else self.path + ".tmp"
+            if os.path.isfile(obstacle):
+                os.remove(obstacle)
+            os.makedirs(obstacle + "/full")
+            for _ in range(2):
+                with self.assertRaises(SaveError):
+                    ticket.save()
+            shutil.rmtree(obstacle)
+            ticket.save()
+            self.assertEqual(dict(Ticket(self.path)), dict(ticket))
+        ticket.close()
 
     def test_broken_file_tells_where_it_breaks_and_is_kept(self):
         with open(self.path, "w", encoding="utf-8") as file:

@@ -67,7 +67,7 @@ class BasicState {
 
     /** Writes what was changed, and takes over what others have changed. */
     Result save() {
-        if (m_file.empty()) return m_loaded ? save_table(table(), "ticket") : m_loaded;
+        if (m_file.empty()) return m_loaded ? save_ticket() : m_loaded;
         if (!has_unsaved()) return {};
         SaveTurn turn(m_saving, m_options.longest_wait);
         if (turn.is_taken())
@@ -128,6 +128,25 @@ class BasicState {
  private:
     using Batch = BasicBatch<Lazy>;
     using Journal = BasicJournal<Lazy>;
+
+    /** Saves the ticket itself, for a store on a table. */
+    Result save_ticket() {
+        // After a save that the disk refused, the ticket counts as saved until a value is stored again.
+        if (was_tried_on_disk(table())) locked(table(), [&] { store_again(); });
+        return save_table(table(), "ticket");
+    }
+    void store_again() {
+        Batch batch;
+        walk_keys(table(), [&](char const* key) {
+            batch.copy(table(), key);
+            return batch.empty();
+        });
+        std::vector<std::string> failed;
+        if (batch.empty())
+            table()->Operation(table()->pTicket, STICKET_OP_CLEAR, nullptr);
+        else
+            (void)batch.store(table(), failed);
+    }
 
     void load() {
         BasicFileTicket<Lazy> source(m_file);
