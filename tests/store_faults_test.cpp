@@ -126,4 +126,26 @@ TEST_P(StoreFaults, ADispatchThatRunsOutOfMemoryIsMadeUpForByTheNextOne) {
     EXPECT_TRUE(done);
 }
 
+TEST(StoreWatchFaults, AChangeThatRunsOutOfMemoryIsToldOrMadeUpForByTheNextOneOfItsKey) {
+    bool done = false;
+    for (int granted = 0; !done && granted < MANY; ++granted) {
+        Store store;
+        std::int64_t told[3] = {};
+        ticket::Watch const watch = store.on_change("*", [&](ticket::Event const& event) {
+            std::int64_t& last = told[event.key[0] - 'A'];
+            EXPECT_EQ(event.before ? std::get<std::int64_t>(*event.before) : 0, last) << granted;
+            last = std::get<std::int64_t>(*event.after);
+        });
+        auto const setAll = [&](int value) {
+            return store.change([&](ticket::Change& change) {
+                for (char const* key : {"A", "B", "C"}) change.set(key, value);
+            });
+        };
+        done = IsDoneWith(granted, [&] { return setAll(1); }) && told[0] + told[1] + told[2] == 3;
+        setAll(2);
+        EXPECT_EQ(told[0] + told[1] + told[2], 6) << granted;
+    }
+    EXPECT_TRUE(done);
+}
+
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutMerge, StoreFaults, testing::Bool());

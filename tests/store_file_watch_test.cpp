@@ -166,6 +166,13 @@ TEST_F(StoreFileWatch, TheFirstDispatchTellsWhatHasChangedSinceTheStoreReadTheFi
     EXPECT_EQ(store.get("Theirs", 0), 2);
 }
 
+TEST_F(StoreFileWatch, ADirectoryThatIsMissingIsNotWatchedAndDispatchTellsWhy) {
+    Store store(m_scratch.Path("missing/t.xml"));
+    ticket::FileWatch watch(store, Teller());
+    EXPECT_FALSE(watch);
+    EXPECT_EQ(watch.dispatch().error(), ENOENT);
+}
+
 TEST_F(StoreFileWatch, AStoreWithoutAFileIsNotWatched) {
     Store store;
     ticket::FileWatch watch(store, Teller());

@@ -42,13 +42,15 @@ struct FileWatchOptions {
  * not told here, because it leaves no difference: Store::on_change tells it. Of a symbolic link, the directory of the
  * link is watched, not that of its target.
  *
+ * With two watches of one store, the one that dispatches first tells a difference, because it merges it.
+ *
  * One thread at a time uses a FileWatch. The function may call dispatch() and use the store, but must not destroy the
  * FileWatch. The store must outlive it, but may be moved.
  */
 template <typename Function>
 class FileWatch {
  public:
-    /** Begins to watch. fd() is -1 if that failed. */
+    /** Begins to watch. fd() is -1 if that failed, and dispatch() returns why: Result::error. */
     template <typename Lazy>
     FileWatch(BasicStore<Lazy>& store, Function function, FileWatchOptions options = {})
         : m_state(store.m_state), m_function(std::move(function)), m_options(options) {
@@ -57,9 +59,10 @@ class FileWatch {
         if (m_state == nullptr || m_state->file().empty()) return;
         m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
         // The directory, because a save replaces the file by another one.
-        if (m_fd >= 0 && inotify_add_watch(m_fd, detail::directory_of(m_state->file()).c_str(),
-                                           IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_MOVE_SELF | IN_ONLYDIR) < 0)
-            close(std::exchange(m_fd, -1));
+        if (m_fd < 0 || inotify_add_watch(m_fd, detail::directory_of(m_state->file()).c_str(),
+                                          IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_MOVE_SELF | IN_ONLYDIR) < 0)
+            m_error = errno;
+        if (m_error != 0 && m_fd >= 0) close(std::exchange(m_fd, -1));
     }
     ~FileWatch() {
         if (m_fd >= 0) close(m_fd);
@@ -82,7 +85,7 @@ class FileWatch {
      * it returns within a function of on_change.
      */
     Result dispatch() {
-        if (m_fd < 0) return Result(Reason::system, {}, "not watching");
+        if (m_fd < 0) return Result(Reason::system, {}, "not watching", m_error);
         drain();
         Result const result = m_changed ? compare() : Result();
         while (m_begun < m_events.size()) {
@@ -151,6 +154,7 @@ class FileWatch {
     Function m_function;
     FileWatchOptions m_options;
     int m_fd = -1;
+    int m_error = 0;              // why it does not watch
     bool m_changed = true;        // the file may differ from the store, which has read it some time before
     bool m_gone = false;          // the directory was deleted or renamed
     std::vector<Event> m_events;  // to be told, from m_begun on

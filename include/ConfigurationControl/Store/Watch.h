@@ -74,27 +74,28 @@ class FunctionWatcher final : public Watcher {
     static void observe(void* context, char const* const* keys) {
         auto& self = *static_cast<FunctionWatcher*>(context);
         self.m_calling = true;
+        WatchCall const call(self.m_ticket.table());
+        std::vector<Difference> events;
         try {
-            WatchCall const call(self.m_ticket.table());
-            for (Difference const& event : self.differences(keys)) {
-                if (self.m_ended) break;
-                try {
-                    self.m_function(event);
-                } catch (...) {  // the caller that made the change cannot handle it
-                }
+            self.add_differences(keys, events);
+        } catch (...) {  // memory is short: the next change of each other key tells the difference
+        }
+        for (Difference const& event : events) {
+            if (self.m_ended) break;
+            try {
+                self.m_function(event);
+            } catch (...) {  // the caller that made the change cannot handle it
             }
-        } catch (...) {  // memory is short: the next change of the key tells the difference
         }
         self.m_calling = false;
         if (self.m_ended) delete &self;
     }
 
-    std::vector<Difference> differences(char const* const* keys) {
-        std::vector<Difference> events;
+    void add_differences(char const* const* keys, std::vector<Difference>& events) {
         if (keys != nullptr) {
             for (; *keys != nullptr; ++keys)
                 if (m_selector.selects(*keys)) add_difference(*keys, events);
-            return events;
+            return;
         }
         std::vector<std::string> all;
         walk_keys(m_ticket.table(), [&](char const* key) {
@@ -103,9 +104,9 @@ class FunctionWatcher final : public Watcher {
         });
         for (BasicEntry<Held> const& entry : m_shadow) all.push_back(entry.key);
         for (std::string const& key : all) add_difference(key, events);
-        return events;
     }
 
+    // If it throws, neither the events nor the copies have changed.
     void add_difference(std::string const& key, std::vector<Difference>& events) {
         std::optional<Held> after = read_value<Held>(m_ticket.table(), key.c_str());
         std::size_t place = 0;
@@ -122,12 +123,18 @@ class FunctionWatcher final : public Watcher {
         if (is_same(before, after)) return;
         events.push_back({key, before, after});
         auto const position = m_shadow.begin() + static_cast<std::ptrdiff_t>(place);
-        if (known && after)
+        if (known && after) {
             position->value = *std::move(after);
-        else if (known)
+        } else if (known) {
             m_shadow.erase(position);
-        else
-            m_shadow.insert(position, BasicEntry<Held>{key, *std::move(after)});
+        } else {
+            try {
+                m_shadow.insert(position, BasicEntry<Held>{key, *std::move(after)});
+            } catch (...) {
+                events.pop_back();
+                throw;
+            }
+        }
     }
 
     SharedTicket m_ticket;
