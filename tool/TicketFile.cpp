@@ -21,6 +21,7 @@
 namespace {
 
 constexpr double LARGEST_EXACT = 9007199254740992.0;  // 2^53
+constexpr int LOAD_ATTEMPTS = 3;
 
 struct KEYS {
     PARTIAL_MODE selection;
@@ -139,14 +140,18 @@ TICKET::TICKET(INPUT const& input) : m_path(input.Name()) {
 
 void TICKET::Load(std::string const& path) {
     RequireReadable(path);
-    m_table = hSTicketInstance->Create(path.c_str());
-    if (m_table == nullptr) throw FAILURE(m_path + ": cannot make a ticket");
-    try {
-        if (IsEmpty()) Diagnose(path);
-    } catch (...) {
+    for (int attempt = 0; attempt < LOAD_ATTEMPTS; ++attempt) {
+        m_table = hSTicketInstance->Create(path.c_str());
+        if (m_table == nullptr) throw FAILURE(m_path + ": cannot make a ticket");
+        try {
+            if (!IsEmpty() || IsWhatWasLoaded(path)) return;
+        } catch (...) {
+            hSTicketInstance->Destroy(m_table);
+            throw;
+        }
         hSTicketInstance->Destroy(m_table);
-        throw;
     }
+    throw FAILURE(m_path + ": is replaced again and again while it is read");
 }
 
 TICKET::~TICKET() {
@@ -157,14 +162,16 @@ TICKET::~TICKET() {
     }
 }
 
-// The library does not say why a file did not load.
-void TICKET::Diagnose(std::string const& path) {
+// For a ticket without values: throws UNLOADABLE_FILE if the file cannot be loaded, false if it was replaced meanwhile.
+bool TICKET::IsWhatWasLoaded(std::string const& path) {
     auto const parsed = ParseTicketText(m_path, ReadTicketText(path));
-    auto const& document = parsed->Document();
-    if (document.find_node(StoresValue)) {
+    TICKET_LOAD_OUTCOME outcome{sizeof outcome, TICKET_LOAD_NOT_YET, 0, 0, 0};
+    TicketGetLoadOutcome(m_table, &outcome);
+    if (outcome.nState == TICKET_LOAD_TOO_DEEP) {
         throw UNLOADABLE_FILE(m_path + ": is not loaded: nested so deep that its keys would fill the memory");
     }
-    m_isForeign = !document.find_node(IsContent).empty();
+    m_isForeign = !parsed->Document().find_node(IsContent).empty();
+    return outcome.nState == TICKET_LOAD_LOADED || outcome.nState == TICKET_LOAD_CUT_AT_NUL;
 }
 
 std::vector<std::string> TICKET::Keys(std::vector<std::string> const& selectors) const {

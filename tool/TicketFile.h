@@ -52,7 +52,7 @@ class TICKET {
 
  private:
     void Load(std::string const& path);
-    void Diagnose(std::string const& path);
+    bool IsWhatWasLoaded(std::string const& path);
     std::optional<VALUE> ReadElement(std::string const& key, int index) const;
 
     std::string m_path;

@@ -164,12 +164,6 @@ std::unique_ptr<PARSED_TEXT> ParseTicketText(std::string const& path, std::strin
     throw UNLOADABLE_FILE(PLACES(path, text).Of(offset) + "does not parse: " + reason, offset);
 }
 
-bool StoresValue(pugi::xml_node element) {
-    auto const type = element.first_attribute();
-    return element.type() == pugi::node_element && element.first_child() &&
-           type.name() == TICKET_FORMAT::TYPE_ATTRIBUTE && TypeNamed(type.value()) != PARAM_NONE;
-}
-
 bool IsText(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }

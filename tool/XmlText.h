@@ -68,9 +68,6 @@ inline bool IsControlByte(char c) {
 std::unique_ptr<PARSED_TEXT> ParseTicketText(std::string const& path, std::string const& text,
                                              unsigned int options = PARSE_OPTIONS);
 
-// Whether a load makes a value of this element.
-bool StoresValue(pugi::xml_node element);
-
 // Whether this is more than an empty top-level element: an element in it, or text.
 bool IsContent(pugi::xml_node node);
 

@@ -207,8 +207,8 @@ TEST_F(ToolMore, WatchTellsABrokenFileOnce) {
         WriteTicket("next.xml", "<Log><Level type='int'>" + std::to_string(i) + "</Level></Log>");
         put();
     }
-    auto const err = watching.Wait().err;
-    EXPECT_LE(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    // None if the broken file was replaced before the tool looked at it.
+    EXPECT_THAT(watching.Wait().err, MatchesRegex("(ticket: s.xml:1:8: does not parse: [^\n]*\n)?"));
 }
 
 TEST_F(ToolMore, RecoverSavesTheValuesUpToTheBreakAndTellsWhatIsLost) {
