@@ -52,6 +52,7 @@ TEST_F(ToolMore, StandardInputOfAnotherUserIsRead) {
     std::filesystem::permissions(m_scratch.Path("s.xml"), std::filesystem::perms::owner_read);
     std::filesystem::permissions(m_scratch.Path(), std::filesystem::perms::all);
     m_manner.asNobody = true;
+    if (Ticket({"--version"}).code != 0) GTEST_SKIP() << "nobody else may enter the directory of the build";
     EXPECT_EQ(TicketWithInput(Content("s.xml"), {"get", "-", "Name"}).out, "Proof Station\n");
 }
 
