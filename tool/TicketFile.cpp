@@ -104,11 +104,7 @@ void RequirePlaceFor(std::string const& path) {
 
 // Whether a program can load the file, and the reason if not.
 void RequireReadable(std::string const& path) {
-    std::error_code error;
-    auto const status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found) throw FAILURE(path + ": no such file");
-    if (error) throw FAILURE(path + ": cannot be read: " + error.message());
-    if (!std::filesystem::is_regular_file(status)) throw FAILURE(path + ": not a regular file");
+    RequireRegularFile(path);
     if (access(path.c_str(), R_OK) != 0) throw FAILURE(path + ": cannot be read: " + std::strerror(errno));
 }
 

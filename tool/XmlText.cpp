@@ -137,12 +137,16 @@ std::string ReadBytes(std::string const& path) {
     return text;
 }
 
-std::string ReadTicketText(std::string const& path) {
+void RequireRegularFile(std::string const& path) {
     std::error_code error;
     auto const status = std::filesystem::status(path, error);
     if (status.type() == std::filesystem::file_type::not_found) throw FAILURE(path + ": no such file");
     if (error) throw FAILURE(path + ": cannot be read: " + error.message());
     if (!std::filesystem::is_regular_file(status)) throw FAILURE(path + ": not a regular file");
+}
+
+std::string ReadTicketText(std::string const& path) {
+    RequireRegularFile(path);
     return ReadBytes(path);
 }
 

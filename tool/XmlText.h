@@ -20,7 +20,10 @@ struct UNLOADABLE_FILE : FAILURE {
 // The bytes of a file or pipe; "-" is standard input. Throws FAILURE when it cannot be read.
 std::string ReadBytes(std::string const& path);
 
-// The same for a ticket file, which the library accepts only as a regular file.
+// Throws FAILURE unless a regular file is there: the library reads no other.
+void RequireRegularFile(std::string const& path);
+
+// The bytes of a ticket file. Throws FAILURE unless it is a regular file that can be read.
 std::string ReadTicketText(std::string const& path);
 
 // Whether a text that does not parse at a place seems to be cut off there: no tag ends behind it.

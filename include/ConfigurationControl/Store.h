@@ -184,7 +184,7 @@ class BasicStore {
         detail::visit_keys<T>(key.name(), [&](std::string const& name) { found = found || contains(name); });
         return found;
     }
-    /** Copies of all keys that begin with `prefix`, and of their values, in key order. */
+    /** Copies of all keys that begin with `selector`, and of their values, in key order. A trailing '*' is left out. */
     template <typename Held = Value>
     std::vector<BasicEntry<Held>> entries(detail::TextArgument const& selector = "") const {
         std::string_view prefix = selector;
@@ -282,7 +282,8 @@ class BasicStore {
 
     /**
      * Writes what was changed since the last save, and takes over what other programs have changed in the file. With
-     * nothing changed it does nothing. Waits at most Options::longest_wait for other programs that save.
+     * nothing changed it does nothing. Waits at most Options::longest_wait for other programs and threads that save;
+     * then it returns Reason::busy.
      */
     [[nodiscard]] Result save() {
         if (m_state == nullptr) return report(detail::NO_TICKET, {});

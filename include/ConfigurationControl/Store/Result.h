@@ -23,7 +23,7 @@ enum class Reason : std::uint8_t {
     out_of_range, /**< the value does not fit the type, the declared range or the declared choices */
     not_kept,     /**< a file would not give this value, or this key, back as it is */
     no_memory,    /**< memory was short */
-    busy,         /**< another program held the lock for too long; or see Store::reload */
+    busy,         /**< another save took too long, or reload was called within a function of on_change */
     unreadable,   /**< the file is there, but it was not loaded as a whole */
     undeclared,   /**< Schema::check: no declared key has this name */
     no_ticket,    /**< the store was moved from, or its table cannot be used */
