@@ -88,8 +88,10 @@ void CheckFirst(std::string const& file, std::string const& content, VALUES cons
     std::string text = content;
     bool const parses = document.load_buffer_inplace(
         text.data(), text.size(), pugi::parse_full | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
-    // Names that look like markup are read as markup only if the file cannot be read otherwise.
-    if (parses && !TICKET_NAMES::LookLikeMarkup(content)) {
+    // Names that look like markup are read as markup only if the file cannot be read otherwise. What ends markup counts
+    // only up to the first NUL: a load reads nothing behind it.
+    std::size_t const nul = std::min(content.find('\0'), content.size());
+    if (parses && !TICKET_NAMES::LookLikeMarkup(content.substr(0, nul + 1))) {
         CheckKept(file, content, true);
         return MustBeSame(Spelled(values), Spelled(TICKET_RULES::LoadedFrom(DOCUMENT_READER::Read(document))),
                           "values");
