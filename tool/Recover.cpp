@@ -70,13 +70,13 @@ BEGINNING BeginningBefore(std::string_view text, std::size_t end) {
     return longest;
 }
 
-// Returns where a text does not parse; nothing if it does.
-std::optional<std::size_t> Break(std::string const& file, std::string const& text) {
+// Returns where and why a text does not parse; nothing if it does.
+std::optional<UNLOADABLE_FILE> Break(std::string const& file, std::string const& text) {
     try {
         ParseTicketText(file, text);
         return std::nullopt;
     } catch (UNLOADABLE_FILE const& failure) {
-        return failure.offset;
+        return failure;
     }
 }
 
@@ -88,9 +88,9 @@ std::pair<BEGINNING, std::string> Recovered(std::string const& file, std::string
         auto const beginning = BeginningBefore(text, end);
         if (beginning.size == 0) break;
         auto closed = beginning.Closed(text);
-        auto const at = Break(file, closed);
-        if (!at) return {beginning, std::move(closed)};
-        end = *at == 0 ? 0 : std::min(end, *at) - 1;
+        auto const error = Break(file, closed);
+        if (!error) return {beginning, std::move(closed)};
+        end = error->offset == 0 ? 0 : std::min(end, error->offset) - 1;
     }
     return {};
 }
@@ -121,8 +121,8 @@ int Recover(ARGUMENTS const& arguments) {
     INPUT const input(arguments.Text("FILE"));
     auto const& file = input.Name();
     auto const text = ReadTicketText(input.Path());
-    auto const at = Break(file, text);
-    if (!at) throw FAILURE(file + ": parses; there is nothing to recover, but check may find problems");
+    auto const error = Break(file, text);
+    if (!error) throw FAILURE(file + ": parses; there is nothing to recover, but check may find problems");
     auto const [beginning, recovered] = Recovered(file, text);
     if (beginning.size == 0) {
         TellWhatIsLost(file, text, 0);
@@ -144,10 +144,13 @@ int Recover(ARGUMENTS const& arguments) {
         Rewrite(*target, arguments, [&](TICKET& into) { into.Merge(ticket, {}, false); });
     }
     bool const lost = TellWhatIsLost(file, text, beginning.size);
-    if (EndsEarly(text, *at)) {
+    if (EndsEarly(text, error->offset)) {
         std::cout << Printable(PLACES(file, text).Of(text.size()))
                   << "the file ends here; what stood behind this place is lost\n";
         return FOUND_SOMETHING;
     }
-    return lost ? FOUND_SOMETHING : SUCCESS;
+    if (lost) return FOUND_SOMETHING;
+    // The damaged tag may be that of a section, whose keys then have the wrong name.
+    std::cout << Printable(error->what()) << "; no value is lost, and keys have the names of opening tags\n";
+    return SUCCESS;
 }

@@ -258,6 +258,16 @@ TEST_F(ToolMore, RecoverMakesNoKeyOfWhatFollowsADamagedClosingTag) {
     }
 }
 
+TEST_F(ToolMore, RecoverShowsTheErrorWhereOnlyANameMayBeWrong) {
+    Write("b.xml", "<ticket>\n\t<Lgo>\n\t\t<Level type=\"int\">1</Level>\n\t</Log>\n</ticket>\n");
+    auto const result = Ticket({"recover", "b.xml"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(
+        result.out,
+        "Lgo/Level\tint\t1\nb.xml:4:4: does not parse: <Lgo> of line 2 is not closed: here stands </Log>; no value is "
+        "lost, and keys have the names of opening tags\n");
+}
+
 TEST_F(ToolMore, RecoverClosesElementsThatHaveAttributesInSingleQuotes) {
     Write("s.xml", "<ticket>\n\t<a note='x'>\n\t\t<b type='int'>1</b>\n\t\t<c type='int'>2</d>\n");
     EXPECT_EQ(Ticket({"recover", "s.xml", "new.xml"}).code, 1);
