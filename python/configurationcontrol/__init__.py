@@ -7,26 +7,46 @@
         ticket["Recent"] = ["a.pdf", "b.pdf"]
         print(ticket.get("Product/Name", "unnamed"))
 
-A ticket is a mutable mapping from keys to int, float, str, bytes and lists of them, in ascending byte order of the keys. Any
-thread may use it. Whole numbers are read as int, whatever they were stored as, because the store keeps one form of a number. A
-list of one element that was saved is read as that element: a file cannot tell them apart, `read_list` does not mind.
+A ticket is a mutable mapping from keys to int, float, str, bytes and lists of them, in ascending byte order of the keys. Paths
+are stored as str. Any thread may use it. Whole numbers up to 2**53 are read as int, whatever they were stored as, because the
+store keeps one form of a number. A list of one element that was saved is read as that element, because a file cannot tell them
+apart; `read_list` returns a list for both.
 """
 
 from __future__ import annotations
 
 import ctypes
 import errno
+import functools
+import itertools
 import os
 from collections.abc import Callable, Iterable, Iterator, Mapping, MutableMapping
-from typing import Any, NamedTuple, NoReturn, Optional, TypeVar, Union
+from typing import TYPE_CHECKING, Any, NamedTuple, NoReturn, Optional, TypeVar, Union, overload
 
 from . import _records as records
-from ._values import Scalar, Value, check_file_keeps, check_file_keeps_key, encoded, is_negative_zero, text_bytes, text_of
+from ._values import (
+    Scalar,
+    Storable,
+    Value,
+    check_file_keeps,
+    check_file_keeps_key,
+    encoded,
+    is_stored_int,
+    plain,
+    text_bytes,
+    text_of,
+)
 
-__all__ = ["LoadOutcome", "SaveError", "SaveOutcome", "Ticket", "Value"]
+if TYPE_CHECKING:
+    from _typeshed import SupportsKeysAndGetItem
+
+__all__ = ["LoadOutcome", "SaveError", "SaveOutcome", "Scalar", "Storable", "Ticket", "Value"]
 
 _library, _instance = records.load()
+_observer_numbers = itertools.count(1)
 _Result = TypeVar("_Result")
+_Callback = Callable[[Optional[list[str]]], None]
+_Row = tuple[bytes, int, int, int, object]  # key, type, address of the value, index, owner of the value's memory
 
 _STEPS = ("ok", "number", "conversion", "nesting", "memory", "open", "lock", "write", "flush", "keep", "rename", "remove")
 _STATES = ("not yet", "loaded", "no file", "unreadable", "no document", "cut at a NUL", "too deep", "conversion failed")
@@ -52,9 +72,32 @@ class LoadOutcome(NamedTuple):
 class SaveError(OSError):
     """A save failed; the file is as it was. `step` tells where, `errno` why."""
 
-    def __init__(self, path: str, outcome: SaveOutcome) -> None:
-        super().__init__(outcome.error or errno.EIO, os.strerror(outcome.error) if outcome.error else outcome.step, path)
-        self.step = outcome.step
+    step = ""  #: as in SaveOutcome
+
+
+class _Handle:
+    """Owns a ticket of the library. A call that is under way refers to it, so that `close` does not destroy what it uses."""
+
+    def __init__(self, name: Optional[bytes]) -> None:
+        self.access = _instance.create(name)
+        if not self.access:
+            raise MemoryError
+        self.callbacks: dict[int, _Callback] = {}
+        # One function for all observers: one of its own would be freed by an observer that ends itself, while it runs.
+        self.observer = records.OBSERVER(functools.partial(_notify, self.callbacks))
+
+    def __del__(self) -> None:
+        if getattr(self, "access", None):
+            _instance.destroy(ctypes.byref(self.access))
+
+    def call(self, entry: str, *arguments: Any) -> int:
+        table = self.access.contents
+        result: int = getattr(table, entry)(table.ticket, *arguments)
+        return result
+
+    def serve(self, function: Callable[..., int], *arguments: Any) -> int:
+        """Calls one of the library's functions that take the table."""
+        return function(self.access, *arguments)
 
 
 class Ticket(MutableMapping[str, Value]):
@@ -65,20 +108,17 @@ class Ticket(MutableMapping[str, Value]):
         name = None if self.path is None else os.fsencode(self.path)
         if name is not None and b"\0" in name:
             raise ValueError("a path holds no NUL")
-        self._observers: dict[int, Any] = {}
-        self._running: list[object] = []  # the functions that the library calls just now
-        self._access = _instance.create(name)
-        if not self._access:
-            raise MemoryError
+        self._handle: Optional[_Handle] = _Handle(name)
 
     # Its life
 
     def __enter__(self) -> "Ticket":
+        self._open()
         return self
 
     def __exit__(self, kind: object, error: object, traceback: object) -> None:
         try:
-            if self._access:
+            if self._handle:
                 self.save()
         finally:
             self.close()
@@ -93,34 +133,31 @@ class Ticket(MutableMapping[str, Value]):
     def close(self) -> None:
         """Ends the ticket. Changes are saved, but a failure is not reported: call `save` first, or use `with`.
 
-        No other thread may use the ticket meanwhile. Raises RuntimeError within `locked` and within an observer, whose
-        call still needs the ticket.
+        What other threads do with the ticket at that moment is finished; every later use raises ValueError.
         """
-        if self._running:
-            raise RuntimeError("the ticket is in use by the function that closes it")
-        if self._access:
-            _instance.destroy(ctypes.byref(self._access))
-            self._observers.clear()
-
-    def __del__(self) -> None:
-        if getattr(self, "_access", None):
-            self.close()
+        handle, self._handle = self._handle, None
+        if handle:
+            handle.call("operation", records.OP_SAVE, None)
 
     def save(self) -> None:
         """Saves a changed file ticket, atomically. Raises SaveError; a later call tries again."""
         last = self.save_outcome
         if last and last.step != "ok":
-            self.locked(self._store_again)
+            # The ticket counts as saved after the disk refused it, and as changed after any attempt to change it.
+            self._call("set_parameter", b"", records.VECTOR, None, records.SCALAR_INDEX)
         done = self._operation(records.OP_SAVE)
         outcome = self.save_outcome
         if outcome and (outcome.step != "ok" or not done):
-            raise SaveError(self.path or "", outcome)
+            number, text = _reason(outcome)
+            error = SaveError(number, text, self.path)
+            error.step = outcome.step
+            raise error
 
     @property
     def save_outcome(self) -> Optional[SaveOutcome]:
         """What became of the last save; None for a ticket in memory."""
         record = records.SaveRecord(ctypes.sizeof(records.SaveRecord))
-        if not _library.TicketGetSaveOutcome(self._open(), ctypes.byref(record)):
+        if not self._open().serve(_library.TicketGetSaveOutcome, ctypes.byref(record)):
             return None
         return SaveOutcome(_name(_STEPS, record.step), record.error, not record.note & 1)
 
@@ -128,12 +165,16 @@ class Ticket(MutableMapping[str, Value]):
     def load_outcome(self) -> Optional[LoadOutcome]:
         """What became of the last load; None for a ticket in memory."""
         record = records.LoadRecord(ctypes.sizeof(records.LoadRecord))
-        if not _library.TicketGetLoadOutcome(self._open(), ctypes.byref(record)):
+        if not self._open().serve(_library.TicketGetLoadOutcome, ctypes.byref(record)):
             return None
         return LoadOutcome(_name(_STATES, record.state), record.error, record.line, record.column)
 
     def release(self) -> None:
-        """Saves a changed file ticket and drops what it holds in memory; the next access reads the file again."""
+        """Saves a changed file ticket and drops what it holds in memory; the next access reads the file again.
+
+        Raises SaveError, and then drops nothing.
+        """
+        self.save()
         self._operation(records.OP_RELEASE)
 
     # The mapping
@@ -145,7 +186,7 @@ class Ticket(MutableMapping[str, Value]):
             raise KeyError(key)
         return value
 
-    def __setitem__(self, key: str, value: Union[Value, Iterable[Scalar]]) -> None:
+    def __setitem__(self, key: str, value: Storable) -> None:
         self.update({key: value})
 
     def __delitem__(self, key: str) -> None:
@@ -180,169 +221,186 @@ class Ticket(MutableMapping[str, Value]):
 
     def read_all(self, prefix: str = "") -> dict[str, Value]:
         """All values whose key begins with `prefix`, read under one lock."""
-        begin = text_bytes(prefix)
+        return self._read_where(lambda key: key.startswith(prefix))
 
-        def read() -> dict[str, Value]:
-            chosen = [key for key in self._keys() if key.startswith(begin)]
-            return {text_of(key): value for key in chosen if (value := self._read(key)) is not None}
+    @overload
+    def update(self, changes: "SupportsKeysAndGetItem[str, Storable]", /, **more: Storable) -> None: ...
 
-        return self.locked(read)
+    @overload
+    def update(self, changes: Iterable[tuple[str, Storable]] = (), /, **more: Storable) -> None: ...
 
-    def update(self, *changes: Any, **more: Any) -> None:
+    def update(self, changes: Any = (), /, **more: Storable) -> None:
         """Stores all values of a mapping under one lock, after checking all of them.
 
         Raises TypeError, ValueError or OverflowError, and then has stored nothing, for a value that a ticket does not hold
         or that this ticket's file would not give back; MemoryError names the keys that were not stored when memory ran out.
         """
-        values = dict(*changes, **more)
-        rows = [row for key, value in values.items() for row in self._rows(key, value)]
-        array = (records.SetRecord * (len(rows) + 1))()
-        for record, (key, kind, value, index) in zip(array, rows):
-            record.key, record.type, record.index = key, kind, index
-            record.value = ctypes.addressof(value) if value is not None else None
-        self._call("set_multi_parameter", array)
-        failed = {record.key for record in array[: len(rows)] if record.type != records.NONE and not record.result}
-        if failed:
-            raise MemoryError("not stored: " + ", ".join(sorted(text_of(key) for key in failed)))
+        self._store(self._checked(dict(changes, **more)))
 
     def clear(self) -> None:
         """Removes every value."""
         self._operation(records.OP_CLEAR)
 
-    def merge(self, source: "Ticket", keys: Union[str, Iterable[str]] = (), clear: bool = False) -> bool:
-        """Copies the values of `source`, or those of one or more `keys`, into this ticket. "Window/*" selects by prefix."""
-        selection = [text_bytes(key) for key in ([keys] if isinstance(keys, str) else keys)]
-        array = (ctypes.c_char_p * (len(selection) + 1))(*selection, None) if selection else None
-        return bool(self._call("merge_ticket", source._open(), array, clear))
+    def merge(self, source: "Ticket", keys: Union[str, Iterable[str], None] = None, clear: bool = False) -> bool:
+        """Copies the values of `source`, or those of one or more `keys`, into this ticket. "Window/*" selects by prefix.
+
+        `clear` removes what this ticket held before. Returns whether there were values to copy. Raises as `update`, and
+        then has changed nothing.
+        """
+        names = {"*"} if keys is None else {keys} if isinstance(keys, str) else set(keys)
+        prefixes = tuple(name[:-1] for name in names if name.endswith("*"))
+        rows = self._checked(source._read_where(lambda key: key in names or key.startswith(prefixes)))
+
+        def replace() -> None:
+            if clear:
+                self.clear()
+            self._store(rows)
+
+        self.locked(replace)
+        return bool(rows)
 
     # Locks and changes
 
     def locked(self, work: Callable[[], _Result]) -> _Result:
         """Runs `work` while no other thread can use the ticket, and returns its result."""
-        outcome: list[Any] = []
+        result: Any = None
+        error: Optional[BaseException] = KeyboardInterrupt()  # for a signal before `run` could catch it: ctypes drops that
 
         def run(_: object) -> None:
-            self._running.append(work)
+            nonlocal result, error
             try:
-                outcome.extend((work(), None))
-            except BaseException as error:  # passed on below: none may leave through the library
-                outcome.extend((None, error))
-            finally:
-                self._running.pop()
+                result, error = work(), None
+            except BaseException as raised:  # passed on below: none may leave through the library
+                error = raised
 
-        _library.TicketRunLocked(self._open(), records.LOCKED_CALLBACK(run), None)
-        result, error = outcome
-        if error is not None:
-            raise error
-        return result
+        self._open().serve(_library.TicketRunLocked, records.LOCKED_CALLBACK(run), None)
+        try:
+            if error is not None:
+                raise error
+            return result  # type: ignore[no-any-return]
+        finally:
+            error = None  # it refers to this frame
 
-    def observe(self, callback: Callable[[Optional[list[str]]], None]) -> Callable[[], None]:
+    def observe(self, callback: _Callback) -> Callable[[], None]:
         """Calls `callback` after each successful change with the changed keys, or None if any may have changed.
 
         It runs on the changing thread while the ticket is locked. An exception that leaves it is printed and dropped.
         Returns a function that ends it.
         """
-
-        running = self._running  # not self, which would be a cycle
-
-        def call(_: object, keys: Any) -> None:
-            names = None
-            if keys:
-                names = []
-                while keys[len(names)] is not None:
-                    names.append(text_of(keys[len(names)]))
-            running.append(callback)
-            try:
-                callback(names)
-            finally:
-                running.pop()
-
-        observer = records.OBSERVER(call)
-        number = _library.TicketAddObserver(self._open(), observer, None)
+        handle = self._open()
+        context = next(_observer_numbers)
+        handle.callbacks[context] = callback
+        number = handle.serve(_library.TicketAddObserver, handle.observer, context)
         if not number:
+            del handle.callbacks[context]
             raise MemoryError
-        self._observers[number] = observer  # the library keeps its address
 
         def end() -> None:
-            if self._access and number in self._observers:
-                _library.TicketRemoveObserver(self._access, number)
-                del self._observers[number]
+            current = self._handle
+            if current and current.callbacks.pop(context, None) is not None:
+                current.serve(_library.TicketRemoveObserver, number)
 
         return end
 
     def lock(self, number: int, owner: int) -> bool:
-        """Takes one of the twenty advisory locks for `owner`. False if somebody else holds it.
+        """Takes advisory lock `number`, 0 to 19, for `owner`. False if another owner holds it.
 
-        Raises OverflowError if a number needs more than 32 bits.
+        Owners are any numbers but -1 and -2. Raises ValueError for other numbers, and OverflowError for an owner of more than
+        32 bits.
         """
-        return bool(self._call("lock", _int32(number), ctypes.byref(ctypes.c_int(_int32(owner))), True))
+        if number not in range(20) or owner in (-1, -2):
+            raise ValueError(f"there is no advisory lock {number} for owner {owner}: locks are 0 to 19, owners not -1 or -2")
+        return bool(self._call("lock", number, ctypes.byref(ctypes.c_int(_int32(owner))), True))
 
     def unlock(self, number: int, owner: int) -> bool:
-        """Gives the lock back. False if somebody else holds it. Raises as `lock`."""
+        """Gives the lock back. False if another owner holds it. Raises OverflowError for numbers of more than 32 bits.
+
+        Number -2 gives back all locks of `owner`: false if there are none.
+        """
         return bool(self._call("lock", _int32(number), ctypes.byref(ctypes.c_int(_int32(owner))), False))
 
     # The table
 
-    def _open(self) -> Any:
-        if not self._access:
+    def _open(self) -> _Handle:
+        handle = self._handle
+        if not handle:
             raise ValueError("the ticket is closed")
-        return self._access
+        return handle
 
     def _call(self, entry: str, *arguments: Any) -> int:
-        table = self._open().contents
-        return getattr(table, entry)(table.ticket, *arguments)
+        return self._open().call(entry, *arguments)
 
-    def _operation(self, code: int) -> bool:
-        return bool(self._call("operation", code, None))
+    def _operation(self, code: int, data: Any = None) -> bool:
+        return bool(self._call("operation", code, data))
 
     def _keys(self) -> list[bytes]:
-        keys: list[bytes] = []
+        return self.locked(self._walk)
 
-        def take(_context: object, key: bytes, _type: int, _value: object, _index: int) -> bool:
+    # To be called under the ticket's lock. ctypes drops an exception that a signal raises before a callback can catch it, and
+    # the walk ends there. The walk's result does not tell, but the count of the values does.
+    def _walk(self) -> list[bytes]:
+        keys: list[bytes] = []
+        found = 0
+
+        def take(_context: object, key: bytes, kind: int, value: int, _index: int) -> bool:
+            nonlocal found
             keys.append(key)
+            found += ctypes.c_uint64.from_address(value).value if kind == records.VECTOR else 1
             return True
 
-        self._call("walk_parameter", records.WALK_CALLBACK(take), None, b"", records.WALK_KEYS)
+        self._call("walk_parameter", records.WALK_CALLBACK(take), None, b"", records.WALK_VALUES)
+        count = ctypes.c_uint32()
+        self._operation(records.OP_COUNT, ctypes.byref(count))
+        if found != count.value:
+            raise KeyboardInterrupt
         return keys
 
-    def _rows(self, key: str, value: Any) -> list[tuple[bytes, int, Any, int]]:
+    def _read_where(self, is_chosen: Callable[[str], bool]) -> dict[str, Value]:
+        def read() -> dict[str, Value]:
+            keys = {text_of(key): key for key in self._walk()}
+            return {key: value for key, name in keys.items() if is_chosen(key) and (value := self._read(name)) is not None}
+
+        return self.locked(read)
+
+    def _checked(self, values: Mapping[str, Any]) -> list[_Row]:
+        """The rows that store values. Raises for a value that cannot be stored, or would not come back from the file."""
+        return [row for key, value in values.items() for row in self._rows(key, value)]
+
+    def _rows(self, key: str, value: Any) -> list[_Row]:
         name = text_bytes(key)
         if not name:
             raise ValueError("a key holds at least one character")
         is_list = isinstance(value, Iterable) and not isinstance(value, (str, bytes, bytearray, memoryview, Mapping))
-        scalars = [
-            bytes(scalar) if isinstance(scalar, (bytearray, memoryview)) else scalar
-            for scalar in (value if is_list else [value])
-        ]
+        scalars = [plain(scalar) for scalar in (value if is_list else [value])]
         if not scalars:
             raise ValueError(f"{key}: a vector has at least one element; delete the key instead")
-        typed = [encoded(scalar) for scalar in scalars]
         if self.path is not None:
             check_file_keeps_key(name)
-            for scalar in scalars:
-                check_file_keeps(scalar if not isinstance(scalar, os.PathLike) else os.fspath(scalar))
-        if not is_list:
-            return [(name, *typed[0], records.SCALAR_INDEX)]
-        erased = (name, records.NONE, None, records.SCALAR_INDEX)
-        return [erased] + [(name, kind, memory, index) for index, (kind, memory) in enumerate(typed)]
+        rows: list[_Row] = []
+        for index, scalar in enumerate(scalars):
+            try:
+                kind, address, owner = encoded(scalar)
+                if self.path is not None:
+                    check_file_keeps(scalar)
+            except (TypeError, ValueError, OverflowError) as error:
+                raise type(error)(f"{key}: {error}") from None
+            rows.append((name, kind, address, index if is_list else records.SCALAR_INDEX, owner))
+        return [(name, records.NONE, 0, records.SCALAR_INDEX, None), *rows] if is_list else rows
 
-    # To be called under the ticket's lock. After a save that the disk refused, the ticket counts as saved until then.
-    def _store_again(self) -> None:
-        first = self._keys()[:1]
-        if not first:
-            self.clear()
-            return
-        copy = Ticket()
-        copy.merge(self, map(text_of, first))
-        self.merge(copy)
+    def _store(self, rows: list[_Row]) -> None:
+        array = (records.SetRecord * (len(rows) + 1))()
+        for record, (key, kind, address, index, _) in zip(array, rows):
+            record.key, record.type, record.value, record.index = key, kind, address, index
+        self._call("set_multi_parameter", array)
+        failed = {record.key for record in array[: len(rows)] if record.type != records.NONE and not record.result}
+        if failed:
+            raise MemoryError("not stored: " + ", ".join(sorted(text_of(key) for key in failed)))
 
     # To be called under the ticket's lock: what a read hands out belongs to the ticket.
     def _read(self, key: bytes) -> Optional[Value]:
         kind = self._type(key, records.SCALAR_INDEX)
-        if kind is None:
-            return None
         if kind != records.VECTOR:
-            return self._scalar(key, kind, records.SCALAR_INDEX)
+            return None if kind is None else self._scalar(key, kind, records.SCALAR_INDEX)
         count = ctypes.c_uint64()
         self._call("get_parameter", key, records.VECTOR, ctypes.byref(count), records.SCALAR_INDEX)
         return [self._scalar(key, self._type(key, index), index) for index in range(count.value)]
@@ -358,7 +416,7 @@ class Ticket(MutableMapping[str, Value]):
             return text_of(buffer.value)
         if kind == records.BINSTR:
             return ctypes.string_at(buffer.data, buffer.length) if buffer.length else b""
-        if kind == records.DOUBLE and buffer.value.is_integer() and not is_negative_zero(buffer.value):
+        if kind == records.DOUBLE and is_stored_int(buffer.value):
             return int(buffer.value)
         return buffer.value
 
@@ -384,6 +442,19 @@ def _int32(number: int) -> int:
     if not -(2**31) <= number < 2**31:  # ctypes would drop the upper bits
         raise OverflowError(f"{number} needs more than 32 bits")
     return number
+
+
+def _notify(callbacks: dict[int, _Callback], number: int, keys: Any) -> None:
+    callback = callbacks.get(number)
+    if callback:
+        callback([text_of(key) for key in itertools.takewhile(lambda key: key is not None, keys)] if keys else None)
+
+
+def _reason(outcome: SaveOutcome) -> tuple[int, str]:
+    if outcome.step == "nesting":
+        return errno.EINVAL, "Keys are nested too deeply"
+    number = outcome.error or (errno.ENOMEM if outcome.step == "memory" else errno.EIO)
+    return number, os.strerror(number)
 
 
 def _name(names: tuple[str, ...], number: int) -> str:

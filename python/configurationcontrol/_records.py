@@ -11,7 +11,7 @@ from ctypes import POINTER, c_bool, c_char_p, c_int, c_int32, c_uint32, c_uint64
 
 NONE, POINTER_TYPE, INT, DOUBLE, STRING, BINSTR, VECTOR, INT64, UNSIGNED, UINT64 = range(10)
 SCALAR_INDEX = -1
-WALK_KEYS = 0
+WALK_VALUES = 2  # vectors as their number of elements
 OP_SAVE, OP_RELEASE, OP_CLEAR, OP_PARTIAL_KEYS, OP_COUNT = range(5)
 
 

@@ -6,12 +6,14 @@ import ctypes
 import math
 import os
 import re
-from typing import List, Tuple, Union
+from typing import Any, Iterable, List, Tuple, Union
 
 from . import _records as records
 
 Scalar = Union[int, float, str, bytes]
-Value = Union[Scalar, List[Scalar]]
+Value = Union[Scalar, List[Scalar]]  # what is read
+_StorableScalar = Union[Scalar, bytearray, memoryview, "os.PathLike[str]"]
+Storable = Union[_StorableScalar, Iterable[_StorableScalar]]  # what may be stored
 
 _EXACT = 2**53  # every whole number up to here is a double
 _ENTITY = re.compile(rb"&(amp|lt|gt|quot|apos|#[0-9]|#x[0-9A-Fa-f])")
@@ -23,7 +25,10 @@ def text_bytes(text: str) -> bytes:
     """The bytes of a text or key. Bytes of a file that are no UTF-8 come back as they were."""
     if not isinstance(text, str):
         raise TypeError(f"a key or a text is a str, not {type(text).__name__}")
-    encoded = text.encode("utf-8", "surrogateescape")
+    try:
+        encoded = text.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError as error:
+        raise ValueError(f"a text is valid Unicode: {error}") from None
     if b"\0" in encoded:
         raise ValueError("a text holds no NUL; store bytes instead")
     return encoded
@@ -58,6 +63,11 @@ def is_negative_zero(number: float) -> bool:
     return number == 0 and math.copysign(1, number) < 0
 
 
+def is_stored_int(number: float) -> bool:
+    """True for a double as which the store also keeps an int."""
+    return number.is_integer() and abs(number) <= _EXACT and not is_negative_zero(number)
+
+
 def check_file_keeps(value: Scalar) -> None:
     """Raises ValueError for a scalar that a file would change or refuse."""
     if isinstance(value, str):
@@ -71,24 +81,41 @@ def check_file_keeps(value: Scalar) -> None:
     elif not math.isnan(value) and value == int(value):
         wide = isinstance(value, int) and abs(value) > _EXACT
         if not wide and not -(2**31) <= value < 2**31:
-            raise ValueError(f"not kept by a file: the whole number {value}, which needs more than 32 bits")
+            raise ValueError(f"not kept by a file: the whole number {value}, which needs more than 32 bits; store it as a text")
 
 
-def encoded(value: Scalar) -> Tuple[int, object]:
-    """The type number of a scalar, and an object whose memory is the value as the table takes it."""
+def plain(value: Any) -> Any:
+    """Byte strings of other types as bytes, and paths as texts."""
+    if isinstance(value, (bytearray, memoryview)):
+        return bytes(value)
+    return os.fspath(value) if isinstance(value, os.PathLike) else value
+
+
+def encoded(value: Scalar) -> Tuple[int, int, object]:
+    """The type number of a scalar, the address of the value as the table takes it, and the object whose memory that is."""
     if isinstance(value, bytes):
-        data = ctypes.create_string_buffer(value, max(len(value), 1))
-        record = records.BinString(ctypes.addressof(data), len(value))
-        record.kept = data  # the record points into it
-        return records.BINSTR, record
-    if isinstance(value, (str, os.PathLike)):
-        return records.STRING, ctypes.create_string_buffer(text_bytes(os.fspath(value)))
+        record = records.BinString(_address(value), len(value))
+        record.kept = value  # the record points into it
+        return records.BINSTR, ctypes.addressof(record), record
+    if isinstance(value, str):
+        text = text_bytes(value)
+        return records.STRING, _address(text), text
+    if not isinstance(value, (int, float)):
+        raise TypeError(f"a ticket holds int, float, str, bytes and lists of them, not {type(value).__name__}")
+    kind, number = _number(value)
+    return kind, ctypes.addressof(number), number
+
+
+def _address(data: bytes) -> int:
+    """Where the bytes lie, with a NUL behind them."""
+    return ctypes.cast(ctypes.c_char_p(data), ctypes.c_void_p).value or 0
+
+
+def _number(value: Union[int, float]) -> Tuple[int, Any]:
     if isinstance(value, float):
         return records.DOUBLE, ctypes.c_double(value)
-    if isinstance(value, int):
-        if -(2**63) <= value < 2**63:
-            return records.INT64, ctypes.c_int64(value)
-        if value < 2**64 and value > 0:
-            return records.UINT64, ctypes.c_uint64(value)
-        raise OverflowError(f"{value} needs more than 64 bits")
-    raise TypeError(f"a ticket holds int, float, str, bytes and lists of them, not {type(value).__name__}")
+    if -(2**63) <= value < 2**63:
+        return records.INT64, ctypes.c_int64(value)
+    if 0 < value < 2**64:
+        return records.UINT64, ctypes.c_uint64(value)
+    raise OverflowError(f"{value} needs more than 64 bits")

@@ -1,16 +1,42 @@
 """The Python module as a program uses it: only the shared library, through ctypes."""
 
+import contextlib
 import copy
+import errno
 import gc
 import math
 import os
+import pathlib
 import pickle
 import shutil
+import sys
 import tempfile
 import threading
 import unittest
+from unittest import mock
 
-from configurationcontrol import SaveError, Ticket
+from configurationcontrol import SaveError, SaveOutcome, Ticket
+
+
+@contextlib.contextmanager
+def interrupted(function, call=1):
+    """Raises KeyboardInterrupt where that call of the named function begins, as Ctrl-C does, and drops what ctypes prints."""
+    calls = 0
+
+    def trace(frame, _event, _argument):
+        nonlocal calls
+        if frame.f_code.co_name == function:
+            calls += 1
+            if calls == call:
+                raise KeyboardInterrupt
+
+    hook, sys.unraisablehook = sys.unraisablehook, lambda _: None
+    sys.settrace(trace)
+    try:
+        yield
+    finally:
+        sys.settrace(None)
+        sys.unraisablehook = hook
 
 
 class TicketTest(unittest.TestCase):
@@ -47,6 +73,13 @@ class TicketTest(unittest.TestCase):
         ticket = Ticket()
         for number in (2**31, 2**53, 2**53 + 1, -(2**63), 2**63 - 1, 2**64 - 1):
             ticket["wide"] = number
+            self.assertEqual(ticket["wide"], number)
+
+    def test_what_was_read_can_be_stored_again(self):
+        ticket = Ticket()
+        for number in (1e300, -1e300, 2.0**53, 2.0**53 + 2, 2.0**64, 2**53 + 1, math.inf):
+            ticket["wide"] = number
+            ticket["wide"] = ticket["wide"]
             self.assertEqual(ticket["wide"], number)
 
     def test_not_a_number_comes_back(self):
@@ -124,6 +157,17 @@ class TicketTest(unittest.TestCase):
             del ticket["missing"]
         self.assertEqual(ticket.get("missing", 7), 7)
 
+    def test_refusals_name_the_key(self):
+        ticket = Ticket(self.path)
+        for value in (None, [1, None], 2**64, 3_000_000_000, " a", "a\0", "\ud800", ["a", "\ud800"], []):
+            with self.subTest(value=value), self.assertRaisesRegex((TypeError, ValueError, OverflowError), "^Log/Level: "):
+                ticket["Log/Level"] = value
+
+    def test_a_key_may_be_named_as_a_parameter(self):
+        ticket = Ticket()
+        ticket.update({"a": 1}, self=2, changes=3)
+        self.assertEqual(dict(ticket), {"a": 1, "changes": 3, "self": 2})
+
     def test_mapping_protocol(self):
         ticket = Ticket()
         ticket["b"] = 1
@@ -162,6 +206,22 @@ class TicketTest(unittest.TestCase):
         self.assertEqual(caught.exception.errno, 2)
         self.assertIn("No such file", str(caught.exception))
 
+    def test_failed_save_keeps_its_reason_in_another_process(self):
+        ticket = Ticket(os.path.join(self.directory.name, "no such folder", "settings.xml"))
+        ticket["a"] = 1
+        with self.assertRaises(SaveError) as caught:
+            ticket.save()
+        error = pickle.loads(pickle.dumps(caught.exception))
+        self.assertEqual((error.step, error.errno, str(error)), ("open", 2, str(caught.exception)))
+
+    def test_failed_save_without_an_error_of_the_disk_has_a_reason(self):
+        reasons = {"nesting": (errno.EINVAL, "nested too deeply"), "memory": (errno.ENOMEM, "memory"), "number": (errno.EIO, "")}
+        for step, (number, text) in reasons.items():
+            with mock.patch.object(Ticket, "save_outcome", SaveOutcome(step, 0, True)):
+                with self.subTest(step), self.assertRaisesRegex(SaveError, text) as caught:
+                    Ticket(self.path).save()
+            self.assertEqual((caught.exception.step, caught.exception.errno), (step, number))
+
     def test_failed_save_is_tried_again(self):
         ticket = Ticket(self.path)
         for change in (lambda: ticket.update({"a": 1}), lambda: ticket.update({"a": [1, 2]}), ticket.clear):
@@ -178,6 +238,27 @@ class TicketTest(unittest.TestCase):
             self.assertEqual(dict(Ticket(self.path)), dict(ticket))
         ticket.close()
 
+    def test_another_try_to_save_is_no_change(self):
+        ticket = Ticket(self.path)
+        ticket.update({"a": 1, "b": 2})
+        os.makedirs(self.path + "/full")
+        self.assertRaises(SaveError, ticket.save)
+        heard = []
+        ticket.observe(heard.append)
+        self.assertRaises(SaveError, ticket.save)
+        self.assertEqual((heard, dict(ticket)), ([], {"a": 1, "b": 2}))
+
+    def test_release_keeps_what_cannot_be_saved(self):
+        ticket = Ticket(self.path)
+        ticket["a"] = 1
+        os.makedirs(self.path + "/full")
+        self.assertRaises(SaveError, ticket.release)
+        self.assertEqual(dict(ticket), {"a": 1})
+        shutil.rmtree(self.path)
+        ticket.release()
+        self.assertEqual(dict(ticket), {"a": 1})
+        self.assertIn(">1<", self.text())
+
     def test_broken_file_tells_where_it_breaks_and_is_kept(self):
         with open(self.path, "w", encoding="utf-8") as file:
             file.write("<ticket>\n<a type=\"int\">1</b>\n</ticket>\n")
@@ -193,6 +274,34 @@ class TicketTest(unittest.TestCase):
         ticket.close()
         with self.assertRaises(ValueError):
             ticket["a"] = 1
+        with self.assertRaises(ValueError):
+            with ticket:
+                self.fail("a block of a closed ticket runs")
+
+    def test_closing_a_ticket_that_other_threads_use_ends_their_work(self):
+        for _ in range(5):
+            ticket = Ticket(self.path)
+            begun, ended = threading.Barrier(3), []
+
+            def work():
+                begun.wait()
+                try:
+                    while True:
+                        ticket["a"] = "text"
+                        ticket.save()  # most of the time
+                except ValueError as error:
+                    ended.append(str(error))
+
+            threads = [threading.Thread(target=work) for _ in range(2)]
+            for thread in threads:
+                thread.start()
+            begun.wait()
+            while "a" not in ticket:
+                pass
+            ticket.close()
+            for thread in threads:
+                thread.join()
+            self.assertEqual(ended, ["the ticket is closed"] * 2)
 
     def test_exceptions_of_work_under_the_lock_come_through(self):
         ticket = Ticket()
@@ -200,6 +309,27 @@ class TicketTest(unittest.TestCase):
         with self.assertRaises(ZeroDivisionError):
             ticket.locked(lambda: 1 / 0)
         ticket["a"] = 1  # the lock was released
+
+    def test_an_exception_under_the_lock_does_not_keep_the_ticket(self):
+        gc.disable()
+        self.addCleanup(gc.enable)
+        ticket = Ticket(self.path)
+        ticket["a"] = 1
+        with self.assertRaises(ZeroDivisionError):
+            ticket.locked(lambda: 1 / 0)
+        del ticket
+        self.assertIn(">1<", self.text())
+
+    def test_an_interrupt_is_not_lost(self):
+        ticket = Ticket()
+        ticket.update({"a": 1, "b": [1, 2], "c": "text"})
+        for function, call in (("run", 1), ("take", 1), ("take", 2), ("take", 3)):
+            with self.subTest(function=function, call=call), self.assertRaises(KeyboardInterrupt):
+                with interrupted(function, call):
+                    list(ticket)
+        with self.assertRaises(KeyboardInterrupt), interrupted("run"):
+            ticket["a"]
+        self.assertEqual(list(ticket), ["a", "b", "c"])
 
     def test_observers_hear_changes_until_they_end(self):
         ticket = Ticket()
@@ -213,6 +343,23 @@ class TicketTest(unittest.TestCase):
         ticket["d"] = 4
         self.assertEqual(heard, [["a"], ["b", "c"], None])
 
+    def test_an_observer_may_end_itself_and_fail(self):
+        printed = []
+        hook, sys.unraisablehook = sys.unraisablehook, lambda report: printed.append(report.exc_type)
+        self.addCleanup(setattr, sys, "unraisablehook", hook)
+        ticket = Ticket()
+        for _ in range(20):
+            ends = []
+
+            def observer(_keys):
+                ends.pop()()
+                raise ZeroDivisionError
+
+            ends.append(ticket.observe(observer))
+            del observer
+            ticket["a"] = 1
+        self.assertEqual(printed, [ZeroDivisionError] * 20)
+
     def test_merge_copies_what_is_selected(self):
         source, target = Ticket(), Ticket()
         source.update({"Window/Width": 1, "Window/Height": 2, "Log": 3})
@@ -222,17 +369,54 @@ class TicketTest(unittest.TestCase):
         self.assertTrue(target.merge(source, "Window/*"))
         self.assertEqual(list(target), ["Window/Height", "Window/Width"])
 
+    def test_merge_of_nothing_copies_nothing(self):
+        source, target = Ticket(), Ticket()
+        source["a"] = 1
+        self.assertFalse(target.merge(source, []))
+        self.assertFalse(target.merge(source, ["b", "b*", ""]))
+        self.assertEqual(dict(target), {})
+        self.assertTrue(target.merge(source))
+        self.assertEqual(dict(target), {"a": 1})
+        self.assertFalse(target.merge(source, [], clear=True))
+        self.assertEqual(dict(target), {})
+
+    def test_merge_changes_no_value(self):
+        source, target = Ticket(), Ticket()
+        source.update({"wide": 3_000_000_000, "wider": 2**63, "one": [1], "double": 1e300, "bytes": b"\0", "zero": -0.0})
+        target["old"] = 1
+        self.assertTrue(target.merge(source, clear=True))
+        self.assertEqual(dict(target), dict(source))
+        self.assertEqual(math.copysign(1, target["zero"]), -1)
+
+    def test_merge_refuses_what_a_file_would_change_and_changes_nothing(self):
+        for key, value in (("wide", 3_000_000_000), ("text", " a"), ("a//b", 1)):
+            with self.subTest(key=key):
+                source, target = Ticket(), Ticket(self.path)
+                source.update({"a": 1, key: value})
+                target["old"] = 1
+                self.assertRaises(ValueError, target.merge, source, clear=True)
+                self.assertEqual(dict(target), {"old": 1})
+                target.clear()
+
     def test_advisory_locks(self):
         ticket = Ticket()
         self.assertTrue(ticket.lock(3, 7))
         self.assertFalse(ticket.lock(3, 8))
         self.assertTrue(ticket.unlock(3, 7))
         self.assertTrue(ticket.lock(3, 8))
-        for number, owner in ((3 + 2**32, 8), (3, 8 + 2**32), (3, -(2**31) - 1)):
-            with self.assertRaises(OverflowError):
+        self.assertTrue(ticket.lock(4, 8))
+        self.assertTrue(ticket.unlock(-2, 8))
+        self.assertFalse(ticket.unlock(-2, 8))
+        for number, owner in ((-1, 8), (20, 8), (3 + 2**32, 8), (3, -1), (3, -2)):
+            with self.assertRaises(ValueError):
                 ticket.lock(number, owner)
+        for owner in (8 + 2**32, -(2**31) - 1):
             with self.assertRaises(OverflowError):
-                ticket.unlock(number, owner)
+                ticket.lock(3, owner)
+            with self.assertRaises(OverflowError):
+                ticket.unlock(3, owner)
+        with self.assertRaises(OverflowError):
+            ticket.unlock(3 + 2**32, 8)
 
     def test_threads_lose_no_value(self):
         ticket = Ticket()
@@ -257,6 +441,12 @@ class TicketTest(unittest.TestCase):
         ticket["c"] = [bytearray(b"e"), b"f"]
         self.assertEqual(dict(ticket), {"a": b"ab", "b": b"cd", "c": [b"e", b"f"]})
 
+    def test_paths_are_stored_as_texts(self):
+        ticket = Ticket(self.path)
+        ticket["a"] = pathlib.PurePosixPath("/a b")
+        ticket["b"] = [pathlib.PurePosixPath("/a"), "b"]
+        self.assertEqual(dict(ticket), {"a": "/a b", "b": ["/a", "b"]})
+
     def test_names_that_the_library_would_read_otherwise_are_refused(self):
         self.assertRaises(ValueError, Ticket, self.path + "\0.xml")
         ticket = Ticket()
@@ -264,23 +454,18 @@ class TicketTest(unittest.TestCase):
             with self.assertRaises(TypeError):
                 ticket[key] = 1
 
-    def test_ticket_is_not_closed_by_a_function_that_runs_within_it(self):
-        ticket = Ticket()
-        refused = []
-
+    def test_a_function_that_runs_within_a_ticket_may_close_it(self):
         def close(_keys=None):
-            try:
-                ticket.close()
-            except RuntimeError as error:
-                refused.append(error)
+            ticket.close()
 
-        end = ticket.observe(close)
+        ticket = Ticket(self.path)
+        ticket.observe(close)
         ticket["a"] = 1
-        end()
+        self.assertRaises(ValueError, list, ticket)
+        ticket = Ticket(self.path)
         ticket.locked(close)
-        self.assertEqual(len(refused), 2)
-        self.assertEqual(ticket["a"], 1)
-        ticket.close()
+        self.assertRaises(ValueError, list, ticket)
+        self.assertIn(">1<", self.text())
 
     def test_a_ticket_is_not_copied(self):
         ticket = Ticket()
