@@ -8,5 +8,5 @@ from configurationcontrol import Ticket
 with Ticket(sys.argv[1]) as settings:  # saved at the end of the block; a failed save raises
     settings["Log/Level"] = 5
     settings["Recent"] = ["cover.pdf", "inside.pdf"]
-    print(settings.get("Product/Name", "unnamed"), settings["Recent"][0])
+    print(settings.get("Product/Name", "unnamed"), settings.read_list("Recent")[0])
 #! [settings]
