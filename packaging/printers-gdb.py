@@ -36,6 +36,27 @@ def read_text(address):
     return data
 
 
+def unreadable(address):
+    return f"<unreadable: {int(address):#x}>"
+
+
+def shown_text(address):
+    """The text at an address."""
+    try:
+        return shown(read_text(address) or b"")
+    except gdb.MemoryError:
+        return unreadable(address)
+
+
+def shown_bytes(address, length):
+    """A BIN_STRING without data is empty, whatever its length."""
+    length = int(length) if int(address) else 0
+    try:
+        return f"{length} bytes {shown(read(address, length))}"
+    except gdb.MemoryError:
+        return f"{length} bytes {unreadable(address)}"
+
+
 def shown_string(value):
     """A std::string of libstdc++; of another library what gdb makes of it."""
     try:
@@ -56,38 +77,45 @@ class BinString:
         self.value = value
 
     def to_string(self):
-        length = int(self.value["length"])
-        return f"{length} bytes {shown(read(self.value['data'], length))}"
+        return shown_bytes(self.value["data"], self.value["length"])
 
 
 class BatchRecord:
     """GETMULTIPAR and SETMULTIPAR: the value as its type says, instead of an untyped pointer."""
 
-    NUMBERS = {"PARAM_INT": "int", "PARAM_DOUBLE": "double", "PARAM_INT64": "long", "PARAM_UNSIGNED": "unsigned int",
-               "PARAM_UINT64": "unsigned long"}
+    TYPES = ("PARAM_NONE", "PARAM_POINTER", "PARAM_INT", "PARAM_DOUBLE", "PARAM_STRING", "PARAM_BINSTR", "PARAM_VECTOR",
+             "PARAM_INT64", "PARAM_UNSIGNED", "PARAM_UINT64")
+    STORED = {"PARAM_INT": "int", "PARAM_DOUBLE": "double", "PARAM_BINSTR": "BIN_STRING", "PARAM_VECTOR": "unsigned long",
+              "PARAM_INT64": "long", "PARAM_UNSIGNED": "unsigned int", "PARAM_UINT64": "unsigned long"}
 
     def __init__(self, value):
         self.value = value
 
     def to_string(self):
-        key = read_text(self.value["key"])
-        if not key:
+        key = shown_text(self.value["key"])
+        if key == '""':
             return "end of the batch"
-        return fields([("key", shown(key)), ("type", self.value["type"]), ("value", self.stored()),
-                       ("index", self.value["index"]), ("result", self.value["result"])])
+        number = int(self.value["type"])  # in C a plain number
+        kind = self.TYPES[number] if number < len(self.TYPES) else number
+        try:
+            stored = self.stored(kind)
+        except gdb.MemoryError:
+            stored = unreadable(self.value["value"])
+        return fields([("key", key), ("type", kind), ("value", stored), ("index", self.value["index"]),
+                       ("result", self.value["result"])])
 
-    def stored(self):
-        kind, pointer = str(self.value["type"]), self.value["value"]
+    def stored(self, kind):
+        pointer = self.value["value"]
         if not int(pointer):
             return "null"
-        if kind in self.NUMBERS:
-            return pointer.cast(gdb.lookup_type(self.NUMBERS[kind]).pointer()).dereference()
+        if kind in self.STORED:
+            value = pointer.cast(gdb.lookup_type(self.STORED[kind]).pointer()).dereference()
+            value.fetch_lazy()
+            return value
         if kind == "PARAM_STRING":
             is_read = self.value.type.strip_typedefs().name == "GETMULTIPAR"  # which receives a pointer to the text
             text = pointer.cast(gdb.lookup_type("char").pointer().pointer()).dereference() if is_read else pointer
-            return shown(read_text(text) or b"")
-        if kind == "PARAM_BINSTR":
-            return pointer.cast(gdb.lookup_type("BIN_STRING").pointer()).dereference()
+            return shown_text(text)
         return pointer
 
 
@@ -146,14 +174,17 @@ class Ticket:
     def __init__(self, value):
         self.value = value
 
+    def is_null(self):
+        return not int(self.value["pTicket"])
+
     def parameters(self):
-        if not int(self.value["pTicket"]):
-            return iter(())
-        return iter(Parameters(self.value))
+        return iter(()) if self.is_null() else iter(Parameters(self.value))
 
     def to_string(self):
         try:
-            return f"ticket with {sum(1 for _ in self.parameters())} keys"
+            return "table without a ticket" if self.is_null() else f"ticket with {sum(1 for _ in self.parameters())} keys"
+        except gdb.MemoryError:
+            return f"ticket at {self.value['pTicket']} (its memory cannot be read)"
         except gdb.error:
             return f"ticket at {self.value['pTicket']} (no debug information of the library)"
 
@@ -173,15 +204,13 @@ class Store(Ticket):
     """ticket::Store: what it holds."""
 
     def __init__(self, value):
-        table = value["m_table"]
-        self.is_null = not int(table)
-        super().__init__(None if self.is_null else table.dereference())
+        super().__init__(value["m_table"])  # dereferenced by its fields
 
-    def parameters(self):
-        return iter(()) if self.is_null else super().parameters()
+    def is_null(self):
+        return not int(self.value) or super().is_null()
 
     def to_string(self):
-        return "store without a ticket" if self.is_null else super().to_string().replace("ticket", "store", 1)
+        return "store without a ticket" if self.is_null() else super().to_string().replace("ticket", "store", 1)
 
 
 class Result:
@@ -196,7 +225,7 @@ class Result:
             return "done"
         parts = [reason, shown_string(self.value["m_subject"])]
         if int(self.value["m_detail"]):
-            parts.append(shown(read_text(self.value["m_detail"])))
+            parts.append(shown_text(self.value["m_detail"]))
         if int(self.value["m_error"]):
             parts.append(f"errno {int(self.value['m_error'])}")
         return ": ".join(parts)

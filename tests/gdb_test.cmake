@@ -2,7 +2,7 @@
 find_program(GDB gdb)
 mark_as_advanced(GDB)
 if(GDB AND CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo" AND NOT CONFIGURATIONCONTROL_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
-    add_executable(gdb_host gdb/host.cpp)
+    add_executable(gdb_host gdb/host.cpp gdb/records.c)
     target_compile_options(gdb_host PRIVATE ${CONFIGURATIONCONTROL_WARNINGS} -g)
     target_link_libraries(gdb_host PRIVATE ConfigurationControl)
     add_test(NAME Gdb.ShowsTicketsStoresAndRecords

@@ -1,13 +1,8 @@
 // A host that stops where a debugger shows its ticket, store and records.
 #include "ConfigurationControl/Store.h"
 
-namespace {
-
-[[gnu::noinline]] void Stop() {
-    asm volatile("");
-}
-
-}  // namespace
+extern "C" void Stop(void const* shown);
+extern "C" void StopInC();
 
 int main() {
     ticket::Store store;
@@ -27,6 +22,16 @@ int main() {
     [[maybe_unused]] SETMULTIPAR const write[] = {
         {"Log/Level", PARAM_INT, &level, SCALAR_INDEX, false}, {"Name", PARAM_STRING, "n", APPEND_INDEX, true}, {}};
     [[maybe_unused]] BIN_STRING const bytes{"\1a", 2};
-    Stop();
+    [[maybe_unused]] BIN_STRING const noBytes{nullptr, 5};
+    [[maybe_unused]] STICKET_ACCESS const noTicket{};
+    [[maybe_unused]] STICKET_ACCESS destroyed = table;
+    destroyed.pTicket = reinterpret_cast<STICKET*>(std::uintptr_t{0x10});
+    void* const dangling = reinterpret_cast<void*>(std::uintptr_t{0x20});
+    GETMULTIPAR const wrong[] = {{"Name", PARAM_STRING, dangling, SCALAR_INDEX, false},
+                                 {"Log/Level", PARAM_INT, dangling, SCALAR_INDEX, false},
+                                 {"Preset", PARAM_BINSTR, dangling, SCALAR_INDEX, false},
+                                 {static_cast<char const*>(dangling), PARAM_INT, nullptr, 0, false}};
+    Stop(wrong);
+    StopInC();
     return 0;
 }
