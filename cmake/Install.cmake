@@ -62,8 +62,12 @@ if(TARGET site)
     install(DIRECTORY examples DESTINATION ${docs_dir} COMPONENT documentation PATTERN "CMakeLists.txt" EXCLUDE)
 endif()
 
-install(DIRECTORY python/configurationcontrol DESTINATION lib/python3/dist-packages COMPONENT python
-    PATTERN "__pycache__" EXCLUDE)
+set(CONFIGURATIONCONTROL_PYTHON_DIR lib/python3/dist-packages CACHE STRING
+    "Directory of the Python module below the prefix; by default where Debian's Python looks in /usr")
+if(BUILD_SHARED_LIBS)  # which the module loads
+    install(DIRECTORY python/configurationcontrol DESTINATION ${CONFIGURATIONCONTROL_PYTHON_DIR} COMPONENT python
+        PATTERN "__pycache__" EXCLUDE)
+endif()
 
 if(TARGET ticket)
     install(TARGETS ticket RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

@@ -34,8 +34,9 @@ set(CPACK_RPM_DEVELOPMENT_PACKAGE_GROUP Development/Libraries)
 set(CPACK_RPM_PACKAGE_LICENSE LicenseRef-not-chosen-yet)
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${CMAKE_CURRENT_SOURCE_DIR}/packaging/ldconfig)
+cmake_path(GET CONFIGURATIONCONTROL_PYTHON_DIR PARENT_PATH python_parent_dir)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-    /usr/lib/python3 /usr/lib/python3/dist-packages /usr/share/man /usr/share/man/man1
+    /usr/${python_parent_dir} /usr/${CONFIGURATIONCONTROL_PYTHON_DIR} /usr/share/man /usr/share/man/man1
     /usr/share/bash-completion /usr/share/bash-completion/completions)
 
 # Debian and RPM require a change log in their own format in every package.
