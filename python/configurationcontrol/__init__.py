@@ -133,7 +133,7 @@ class Ticket(MutableMapping[str, Value]):
     def close(self) -> None:
         """Ends the ticket. Changes are saved, but a failure is not reported: call `save` first, or use `with`.
 
-        What other threads do with the ticket at that moment is finished; every later use raises ValueError.
+        Calls that other threads have under way are finished; every later use raises ValueError.
         """
         handle, self._handle = self._handle, None
         if handle:
@@ -244,8 +244,8 @@ class Ticket(MutableMapping[str, Value]):
     def merge(self, source: "Ticket", keys: Union[str, Iterable[str], None] = None, clear: bool = False) -> bool:
         """Copies the values of `source`, or those of one or more `keys`, into this ticket. "Window/*" selects by prefix.
 
-        `clear` removes what this ticket held before. Returns whether there were values to copy. Raises as `update`, and
-        then has changed nothing.
+        `clear` removes what this ticket held before, also if there is nothing to copy. Returns whether there were values to
+        copy. Raises as `update`; values that cannot be stored are found before anything changes.
         """
         names = {"*"} if keys is None else {keys} if isinstance(keys, str) else set(keys)
         prefixes = tuple(name[:-1] for name in names if name.endswith("*"))
@@ -446,7 +446,7 @@ def _int32(number: int) -> int:
 
 def _notify(callbacks: dict[int, _Callback], number: int, keys: Any) -> None:
     callback = callbacks.get(number)
-    if callback:
+    if callback is not None:
         callback([text_of(key) for key in itertools.takewhile(lambda key: key is not None, keys)] if keys else None)
 
 

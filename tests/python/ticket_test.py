@@ -343,6 +343,16 @@ class TicketTest(unittest.TestCase):
         ticket["d"] = 4
         self.assertEqual(heard, [["a"], ["b", "c"], None])
 
+    def test_an_observer_may_be_an_empty_container(self):
+        class Changes(list):
+            def __call__(self, keys):
+                self.append(keys)
+
+        ticket, changes = Ticket(), Changes()
+        ticket.observe(changes)
+        ticket["a"] = 1
+        self.assertEqual(changes, [["a"]])
+
     def test_an_observer_may_end_itself_and_fail(self):
         printed = []
         hook, sys.unraisablehook = sys.unraisablehook, lambda report: printed.append(report.exc_type)
