@@ -12,6 +12,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ConfigurationControl/Ticket.h"
@@ -511,6 +512,9 @@ TEST_F(StoreFile, AnInfiniteNumberFromTheTableIsReportedAndDoesNotEndTheProcess)
 TEST_F(StoreFile, ASaveOnATableOfAnotherOwnerIsTriedAgainAfterTheDiskRefusedIt) {
     STICKET_ACCESS const* table = STICKET::Create(m_file.c_str());
     Store store(table);
+    int changes = 0;
+    auto const count = [](void* counted, char const* const* /*keys*/) { ++*static_cast<int*>(counted); };
+    ASSERT_NE(TicketAddObserver(table, count, &changes), 0u);
     for (bool const isEmpty : {false, true}) {
         isEmpty ? store.erase("*") : store.set("Key", {1, 2});
         std::filesystem::path const obstacle = isEmpty ? m_file : m_file + ".tmp";
@@ -521,6 +525,7 @@ TEST_F(StoreFile, ASaveOnATableOfAnotherOwnerIsTriedAgainAfterTheDiskRefusedIt) 
         std::filesystem::remove_all(obstacle);
         EXPECT_TRUE(store.save());
         EXPECT_EQ(Store(m_file).contains("Key"), !isEmpty);
+        EXPECT_EQ(std::exchange(changes, 0), 1) << "a save changes nothing";
     }
     STICKET::Destroy(table);
 }

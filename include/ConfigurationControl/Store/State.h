@@ -131,21 +131,9 @@ class BasicState {
 
     /** Saves the ticket itself, for a store on a table. */
     Result save_ticket() {
-        // After a save that the disk refused, the ticket counts as saved until a value is stored again.
-        if (was_tried_on_disk(table())) locked(table(), [&] { store_again(); });
+        // After a save that the disk refused, the ticket counts as saved; any attempt to change it ends that.
+        if (was_tried_on_disk(table())) table()->SetParameter(table()->pTicket, "", PARAM_NONE, nullptr, SCALAR_INDEX);
         return save_table(table(), "ticket");
-    }
-    void store_again() {
-        Batch batch;
-        walk_keys(table(), [&](char const* key) {
-            batch.copy(table(), key);
-            return batch.empty();
-        });
-        std::vector<std::string> failed;
-        if (batch.empty())
-            table()->Operation(table()->pTicket, STICKET_OP_CLEAR, nullptr);
-        else
-            (void)batch.store(table(), failed);
     }
 
     void load() {
