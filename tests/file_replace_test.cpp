@@ -20,6 +20,7 @@
 #include "Disk/Replacement.h"
 #include "support/Files.h"
 #include "support/NextFunction.h"
+#include "support/NoDescriptors.h"
 #include "support/Replace.h"
 #include "support/Unprivileged.h"
 
@@ -459,12 +460,11 @@ TEST_F(FileSave, DirectoryAtTheFileNameStays) {
 TEST_F(FileSave, ProcessWithoutFreeDescriptorsLeavesTheFiles) {
     Write(m_file, "old");
     Write(m_temporary, "of another process");
-    std::vector<int> all;
-    for (int file = dup(0); file >= 0; file = dup(0)) all.push_back(file);
-    bool const replaced = Replace(m_file, "new", OLD::DISCARD);
-    EXPECT_THROW(FILE_READER{m_file}, std::bad_alloc) << "no reason to take the file for unreadable";
-    for (int const file : all) close(file);
-    EXPECT_FALSE(replaced);
+    {
+        NO_DESCRIPTORS const none;
+        EXPECT_FALSE(Replace(m_file, "new", OLD::DISCARD));
+        EXPECT_THROW(FILE_READER{m_file}, std::bad_alloc) << "no reason to take the file for unreadable";
+    }
     EXPECT_EQ(FileContent(m_file), "old");
     EXPECT_EQ(FileContent(m_temporary), "of another process");
 }

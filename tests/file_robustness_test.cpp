@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 #include <functional>
 #include <optional>
@@ -16,6 +15,7 @@
 #include "support/FullDisk.h"
 #include "support/HostileLocale.h"
 #include "support/Lease.h"
+#include "support/NoDescriptors.h"
 #include "support/Repeated.h"
 #include "support/SmallStack.h"
 
@@ -43,22 +43,6 @@ class FoundFile : public FileRobustness {
         Write(m_scratch.Path("edited"), content);
         std::filesystem::rename(m_scratch.Path("edited"), m_file);
     }
-};
-
-// While an object exists, the process has no free file descriptor.
-class NO_DESCRIPTORS {
- public:
-    NO_DESCRIPTORS() {
-        for (int file = dup(0); file >= 0; file = dup(0)) m_all.push_back(file);
-    }
-    ~NO_DESCRIPTORS() {
-        for (int const file : m_all) close(file);
-    }
-    NO_DESCRIPTORS(NO_DESCRIPTORS const&) = delete;
-    NO_DESCRIPTORS& operator=(NO_DESCRIPTORS const&) = delete;
-
- private:
-    std::vector<int> m_all;
 };
 
 using UnreadableFile = FileRobustness;
