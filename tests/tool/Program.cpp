@@ -13,6 +13,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <regex>
 #include <utility>
 
 namespace {
@@ -155,8 +156,28 @@ RESULT ON_TERMINAL::Wait() {
     return {CodeOf(std::exchange(m_process, -1)), m_shown, {}};
 }
 
+// Removes only what is exactly a bar: whatever else a file makes the tool write to the terminal stays.
+std::string WithoutProgress(std::string shown) {
+    static std::regex const s_bar(R"(\[[#-]{20}\] [a-z ]*, [0-9]+\.[0-9] s: [ -~]*)");
+    std::string const erase = "\r\033[K";  // before each bar and behind the last one
+    bool isBehindBar = false;
+    for (std::size_t at = 0; (at = shown.find(erase, at)) != std::string::npos;) {
+        std::size_t const begin = at + erase.size();
+        std::size_t const end = shown.find(erase, begin);
+        bool const isBar = end != std::string::npos && std::regex_match(shown.substr(begin, end - begin), s_bar);
+        if (isBar)
+            shown.erase(at, end - at);
+        else if (isBehindBar)
+            shown.erase(at, erase.size());
+        else
+            ++at;
+        isBehindBar = isBar;
+    }
+    return shown;
+}
+
 std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner) {
-    return ON_TERMINAL(command, manner).Wait().out;
+    return WithoutProgress(ON_TERMINAL(command, manner).Wait().out);
 }
 
 PROCESS Tool::Start(ARGUMENTS arguments) const {

@@ -67,7 +67,10 @@ class ON_TERMINAL {
     std::string m_shown;
 };
 
-// Runs a program on a terminal of its own. Returns the output on the terminal.
+// What a terminal has shown, without the progress bar that appears when a command takes more than half a second.
+std::string WithoutProgress(std::string shown);
+
+// Runs a program on a terminal of its own. Returns the output on the terminal, without progress.
 std::string RunOnTerminal(ARGUMENTS const& command, MANNER const& manner);
 
 class Tool : public testing::Test {

@@ -23,7 +23,9 @@ class ToolPager : public Tool {
     void UsePager(std::string const& command) { m_manner.environment = {"PAGER=" + command, "NO_COLOR=1"}; }
     RESULT OnTerminal(ARGUMENTS arguments) const {
         arguments.insert(arguments.begin(), TICKET_PROGRAM);
-        return ON_TERMINAL(arguments, m_manner, ROWS).Wait();
+        auto result = ON_TERMINAL(arguments, m_manner, ROWS).Wait();
+        result.out = WithoutProgress(result.out);
+        return result;
     }
 
     std::string const m_lastLine = "k[4999]\tstring\t\"a text that fills the line 4999\"\n";

@@ -179,6 +179,7 @@ TEST_F(ToolTerminal, ShowsThatALongLoadGoesOn) {
     lease.reset();
     auto const text = loading.Wait().out;
     EXPECT_EQ(text.substr(text.rfind("\r\033")), "\r\033[Kx\r\n");
+    EXPECT_EQ(WithoutProgress(text), "x\r\n");
 }
 
 }  // namespace
