@@ -216,7 +216,8 @@ class ToolCompletion : public ToolHelp {
         }
         Write("broken.xml", "<ticket>");
         auto const tool = std::filesystem::path(TICKET_PROGRAM).parent_path().string();
-        m_manner.environment = {"PATH=" + tool + ":/usr/bin:/bin", "HOME=" + m_scratch.Path()};
+        // LC_ALL: bash warns of a locale that is not installed.
+        m_manner.environment = {"PATH=" + tool + ":/usr/bin:/bin", "HOME=" + m_scratch.Path(), "LC_ALL=C"};
     }
 
     // The completions that bash offers for the last of these words, which come after "ticket".
