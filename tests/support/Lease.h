@@ -23,6 +23,7 @@ class LEASE {
         close(ready[1]);
     }
     ~LEASE() {
+        if (m_holder <= 0) return;  // to -1 the signal would reach every process of the machine
         kill(m_holder, SIGKILL);
         waitpid(m_holder, nullptr, 0);
     }

@@ -5,10 +5,13 @@
 #include <unistd.h>
 
 #include <functional>
+#include <stdexcept>
 
-// Runs `work` in a child process, which ends without destructors or exit handlers. Returns its process number.
+// Runs `work` in a child process, which ends without destructors or exit handlers. Returns its process number. Throws
+// if no process can be started: a signal to the number -1 would reach every process of the machine.
 inline pid_t Spawn(std::function<bool()> const& work) {
     pid_t const child = fork();
+    if (child < 0) throw std::runtime_error("no child process");
     if (child == 0) _exit(work() ? 0 : 1);
     return child;
 }
