@@ -102,6 +102,7 @@ PROCESS::PROCESS(ARGUMENTS const& command, MANNER const& manner) {
         std::signal(SIGPIPE, SIG_DFL);
         Become(pointers.data(), manner, {in.out, out.in, err.in});
     }
+    if (m_process < 0) std::abort();  // Signal would reach every process of the machine
     close(in.out);
     close(out.in);
     close(err.in);
