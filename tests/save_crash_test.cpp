@@ -8,14 +8,15 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <ostream>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/DiskModel.h"
@@ -23,6 +24,7 @@
 #include "support/FileEvents.h"
 #include "support/FileTickets.h"
 #include "support/Files.h"
+#include "support/Processes.h"
 #include "support/Sanitizers.h"
 #include "support/TracedProcess.h"
 
@@ -249,56 +251,71 @@ TEST_P(PowerLoss, IsProvidedForByTheOrderOfWritingFlushingAndRenaming) {
 
 class KilledSave : public CutOffSave {
  protected:
-    // The duration of an undisturbed save.
-    std::chrono::microseconds Duration() {
-        std::vector<std::chrono::microseconds> durations;
-        for (int i = 0; i < 11; ++i) {
+    // The duration in microseconds of an undisturbed save, in a child process like those that are killed.
+    long Duration() {
+        std::vector<long> durations(11);
+        for (long& duration : durations) {
             MakeState();
-            Prepare();
-            auto const begin = std::chrono::steady_clock::now();
-            Save();
-            durations.push_back(
-                std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin));
-            STICKET::Destroy(m_ticket);
+            int ends[2];
+            EXPECT_EQ(pipe(ends), 0);
+            pid_t const child = Spawn([&] {
+                Prepare();
+                auto const begin = std::chrono::steady_clock::now();
+                Save();
+                std::chrono::duration<double, std::micro> const passed = std::chrono::steady_clock::now() - begin;
+                long const microseconds = std::lround(passed.count());
+                return write(ends[1], &microseconds, sizeof microseconds) == sizeof microseconds;
+            });
+            EXPECT_TRUE(Succeeded(child));
+            EXPECT_EQ(read(ends[0], &duration, sizeof duration), static_cast<ssize_t>(sizeof duration));
+            for (int const end : ends) close(end);
         }
         std::nth_element(durations.begin(), durations.begin() + 5, durations.end());
         return durations[5];
     }
 
-    // A process that reports when it is about to save.
-    pid_t Spawn(int const (&ready)[2]) {
-        pid_t const child = fork();
-        if (child != 0) return child;
+    // Runs in a child process, which a timer of the system kills: on a busy machine this process would come too late.
+    [[noreturn]] void SaveUntilKilled(long microseconds) {
         Prepare();
-        if (write(ready[1], "", 1) == 1) Save();
+        sigevent kills{};
+        kills.sigev_notify = SIGEV_SIGNAL;
+        kills.sigev_signo = SIGKILL;
+        long const nanoseconds = 1000 * std::max(microseconds, 1L);  // 0 would never kill
+        itimerspec const once{{}, {nanoseconds / 1000000000, nanoseconds % 1000000000}};
+        timer_t timer;
+        if (timer_create(CLOCK_MONOTONIC, &kills, &timer) != 0) _exit(1);
+        timer_settime(timer, 0, &once, nullptr);
+        Save();
         for (;;) pause();
     }
 
-    void KillAfter(std::chrono::microseconds delay) {
-        int ready[2];
-        ASSERT_EQ(pipe(ready), 0);
-        pid_t const child = Spawn(ready);
-        ASSERT_GT(child, 0);
-        char byte;
-        ASSERT_EQ(read(ready[0], &byte, 1), 1);
-        auto const end = std::chrono::steady_clock::now() + delay;
-        while (std::chrono::steady_clock::now() < end) std::this_thread::yield();
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        for (int const file : ready) close(file);
+    void KillAfter(long microseconds) {
+        pid_t const child = fork();
+        if (child == 0) SaveUntilKilled(microseconds);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "ended with " << status;
     }
 };
 
 TEST_P(KilledSave, LeavesTheOldFileOrTheNewOneAtRandomMoments) {
-    auto const longest = 3 * Duration() / 2;
+    long const longest = 3 * Duration() / 2;  // all times are in microseconds
     std::mt19937 random(1);
-    std::uniform_int_distribution<long> delays(0, longest.count());
+    std::uniform_int_distribution<long> delays(0, longest);
     int const least = RandomKills();
     int kills = 0;
-    // If the disk has become slower since it was measured, the new file appears only with longer delays.
-    for (auto delay = longest; (kills < least || (m_news == 0 && delay < 1000 * longest)) && !HasFailure(); ++kills) {
-        delay = kills < least ? std::chrono::microseconds(delays(random)) : 2 * std::max(delay, longest);
-        SCOPED_TRACE("killed after " + std::to_string(delay.count()) + " us");
+    long delay = longest;
+    // If the machine has become slower since it was measured, the new file appears only with longer delays; if it has
+    // become faster, the old one stays only with shorter ones.
+    auto const goesOn = [&] {
+        return kills < least || (m_news == 0 && delay < 1000 * longest) || (m_olds == 0 && delay > 0);
+    };
+    for (; goesOn() && !HasFailure(); ++kills) {
+        if (kills < least)
+            delay = delays(random);
+        else
+            delay = m_news == 0 ? 2 * std::max(delay, longest) : delay / 2;
+        SCOPED_TRACE("killed after " + std::to_string(delay) + " us");
         MakeState();
         KillAfter(delay);
         CONTENT const found = ContentOf(m_file);
