@@ -71,7 +71,7 @@ TEST_F(ToolHelp, TheExamplesWork) {
     for (std::string const name : {"old.xml", "new.xml"}) Write(name, Content("settings.xml"));
     Write("settings.json", "[]");
     m_manner.environment = {"PATH=" + std::filesystem::path(TICKET_PROGRAM).parent_path().string() + ":/usr/bin:/bin",
-                            "EDITOR=true", "HOME=" + m_scratch.Path()};
+                            "EDITOR=true", "VISUAL=", "HOME=" + m_scratch.Path(), "LC_ALL=C"};
     for (std::string const command : COMMANDS) {
         if (command == "recover") continue;  // needs a broken file
         auto const help = Output({command, "--help"});
