@@ -93,7 +93,7 @@ TEST_F(ModifiedFileTime, OfAPipeSucceedsWithoutItsWriterAndLeavesTheTimeUnchange
     std::string path = m_scratch.Path("pipe");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_TRUE(Succeeded(Spawn([&] {
-        alarm(100);
+        alarm(20);
         return CConfigurationControl::GetModifiedFileTime(path, m_time) && m_time == -7;
     })));
 }

@@ -409,7 +409,7 @@ TEST_F(ConfigurationService, ConfigFileIsAvailableWhenItCanBeOpened) {
 TEST_F(ConfigurationService, AsksForAPipeWithoutWaitingForItsWriter) {
     ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
     EXPECT_TRUE(Succeeded(Spawn([this] {
-        alarm(100);
+        alarm(20);
         m_service->Initialize(m_file);
         return m_service->IsConfigFileAvailable();
     })));

@@ -3,5 +3,5 @@ if(TARGET ticket AND TARGET site AND NOT CONFIGURATIONCONTROL_SANITIZE)
     add_test(NAME Packaging.InstalledPackagesServeEveryKindOfHost
         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/packaging/run ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
                 ${CMAKE_CXX_COMPILER})
-    set_tests_properties(Packaging.InstalledPackagesServeEveryKindOfHost PROPERTIES TIMEOUT 900)
+    set_tests_properties(Packaging.InstalledPackagesServeEveryKindOfHost PROPERTIES TIMEOUT 300)
 endif()

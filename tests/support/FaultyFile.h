@@ -28,10 +28,10 @@ inline std::string Text(int value) {
     return Document({("<a type=\"int\">" + std::to_string(value) + "</a>").c_str()});
 }
 
-// Ends the process after 500 s, so that a save that waits for ever fails.
+// Ends the process after 100 s, so that a save that waits for ever fails.
 class FaultyFile : public testing::Test {
  protected:
-    FaultyFile() { alarm(500); }
+    FaultyFile() { alarm(100); }
     ~FaultyFile() override { alarm(0); }
 
     // Removes everything in the directory.
