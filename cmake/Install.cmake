@@ -64,7 +64,7 @@ endif()
 
 set(CONFIGURATIONCONTROL_PYTHON_DIR lib/python3/dist-packages CACHE STRING
     "Directory of the Python module below the prefix; by default where Debian's Python looks in /usr")
-if(BUILD_SHARED_LIBS)  # which the module loads
+if(BUILD_SHARED_LIBS)  # the module loads the shared library
     install(DIRECTORY python/configurationcontrol DESTINATION ${CONFIGURATIONCONTROL_PYTHON_DIR} COMPONENT python
         PATTERN "__pycache__" EXCLUDE)
 endif()

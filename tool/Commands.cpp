@@ -206,7 +206,8 @@ std::vector<COMMAND> WritingCommands() {
         {"recover",
          "Save what can be read of a file that does not parse",
          "Stores the values up to the break in a new file, and reports each line after it that holds a value, and "
-         "whether the file ends early. The exit code is 1 if anything is lost.",
+         "whether the file ends early; the exit code is then 1. If nothing is lost, shows the error, because the keys "
+         "of a section may then have a wrong name.",
          {{"FILE", KIND::FILE_NAME, COUNT::ONE, "Ticket file that does not parse, or pipe; - is standard input"},
           {"NEW", KIND::FILE_NAME, COUNT::OPTIONAL, "File to create; without it the values are listed"}},
          {REDACT, SHOW_SECRETS, SCHEMA_FILE},

@@ -151,6 +151,6 @@ int Recover(ARGUMENTS const& arguments) {
     }
     if (lost) return FOUND_SOMETHING;
     // The damaged tag may be that of a section, whose keys then have the wrong name.
-    std::cout << Printable(error->what()) << "; no value is lost, and keys have the names of opening tags\n";
+    std::cout << Printable(error->what()) << "; no value is lost, and keys are named by the opening tags\n";
     return SUCCESS;
 }

@@ -158,7 +158,8 @@ TICKET::~TICKET() {
     }
 }
 
-// For a ticket without values: throws UNLOADABLE_FILE if the file cannot be loaded, false if it was replaced meanwhile.
+// For a ticket without values. Throws UNLOADABLE_FILE if the file cannot be loaded; returns false if it was replaced
+// meanwhile.
 bool TICKET::IsWhatWasLoaded(std::string const& path) {
     auto const parsed = ParseTicketText(m_path, ReadTicketText(path));
     TICKET_LOAD_OUTCOME outcome{sizeof outcome, TICKET_LOAD_NOT_YET, 0, 0, 0};

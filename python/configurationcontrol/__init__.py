@@ -245,7 +245,8 @@ class Ticket(MutableMapping[str, Value]):
         """Copies the values of `source`, or those of one or more `keys`, into this ticket. "Window/*" selects by prefix.
 
         `clear` removes what this ticket held before, also if there is nothing to copy. Returns whether there were values to
-        copy. Raises as `update`; values that cannot be stored are found before anything changes.
+        copy. Raises as `update`. Values that cannot be stored are found before anything changes; after a MemoryError, what
+        `clear` removed is gone.
         """
         names = {"*"} if keys is None else {keys} if isinstance(keys, str) else set(keys)
         prefixes = tuple(name[:-1] for name in names if name.endswith("*"))

@@ -265,7 +265,7 @@ TEST_F(ToolMore, RecoverShowsTheErrorWhereOnlyANameMayBeWrong) {
     EXPECT_EQ(
         result.out,
         "Lgo/Level\tint\t1\nb.xml:4:4: does not parse: <Lgo> of line 2 is not closed: here stands </Log>; no value is "
-        "lost, and keys have the names of opening tags\n");
+        "lost, and keys are named by the opening tags\n");
 }
 
 TEST_F(ToolMore, RecoverClosesElementsThatHaveAttributesInSingleQuotes) {

@@ -39,8 +39,8 @@ struct FileWatchOptions {
  * from the store's: `before` is the store's value, `after` the file's. Keys that the store has changed and not saved
  * are left out, and so are the store's own saves, which leave no difference. A file that is missing, empty or
  * unreadable changes nothing; one that is deleted and made again is watched on. What a save of the store takes over is
- * not told here, because it leaves no difference: Store::on_change tells it. Of a symbolic link, the directory of the
- * link is watched, not that of its target.
+ * not told here, because it leaves no difference: Store::on_change tells it. If the file is a symbolic link, a
+ * change of the link is noticed, not one of its target in another directory.
  *
  * With two watches of one store, the one that dispatches first tells a difference, because it merges it.
  *
