@@ -6,3 +6,10 @@ if(Python3_FOUND AND NOT CONFIGURATIONCONTROL_SANITIZE)
     set_tests_properties(Python.ModuleDoesWhatItsTestsSay PROPERTIES ENVIRONMENT
         "LD_LIBRARY_PATH=$<TARGET_FILE_DIR:ConfigurationControl>;PYTHONPATH=${PROJECT_SOURCE_DIR}/python;PYTHONDONTWRITEBYTECODE=1")
 endif()
+
+# Hosts check their calls against the annotations of the module, so these must be right.
+find_program(MYPY mypy)
+if(MYPY)
+    add_test(NAME Python.AnnotationsSatisfyMypy
+        COMMAND ${MYPY} --strict --cache-dir ${CMAKE_CURRENT_BINARY_DIR}/mypy_cache ${PROJECT_SOURCE_DIR}/python/configurationcontrol)
+endif()
