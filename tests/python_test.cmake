@@ -7,7 +7,7 @@ if(Python3_FOUND AND NOT CONFIGURATIONCONTROL_SANITIZE)
         "LD_LIBRARY_PATH=$<TARGET_FILE_DIR:ConfigurationControl>;PYTHONPATH=${PROJECT_SOURCE_DIR}/python;PYTHONDONTWRITEBYTECODE=1")
 endif()
 
-# Hosts check their calls against the annotations of the module, so these must be right.
+# Users of the module check their calls against its annotations, so these must be right.
 find_program(MYPY mypy)
 if(MYPY)
     add_test(NAME Python.AnnotationsSatisfyMypy
